@@ -1,0 +1,31 @@
+#pragma once
+
+#include "core/engine/MIDIActivityEvent.hpp"
+#include "core/engine/MIDIDiagnosticEvent.hpp"
+
+#include <string>
+
+namespace corvel {
+
+class CoreMIDIRouterEngine;
+
+/// Receives all of an engine's reports, on the main thread, in the order in which they were made, never from inside a
+/// call of the engine.
+class MIDIRouterEngineDelegate {
+public:
+    virtual ~MIDIRouterEngineDelegate() = default;
+
+    /// The set of endpoints or their state may have changed: fetch `endpoints()` again.
+    virtual void midiRouterEngineDidChangeEndpoints(CoreMIDIRouterEngine& engine) = 0;
+
+    /// A message was delivered through a connection. When the main thread falls behind, the oldest of these give way.
+    virtual void midiRouterEngineDidRoute(CoreMIDIRouterEngine& engine, const MIDIActivityEvent& event) = 0;
+
+    /// Something failed; the text ends with the status in parentheses.
+    virtual void midiRouterEngineDidFail(CoreMIDIRouterEngine& engine, const std::string& message) = 0;
+
+    /// An entry for the diagnostic log.
+    virtual void midiRouterEngineDidLog(CoreMIDIRouterEngine& engine, const MIDIDiagnosticEvent& event) = 0;
+};
+
+}  // namespace corvel

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "core/messages/MIDIBytes.hpp"
+#include "core/routes/ChannelMode.hpp"
+
+#include <cstdint>
+
+/// Rewrites the channel of channel-voice messages for a connection.
+namespace corvel::MIDIMessageTransformer {
+
+/// Whether the byte is a channel-voice status, 0x80 to 0xEF.
+[[nodiscard]] constexpr bool isChannelVoiceStatus(std::uint8_t byte) { return byte >= 0x80 && byte <= 0xEF; }
+
+/// The bytes with every channel-voice status put on the mode's forced channel; same length, all other bytes untouched.
+/// `asIs`, and a forced channel outside 1 to 16, return the bytes as they are. Steps over each message by its nominal
+/// length whatever bytes follow, so a status byte inside a truncated message keeps its channel. Takes the bytes by
+/// value: a caller that is done with them moves them in and nothing is copied. Any thread.
+[[nodiscard]] MIDIBytes transform(MIDIBytes bytes, const ChannelMode& channelMode);
+
+}  // namespace corvel::MIDIMessageTransformer

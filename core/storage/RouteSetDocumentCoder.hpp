@@ -1,0 +1,32 @@
+#pragma once
+
+#include "core/routes/MIDIRouteSetDocument.hpp"
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+/// The JSON form of the connection-sets document.
+namespace corvel::RouteSetDocumentCoder {
+
+/// Why a text is no document: what is wrong and where ("routeSets[0].routes[2].channelMode: Invalid number of keys
+/// found, expected one.").
+class DecodingError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The document as JSON, byte for byte reproducible: two blanks of indentation, `"key" : value`, keys in ascending
+/// byte order, absent optional values left out, slashes escaped, no final newline. Texts that are not UTF-8 are
+/// repaired on the way. The document is written as it is, without normalisation.
+[[nodiscard]] std::string encode(const MIDIRouteSetDocument& document);
+
+/// Reads a document in the current form: strict RFC 8259 JSON (one leading byte-order mark is skipped, nesting over
+/// 512 is refused), unknown keys ignored, the last of duplicate keys counting. The result is normalised. Throws
+/// `DecodingError`; nothing is partially read.
+[[nodiscard]] MIDIRouteSetDocument decode(std::string_view json);
+
+/// Reads the older form, a top-level array of connections, as one selected set named "Default". Throws `DecodingError`.
+[[nodiscard]] MIDIRouteSetDocument decodeRouteArray(std::string_view json);
+
+}  // namespace corvel::RouteSetDocumentCoder

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+
+namespace corvel {
+
+/// A wall-clock instant in whole nanoseconds since the Unix epoch.
+using Instant = std::chrono::sys_time<std::chrono::nanoseconds>;
+
+/// Tells the wall-clock time, so that whatever stamps an event can be run on a clock that a test sets by hand.
+class Clock {
+public:
+    virtual ~Clock() = default;
+
+    /// The current instant. Any thread.
+    [[nodiscard]] virtual Instant now() const = 0;
+};
+
+/// The system's own clock.
+[[nodiscard]] std::shared_ptr<const Clock> makeSystemClock();
+
+}  // namespace corvel

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <cstddef>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+namespace corvel {
+
+/// A piece of work for a queue: a callable without arguments, run at most once, movable and never copied.
+///
+/// Callables of up to `kInlineSize` bytes live inside the task itself, so that posting one costs no allocation: a
+/// delivery of a short message fits. Larger ones are kept on the heap.
+class Task {
+public:
+    static constexpr std::size_t kInlineSize = 112;
+
+    Task() = default;
+
+    template <typename Callable>
+        requires(!std::is_same_v<std::decay_t<Callable>, Task> && std::is_invocable_v<std::decay_t<Callable>&>)
+    // NOLINTNEXTLINE(google-explicit-constructor): a callable is a task wherever one is posted
+    Task(Callable&& callable) {
+        using Stored = std::decay_t<Callable>;
+        if constexpr (sizeof(Stored) <= kInlineSize && alignof(Stored) <= alignof(std::max_align_t) &&
+                      std::is_nothrow_move_constructible_v<Stored>) {
+            ::new (static_cast<void*>(storage_)) Stored(std::forward<Callable>(callable));
+            operations_ = &kInlineOperations<Stored>;
+        } else {
+            ::new (static_cast<void*>(storage_)) Stored*(new Stored(std::forward<Callable>(callable)));
+            operations_ = &kHeapOperations<Stored>;
+        }
+    }
+
+    Task(Task&& other) noexcept { takeFrom(other); }
+    Task& operator=(Task&& other) noexcept {
+        if (this != &other) {
+            reset();
+            takeFrom(other);
+        }
+        return *this;
+    }
+    Task(const Task&) = delete;
+    Task& operator=(const Task&) = delete;
+    ~Task() { reset(); }
+
+    /// Whether there is anything to run.
+    explicit operator bool() const { return operations_ != nullptr; }
+
+    /// Runs the work. Precondition: there is some.
+    void operator()() { operations_->run(storage_); }
+
+private:
+    struct Operations {
+        void (*run)(std::byte* storage);
+        void (*relocate)(std::byte* from, std::byte* to) noexcept;
+        void (*destroy)(std::byte* storage) noexcept;
+    };
+
+    template <typename Stored>
+    static Stored* stored(std::byte* storage) {
+        return std::launder(reinterpret_cast<Stored*>(storage));
+    }
+
+    template <typename Stored>
+    static constexpr Operations kInlineOperations{
+        [](std::byte* storage) { (*stored<Stored>(storage))(); },
+        [](std::byte* from, std::byte* to) noexcept {
+            ::new (static_cast<void*>(to)) Stored(std::move(*stored<Stored>(from)));
+            stored<Stored>(from)->~Stored();
+        },
+        [](std::byte* storage) noexcept { stored<Stored>(storage)->~Stored(); }};
+
+    template <typename Stored>
+    static constexpr Operations kHeapOperations{
+        [](std::byte* storage) { (**stored<Stored*>(storage))(); },
+        [](std::byte* from, std::byte* to) noexcept {
+            ::new (static_cast<void*>(to)) Stored*(*stored<Stored*>(from));
+        },
+        [](std::byte* storage) noexcept { delete *stored<Stored*>(storage); }};
+
+    void takeFrom(Task& other) noexcept {
+        operations_ = std::exchange(other.operations_, nullptr);
+        if (operations_ != nullptr) {
+            operations_->relocate(other.storage_, storage_);
+        }
+    }
+
+    void reset() noexcept {
+        if (const Operations* operations = std::exchange(operations_, nullptr); operations != nullptr) {
+            operations->destroy(storage_);
+        }
+    }
+
+    const Operations* operations_ = nullptr;
+    alignas(std::max_align_t) std::byte storage_[kInlineSize];
+};
+
+}  // namespace corvel

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// Rules for text that a user may see or type. Everything is UTF-8; all functions are pure and may run on any thread.
+namespace corvel::text {
+
+/// Full lower-case mapping of the root locale.
+[[nodiscard]] std::string lowercased(std::string_view value);
+
+/// Full upper-case mapping of the root locale.
+[[nodiscard]] std::string uppercased(std::string_view value);
+
+/// Whether the text is exactly one character as a user perceives it (one extended grapheme cluster).
+[[nodiscard]] bool isSingleCharacter(std::string_view value);
+
+/// The text with every sequence that is not UTF-8 replaced by U+FFFD; valid text comes back unchanged.
+[[nodiscard]] std::string repairedUTF8(std::string_view value);
+
+}  // namespace corvel::text
