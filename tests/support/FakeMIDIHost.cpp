@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
-namespace corvel::testing {
+namespace corvel::tests {
 
 namespace {
 
@@ -67,12 +67,12 @@ void FakeMIDIHost::diagnose(std::string message) {
 }
 
 void FakeMIDIHost::setDiagnosticHandler(DiagnosticHandler handler) {
-    recordAction("setDiagnosticHandler", {});
+    noteAction("setDiagnosticHandler", {});
     diagnosticHandler_ = std::move(handler);
 }
 
 MIDICreation FakeMIDIHost::createClient(std::string_view name, NotificationHandler handler) {
-    recordAction("createClient", {}, name);
+    noteAction("createClient", {}, name);
     if (clientStatus == kMIDISuccess) {
         notificationHandler_ = std::move(handler);
     }
@@ -80,7 +80,7 @@ MIDICreation FakeMIDIHost::createClient(std::string_view name, NotificationHandl
 }
 
 MIDICreation FakeMIDIHost::createInputPort(MIDIObjectRef client, std::string_view name, ReceiveHandler handler) {
-    recordAction("createInputPort", {{"client", client}}, name);
+    noteAction("createInputPort", {{"client", client}}, name);
     if (inputPortStatus == kMIDISuccess) {
         receiveHandler_ = std::move(handler);
     }
@@ -88,123 +88,121 @@ MIDICreation FakeMIDIHost::createInputPort(MIDIObjectRef client, std::string_vie
 }
 
 MIDICreation FakeMIDIHost::createOutputPort(MIDIObjectRef client, std::string_view name) {
-    recordAction("createOutputPort", {{"client", client}}, name);
+    noteAction("createOutputPort", {{"client", client}}, name);
     return created(outputPortStatus);
 }
 
-void FakeMIDIHost::disposePort(MIDIObjectRef port) { recordAction("disposePort", {{"port", port}}); }
+void FakeMIDIHost::disposePort(MIDIObjectRef port) { noteAction("disposePort", {{"port", port}}); }
 
-void FakeMIDIHost::disposeClient(MIDIObjectRef client) { recordAction("disposeClient", {{"client", client}}); }
+void FakeMIDIHost::disposeClient(MIDIObjectRef client) { noteAction("disposeClient", {{"client", client}}); }
 
 unsigned FakeMIDIHost::sourceCount() {
-    recordRead("sourceCount", {});
+    noteRead("sourceCount", {});
     return static_cast<unsigned>(sources.size());
 }
 
 MIDIObjectRef FakeMIDIHost::source(unsigned index) {
-    recordRead("source", {{"index", index}});
+    noteRead("source", {{"index", index}});
     return sources.at(index);
 }
 
 unsigned FakeMIDIHost::destinationCount() {
-    recordRead("destinationCount", {});
+    noteRead("destinationCount", {});
     return static_cast<unsigned>(destinations.size());
 }
 
 MIDIObjectRef FakeMIDIHost::destination(unsigned index) {
-    recordRead("destination", {{"index", index}});
+    noteRead("destination", {{"index", index}});
     return destinations.at(index);
 }
 
 std::optional<std::string> FakeMIDIHost::displayName(MIDIObjectRef object) {
-    recordRead("displayName", {{"object", object}});
+    noteRead("displayName", {{"object", object}});
     return properties[object].displayName;
 }
 
 std::optional<std::string> FakeMIDIHost::name(MIDIObjectRef object) {
-    recordRead("name", {{"object", object}});
+    noteRead("name", {{"object", object}});
     return properties[object].name;
 }
 
 std::optional<std::string> FakeMIDIHost::manufacturer(MIDIObjectRef object) {
-    recordRead("manufacturer", {{"object", object}});
+    noteRead("manufacturer", {{"object", object}});
     return properties[object].manufacturer;
 }
 
 std::optional<std::int32_t> FakeMIDIHost::uniqueID(MIDIObjectRef object) {
-    recordRead("uniqueID", {{"object", object}});
+    noteRead("uniqueID", {{"object", object}});
     return properties[object].uniqueID;
 }
 
 std::optional<bool> FakeMIDIHost::isOffline(MIDIObjectRef object) {
-    recordRead("isOffline", {{"object", object}});
+    noteRead("isOffline", {{"object", object}});
     return properties[object].isOffline;
 }
 
 MIDIStatus FakeMIDIHost::connectSource(MIDIObjectRef port, MIDIObjectRef source, MIDIObjectRef connection) {
-    recordAction("connectSource", {{"port", port}, {"source", source}, {"connection", connection}});
+    noteAction("connectSource", {{"port", port}, {"source", source}, {"connection", connection}});
     return statusFor(connectStatuses, source);
 }
 
 MIDIStatus FakeMIDIHost::disconnectSource(MIDIObjectRef port, MIDIObjectRef source) {
-    recordAction("disconnectSource", {{"port", port}, {"source", source}});
+    noteAction("disconnectSource", {{"port", port}, {"source", source}});
     return statusFor(disconnectStatuses, source);
 }
 
 unsigned FakeMIDIHost::deviceCount() {
-    recordRead("deviceCount", {});
+    noteRead("deviceCount", {});
     return static_cast<unsigned>(devices.size());
 }
 
 MIDIObjectRef FakeMIDIHost::device(unsigned index) {
-    recordRead("device", {{"index", index}});
+    noteRead("device", {{"index", index}});
     return devices.at(index).ref;
 }
 
 unsigned FakeMIDIHost::externalDeviceCount() {
-    recordRead("externalDeviceCount", {});
+    noteRead("externalDeviceCount", {});
     return static_cast<unsigned>(externalDevices.size());
 }
 
 MIDIObjectRef FakeMIDIHost::externalDevice(unsigned index) {
-    recordRead("externalDevice", {{"index", index}});
+    noteRead("externalDevice", {{"index", index}});
     return externalDevices.at(index).ref;
 }
 
 unsigned FakeMIDIHost::entityCount(MIDIObjectRef device) {
-    recordRead("entityCount", {{"device", device}});
+    noteRead("entityCount", {{"device", device}});
     return static_cast<unsigned>(deviceWith(device).entities.size());
 }
 
 MIDIObjectRef FakeMIDIHost::entity(MIDIObjectRef device, unsigned index) {
-    recordRead("entity", {{"device", device}, {"index", index}});
+    noteRead("entity", {{"device", device}, {"index", index}});
     return deviceWith(device).entities.at(index).ref;
 }
 
 unsigned FakeMIDIHost::entitySourceCount(MIDIObjectRef entity) {
-    recordRead("entitySourceCount", {{"entity", entity}});
+    noteRead("entitySourceCount", {{"entity", entity}});
     return static_cast<unsigned>(entityWith(entity).sources.size());
 }
 
 MIDIObjectRef FakeMIDIHost::entitySource(MIDIObjectRef entity, unsigned index) {
-    recordRead("entitySource", {{"entity", entity}, {"index", index}});
+    noteRead("entitySource", {{"entity", entity}, {"index", index}});
     return entityWith(entity).sources.at(index);
 }
 
 unsigned FakeMIDIHost::entityDestinationCount(MIDIObjectRef entity) {
-    recordRead("entityDestinationCount", {{"entity", entity}});
+    noteRead("entityDestinationCount", {{"entity", entity}});
     return static_cast<unsigned>(entityWith(entity).destinations.size());
 }
 
 MIDIObjectRef FakeMIDIHost::entityDestination(MIDIObjectRef entity, unsigned index) {
-    recordRead("entityDestination", {{"entity", entity}, {"index", index}});
+    noteRead("entityDestination", {{"entity", entity}, {"index", index}});
     return entityWith(entity).destinations.at(index);
 }
 
 std::optional<MIDIPacket> FakeMIDIHost::makePacket(std::span<const std::uint8_t> bytes) {
-    if (recording != Recording::nothing) {
-        recordAction("makePacket", {}, hex(bytes));
-    }
+    noteAction("makePacket", {}, recording == Recording::nothing ? std::string() : hex(bytes));
     if (canMakePacket && !canMakePacket(bytes)) {
         return std::nullopt;
     }
@@ -212,12 +210,8 @@ std::optional<MIDIPacket> FakeMIDIHost::makePacket(std::span<const std::uint8_t>
 }
 
 MIDIStatus FakeMIDIHost::send(MIDIObjectRef port, MIDIObjectRef destination, const MIDIPacket& packet) {
-    if (recording != Recording::nothing) {
-        recordAction("send", {{"port", port}, {"destination", destination}}, hex({packet.bytes.data(), packet.bytes.size()}));
-    }
-    if (onSend) {
-        onSend();
-    }
+    noteAction("send", {{"port", port}, {"destination", destination}},
+               recording == Recording::nothing ? std::string() : hex(packet.bytes));
     const MIDIStatus status = sendStatuses.empty() ? kMIDISuccess : statusFor(sendStatuses, destination);
     if (status == kMIDISuccess) {
         ++sentCount;
@@ -228,16 +222,22 @@ MIDIStatus FakeMIDIHost::send(MIDIObjectRef port, MIDIObjectRef destination, con
     return status;
 }
 
-void FakeMIDIHost::recordAction(std::string_view operation, std::initializer_list<Argument> arguments,
-                                std::string_view lastArgument) {
+void FakeMIDIHost::noteAction(std::string_view operation, std::initializer_list<Argument> arguments,
+                              std::string_view lastArgument) {
     if (recording != Recording::nothing) {
         record(operation, arguments, lastArgument);
     }
+    if (onCall) {
+        onCall(operation);
+    }
 }
 
-void FakeMIDIHost::recordRead(std::string_view operation, std::initializer_list<Argument> arguments) {
+void FakeMIDIHost::noteRead(std::string_view operation, std::initializer_list<Argument> arguments) {
     if (recording == Recording::everything) {
         record(operation, arguments, {});
+    }
+    if (onCall) {
+        onCall(operation);
     }
 }
 
@@ -282,4 +282,4 @@ const FakeMIDIEntity& FakeMIDIHost::entityWith(MIDIObjectRef ref) const {
     throw std::out_of_range("no entity " + std::to_string(ref));
 }
 
-}  // namespace corvel::testing
+}  // namespace corvel::tests

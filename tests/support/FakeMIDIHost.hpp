@@ -13,7 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
-namespace corvel::testing {
+namespace corvel::tests {
 
 /// What can be read of an object; what is absent cannot be read.
 struct FakeMIDIProperties {
@@ -76,8 +76,8 @@ public:
     std::unordered_map<MIDIObjectRef, MIDIStatus> sendStatuses;
     /// Whether a packet can be made of the bytes; always, if empty.
     std::function<bool(std::span<const std::uint8_t> bytes)> canMakePacket;
-    /// Called inside every send, before it is answered.
-    std::function<void()> onSend;
+    /// Called inside every call with the operation's name, before the call is answered.
+    std::function<void(std::string_view operation)> onCall;
 
     // What it saw.
     Recording recording = Recording::actions;
@@ -126,8 +126,7 @@ public:
     [[nodiscard]] std::optional<std::string> manufacturer(MIDIObjectRef object) override;
     [[nodiscard]] std::optional<std::int32_t> uniqueID(MIDIObjectRef object) override;
     [[nodiscard]] std::optional<bool> isOffline(MIDIObjectRef object) override;
-    [[nodiscard]] MIDIStatus connectSource(MIDIObjectRef port, MIDIObjectRef source,
-                                           MIDIObjectRef connection) override;
+    [[nodiscard]] MIDIStatus connectSource(MIDIObjectRef port, MIDIObjectRef source, MIDIObjectRef connection) override;
     MIDIStatus disconnectSource(MIDIObjectRef port, MIDIObjectRef source) override;
     [[nodiscard]] unsigned deviceCount() override;
     [[nodiscard]] MIDIObjectRef device(unsigned index) override;
@@ -148,9 +147,9 @@ private:
         MIDIObjectRef value = 0;
     };
 
-    void recordAction(std::string_view operation, std::initializer_list<Argument> arguments,
-                      std::string_view lastArgument = {});
-    void recordRead(std::string_view operation, std::initializer_list<Argument> arguments);
+    void noteAction(std::string_view operation, std::initializer_list<Argument> arguments,
+                    std::string_view lastArgument = {});
+    void noteRead(std::string_view operation, std::initializer_list<Argument> arguments);
     void record(std::string_view operation, std::initializer_list<Argument> arguments, std::string_view lastArgument);
     [[nodiscard]] MIDICreation created(MIDIStatus status);
     [[nodiscard]] const FakeMIDIDevice& deviceWith(MIDIObjectRef ref) const;
@@ -162,4 +161,4 @@ private:
     MIDIObjectRef nextRef_ = 1;
 };
 
-}  // namespace corvel::testing
+}  // namespace corvel::tests

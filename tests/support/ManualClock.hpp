@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-namespace corvel::testing {
+namespace corvel::tests {
 
 /// A wall clock that shows what a test sets. One thread only.
 class ManualClock : public Clock {
@@ -23,4 +23,4 @@ private:
     Instant now_;
 };
 
-}  // namespace corvel::testing
+}  // namespace corvel::tests

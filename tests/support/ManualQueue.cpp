@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace corvel::testing {
+namespace corvel::tests {
 
 namespace {
 
@@ -129,4 +129,4 @@ void ManualQueue::run(Task task) {
     work();
 }
 
-}  // namespace corvel::testing
+}  // namespace corvel::tests

@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-namespace corvel::testing {
+namespace corvel::tests {
 
 /// A serial queue that stands still: its tasks run only when a test says so, on the test's thread, and its time passes
 /// only when the test lets it pass.
@@ -75,4 +75,4 @@ private:
     std::chrono::nanoseconds now_{0};
 };
 
-}  // namespace corvel::testing
+}  // namespace corvel::tests

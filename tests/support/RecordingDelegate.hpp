@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace corvel::testing {
+namespace corvel::tests {
 
 /// Keeps every report of an engine: all of them as text in the order of arrival, and the events whole.
 class RecordingDelegate : public MIDIRouterEngineDelegate {
@@ -80,4 +80,4 @@ private:
     }
 };
 
-}  // namespace corvel::testing
+}  // namespace corvel::tests
