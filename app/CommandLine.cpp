@@ -1,7 +1,5 @@
 #include "app/CommandLine.hpp"
 
-#include "app/TextLine.hpp"
-
 #include <CLI/CLI.hpp>
 
 #include <map>
@@ -45,7 +43,7 @@ CommandLineResult parseCommandLine(std::span<const std::string> arguments, const
     } catch (const CLI::CallForVersion& call) {
         return CommandLineText{std::string(call.what()) + '\n'};
     } catch (const CLI::ParseError& error) {
-        return CommandLineError{escapedLine(error.what())};
+        return CommandLineError{error.what()};
     }
     if (documentOption->count() > 0) {
         if (document.empty()) {

@@ -39,7 +39,7 @@ struct CommandLineText {
     std::string text;
 };
 
-/// The arguments make no sense. The message is one line.
+/// The arguments make no sense; the message holds what was typed, as it was.
 struct CommandLineError {
     std::string message;
 };
