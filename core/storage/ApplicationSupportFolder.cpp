@@ -1,11 +1,12 @@
 #include "core/storage/ApplicationSupportFolder.hpp"
 
+#include <pwd.h>
+#include <unistd.h>
+
 #include <array>
 #include <cstdlib>
 #include <optional>
-#include <pwd.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace corvel {
 
