@@ -18,4 +18,7 @@ namespace corvel::text {
 /// The text with every sequence that is not UTF-8 replaced by U+FFFD; valid text comes back unchanged.
 [[nodiscard]] std::string repairedUTF8(std::string_view value);
 
+/// The text without the white space (Unicode's property of that name, line breaks included) at its two ends.
+[[nodiscard]] std::string_view trimmed(std::string_view value);
+
 }  // namespace corvel::text
