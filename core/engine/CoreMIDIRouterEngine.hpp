@@ -5,6 +5,7 @@
 #include "core/engine/MIDIRouterEngineDelegate.hpp"
 #include "core/host/MIDIHost.hpp"
 #include "core/messages/MIDIBytes.hpp"
+#include "core/messages/RoutedMIDIMessage.hpp"
 #include "core/routes/MIDIRoute.hpp"
 #include "core/support/Clock.hpp"
 #include "core/support/DispatchQueue.hpp"
@@ -81,9 +82,10 @@ private:
 
     // Lifecycle and reports
     void startOnMainThread();
-    void startPortsOnQueue();
+    void startPortsOnQueue(MIDIObjectRef client);
     void post(MIDIReport report);
     void deliverReports();
+    void deliver(const MIDIReport& report);
     bool reportIfFailed(MIDIStatus status, std::string_view message);
     void logDiagnostic(std::string message);
     void takeHostDiagnostic(std::string message);
@@ -91,12 +93,14 @@ private:
     // Packet path
     void handle(PacketBytes packets, MIDIObjectRef source);
     void deliverOnQueue(const PacketBytes& packets, MIDIObjectRef source);
+    void send(RoutedMIDIMessage&& message);
 
     // Endpoints (CoreMIDIRouterEngineEndpoints.cpp)
     void reloadEndpointsOnQueue(std::string_view reason);
     void notifyEndpointsChanged();
     void handleMIDISetupChanged(std::string reason);
     void scheduleSettledEndpointRefreshOnQueue();
+    [[nodiscard]] static std::string describe(const MIDINotification& notification);
     [[nodiscard]] std::string endpointName(MIDIObjectRef object);
     [[nodiscard]] std::int32_t endpointID(MIDIObjectRef endpoint);
     [[nodiscard]] MIDIEndpointModel endpointModel(MIDIObjectRef endpoint, MIDIEndpointDirection direction);

@@ -22,12 +22,12 @@ struct MIDIActivityEvent {
     /// Always the kind that `bytes` begin with.
     MIDIMessageKind messageKind = MIDIMessageKind::unknown;
 
-    MIDIActivityEvent(const UUID& id, const UUID& routeID, Instant timestamp, MIDIBytes bytes)
-        : id(id),
-          routeID(routeID),
-          timestamp(timestamp),
-          bytes(std::move(bytes)),
-          messageKind(detectMessageKind(this->bytes)) {}
+    MIDIActivityEvent(const UUID& eventID, const UUID& carriedBy, Instant sentAt, MIDIBytes sentBytes)
+        : id(eventID),
+          routeID(carriedBy),
+          timestamp(sentAt),
+          bytes(std::move(sentBytes)),
+          messageKind(detectMessageKind(bytes)) {}
 
     bool operator==(const MIDIActivityEvent&) const = default;
 };

@@ -1,0 +1,42 @@
+#include "core/engine/MIDIReportQueue.hpp"
+
+#include <utility>
+
+namespace corvel {
+
+bool MIDIReportQueue::push(MIDIReport report) {
+    const std::lock_guard lock(mutex_);
+    const std::uint64_t number = nextNumber_++;
+    if (auto* activity = std::get_if<MIDIActivityEvent>(&report)) {
+        activities_.push_back({number, std::move(*activity)});
+    } else {
+        others_.push_back({number, std::move(report)});
+    }
+    return !std::exchange(isAnnounced_, true);
+}
+
+std::optional<MIDIReport> MIDIReportQueue::pop() {
+    const std::lock_guard lock(mutex_);
+    if (activities_.empty() && others_.empty()) {
+        isAnnounced_ = false;
+        return std::nullopt;
+    }
+    const bool isActivityNext =
+        others_.empty() || (!activities_.empty() && activities_.front().number < others_.front().number);
+    std::optional<MIDIReport> report;
+    if (isActivityNext) {
+        report.emplace(std::move(activities_.front().report));
+        activities_.pop_front();
+    } else {
+        report.emplace(std::move(others_.front().report));
+        others_.pop_front();
+    }
+    return report;
+}
+
+std::size_t MIDIReportQueue::size() const {
+    const std::lock_guard lock(mutex_);
+    return activities_.size() + others_.size();
+}
+
+}  // namespace corvel

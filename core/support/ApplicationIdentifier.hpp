@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string_view>
+
+namespace corvel {
+
+/// Names the application to the system: queue labels, drag payloads and settings begin with it.
+inline constexpr std::string_view kApplicationIdentifier = "app.corvel";
+
+}  // namespace corvel
