@@ -1,0 +1,10 @@
+#include "core/messages/MIDIMessageFragment.hpp"
+
+#include <utility>
+
+namespace corvel {
+
+MIDIMessageFragment::MIDIMessageFragment(MIDIBytes givenBytes)
+    : bytes(std::move(givenBytes)), messageKind(detectMessageKind({bytes.data(), bytes.size()})) {}
+
+}  // namespace corvel

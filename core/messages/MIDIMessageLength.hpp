@@ -1,0 +1,22 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace corvel {
+
+inline constexpr std::uint8_t kExclusiveStart = 0xF0;
+inline constexpr std::uint8_t kExclusiveEnd = 0xF7;
+inline constexpr std::uint8_t kFirstStatus = 0x80;
+inline constexpr std::uint8_t kFirstRealtime = 0xF8;
+
+/// The length in bytes, 1 to 3, that a message starting with `byte` has when it is complete. A data byte and every
+/// one-byte message have length 1; so has 0xF0, whose message has no fixed length.
+[[nodiscard]] constexpr std::size_t nominalMessageLength(std::uint8_t byte) {
+    constexpr std::array<std::uint8_t, 16> kByUpperHalf{1, 1, 1, 1, 1, 1, 1, 1, 3, 3, 3, 3, 2, 2, 3, 1};
+    constexpr std::array<std::uint8_t, 16> kSystem{1, 2, 3, 2, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+    return byte < kExclusiveStart ? kByUpperHalf[byte >> 4U] : kSystem[byte & 0x0FU];
+}
+
+}  // namespace corvel

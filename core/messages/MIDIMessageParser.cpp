@@ -1,0 +1,82 @@
+#include "core/messages/MIDIMessageParser.hpp"
+
+#include "core/messages/MIDIBytes.hpp"
+#include "core/messages/MIDIMessageLength.hpp"
+
+#include <cstddef>
+#include <utility>
+
+namespace corvel::MIDIMessageParser {
+
+namespace {
+
+bool isRealtime(std::uint8_t byte) { return byte >= kFirstRealtime; }
+
+bool isData(std::uint8_t byte) { return byte < kFirstStatus; }
+
+/// One walk over a buffer.
+class Walk {
+public:
+    explicit Walk(std::span<const std::uint8_t> buffer) : buffer_(buffer) {}
+
+    std::vector<MIDIMessageFragment> run() {
+        while (position_ < buffer_.size()) {
+            if (buffer_[position_] == kExclusiveStart) {
+                takeExclusive();
+            } else {
+                takeMessage();
+            }
+        }
+        return std::move(fragments_);
+    }
+
+private:
+    /// Any byte but 0xF7 and realtime belongs to the message: a status byte inside an exclusive message does not end
+    /// it.
+    void takeExclusive() {
+        MIDIBytes message{kExclusiveStart};
+        ++position_;
+        bool isComplete = false;
+        while (!isComplete && position_ < buffer_.size()) {
+            const std::uint8_t byte = buffer_[position_++];
+            if (isRealtime(byte)) {
+                emit({byte});
+                continue;
+            }
+            message.push_back(byte);
+            isComplete = byte == kExclusiveEnd;
+        }
+        emit(std::move(message));
+    }
+
+    /// A message of fixed length, or as much of it as there is before the next status byte; realtime bytes and stray
+    /// data bytes are messages of length 1.
+    void takeMessage() {
+        const std::size_t length = nominalMessageLength(buffer_[position_]);
+        MIDIBytes message{buffer_[position_++]};
+        while (message.size() < length && position_ < buffer_.size()) {
+            const std::uint8_t byte = buffer_[position_];
+            if (isRealtime(byte)) {
+                emit({byte});
+            } else if (isData(byte)) {
+                message.push_back(byte);
+            } else {
+                break;
+            }
+            ++position_;
+        }
+        emit(std::move(message));
+    }
+
+    void emit(MIDIBytes message) { fragments_.emplace_back(std::move(message)); }
+
+    std::span<const std::uint8_t> buffer_;
+    std::size_t position_ = 0;
+    std::vector<MIDIMessageFragment> fragments_;
+};
+
+}  // namespace
+
+std::vector<MIDIMessageFragment> fragments(std::span<const std::uint8_t> buffer) { return Walk(buffer).run(); }
+
+}  // namespace corvel::MIDIMessageParser

@@ -1,0 +1,46 @@
+#include "core/support/Text.hpp"
+
+#include <unicode/brkiter.h>
+#include <unicode/locid.h>
+#include <unicode/stringpiece.h>
+#include <unicode/unistr.h>
+
+#include <cstdint>
+#include <memory>
+
+namespace corvel::text {
+
+namespace {
+
+/// Sequences that are not UTF-8 become U+FFFD, one for each maximal part of a sequence.
+icu::UnicodeString decoded(std::string_view value) {
+    return icu::UnicodeString::fromUTF8(icu::StringPiece(value.data(), static_cast<std::int32_t>(value.size())));
+}
+
+std::string encoded(const icu::UnicodeString& value) {
+    std::string result;
+    value.toUTF8String(result);
+    return result;
+}
+
+}  // namespace
+
+std::string lowercased(std::string_view value) { return encoded(decoded(value).toLower(icu::Locale::getRoot())); }
+
+std::string uppercased(std::string_view value) { return encoded(decoded(value).toUpper(icu::Locale::getRoot())); }
+
+bool isSingleCharacter(std::string_view value) {
+    const icu::UnicodeString characters = decoded(value);
+    UErrorCode status = U_ZERO_ERROR;
+    const std::unique_ptr<icu::BreakIterator> boundaries(
+        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+    if (U_FAILURE(status) || characters.isEmpty()) {
+        return false;
+    }
+    boundaries->setText(characters);
+    return boundaries->following(0) == characters.length();
+}
+
+std::string repairedUTF8(std::string_view value) { return encoded(decoded(value)); }
+
+}  // namespace corvel::text
