@@ -4,6 +4,7 @@
 #include "core/messages/MIDIMessageKind.hpp"
 #include "core/messages/MIDIMessageParser.hpp"
 #include "core/routes/MIDIRouteSetDocument.hpp"
+#include "core/support/Text.hpp"
 
 #include <algorithm>
 #include <exception>
@@ -225,7 +226,8 @@ void MIDIRouterViewModel::persistRoutes(bool updateStatus) {
     engine_->updateRoutes(routes());
     std::optional<std::string> saved;
     if (updateStatus) {
-        saved = "Set \"" + selectedRouteSetName() + "\" saved (" + std::to_string(routes().size()) + " connections)";
+        saved = "Set " + text::quoted(selectedRouteSetName()) + " saved (" + std::to_string(routes().size()) +
+                " connections)";
     }
     saveRouteSetDocument(std::move(saved));
 }

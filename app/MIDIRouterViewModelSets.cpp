@@ -13,13 +13,9 @@ namespace corvel {
 
 namespace {
 
-std::string quoted(std::string_view name) {
-    return '"' + std::string(name) + '"';
-}
-
-std::string cleanedRouteSetName(std::string_view name, std::string fallback) {
-    const std::string_view trimmed = text::trimmed(name);
-    return trimmed.empty() ? std::move(fallback) : std::string(trimmed);
+std::string cleanedRouteSetName(std::string_view name, const std::string& fallback) {
+    std::string trimmed = text::trimmed(name);
+    return trimmed.empty() ? fallback : trimmed;
 }
 
 /// The same connection and assignments under IDs of their own.
@@ -49,13 +45,13 @@ void MIDIRouterViewModel::selectRouteSet(const UUID& id) {
     reconcileRoutesWithCurrentEndpoints();
     removeGraphActivityForHiddenRoutes();
     saveRouteSetDocument(std::nullopt);
-    statusMessage_.set("Loaded set " + quoted(name));
+    statusMessage_.set("Loaded set " + text::quoted(name));
 }
 
 void MIDIRouterViewModel::createRouteSet(std::string_view name) {
     MIDIRouteSet created{UUID::random(), uniqueRouteSetName(cleanedRouteSetName(name, "New Set")), {}};
     const UUID id = created.id;
-    std::string message = "Created set " + quoted(created.name);
+    std::string message = "Created set " + text::quoted(created.name);
     routeSets_.edit([&](std::vector<MIDIRouteSet>& routeSets) { routeSets.push_back(std::move(created)); });
     showRouteSet(id, {});
     saveRouteSetDocument(std::move(message));
@@ -68,7 +64,7 @@ void MIDIRouterViewModel::duplicateSelectedRouteSet(std::string_view name) {
     const std::string base = cleanedRouteSetName(name, selectedRouteSetName() + " Copy");
     MIDIRouteSet duplicate{UUID::random(), uniqueRouteSetName(base), copies};
     const UUID id = duplicate.id;
-    std::string message = "Duplicated set " + quoted(duplicate.name);
+    std::string message = "Duplicated set " + text::quoted(duplicate.name);
     routeSets_.edit([&](std::vector<MIDIRouteSet>& routeSets) { routeSets.push_back(std::move(duplicate)); });
     showRouteSet(id, std::move(copies));
     saveRouteSetDocument(std::move(message));
@@ -81,7 +77,7 @@ void MIDIRouterViewModel::renameSelectedRouteSet(std::string_view name) {
     }
     const MIDIRouteSet& routeSet = routeSets()[*index];
     std::string newName = uniqueRouteSetName(cleanedRouteSetName(name, routeSet.name), routeSet.id);
-    std::string message = "Renamed set " + quoted(newName);
+    std::string message = "Renamed set " + text::quoted(newName);
     routeSets_.edit([&](std::vector<MIDIRouteSet>& routeSets) { routeSets[*index].name = std::move(newName); });
     saveRouteSetDocument(std::move(message));
 }
@@ -100,7 +96,7 @@ void MIDIRouterViewModel::deleteSelectedRouteSet() {
     reconcileRoutesWithCurrentEndpoints();
     removeGraphActivityForHiddenRoutes();
     saveRouteSetDocument(std::nullopt);
-    statusMessage_.set("Deleted set " + quoted(name));
+    statusMessage_.set("Deleted set " + text::quoted(name));
 }
 
 std::string MIDIRouterViewModel::uniqueRouteSetName(std::string_view base, const std::optional<UUID>& excluding) const {
