@@ -12,23 +12,24 @@ EndpointList::EndpointList(std::vector<MIDIEndpointModel> endpoints) : endpoints
     byID_.resize(endpoints_.size());
     std::iota(byID_.begin(), byID_.end(), std::size_t{0});
     byName_ = byID_;
-    std::ranges::stable_sort(byID_, std::ranges::less{}, [this](std::size_t position) { return endpoints_[position].id; });
+    std::ranges::stable_sort(
+        byID_, std::ranges::less{}, [this](std::size_t position) { return endpoints_[position].id; });
     std::ranges::sort(byName_, std::ranges::less{}, [this](std::size_t position) {
         return std::tie(endpoints_[position].displayName, endpoints_[position].manufacturer);
     });
 }
 
 const MIDIEndpointModel* EndpointList::find(std::int32_t id) const {
-    const auto found = std::ranges::lower_bound(byID_, id, std::ranges::less{},
-                                                [this](std::size_t position) { return endpoints_[position].id; });
+    const auto found = std::ranges::lower_bound(
+        byID_, id, std::ranges::less{}, [this](std::size_t position) { return endpoints_[position].id; });
     if (found == byID_.end() || endpoints_[*found].id != id) {
         return nullptr;
     }
     return &endpoints_[*found];
 }
 
-const MIDIEndpointModel* EndpointList::resolve(const std::optional<std::string>& name,
-                                               const std::optional<std::string>& manufacturer) const {
+const MIDIEndpointModel* EndpointList::resolve(
+    const std::optional<std::string>& name, const std::optional<std::string>& manufacturer) const {
     if (!name) {
         return nullptr;
     }
@@ -36,12 +37,13 @@ const MIDIEndpointModel* EndpointList::resolve(const std::optional<std::string>&
         byName_, *name, std::ranges::less{},
         [this](std::size_t position) -> const std::string& { return endpoints_[position].displayName; });
     if (manufacturer) {
-        candidates = std::ranges::equal_range(candidates, manufacturer, std::ranges::less{},
-                                              [this](std::size_t position) -> const std::optional<std::string>& {
-                                                  return endpoints_[position].manufacturer;
-                                              });
+        candidates = std::ranges::equal_range(
+            candidates, manufacturer, std::ranges::less{},
+            [this](std::size_t position) -> const std::optional<std::string>& {
+                return endpoints_[position].manufacturer;
+            });
     }
     return candidates.size() == 1 ? &endpoints_[candidates.front()] : nullptr;
 }
 
-}  // namespace corvel
+} // namespace corvel

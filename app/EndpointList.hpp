@@ -10,8 +10,8 @@
 
 namespace corvel {
 
-/// The endpoints of one direction in the order in which they are shown, with look-ups that cost the logarithm of their
-/// number: every connection is looked up at every change of the MIDI setup.
+/// The endpoints of one direction in the order in which they are shown, with look-ups that cost the logarithm
+/// of their number: every connection is looked up at every change of the MIDI setup.
 class EndpointList {
 public:
     EndpointList() = default;
@@ -25,10 +25,10 @@ public:
     /// The first endpoint with this unique ID, or null. Valid as long as the list.
     [[nodiscard]] const MIDIEndpointModel* find(std::int32_t id) const;
 
-    /// The one endpoint with this name and, when a manufacturer is given, that manufacturer. Null when there is none, or
-    /// more than one to choose from, or no name. Valid as long as the list.
-    [[nodiscard]] const MIDIEndpointModel* resolve(const std::optional<std::string>& name,
-                                                   const std::optional<std::string>& manufacturer) const;
+    /// The one endpoint with this name and, when a manufacturer is given, that manufacturer. Null when there
+    /// is none, or more than one to choose from, or no name. Valid as long as the list.
+    [[nodiscard]] const MIDIEndpointModel* resolve(
+        const std::optional<std::string>& name, const std::optional<std::string>& manufacturer) const;
 
 private:
     std::vector<MIDIEndpointModel> endpoints_;
@@ -38,4 +38,4 @@ private:
     std::vector<std::size_t> byName_;
 };
 
-}  // namespace corvel
+} // namespace corvel

@@ -7,7 +7,8 @@
 
 namespace corvel {
 
-/// Settings that end with the object that holds them: for the program without a window, which has none to keep.
+/// Settings that end with the object that holds them: for the program without a window, which has none to
+/// keep.
 class InMemorySettings final : public Settings {
 public:
     [[nodiscard]] std::optional<std::string> string(std::string_view key) const override;
@@ -18,4 +19,4 @@ private:
     std::map<std::string, std::string, std::less<>> values_;
 };
 
-}  // namespace corvel
+} // namespace corvel

@@ -37,18 +37,19 @@ namespace corvel {
 
 /// The application: everything that a window shows and every command of the user.
 ///
-/// Holds the connection sets, of which one is current and is what the engine routes; follows the endpoints, and finds
-/// the endpoints of stored connections again when their IDs have changed. Every change is saved at once. A command
-/// reports its outcome in `statusMessage()` alone; one that names an unknown connection, assignment or set does nothing.
+/// Holds the connection sets, of which one is current and is what the engine routes; follows the endpoints,
+/// and finds the endpoints of stored connections again when their IDs have changed. Every change is saved at
+/// once. A command reports its outcome in `statusMessage()` alone; one that names an unknown connection,
+/// assignment or set does nothing.
 ///
-/// Main thread only, the delegate's callbacks excepted: those may come on any thread and take effect on the main
-/// thread, in the order in which they came.
+/// Main thread only, the delegate's callbacks excepted: those may come on any thread and take effect on the
+/// main thread, in the order in which they came.
 ///
-/// Observation. `observe` tells of each change of a property just before it happens, and also when the new value equals
-/// the old. What an observer reads during the call is the old value, and other properties may be halfway through the
-/// same command. So an observer calls no command and keeps no conclusion from what it reads there: it marks itself and
-/// reads once the main loop comes round again. References returned by the properties stay good as long as the model;
-/// elements of the lists only until the next command or callback.
+/// Observation. `observe` tells of each change of a property just before it happens, and also when the new
+/// value equals the old. What an observer reads during the call is the old value, and other properties may be
+/// halfway through the same command. So an observer calls no command and keeps no conclusion from what it
+/// reads there: it marks itself and reads once the main loop comes round again. References returned by the
+/// properties stay good as long as the model; elements of the lists only until the next command or callback.
 class MIDIRouterViewModel final : public MIDIRouterEngineDelegate,
                                   public std::enable_shared_from_this<MIDIRouterViewModel> {
     struct Private {
@@ -86,16 +87,17 @@ public:
     /// The setting that holds the appearance mode's raw value.
     static constexpr std::string_view kAppearanceModeKey = "Corvel.appearanceMode";
 
-    /// Makes the model: loads the document and becomes the engine's delegate. Neither starts the engine nor saves.
-    [[nodiscard]] static std::shared_ptr<MIDIRouterViewModel> create(std::shared_ptr<CoreMIDIRouterEngine> engine,
-                                                                     std::shared_ptr<RouteStore> routeStore,
-                                                                     std::shared_ptr<Settings> settings,
-                                                                     std::shared_ptr<const Clock> clock,
-                                                                     std::shared_ptr<DispatchQueue> mainQueue);
+    /// Makes the model: loads the document and becomes the engine's delegate. Neither starts the engine nor
+    /// saves.
+    [[nodiscard]] static std::shared_ptr<MIDIRouterViewModel> create(
+        std::shared_ptr<CoreMIDIRouterEngine> engine, std::shared_ptr<RouteStore> routeStore,
+        std::shared_ptr<Settings> settings, std::shared_ptr<const Clock> clock,
+        std::shared_ptr<DispatchQueue> mainQueue);
 
-    MIDIRouterViewModel(Private, std::shared_ptr<CoreMIDIRouterEngine> engine, std::shared_ptr<RouteStore> routeStore,
-                        std::shared_ptr<Settings> settings, std::shared_ptr<const Clock> clock,
-                        std::shared_ptr<DispatchQueue> mainQueue);
+    MIDIRouterViewModel(
+        Private, std::shared_ptr<CoreMIDIRouterEngine> engine, std::shared_ptr<RouteStore> routeStore,
+        std::shared_ptr<Settings> settings, std::shared_ptr<const Clock> clock,
+        std::shared_ptr<DispatchQueue> mainQueue);
     MIDIRouterViewModel(const MIDIRouterViewModel&) = delete;
     MIDIRouterViewModel& operator=(const MIDIRouterViewModel&) = delete;
 
@@ -105,7 +107,9 @@ public:
     // State
 
     /// The inputs and outputs, sorted by name in the user's language.
-    [[nodiscard]] const std::vector<MIDIEndpointModel>& sources() const { return sources_.value().endpoints(); }
+    [[nodiscard]] const std::vector<MIDIEndpointModel>& sources() const {
+        return sources_.value().endpoints();
+    }
     [[nodiscard]] const std::vector<MIDIEndpointModel>& destinations() const {
         return destinations_.value().endpoints();
     }
@@ -121,7 +125,9 @@ public:
     [[nodiscard]] const DiagnosticEvents& diagnosticEvents() const { return diagnosticEvents_.value(); }
     [[nodiscard]] AppAppearanceMode appearanceMode() const { return appearanceMode_.value(); }
     /// The user's selections; what they name need not exist any more.
-    [[nodiscard]] const std::optional<std::int32_t>& selectedSourceID() const { return selectedSourceID_.value(); }
+    [[nodiscard]] const std::optional<std::int32_t>& selectedSourceID() const {
+        return selectedSourceID_.value();
+    }
     [[nodiscard]] const std::optional<std::int32_t>& selectedDestinationID() const {
         return selectedDestinationID_.value();
     }
@@ -129,8 +135,8 @@ public:
     /// One line on the last thing that happened.
     [[nodiscard]] const std::string& statusMessage() const { return statusMessage_.value(); }
 
-    /// Why the document on disk is not the one in memory: the text of the last save if it failed. Not observable; it
-    /// outlasts the status line, in which a command's own text may replace it.
+    /// Why the document on disk is not the one in memory: the text of the last save if it failed. Not
+    /// observable; it outlasts the status line, in which a command's own text may replace it.
     [[nodiscard]] const std::optional<std::string>& saveFailure() const { return saveFailure_; }
 
     // Engine, devices and appearance (MIDIRouterViewModel.cpp)
@@ -141,8 +147,8 @@ public:
     /// Has the engine list the MIDI devices afresh; the result arrives later.
     void refreshDevices();
 
-    /// Takes in the engine's endpoints, re-binds connections to them and says how many there are. Waits for the
-    /// engine's queue. Works without a started engine.
+    /// Takes in the engine's endpoints, re-binds connections to them and says how many there are. Waits for
+    /// the engine's queue. Works without a started engine.
     void applyEndpointSnapshot();
 
     /// Changes the appearance and stores it; the current one again stores nothing.
@@ -165,8 +171,8 @@ public:
     /// Adds an empty set and selects it. A blank name becomes "New Set".
     void createRouteSet(std::string_view name);
 
-    /// Adds a copy of the current set, under fresh IDs throughout, and selects it. A blank name becomes the current
-    /// one's with " Copy".
+    /// Adds a copy of the current set, under fresh IDs throughout, and selects it. A blank name becomes the
+    /// current one's with " Copy".
     void duplicateSelectedRouteSet(std::string_view name);
 
     /// Renames the current set. A blank name keeps the old one.
@@ -175,10 +181,10 @@ public:
     /// Removes the current set and selects the one that takes its place, or the last. The only set stays.
     void deleteSelectedRouteSet();
 
-    /// `base`, or if a set is already called so, `base` with " 2", " 3" and so on, the first that is free. The set
-    /// `excluding` does not count. Names are compared byte by byte.
-    [[nodiscard]] std::string uniqueRouteSetName(std::string_view base,
-                                                 const std::optional<UUID>& excluding = std::nullopt) const;
+    /// `base`, or if a set is already called so, `base` with " 2", " 3" and so on, the first that is free.
+    /// The set `excluding` does not count. Names are compared byte by byte.
+    [[nodiscard]] std::string uniqueRouteSetName(
+        std::string_view base, const std::optional<UUID>& excluding = std::nullopt) const;
 
     /// The current set's name.
     [[nodiscard]] std::string selectedRouteSetName() const;
@@ -198,23 +204,23 @@ public:
     void setActiveVariant(const UUID& variantID, const UUID& routeID);
 
     /// Adds an assignment and makes it the active one. The connection's other assignments lose the shortcut.
-    void addChannelAssignment(const UUID& routeID, ChannelMode channelMode,
-                              std::optional<KeyboardShortcutSpec> shortcut);
+    void addChannelAssignment(
+        const UUID& routeID, ChannelMode channelMode, std::optional<KeyboardShortcutSpec> shortcut);
 
-    /// Changes mode and shortcut of the active assignment, which is named after its mode again. The connection's other
-    /// assignments lose the shortcut.
-    void updateActiveChannelAssignment(const UUID& routeID, ChannelMode channelMode,
-                                       std::optional<KeyboardShortcutSpec> shortcut);
+    /// Changes mode and shortcut of the active assignment, which is named after its mode again. The
+    /// connection's other assignments lose the shortcut.
+    void updateActiveChannelAssignment(
+        const UUID& routeID, ChannelMode channelMode, std::optional<KeyboardShortcutSpec> shortcut);
 
     /// Deletes the active assignment and activates the first of those that remain. The only one stays.
     void deleteActiveVariant(const UUID& routeID);
 
-    /// The mode to propose for a new assignment: the connection's forced channel or the next free one above it, else
-    /// the lowest free channel, else as it is.
+    /// The mode to propose for a new assignment: the connection's forced channel or the next free one above
+    /// it, else the lowest free channel, else as it is.
     [[nodiscard]] static ChannelMode suggestedVariantChannelMode(const MIDIRoute& route);
 
-    /// Activates the assignment that the shortcut belongs to: one of the selected connection's before all others.
-    /// False if there is none, so that the key press means something else.
+    /// Activates the assignment that the shortcut belongs to: one of the selected connection's before all
+    /// others. False if there is none, so that the key press means something else.
     [[nodiscard]] bool handleShortcut(const KeyboardShortcutSpec& spec);
 
     // Presentation (MIDIRouterViewModelPresentation.cpp)
@@ -241,16 +247,19 @@ public:
     [[nodiscard]] const MIDIRoute* route(const UUID& routeID) const;
 
     /// The name of the first of `endpoints` with this ID, else `fallback`, else "Missing Endpoint".
-    [[nodiscard]] static std::string endpointName(std::int32_t id, const std::vector<MIDIEndpointModel>& endpoints,
-                                                  const std::optional<std::string>& fallback);
+    [[nodiscard]] static std::string endpointName(
+        std::int32_t id, const std::vector<MIDIEndpointModel>& endpoints,
+        const std::optional<std::string>& fallback);
 
 private:
     template <typename Value>
     using PublishedProperty = Published<Value, Property>;
 
-    /// Runs a handler now if this is the main thread and no earlier report waits for it, otherwise posts it there.
+    /// Runs a handler now if this is the main thread and no earlier report waits for it, otherwise posts it
+    /// there.
     template <typename... Arguments>
-    void handleOnMain(void (MIDIRouterViewModel::*handler)(const Arguments&...), const Arguments&... arguments);
+    void handleOnMain(
+        void (MIDIRouterViewModel::*handler)(const Arguments&...), const Arguments&... arguments);
     void recordRoutedMessage(const MIDIActivityEvent& event);
     void recordFailure(const std::string& message);
     void recordDiagnostic(const MIDIDiagnosticEvent& event);
@@ -261,8 +270,8 @@ private:
     /// Drops the events that are too old, then adds these, dropping the oldest beyond the limit.
     void appendGraphActivity(std::vector<MIDIActivityEvent> events);
 
-    /// Saves `routes` in the current set and hands them to the engine, in memory and in the engine even if the disk
-    /// refuses.
+    /// Saves `routes` in the current set and hands them to the engine, in memory and in the engine even if
+    /// the disk refuses.
     void persistRoutes(bool updateStatus);
     void syncSelectedRouteSetRoutes();
     void saveRouteSetDocument(std::optional<std::string> statusMessage);
@@ -294,19 +303,20 @@ private:
     PublishedProperty<std::vector<MIDIRouteSet>> routeSets_{observers_, Property::routeSets, {}};
     PublishedProperty<UUID> selectedRouteSetID_{observers_, Property::selectedRouteSetID, {}};
     PublishedProperty<std::vector<MIDIRoute>> routes_{observers_, Property::routes, {}};
-    PublishedProperty<ActivityEvents> activityEvents_{observers_, Property::activityEvents,
-                                                      ActivityEvents(kActivityLimit)};
-    PublishedProperty<ActivityEvents> graphActivityEvents_{observers_, Property::graphActivityEvents,
-                                                           ActivityEvents(kGraphActivityLimit)};
-    PublishedProperty<DiagnosticEvents> diagnosticEvents_{observers_, Property::diagnosticEvents,
-                                                          DiagnosticEvents(kDiagnosticLimit)};
-    PublishedProperty<AppAppearanceMode> appearanceMode_{observers_, Property::appearanceMode,
-                                                         AppAppearanceMode::dark};
-    PublishedProperty<std::optional<std::int32_t>> selectedSourceID_{observers_, Property::selectedSourceID, {}};
-    PublishedProperty<std::optional<std::int32_t>> selectedDestinationID_{observers_, Property::selectedDestinationID,
-                                                                          {}};
+    PublishedProperty<ActivityEvents> activityEvents_{
+        observers_, Property::activityEvents, ActivityEvents(kActivityLimit)};
+    PublishedProperty<ActivityEvents> graphActivityEvents_{
+        observers_, Property::graphActivityEvents, ActivityEvents(kGraphActivityLimit)};
+    PublishedProperty<DiagnosticEvents> diagnosticEvents_{
+        observers_, Property::diagnosticEvents, DiagnosticEvents(kDiagnosticLimit)};
+    PublishedProperty<AppAppearanceMode> appearanceMode_{
+        observers_, Property::appearanceMode, AppAppearanceMode::dark};
+    PublishedProperty<std::optional<std::int32_t>> selectedSourceID_{
+        observers_, Property::selectedSourceID, {}};
+    PublishedProperty<std::optional<std::int32_t>> selectedDestinationID_{
+        observers_, Property::selectedDestinationID, {}};
     PublishedProperty<std::optional<UUID>> selectedRouteID_{observers_, Property::selectedRouteID, {}};
     PublishedProperty<std::string> statusMessage_{observers_, Property::statusMessage, "Ready"};
 };
 
-}  // namespace corvel
+} // namespace corvel

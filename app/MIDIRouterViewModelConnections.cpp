@@ -44,8 +44,9 @@ void takeShortcutAway(MIDIRoute& route, const KeyboardShortcutSpec& shortcut) {
     }
 }
 
-std::string outputChannelMessage(std::string_view verb, const ChannelMode& mode,
-                                 const std::optional<KeyboardShortcutSpec>& shortcut = std::nullopt) {
+std::string outputChannelMessage(
+    std::string_view verb, const ChannelMode& mode,
+    const std::optional<KeyboardShortcutSpec>& shortcut = std::nullopt) {
     std::string message = std::string(verb) + " output channel " + mode.title();
     if (shortcut) {
         message += " with " + shortcut->title();
@@ -53,7 +54,7 @@ std::string outputChannelMessage(std::string_view verb, const ChannelMode& mode,
     return message;
 }
 
-}  // namespace
+} // namespace
 
 void MIDIRouterViewModel::connect(std::int32_t sourceID, std::int32_t destinationID) {
     const MIDIEndpointModel* const source = sources_.value().find(sourceID);
@@ -75,9 +76,9 @@ void MIDIRouterViewModel::connect(std::int32_t sourceID, std::int32_t destinatio
         statusMessage_.set("Connection already exists");
         return;
     }
-    MIDIRoute connection(UUID::random(), sourceID, destinationID, source->displayName, source->manufacturer,
-                         destination->displayName, destination->manufacturer, ChannelMode::asIs(), true, std::nullopt,
-                         {});
+    MIDIRoute connection(
+        UUID::random(), sourceID, destinationID, source->displayName, source->manufacturer,
+        destination->displayName, destination->manufacturer, ChannelMode::asIs(), true, std::nullopt, {});
     const UUID id = connection.id;
     routes_.edit([&](std::vector<MIDIRoute>& routes) { routes.push_back(std::move(connection)); });
     selectedRouteID_.set(id);
@@ -121,8 +122,8 @@ void MIDIRouterViewModel::setActiveVariant(const UUID& variantID, const UUID& ro
     finishAssignmentCommand(routeID, std::move(message));
 }
 
-void MIDIRouterViewModel::addChannelAssignment(const UUID& routeID, ChannelMode channelMode,
-                                               std::optional<KeyboardShortcutSpec> shortcut) {
+void MIDIRouterViewModel::addChannelAssignment(
+    const UUID& routeID, ChannelMode channelMode, std::optional<KeyboardShortcutSpec> shortcut) {
     const std::optional<std::size_t> index = routeIndex(routeID);
     if (!index) {
         return;
@@ -137,16 +138,17 @@ void MIDIRouterViewModel::addChannelAssignment(const UUID& routeID, ChannelMode 
             takeShortcutAway(route, *shortcut);
         }
         const UUID id = UUID::random();
-        route.variants.push_back({id, uniqueVariantName(MIDIRouteVariant::defaultName(channelMode), route), shortcut,
-                                  channelMode, route.sourceID, route.destinationID, route.sourceName,
-                                  route.sourceManufacturer, route.destinationName, route.destinationManufacturer});
+        route.variants.push_back(
+            {id, uniqueVariantName(MIDIRouteVariant::defaultName(channelMode), route), shortcut, channelMode,
+             route.sourceID, route.destinationID, route.sourceName, route.sourceManufacturer,
+             route.destinationName, route.destinationManufacturer});
         route.setActiveVariant(id);
     });
     finishAssignmentCommand(routeID, outputChannelMessage("Added", channelMode, shortcut));
 }
 
-void MIDIRouterViewModel::updateActiveChannelAssignment(const UUID& routeID, ChannelMode channelMode,
-                                                        std::optional<KeyboardShortcutSpec> shortcut) {
+void MIDIRouterViewModel::updateActiveChannelAssignment(
+    const UUID& routeID, ChannelMode channelMode, std::optional<KeyboardShortcutSpec> shortcut) {
     const std::optional<std::size_t> index = routeIndex(routeID);
     if (!index) {
         return;
@@ -192,7 +194,8 @@ void MIDIRouterViewModel::deleteActiveVariant(const UUID& routeID) {
     const ChannelMode deletedMode = active != nullptr ? modeOf(*active) : ChannelMode::asIs();
     routes_.edit([&](std::vector<MIDIRoute>& routes) {
         MIDIRoute& route = routes[*index];
-        std::erase_if(route.variants, [&](const MIDIRouteVariant& variant) { return variant.id == activeID; });
+        std::erase_if(
+            route.variants, [&](const MIDIRouteVariant& variant) { return variant.id == activeID; });
         route.setActiveVariant(route.variants.front().id);
     });
     finishAssignmentCommand(routeID, outputChannelMessage("Deleted", deletedMode));
@@ -266,4 +269,4 @@ void MIDIRouterViewModel::finishAssignmentCommand(const UUID& routeID, std::stri
     statusMessage_.set(std::move(statusMessage));
 }
 
-}  // namespace corvel
+} // namespace corvel

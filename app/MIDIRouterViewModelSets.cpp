@@ -30,7 +30,7 @@ MIDIRoute copyWithFreshIDs(MIDIRoute route) {
     return route;
 }
 
-}  // namespace
+} // namespace
 
 void MIDIRouterViewModel::selectRouteSet(const UUID& id) {
     if (id == selectedRouteSetID()) {
@@ -78,7 +78,8 @@ void MIDIRouterViewModel::renameSelectedRouteSet(std::string_view name) {
     const MIDIRouteSet& routeSet = routeSets()[*index];
     std::string newName = uniqueRouteSetName(cleanedRouteSetName(name, routeSet.name), routeSet.id);
     std::string message = "Renamed set " + text::quoted(newName);
-    routeSets_.edit([&](std::vector<MIDIRouteSet>& routeSets) { routeSets[*index].name = std::move(newName); });
+    routeSets_.edit(
+        [&](std::vector<MIDIRouteSet>& routeSets) { routeSets[*index].name = std::move(newName); });
     saveRouteSetDocument(std::move(message));
 }
 
@@ -99,7 +100,8 @@ void MIDIRouterViewModel::deleteSelectedRouteSet() {
     statusMessage_.set("Deleted set " + text::quoted(name));
 }
 
-std::string MIDIRouterViewModel::uniqueRouteSetName(std::string_view base, const std::optional<UUID>& excluding) const {
+std::string MIDIRouterViewModel::uniqueRouteSetName(
+    std::string_view base, const std::optional<UUID>& excluding) const {
     std::unordered_set<std::string_view> names;
     for (const MIDIRouteSet& routeSet : routeSets()) {
         if (routeSet.id != excluding) {
@@ -130,4 +132,4 @@ std::optional<std::size_t> MIDIRouterViewModel::selectedRouteSetIndex() const {
     return static_cast<std::size_t>(found - routeSets().begin());
 }
 
-}  // namespace corvel
+} // namespace corvel

@@ -29,8 +29,8 @@ private:
 
 /// The observers of an object whose properties are told apart by the enumeration `Property`.
 ///
-/// One thread only. During a notification observers may be added (they hear from the next one on) and ended, the one
-/// that is being called included, and further notifications may be made.
+/// One thread only. During a notification observers may be added (they hear from the next one on) and ended,
+/// the one that is being called included, and further notifications may be made.
 template <typename Property>
 class Observers {
 public:
@@ -40,8 +40,8 @@ public:
     Observers(const Observers&) = delete;
     Observers& operator=(const Observers&) = delete;
 
-    /// Subscribes an observer until the result is destroyed. Observers are called in the order of subscription and must
-    /// not throw.
+    /// Subscribes an observer until the result is destroyed. Observers are called in the order of
+    /// subscription and must not throw.
     [[nodiscard]] Observation add(Observer observer) {
         auto shared = std::make_shared<const Observer>(std::move(observer));
         removeEnded();
@@ -66,13 +66,15 @@ public:
 private:
     void removeEnded() {
         if (depth_ == 0) {
-            std::erase_if(observers_, [](const std::weak_ptr<const Observer>& observer) { return observer.expired(); });
+            std::erase_if(
+                observers_, [](const std::weak_ptr<const Observer>& observer) { return observer.expired(); });
         }
     }
 
     std::vector<std::weak_ptr<const Observer>> observers_;
-    /// How many notifications are under way, one inside the other; the list keeps its places until there are none.
+    /// How many notifications are under way, one inside the other; the list keeps its places until there are
+    /// none.
     std::size_t depth_ = 0;
 };
 
-}  // namespace corvel
+} // namespace corvel

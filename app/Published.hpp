@@ -6,9 +6,11 @@
 
 namespace corvel {
 
-/// A property that tells its observers before it changes: one that reads it inside the call sees the old value.
+/// A property that tells its observers before it changes: one that reads it inside the call sees the old
+/// value.
 ///
-/// They are told at every change, also when the new value equals the old one, so that no change costs a comparison.
+/// They are told at every change, also when the new value equals the old one, so that no change costs a
+/// comparison.
 template <typename Value, typename Property>
 class Published {
 public:
@@ -28,8 +30,8 @@ public:
         value_ = std::move(value);
     }
 
-    /// Tells the observers, then lets `change` edit the value where it lies; nothing is copied. Gives what `change`
-    /// gives.
+    /// Tells the observers, then lets `change` edit the value where it lies; nothing is copied. Gives what
+    /// `change` gives.
     template <typename Change>
     decltype(auto) edit(Change&& change) {
         observers_.notify(property_);
@@ -42,4 +44,4 @@ private:
     Value value_;
 };
 
-}  // namespace corvel
+} // namespace corvel
