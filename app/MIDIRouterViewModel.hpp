@@ -100,6 +100,9 @@ public:
         std::shared_ptr<DispatchQueue> mainQueue);
     MIDIRouterViewModel(const MIDIRouterViewModel&) = delete;
     MIDIRouterViewModel& operator=(const MIDIRouterViewModel&) = delete;
+    MIDIRouterViewModel(MIDIRouterViewModel&&) = delete;
+    MIDIRouterViewModel& operator=(MIDIRouterViewModel&&) = delete;
+    ~MIDIRouterViewModel() override = default;
 
     /// Has `observer` called before every change of a property until the result is destroyed.
     [[nodiscard]] Observation observe(Observers<Property>::Observer observer);

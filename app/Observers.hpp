@@ -39,6 +39,9 @@ public:
     Observers() = default;
     Observers(const Observers&) = delete;
     Observers& operator=(const Observers&) = delete;
+    Observers(Observers&&) = delete;
+    Observers& operator=(Observers&&) = delete;
+    ~Observers() = default;
 
     /// Subscribes an observer until the result is destroyed. Observers are called in the order of
     /// subscription and must not throw.

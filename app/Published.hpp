@@ -20,6 +20,9 @@ public:
 
     Published(const Published&) = delete;
     Published& operator=(const Published&) = delete;
+    Published(Published&&) = delete;
+    Published& operator=(Published&&) = delete;
+    ~Published() = default;
 
     /// The current value. The reference stays good, what it refers to changes with the property.
     [[nodiscard]] const Value& value() const { return value_; }
