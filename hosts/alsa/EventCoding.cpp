@@ -1,0 +1,233 @@
+#include "hosts/alsa/EventCoding.hpp"
+
+#include <algorithm>
+#include <array>
+#include <new>
+
+namespace corvel::hosts {
+
+namespace {
+
+constexpr std::uint8_t kExclusive = 0xF0;
+constexpr std::uint8_t kEndOfExclusive = 0xF7;
+
+bool isData(std::uint8_t byte) {
+    return byte < 0x80;
+}
+
+bool isRealtime(std::uint8_t byte) {
+    return byte >= 0xF8;
+}
+
+/// Number of data bytes that a status wants; no value for those that come alone or open an exclusive message.
+std::optional<std::size_t> dataLength(std::uint8_t status) {
+    if (status < kExclusive) {
+        return status >= 0xC0 && status <= 0xDF ? 1 : 2;
+    }
+    switch (status) {
+        case 0xF1:
+        case 0xF3:
+            return 1;
+        case 0xF2:
+            return 2;
+        default:
+            return std::nullopt;
+    }
+}
+
+/// The event type of a status that stands alone; none for the undefined ones.
+snd_seq_event_type_t typeOfSingleByte(std::uint8_t status) {
+    switch (status) {
+        case 0xF6:
+            return SND_SEQ_EVENT_TUNE_REQUEST;
+        case 0xF8:
+            return SND_SEQ_EVENT_CLOCK;
+        case 0xFA:
+            return SND_SEQ_EVENT_START;
+        case 0xFB:
+            return SND_SEQ_EVENT_CONTINUE;
+        case 0xFC:
+            return SND_SEQ_EVENT_STOP;
+        case 0xFE:
+            return SND_SEQ_EVENT_SENSING;
+        case 0xFF:
+            return SND_SEQ_EVENT_RESET;
+        default:
+            return SND_SEQ_EVENT_NONE;
+    }
+}
+
+snd_seq_event_t channelEvent(std::uint8_t status, std::uint8_t first, std::uint8_t second) {
+    snd_seq_event_t event{};
+    const std::uint8_t channel = status & 0x0F;
+    switch (status & 0xF0) {
+        case 0x80:
+            snd_seq_ev_set_noteoff(&event, channel, first, second);
+            break;
+        case 0x90:
+            snd_seq_ev_set_noteon(&event, channel, first, second);
+            break;
+        case 0xA0:
+            snd_seq_ev_set_keypress(&event, channel, first, second);
+            break;
+        case 0xB0:
+            snd_seq_ev_set_controller(&event, channel, first, second);
+            break;
+        case 0xC0:
+            snd_seq_ev_set_pgmchange(&event, channel, first);
+            break;
+        case 0xD0:
+            snd_seq_ev_set_chanpress(&event, channel, first);
+            break;
+        default:
+            snd_seq_ev_set_pitchbend(&event, channel, (second << 7 | first) - 8192);
+            break;
+    }
+    return event;
+}
+
+snd_seq_event_t systemCommonEvent(std::uint8_t status, std::uint8_t first, std::uint8_t second) {
+    snd_seq_event_t event{};
+    snd_seq_ev_set_fixed(&event);
+    switch (status) {
+        case 0xF1:
+            event.type = SND_SEQ_EVENT_QFRAME;
+            event.data.control.value = first;
+            break;
+        case 0xF2:
+            event.type = SND_SEQ_EVENT_SONGPOS;
+            event.data.control.value = second << 7 | first;
+            break;
+        default:
+            event.type = SND_SEQ_EVENT_SONGSEL;
+            event.data.control.value = first;
+            break;
+    }
+    return event;
+}
+
+/// Walks a packet and hands out its events.
+class Encoder {
+public:
+    Encoder(std::span<const std::uint8_t> packet, const std::function<void(snd_seq_event_t&)>& visit)
+        : packet_(packet), visit_(visit) {}
+
+    void run() {
+        while (position_ < packet_.size()) {
+            const std::uint8_t byte = packet_[position_];
+            if (byte == kExclusive || isData(byte)) {
+                takeExclusive(byte == kExclusive);
+            } else if (const std::optional<std::size_t> wanted = dataLength(byte)) {
+                takeMessage(byte, *wanted);
+            } else {
+                takeSingleByte();
+            }
+        }
+    }
+
+private:
+    /// An exclusive message up to its end, or a run of data bytes, which is the rest of one, with its end.
+    void takeExclusive(bool fromItsStart) {
+        std::size_t start = position_;
+        while (position_ < packet_.size()) {
+            const std::uint8_t byte = packet_[position_];
+            if (isRealtime(byte)) {
+                emitRaw(start, position_);
+                takeSingleByte();
+                start = position_;
+                continue;
+            }
+            if (byte == kEndOfExclusive) {
+                ++position_;
+                break;
+            }
+            if (!fromItsStart && !isData(byte)) {
+                break;
+            }
+            ++position_;
+        }
+        emitRaw(start, position_);
+    }
+
+    void takeMessage(std::uint8_t status, std::size_t wanted) {
+        ++position_;
+        std::array<std::uint8_t, 2> data{};
+        std::size_t count = 0;
+        while (count < wanted && position_ < packet_.size()) {
+            const std::uint8_t byte = packet_[position_];
+            if (isRealtime(byte)) {
+                takeSingleByte();
+            } else if (isData(byte)) {
+                data.at(count++) = byte;
+                ++position_;
+            } else {
+                break;
+            }
+        }
+        if (count == wanted) {
+            snd_seq_event_t event = status < kExclusive ? channelEvent(status, data[0], data[1])
+                                                        : systemCommonEvent(status, data[0], data[1]);
+            visit_(event);
+        }
+    }
+
+    void takeSingleByte() {
+        const snd_seq_event_type_t type = typeOfSingleByte(packet_[position_]);
+        if (type == SND_SEQ_EVENT_NONE) {
+            emitRaw(position_, position_ + 1);
+        } else {
+            snd_seq_event_t event{};
+            snd_seq_ev_set_fixed(&event);
+            event.type = type;
+            visit_(event);
+        }
+        ++position_;
+    }
+
+    void emitRaw(std::size_t start, std::size_t end) {
+        for (std::size_t size = 0; start < end; start += size) {
+            size = std::min(end - start, kMaximumRawEventSize);
+            snd_seq_event_t event{};
+            // The sequencer only reads the bytes, but takes them by a pointer that could write.
+            snd_seq_ev_set_sysex(&event, static_cast<unsigned>(size),
+                                 const_cast<std::uint8_t*>(packet_.data() + start));  // NOLINT(*-const-cast)
+            visit_(event);
+        }
+    }
+
+    std::span<const std::uint8_t> packet_;
+    const std::function<void(snd_seq_event_t&)>& visit_;
+    std::size_t position_ = 0;
+};
+
+}  // namespace
+
+EventDecoder::EventDecoder() {
+    snd_midi_event_t* coder = nullptr;
+    if (snd_midi_event_new(0, &coder) < 0) {
+        throw std::bad_alloc();
+    }
+    coder_.reset(coder);
+    snd_midi_event_no_status(coder, 1);
+}
+
+std::optional<MIDIBytes> EventDecoder::decode(const snd_seq_event_t& event) {
+    if (event.type == SND_SEQ_EVENT_SYSEX) {
+        const auto* bytes = static_cast<const std::uint8_t*>(event.data.ext.ptr);
+        return MIDIBytes(bytes, bytes + event.data.ext.len);
+    }
+    // The longest is a parameter number with its 14-bit value: four controllers.
+    std::array<std::uint8_t, 16> bytes{};
+    snd_midi_event_reset_decode(coder_.get());
+    const long count = snd_midi_event_decode(coder_.get(), bytes.data(), static_cast<long>(bytes.size()), &event);
+    if (count <= 0) {
+        return std::nullopt;
+    }
+    return MIDIBytes(bytes.begin(), bytes.begin() + count);
+}
+
+void encodeEvents(std::span<const std::uint8_t> packet, const std::function<void(snd_seq_event_t&)>& visit) {
+    Encoder(packet, visit).run();
+}
+
+}  // namespace corvel::hosts

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <string>
+
+namespace corvel::hosts {
+
+/// Address of a port in the sequencer: valid only while the port lives, and used again at once afterwards.
+struct PortAddress {
+    int client = 0;
+    int port = 0;
+
+    auto operator<=>(const PortAddress&) const = default;
+};
+
+/// A port as the sequencer describes it. Names are as read: they may hold a process id, and any bytes.
+struct PortDescription {
+    /// Bits of `capabilities` that newer kernels know and older headers do not.
+    static constexpr unsigned kInactive = 1U << 8U;
+    static constexpr unsigned kUMPEndpoint = 1U << 9U;
+
+    PortAddress address;
+    std::string clientName;
+    std::string portName;
+    /// The sequencer's capability bits.
+    unsigned capabilities = 0;
+    /// Number of the sound card that a kernel client belongs to, or -1.
+    int card = -1;
+    /// Process id of a program's client, or -1.
+    int processID = -1;
+    /// Whether the client is the kernel's own.
+    bool isKernelClient = false;
+
+    bool operator==(const PortDescription&) const = default;
+};
+
+}  // namespace corvel::hosts

@@ -1,0 +1,422 @@
+#include "hosts/alsa/SequencerService.hpp"
+
+#include "hosts/alsa/ObjectReference.hpp"
+#include "hosts/alsa/RealtimePriority.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace corvel::hosts {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Bytes that may wait between reading and routing: far more than any burst, far less than would hurt.
+constexpr std::size_t kMaximumArrivedBytes = std::size_t{64} << 20U;
+
+/// What an arrival costs beyond its bytes, so that short messages count as what they take.
+constexpr std::size_t kArrivalOverhead = 64;
+
+/// Arrivals handed on in one go, before other work of the queue gets its turn.
+constexpr int kArrivalsPerTurn = 16;
+
+/// Sends between two looks for input. The sequencer keeps 2,000 events for a client, and throws all of them away when
+/// one more comes: a burst must not wait behind the sends that it causes.
+constexpr unsigned kSendsPerLook = 8;
+
+/// How soon a receiver that had no room is tried again.
+constexpr auto kRetryDelay = 500us;
+
+/// How long a closing client tries to get rid of what waits.
+constexpr auto kFarewell = 250ms;
+
+}  // namespace
+
+SequencerService::SequencerService(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue)
+    : queue_(std::move(queue)),
+      mainQueue_(std::move(mainQueue)),
+      registry_([](int card) { return readSoundCard(card); }) {}
+
+void SequencerService::post(void (SequencerService::*operation)()) {
+    queue_->async([weakService = weak_from_this(), operation] {
+        if (const auto service = weakService.lock()) {
+            (*service.*operation)();
+        }
+    });
+}
+
+void SequencerService::diagnose(std::string message) const {
+    if (reportDiagnostic_) {
+        reportDiagnostic_(std::move(message));
+    }
+}
+
+// Client and ports
+
+void SequencerService::adopt(std::unique_ptr<SequencerClient> client, MIDIHost::NotificationHandler handler) {
+    client_ = std::move(client);
+    notificationHandler_ = std::move(handler);
+    // From now on announcements tell which ports live; what was seen before may have been replaced unseen.
+    registry_.clear();
+
+    announcementPort_ = client_->createHiddenPort("Corvel Announcements", SND_SEQ_PORT_CAP_WRITE);
+    const int status = announcementPort_ < 0
+                           ? announcementPort_
+                           : client_->subscribeFrom(announcementPort_,
+                                                    {SND_SEQ_CLIENT_SYSTEM, SND_SEQ_PORT_SYSTEM_ANNOUNCE});
+    if (status < 0) {
+        diagnose("Changes of the MIDI setup cannot be followed: " + std::system_category().message(-status));
+    }
+    if (const std::optional<std::string> refusal = requestRealtimePriority()) {
+        diagnose("Real-time priority was not granted (" + *refusal + "); under load MIDI may be late");
+    }
+    queue_->watch(client_->descriptor(), [weakService = weak_from_this()] {
+        if (const auto service = weakService.lock()) {
+            service->handleReady();
+        }
+    });
+}
+
+MIDICreation SequencerService::createInputPort(std::string_view name, MIDIHost::ReceiveHandler handler) {
+    const int port = client_ ? client_->createHiddenPort(name, SND_SEQ_PORT_CAP_WRITE) : -ENODEV;
+    if (port < 0) {
+        return {.status = port};
+    }
+    inputPort_ = port;
+    receiveHandler_ = std::move(handler);
+    return {.ref = objectReference(ObjectKind::port, port)};
+}
+
+MIDICreation SequencerService::createOutputPort(std::string_view name) {
+    const int port = client_ ? client_->createHiddenPort(name, SND_SEQ_PORT_CAP_READ) : -ENODEV;
+    if (port < 0) {
+        return {.status = port};
+    }
+    outputPort_ = port;
+    client_->setOutputPort(port);
+    return {.ref = objectReference(ObjectKind::port, port)};
+}
+
+void SequencerService::disposePort(MIDIObjectRef port) {
+    if (!client_) {
+        return;
+    }
+    const int number = objectNumber(port);
+    if (number == inputPort_) {
+        inputPort_ = -1;
+        receiveHandler_ = nullptr;
+        subscriptions_.clear();
+        arrivals_.clear();
+        arrivedBytes_ = 0;
+        client_->deletePort(number);
+    }
+    // The output port goes with the client, which still sends what waits.
+}
+
+void SequencerService::disposeClient() {
+    if (!client_) {
+        return;
+    }
+    notificationHandler_ = nullptr;
+    queue_->unwatch(client_->descriptor());
+    const auto deadline = now() + kFarewell;
+    for (flow_.sendWaiting(); flow_.isWaiting() && now() < deadline; flow_.sendWaiting()) {
+        std::this_thread::sleep_for(kRetryDelay);
+    }
+    client_.reset();
+}
+
+// Input
+
+void SequencerService::handleReady() {
+    readWaitingEvents();
+    if (!isDeliveryScheduled_) {
+        deliverArrivals();
+    }
+}
+
+void SequencerService::readWaitingEvents() {
+    while (client_ && arrivedBytes_ < kMaximumArrivedBytes) {
+        int status = 0;
+        if (const snd_seq_event_t* event = client_->read(status)) {
+            accept(*event);
+        } else if (status == -ENOSPC) {
+            noteOverrun();
+        } else if (status == -EAGAIN) {
+            return;
+        } else {
+            queue_->unwatch(client_->descriptor());
+            diagnose("MIDI can no longer be read: " + std::system_category().message(-status));
+            return;
+        }
+    }
+}
+
+void SequencerService::accept(const snd_seq_event_t& event) {
+    const PortAddress sender{event.source.client, event.source.port};
+    if (event.dest.port == announcementPort_) {
+        if (announcements_.empty()) {
+            post(&SequencerService::handleAnnouncements);
+        }
+        announcements_.push_back({event.type, {event.data.addr.client, event.data.addr.port}});
+        return;
+    }
+    if (event.dest.port != inputPort_ || sender.client == SND_SEQ_CLIENT_SYSTEM) {
+        return;
+    }
+    const auto subscription = subscriptions_.find(sender);
+    if (subscription == subscriptions_.end() || !subscription->second.isWanted) {
+        return;
+    }
+    if (std::optional<MIDIBytes> bytes = decoder_.decode(event)) {
+        arrivedBytes_ += bytes->size() + kArrivalOverhead;
+        arrivals_.push_back({subscription->second.connection, *std::move(bytes)});
+    }
+}
+
+void SequencerService::deliverArrivals() {
+    isDeliveryScheduled_ = false;
+    for (int count = 0; count < kArrivalsPerTurn && !arrivals_.empty() && receiveHandler_; ++count) {
+        const Arrival arrival = std::move(arrivals_.front());
+        arrivals_.pop_front();
+        arrivedBytes_ -= arrival.bytes.size() + kArrivalOverhead;
+        const std::array<std::span<const std::uint8_t>, 1> packets{arrival.bytes};
+        receiveHandler_(packets, arrival.connection);
+    }
+    if (!arrivals_.empty()) {
+        isDeliveryScheduled_ = true;
+        post(&SequencerService::deliverArrivals);
+    }
+}
+
+void SequencerService::noteOverrun() {
+    ++overrunCount_;
+    diagnose("MIDI input overrun (" + std::to_string(overrunCount_) + " so far): messages were lost");
+    // Announcements are lost with the rest, so the ports have to be looked at afresh.
+    mayHaveMissedPorts_ = true;
+    notify({.messageID = MIDINotification::kSetupChanged});
+}
+
+// Announcements
+
+void SequencerService::handleAnnouncements() {
+    for (const Announcement& announcement : std::exchange(announcements_, {})) {
+        handle(announcement);
+    }
+}
+
+void SequencerService::handle(const Announcement& announcement) {
+    const PortAddress& address = announcement.address;
+    if (!client_ || address.client == client_->number() || address.client == SND_SEQ_CLIENT_SYSTEM) {
+        return;
+    }
+    switch (announcement.type) {
+        case SND_SEQ_EVENT_PORT_START:
+            if (const std::optional<PortDescription> port = client_->port(address)) {
+                notifyPort(MIDINotification::kObjectAdded, address,
+                           EndpointRegistry::isEndpoint(*port, MIDIEndpointDirection::source),
+                           EndpointRegistry::isEndpoint(*port, MIDIEndpointDirection::destination), port->card >= 0);
+            }
+            break;
+        case SND_SEQ_EVENT_PORT_EXIT:
+            handlePortEnd(address);
+            break;
+        case SND_SEQ_EVENT_PORT_CHANGE:
+        case SND_SEQ_EVENT_CLIENT_CHANGE:
+            notify({.messageID = MIDINotification::kPropertyChanged});
+            break;
+        default:
+            // Subscriptions change with every reload of our own; clients come and go with their ports.
+            break;
+    }
+}
+
+void SequencerService::handlePortEnd(const PortAddress& address) {
+    const bool wasSource = registry_.knownReference(address, MIDIEndpointDirection::source) != 0;
+    const bool wasDestination = registry_.knownReference(address, MIDIEndpointDirection::destination) != 0;
+    const auto described = std::ranges::find(ports_, address, &PortDescription::address);
+    const bool wasHardware = described != ports_.end() && described->card >= 0;
+    notifyPort(MIDINotification::kObjectRemoved, address, wasSource, wasDestination, wasHardware);
+    registry_.portEnded(address);
+    subscriptions_.erase(address);
+    outputSubscriptions_.erase(address);
+    flow_.forget(address);
+}
+
+void SequencerService::notifyPort(std::int32_t messageID, const PortAddress& address, bool hasSource,
+                                  bool hasDestination, bool isHardware) {
+    if (!hasSource && !hasDestination) {
+        return;
+    }
+    const auto direction = hasSource ? MIDIEndpointDirection::source : MIDIEndpointDirection::destination;
+    notify({.messageID = messageID,
+            .parent = isHardware ? objectReference(ObjectKind::entity, address.client) : 0,
+            .parentType = isHardware ? MIDINotification::kEntity : MIDINotification::kOther,
+            .child = registry_.reference(address, direction),
+            .childType = hasSource ? MIDINotification::kSource : MIDINotification::kDestination});
+}
+
+void SequencerService::notify(const MIDINotification& notification) {
+    if (notificationHandler_) {
+        mainQueue_->async([handler = notificationHandler_, notification] { handler(notification); });
+    }
+}
+
+// Endpoints
+
+void SequencerService::rescan() {
+    if (client_) {
+        // What was announced by now first: a port that is seen here must not be taken for the one it replaced.
+        readWaitingEvents();
+        handleAnnouncements();
+        ports_ = client_->ports();
+        registry_.update(ports_, std::exchange(mayHaveMissedPorts_, false));
+        return;
+    }
+    // Without a client nothing is announced, so no port is known to be the one that was seen before.
+    registry_.clear();
+    int status = 0;
+    const std::unique_ptr<SequencerClient> visitor = SequencerClient::open("Corvel", status);
+    ports_ = visitor ? visitor->ports() : std::vector<PortDescription>();
+    registry_.update(ports_, false);
+}
+
+void SequencerService::rebuildDeviceTree() {
+    deviceTree_ = DeviceTree::build(ports_, registry_, soundCardName);
+}
+
+// Subscriptions
+
+MIDIStatus SequencerService::connectSource(MIDIObjectRef source, MIDIObjectRef connection) {
+    const Endpoint* endpoint = registry_.find(source);
+    if (endpoint == nullptr || !client_ || inputPort_ < 0) {
+        return -ENODEV;
+    }
+    const auto known = subscriptions_.find(endpoint->address);
+    const bool isKept = known != subscriptions_.end() && known->second.source == source &&
+                        client_->isSubscribedFrom(inputPort_, endpoint->address);
+    if (!isKept) {
+        if (const int status = client_->subscribeFrom(inputPort_, endpoint->address); status < 0) {
+            subscriptions_.erase(endpoint->address);
+            return status;
+        }
+    }
+    subscriptions_[endpoint->address] = {.source = source, .connection = connection, .isWanted = true};
+    return kMIDISuccess;
+}
+
+MIDIStatus SequencerService::disconnectSource(MIDIObjectRef source) {
+    const auto found =
+        std::ranges::find_if(subscriptions_, [source](const auto& entry) { return entry.second.source == source; });
+    if (found == subscriptions_.end()) {
+        return -ENODEV;
+    }
+    // The kernel is told later, and only if the source is not connected again by then: it would lose what is played in
+    // between, and hardware would be closed and opened.
+    found->second.isWanted = false;
+    if (!std::exchange(isSettlingScheduled_, true)) {
+        post(&SequencerService::settleSubscriptions);
+    }
+    return kMIDISuccess;
+}
+
+void SequencerService::settleSubscriptions() {
+    isSettlingScheduled_ = false;
+    std::erase_if(subscriptions_, [this](const auto& entry) {
+        const auto& [address, subscription] = entry;
+        if (!subscription.isWanted && client_ && inputPort_ >= 0) {
+            client_->unsubscribeFrom(inputPort_, address);
+        }
+        return !subscription.isWanted;
+    });
+}
+
+// Output
+
+MIDIStatus SequencerService::send(MIDIObjectRef destination, std::span<const std::uint8_t> packet) {
+    const Endpoint* endpoint = registry_.find(destination);
+    if (endpoint == nullptr || !client_) {
+        return -ENODEV;
+    }
+    const PortAddress address = endpoint->address;
+    if (endpoint->card >= 0) {
+        if (const MIDIStatus status = subscribeOutput(*endpoint); status != kMIDISuccess) {
+            return status;
+        }
+    }
+    const MIDIStatus status = flow_.send(address, packet);
+    if (flow_.isWaiting()) {
+        scheduleSendingWaiting();
+    }
+    if (!arrivals_.empty() && !std::exchange(isDeliveryScheduled_, true)) {
+        post(&SequencerService::deliverArrivals);
+    }
+    return status;
+}
+
+/// A hardware port takes nothing while nobody subscribes to it; once subscribed, it stays open.
+MIDIStatus SequencerService::subscribeOutput(const Endpoint& destination) {
+    const auto [entry, isNew] = outputSubscriptions_.try_emplace(destination.address, kMIDISuccess);
+    if (isNew) {
+        entry->second = std::min(0, client_->subscribeTo(outputPort_, destination.address));
+    }
+    return entry->second;
+}
+
+void SequencerService::retryFailedOutputs() {
+    std::erase_if(outputSubscriptions_, [](const auto& entry) { return entry.second != kMIDISuccess; });
+}
+
+void SequencerService::scheduleSendingWaiting() {
+    if (std::exchange(isSendingScheduled_, true)) {
+        return;
+    }
+    queue_->asyncAfter(kRetryDelay, std::make_shared<DispatchWorkItem>([weakService = weak_from_this()] {
+                           if (const auto service = weakService.lock()) {
+                               service->sendWaiting();
+                           }
+                       }));
+}
+
+void SequencerService::sendWaiting() {
+    isSendingScheduled_ = false;
+    if (!client_) {
+        return;
+    }
+    flow_.sendWaiting();
+    if (flow_.lateFailureCount() > reportedLateFailures_) {
+        diagnose(std::to_string(flow_.lateFailureCount() - reportedLateFailures_) +
+                 " waiting MIDI messages could not be sent");
+        reportedLateFailures_ = flow_.lateFailureCount();
+    }
+    if (flow_.isWaiting()) {
+        scheduleSendingWaiting();
+    }
+    if (!arrivals_.empty() && !std::exchange(isDeliveryScheduled_, true)) {
+        post(&SequencerService::deliverArrivals);
+    }
+}
+
+int SequencerService::sendDirectly(const PortAddress& destination, snd_seq_event_t& event) {
+    const int result = client_->sendDirectly(destination, event);
+    if (++sendsSinceLook_ >= kSendsPerLook) {
+        sendsSinceLook_ = 0;
+        readWaitingEvents();
+    }
+    return result;
+}
+
+std::optional<InputRoom> SequencerService::inputRoom(int client) {
+    return client_->inputRoom(client);
+}
+
+std::chrono::steady_clock::time_point SequencerService::now() const {
+    return std::chrono::steady_clock::now();
+}
+
+}  // namespace corvel::hosts

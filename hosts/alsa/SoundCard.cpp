@@ -1,0 +1,59 @@
+#include "hosts/alsa/SoundCard.hpp"
+
+#include "core/support/Text.hpp"
+
+#include <fstream>
+#include <system_error>
+
+namespace corvel::hosts {
+
+namespace {
+
+/// First line of an attribute; no value where there is none or it is empty.
+std::optional<std::string> readAttribute(const std::filesystem::path& file) {
+    std::ifstream stream(file);
+    std::string line;
+    if (!std::getline(stream, line) || line.empty()) {
+        return std::nullopt;
+    }
+    return text::repairedUTF8(line);
+}
+
+std::optional<SoundCard::USBDevice> readUSBDevice(const std::filesystem::path& cardFolder) {
+    std::error_code error;
+    // The card belongs to an interface of the USB device, which lies some folders above it.
+    std::filesystem::path folder = std::filesystem::canonical(cardFolder / "device", error);
+    while (!error && folder.has_relative_path()) {
+        const std::optional<std::string> vendor = readAttribute(folder / "idVendor");
+        const std::optional<std::string> product = readAttribute(folder / "idProduct");
+        if (vendor && product) {
+            return SoundCard::USBDevice{.vendor = *vendor,
+                                        .product = *product,
+                                        .serialNumber = readAttribute(folder / "serial"),
+                                        .path = folder.filename().string(),
+                                        .manufacturer = readAttribute(folder / "manufacturer")};
+        }
+        folder = folder.parent_path();
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::string SoundCard::identity() const {
+    if (usb) {
+        return "usb:" + usb->vendor + ":" + usb->product + ":" + usb->serialNumber.value_or(usb->path);
+    }
+    return "card:" + id;
+}
+
+std::string SoundCard::place() const {
+    return usb ? "USB " + usb->path : id;
+}
+
+SoundCard readSoundCard(int index, const std::filesystem::path& sysfs) {
+    const std::filesystem::path folder = sysfs / "class" / "sound" / ("card" + std::to_string(index));
+    return {.index = index, .id = readAttribute(folder / "id").value_or(""), .usb = readUSBDevice(folder)};
+}
+
+}  // namespace corvel::hosts
