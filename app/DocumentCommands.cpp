@@ -36,8 +36,8 @@ CommandResult failure(std::string text) {
 
 /// The result of a command that the model has carried out.
 CommandResult outcome(const MIDIRouterViewModel& model) {
-    return model.saveFailure() ? failure(*model.saveFailure())
-                               : CommandResult{kSucceeded, model.statusMessage()};
+    const std::optional<std::string>& saveFailure = model.saveFailure();
+    return saveFailure ? failure(*saveFailure) : CommandResult{kSucceeded, model.statusMessage()};
 }
 
 /// `text` and the candidates, one a line.
@@ -248,6 +248,7 @@ CommandResult selectSet(MIDIRouterViewModel& model, std::string_view set) {
     }
     if (found.size() > 1) {
         std::vector<Candidate> candidates;
+        candidates.reserve(found.size());
         for (const MIDIRouteSet* const routeSet : found) {
             candidates.push_back({routeSet->name, routeSet->id.text()});
         }

@@ -8,10 +8,20 @@
 
 namespace corvel {
 
-EndpointList::EndpointList(std::vector<MIDIEndpointModel> endpoints) : endpoints_(std::move(endpoints)) {
-    byID_.resize(endpoints_.size());
-    std::iota(byID_.begin(), byID_.end(), std::size_t{0});
-    byName_ = byID_;
+namespace {
+
+std::vector<std::size_t> positions(std::size_t count) {
+    std::vector<std::size_t> positions(count);
+    std::iota(positions.begin(), positions.end(), std::size_t{0});
+    return positions;
+}
+
+} // namespace
+
+EndpointList::EndpointList(std::vector<MIDIEndpointModel> endpoints)
+    : endpoints_(std::move(endpoints)),
+      byID_(positions(endpoints_.size())),
+      byName_(positions(endpoints_.size())) {
     std::ranges::stable_sort(
         byID_, std::ranges::less{}, [this](std::size_t position) { return endpoints_[position].id; });
     std::ranges::sort(byName_, std::ranges::less{}, [this](std::size_t position) {

@@ -223,7 +223,8 @@ ChannelMode MIDIRouterViewModel::suggestedVariantChannelMode(const MIDIRoute& ro
 
 bool MIDIRouterViewModel::handleShortcut(const KeyboardShortcutSpec& spec) {
     const auto hasShortcut = [&](const MIDIRouteVariant& variant) { return variant.shortcut == spec; };
-    if (const MIDIRoute* const selected = selectedRouteID() ? route(*selectedRouteID()) : nullptr) {
+    const std::optional<UUID>& selectedID = selectedRouteID();
+    if (const MIDIRoute* const selected = selectedID ? route(*selectedID) : nullptr) {
         const auto own = std::ranges::find_if(selected->variants, hasShortcut);
         if (own != selected->variants.end()) {
             setActiveVariant(own->id, selected->id);

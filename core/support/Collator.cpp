@@ -36,7 +36,7 @@ Collator::Collator(std::string_view locale) {
         ucol_setAttribute(collator_.get(), UCOL_NUMERIC_COLLATION, UCOL_OFF, &status);
         ucol_setAttribute(collator_.get(), UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
     }
-    if (U_FAILURE(status)) {
+    if (U_FAILURE(status) != 0) {
         throw std::runtime_error(std::string("Could not open the collation data: ") + u_errorName(status));
     }
 }
