@@ -11,7 +11,7 @@
 #include <variant>
 #include <vector>
 
-namespace corvel::commands {
+namespace corvel::DocumentCommands {
 
 namespace {
 
@@ -274,4 +274,4 @@ CommandResult listSets(const MIDIRouterViewModel& model) {
     return {kSucceeded, std::move(text)};
 }
 
-} // namespace corvel::commands
+} // namespace corvel::DocumentCommands

@@ -29,7 +29,7 @@ struct CommandResult {
 ///
 /// They know the endpoints that the model knows: without a running engine, `applyEndpointSnapshot()` comes
 /// first. Main thread only.
-namespace commands {
+namespace DocumentCommands {
 
 /// Connects an input to an output. Without a channel, an existing connection is refused; with one (1 to 16),
 /// the connection is made if there is none, and gets an assignment on that channel or has the one it has
@@ -49,6 +49,6 @@ namespace commands {
 /// Lists the sets with their numbers of connections, the current one marked with an asterisk.
 [[nodiscard]] CommandResult listSets(const MIDIRouterViewModel& model);
 
-} // namespace commands
+} // namespace DocumentCommands
 
 } // namespace corvel

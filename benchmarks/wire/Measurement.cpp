@@ -1,0 +1,193 @@
+#include "benchmarks/wire/Measurement.hpp"
+
+#include "benchmarks/wire/Router.hpp"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <stdexcept>
+#include <thread>
+
+namespace corvel::benchmarks {
+
+namespace {
+
+using std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kNoteInterval{2};
+constexpr std::size_t kOutstanding = 64;
+constexpr std::size_t kBatch = 500;
+constexpr std::chrono::milliseconds kReceiverSleep{20};
+/// Nothing for so long: the router has nothing left.
+constexpr std::chrono::milliseconds kQuiet{300};
+/// A note that has not come by then is lost.
+constexpr std::chrono::milliseconds kLatest{100};
+/// The most that the sequencer keeps for a program.
+constexpr std::size_t kLargestPool = 2000;
+constexpr unsigned kNumbers = 2 * 128 * 127;
+
+pollfd descriptorOf(snd_seq_t* handle) {
+    pollfd descriptor{};
+    snd_seq_poll_descriptors(handle, &descriptor, 1, POLLIN);
+    return descriptor;
+}
+
+}  // namespace
+
+Wire::Wire()
+    : sender_(kSenderName),
+      receiver_(kReceiverName),
+      source_(sender_.addPort(kPortName, test::SequencerPeer::kSource)),
+      destination_(receiver_.addPort(kPortName, test::SequencerPeer::kDestination)) {
+    receiver_.setInputPool(kLargestPool);
+}
+
+snd_seq_event_t Wire::message(std::size_t number) const {
+    const auto pair = static_cast<unsigned>(number / 2);
+    snd_seq_event_t event = test::noteEvent(number % 2 == 0 ? SND_SEQ_EVENT_NOTEON : SND_SEQ_EVENT_NOTEOFF, 0,
+                                            pair % 128, pair / 128 % 127 + 1);
+    event.source.port = source_.raw().port;
+    event.dest = {SND_SEQ_ADDRESS_SUBSCRIBERS, SND_SEQ_ADDRESS_UNKNOWN};
+    event.queue = SND_SEQ_QUEUE_DIRECT;
+    return event;
+}
+
+void Wire::send(std::size_t number) {
+    snd_seq_event_t event = message(number);
+    // What the sequencer refuses has not arrived, which is what is counted.
+    snd_seq_event_output_direct(sender_.handle(), &event);
+}
+
+bool Wire::waitForInput(std::chrono::nanoseconds limit) {
+    limit = std::max(limit, std::chrono::nanoseconds(0));
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(limit);
+    const timespec wait{seconds.count(), (limit - seconds).count()};
+    pollfd descriptor = descriptorOf(receiver_.handle());
+    return ppoll(&descriptor, 1, &wait, nullptr) > 0;
+}
+
+bool Wire::record(const snd_seq_event_t& event) {
+    const snd_seq_ev_note_t& note = event.data.note;
+    std::size_t& lastOfKey = lastOfKey_.at(note.note % lastOfKey_.size());
+    if (event.type == SND_SEQ_EVENT_NOTEON && note.velocity > 0) {
+        lastOfKey = 2 * (note.note + 128U * (note.velocity - 1U));
+        isReceived_.at(lastOfKey) = true;
+        return true;
+    }
+    if (event.type == SND_SEQ_EVENT_NOTEON || event.type == SND_SEQ_EVENT_NOTEOFF) {
+        isReceived_.at(lastOfKey + 1) = true;
+        return true;
+    }
+    return false;
+}
+
+std::size_t Wire::receivePortion() {
+    std::size_t count = 0;
+    do {
+        snd_seq_event_t* event = nullptr;
+        if (snd_seq_event_input(receiver_.handle(), &event) >= 0 && record(*event)) {
+            ++count;
+        }
+    } while (snd_seq_event_input_pending(receiver_.handle(), 0) > 0);
+    return count;
+}
+
+std::size_t Wire::receive(std::chrono::nanoseconds limit) {
+    const auto deadline = steady_clock::now() + limit;
+    while (waitForInput(deadline - steady_clock::now())) {
+        if (const std::size_t count = receivePortion(); count > 0) {
+            return count;
+        }
+    }
+    return 0;
+}
+
+void Wire::drain() {
+    while (receive(kQuiet) > 0) {
+    }
+    isReceived_.assign(kNumbers, false);
+}
+
+void Wire::waitForRouter() {
+    isReceived_.assign(kNumbers, false);
+    const auto deadline = steady_clock::now() + test::kDeadline;
+    do {
+        send(0);
+        send(1);
+        if (steady_clock::now() > deadline) {
+            throw std::runtime_error("the router passes nothing on");
+        }
+    } while (receive(kReceiverSleep) == 0);
+}
+
+std::vector<std::chrono::nanoseconds> Wire::latencies(std::size_t count) {
+    drain();
+    std::vector<std::chrono::nanoseconds> times;
+    auto next = steady_clock::now();
+    for (std::size_t note = 0; note < count; ++note) {
+        next += kNoteInterval;
+        while (receive(next - steady_clock::now()) > 0) {
+        }
+        const auto start = steady_clock::now();
+        send(2 * note);
+        while (!isReceived_[2 * note] && receive(kLatest) > 0) {
+        }
+        if (isReceived_[2 * note]) {
+            times.push_back(steady_clock::now() - start);
+        }
+        send(2 * note + 1);
+        // A note that took long must not be followed by a hurried row of them.
+        next = std::max(next, steady_clock::now());
+    }
+    return times;
+}
+
+double Wire::floodRate(std::size_t count) {
+    drain();
+    const auto start = steady_clock::now();
+    std::size_t sent = 0;
+    std::size_t received = 0;
+    while (received < count) {
+        for (; sent < count && sent - received < kOutstanding; ++sent) {
+            send(sent);
+        }
+        const std::size_t arrived = receive(kQuiet);
+        if (arrived == 0) {
+            return 0;
+        }
+        received += arrived;
+    }
+    return static_cast<double>(count) / std::chrono::duration<double>(steady_clock::now() - start).count();
+}
+
+void Wire::receiveBurst(std::size_t count, Receiver receiver) {
+    std::size_t received = 0;
+    for (std::size_t arrived = 1; received < count && arrived > 0; received += arrived) {
+        if (receiver == Receiver::sleeping) {
+            std::this_thread::sleep_for(kReceiverSleep);
+        }
+        arrived = receive(kQuiet);
+    }
+}
+
+std::size_t Wire::lostOfBurst(std::size_t count, Writing writing, Receiver receiver) {
+    drain();
+    std::vector<snd_seq_event_t> burst;
+    for (std::size_t number = 0; number < count; ++number) {
+        burst.push_back(message(number));
+    }
+    std::thread reader([&] { receiveBurst(count, receiver); });
+    const int descriptor = descriptorOf(sender_.handle()).fd;
+    const std::size_t portion = writing == Writing::batches ? kBatch : 1;
+    for (std::size_t sent = 0; sent < count;) {
+        const std::size_t size = std::min(portion, count - sent) * sizeof(snd_seq_event_t);
+        const ssize_t written = write(descriptor, &burst[sent], size);
+        // One that the sequencer refuses is passed over: this sender waits for nobody.
+        sent += written > 0 ? static_cast<std::size_t>(written) / sizeof(snd_seq_event_t) : 1;
+    }
+    reader.join();
+    return count - static_cast<std::size_t>(std::count(isReceived_.begin(), isReceived_.end(), true));
+}
+
+}  // namespace corvel::benchmarks

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "tests/support/SequencerPeer.hpp"
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <vector>
+
+namespace corvel::benchmarks {
+
+/// How fast the receiving program takes what a router sends it.
+enum class Receiver { fast, sleeping };
+
+/// How the sending program writes a burst.
+enum class Writing { one, batches };
+
+/// Two programs with a router between them: what it does is measured from outside.
+///
+/// The messages are note-ons, each followed by its note-off, so that a router that keeps book of held notes does not
+/// take them for mistakes. Key and velocity number them.
+class Wire {
+public:
+    Wire();
+
+    [[nodiscard]] test::SequencerPeer& sender() { return sender_; }
+    [[nodiscard]] test::SequencerAddress source() const { return source_; }
+    [[nodiscard]] test::SequencerAddress destination() const { return destination_; }
+
+    /// Plays until something arrives; throws if nothing does.
+    void waitForRouter();
+
+    /// Times from sending to having received, of note-ons 2 ms apart; those that were lost are missing.
+    [[nodiscard]] std::vector<std::chrono::nanoseconds> latencies(std::size_t count);
+
+    /// Messages a second with 64 of them on their way at any time; 0 if one was lost.
+    [[nodiscard]] double floodRate(std::size_t count);
+
+    /// How many messages of a burst without any bound did not arrive.
+    [[nodiscard]] std::size_t lostOfBurst(std::size_t count, Writing writing, Receiver receiver);
+
+private:
+    [[nodiscard]] snd_seq_event_t message(std::size_t number) const;
+    void send(std::size_t number);
+    /// Waits for input; false past the limit.
+    [[nodiscard]] bool waitForInput(std::chrono::nanoseconds limit);
+    /// Notes the arrival of a message; false for anything else.
+    bool record(const snd_seq_event_t& event);
+    /// Takes what one read of the sequencer gives, at most; gives how many messages.
+    std::size_t receivePortion();
+    /// Waits for messages and takes them; gives how many, 0 past the limit. Anything else that a router sends of its
+    /// own accord, such as active sensing, is no message.
+    std::size_t receive(std::chrono::nanoseconds limit);
+    void drain();
+    void receiveBurst(std::size_t count, Receiver receiver);
+
+    test::SequencerPeer sender_;
+    test::SequencerPeer receiver_;
+    test::SequencerAddress source_;
+    test::SequencerAddress destination_;
+    /// Which messages of the burst arrived; a router might also send one twice.
+    std::vector<bool> isReceived_;
+    /// The number of the last note-on of each key: routers need not keep a note-off's velocity.
+    std::array<std::size_t, 128> lastOfKey_{};
+};
+
+}  // namespace corvel::benchmarks

@@ -1,0 +1,86 @@
+#include "benchmarks/wire/Router.hpp"
+
+#include "tests/support/ConnectionsFile.hpp"
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace corvel::benchmarks {
+
+namespace {
+
+std::string text(test::SequencerAddress address) {
+    return std::to_string(address.client) + ":" + std::to_string(address.port);
+}
+
+bool isInstalled(const std::string& program) {
+    return std::system(("command -v " + program + " > /dev/null").c_str()) == 0;
+}
+
+/// Undoes a subscription; the ports themselves may be gone by then.
+class KernelSubscription {
+public:
+    KernelSubscription(test::SequencerPeer& sender, test::SequencerAddress source, test::SequencerAddress destination)
+        : sender_(sender), source_(source), destination_(destination) {
+        if (sender.connect(source, destination) < 0) {
+            throw std::runtime_error("the kernel refused the subscription");
+        }
+    }
+    KernelSubscription(const KernelSubscription&) = delete;
+    KernelSubscription& operator=(const KernelSubscription&) = delete;
+    ~KernelSubscription() { sender_.disconnect(source_, destination_); }
+
+private:
+    test::SequencerPeer& sender_;
+    test::SequencerAddress source_;
+    test::SequencerAddress destination_;
+};
+
+RunningRouter startLeastRouter(const std::filesystem::path& program, test::SequencerAddress source,
+                               test::SequencerAddress destination) {
+    return std::make_shared<test::ChildProcess>(std::vector<std::string>{
+        program.string(), text(source), text(destination), std::to_string(kForcedChannel)});
+}
+
+RunningRouter startMidish(test::SequencerAddress source, test::SequencerAddress destination) {
+    // Its channels count from 0; "i" lets the input pass through the filter until the input ends.
+    const std::string commands = "dnew 0 \"" + text(source) + "\" ro\n" +          //
+                                 "dnew 1 \"" + text(destination) + "\" wo\n" +     //
+                                 "fnew wire\n" +                                   //
+                                 "fmap {any {0 0}} {any {1 " + std::to_string(kForcedChannel - 1) + "}}\n" +  //
+                                 "i\n";
+    return std::make_shared<test::ChildProcess>(std::vector<std::string>{"midish", "-b"}, commands);
+}
+
+RunningRouter startCorvel(const std::filesystem::path& program) {
+    const std::filesystem::path document = std::filesystem::temp_directory_path() / "wire-routes.json";
+    test::ConnectionsFile file;
+    file.add({.sourceID = test::endpointID("source", kSenderName, 0, kPortName),
+              .destinationID = test::endpointID("destination", kReceiverName, 0, kPortName),
+              .forcedChannel = kForcedChannel});
+    file.write(document);
+    return std::make_shared<test::ChildProcess>(std::vector<std::string>{
+        program.string(), "--headless", "--midi", "alsa", "--document", document.string()});
+}
+
+}  // namespace
+
+std::vector<Router> makeRouters(const std::filesystem::path& programs, const std::filesystem::path& corvel) {
+    std::vector<Router> routers;
+    routers.push_back({"kernel subscription", [](auto& sender, auto source, auto destination) -> RunningRouter {
+                           return std::make_shared<KernelSubscription>(sender, source, destination);
+                       }});
+    routers.push_back({"least router", [program = programs / "least_router"](auto&, auto source, auto destination) {
+                           return startLeastRouter(program, source, destination);
+                       }});
+    if (isInstalled("midish")) {
+        routers.push_back(
+            {"midish", [](auto&, auto source, auto destination) { return startMidish(source, destination); }});
+    }
+    if (std::filesystem::exists(corvel)) {
+        routers.push_back({"corvel --headless", [corvel](auto&, auto, auto) { return startCorvel(corvel); }});
+    }
+    return routers;
+}
+
+}  // namespace corvel::benchmarks

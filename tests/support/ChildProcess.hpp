@@ -1,0 +1,52 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace corvel::test {
+
+/// Another program, started by a test and ended with it at the latest. Belongs to one thread.
+class ChildProcess {
+public:
+    /// Starts `arguments[0]`, found on the path; `input` becomes its standard input, which then stays open until
+    /// `closeInput()`. Throws `std::system_error`.
+    explicit ChildProcess(const std::vector<std::string>& arguments, const std::string& input = {});
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+    ~ChildProcess();
+
+    [[nodiscard]] pid_t pid() const { return pid_; }
+    void closeInput();
+    void signal(int number) const;
+
+    /// The exit status, or the negative number of the signal that ended it; no value if it still runs past the limit.
+    [[nodiscard]] std::optional<int> wait(std::chrono::milliseconds limit);
+
+    /// What it has written so far.
+    [[nodiscard]] const std::string& standardOutput();
+    [[nodiscard]] const std::string& standardError();
+
+    /// Waits until the text is in standard error; false past the limit.
+    [[nodiscard]] bool waitForError(const std::string& text, std::chrono::milliseconds limit);
+
+private:
+    struct Stream {
+        int descriptor = -1;
+        std::string text;
+    };
+
+    static void readInto(Stream& stream);
+
+    pid_t pid_ = -1;
+    int process_ = -1;
+    int input_ = -1;
+    Stream output_;
+    Stream error_;
+    std::optional<int> status_;
+};
+
+}  // namespace corvel::test

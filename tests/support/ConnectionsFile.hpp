@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace corvel::test {
+
+/// The unique ID that the rules give a port: 32-bit FNV-1a over direction, identity, port number and port name, a line
+/// feed between them. `direction` is "source" or "destination"; the identity of software and of kernel clients without a
+/// card is the client name.
+[[nodiscard]] std::int32_t endpointID(std::string_view direction, std::string_view identity, int port,
+                                      std::string_view portName);
+
+/// A connections file as a user would have it, written by hand rather than by the program under test.
+class ConnectionsFile {
+public:
+    struct Connection {
+        std::int32_t sourceID = 0;
+        std::int32_t destinationID = 0;
+        /// 1 to 16; none for "as is".
+        std::optional<int> forcedChannel;
+        bool isEnabled = true;
+    };
+
+    void add(const Connection& connection) { connections_.push_back(connection); }
+
+    /// The connection's identifier in the file.
+    [[nodiscard]] static std::string identifier(std::size_t index);
+
+    [[nodiscard]] std::string json() const;
+    /// Throws `std::runtime_error` if it cannot be written.
+    void write(const std::filesystem::path& path) const;
+
+private:
+    std::vector<Connection> connections_;
+};
+
+}  // namespace corvel::test

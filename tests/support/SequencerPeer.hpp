@@ -1,0 +1,167 @@
+#pragma once
+
+#include <alsa/asoundlib.h>
+
+#include <chrono>
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace corvel::test {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// Time after which a wait for something that has to happen counts as failed. Far above what an emulated machine on a
+/// busy one needs, so that only a real failure reaches it.
+inline constexpr std::chrono::seconds kDeadline{20};
+
+/// Where a port is in the sequencer.
+struct SequencerAddress {
+    int client = -1;
+    int port = -1;
+
+    auto operator<=>(const SequencerAddress&) const = default;
+
+    [[nodiscard]] snd_seq_addr_t raw() const {
+        return {static_cast<unsigned char>(client), static_cast<unsigned char>(port)};
+    }
+};
+
+/// What another program can learn about a port.
+struct SequencerPort {
+    SequencerAddress address;
+    std::string clientName;
+    std::string name;
+    unsigned capability = 0;
+    unsigned type = 0;
+};
+
+/// One event as a peer received it.
+struct ReceivedEvent {
+    SequencerAddress sender;
+    /// The peer's own port that it came to.
+    int port = -1;
+    snd_seq_event_type_t type = 0;
+    /// Its MIDI bytes, with every status byte; exclusive data as it came. Empty for announcements.
+    Bytes bytes;
+    std::chrono::steady_clock::time_point time;
+    /// The event itself; the data pointer of a variable-length one is dead.
+    snd_seq_event_t event{};
+};
+
+/// Another program on the ALSA sequencer: a client of its own with ports, which plays and records.
+///
+/// Belongs to one thread. Whatever the sequencer refuses that a test relies on throws `std::system_error`. Waiting is
+/// polling with a deadline.
+class SequencerPeer {
+public:
+    static constexpr unsigned kSource = SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_SUBS_READ;
+    static constexpr unsigned kDestination = SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE;
+    static constexpr unsigned kDuplex = kSource | kDestination;
+    static constexpr unsigned kProgramPort = SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION;
+
+    explicit SequencerPeer(const std::string& name);
+
+    [[nodiscard]] int client() const;
+    [[nodiscard]] snd_seq_t* handle() const { return handle_.get(); }
+
+    // Ports
+    SequencerAddress addPort(const std::string& name, unsigned capability, unsigned type = kProgramPort);
+    void removePort(SequencerAddress port);
+    void renamePort(SequencerAddress port, const std::string& name);
+    void setCapability(SequencerAddress port, unsigned capability);
+    void rename(const std::string& name);
+
+    /// Sets how many unread events the sequencer keeps for this peer; 200 at the start, at most 2000.
+    void setInputPool(std::size_t cells);
+
+    /// How long this peer is busy with other things before each reading: a slow program.
+    void setReadingPace(std::chrono::milliseconds pace) { pace_ = pace; }
+
+    // Playing
+    /// Plays whole messages to the port's subscribers; exclusive ones in pieces of 256 bytes, as from a device.
+    void play(SequencerAddress port, std::span<const std::uint8_t> bytes);
+    void play(SequencerAddress port, std::initializer_list<std::uint8_t> bytes);
+    /// Sends one event as it is to the port's subscribers, or to one destination. Gives the sequencer's answer.
+    int emit(SequencerAddress port, snd_seq_event_t event);
+    int emitTo(SequencerAddress port, SequencerAddress destination, snd_seq_event_t event);
+    /// Plays note-ons numbered by key and velocity (`numberedNote`) from `first` on, as fast as it goes.
+    void playNumberedNotes(SequencerAddress port, unsigned first, unsigned count);
+
+    // Patching; any two ports. Gives the sequencer's answer.
+    int connect(SequencerAddress from, SequencerAddress to);
+    int disconnect(SequencerAddress from, SequencerAddress to);
+
+    // Listening
+    /// Records what has arrived. False if the sequencer threw the input away because the pool was full.
+    bool readWaiting();
+
+    /// Reads until `isDone()`; false if it did not come true in time.
+    template <typename Condition>
+    [[nodiscard]] bool readUntil(Condition isDone, std::chrono::milliseconds limit = kDeadline) {
+        const auto deadline = std::chrono::steady_clock::now() + limit;
+        for (readWaiting(); !isDone(); readWaiting()) {
+            if (!waitForInput(deadline)) {
+                return false;
+            }
+        }
+        return true;
+    }
+    /// Reads until this many events are recorded; false if they did not come in time.
+    [[nodiscard]] bool readUntilCount(std::size_t count, std::chrono::milliseconds limit = kDeadline) {
+        return readUntil([&] { return received_.size() >= count; }, limit);
+    }
+    /// Reads until this many bytes are recorded; false if they did not come in time.
+    [[nodiscard]] bool readUntilBytes(std::size_t count, std::chrono::milliseconds limit = kDeadline) {
+        return readUntil([&] { return receivedByteCount_ >= count; }, limit);
+    }
+
+    [[nodiscard]] const std::vector<ReceivedEvent>& received() const { return received_; }
+    /// The bytes of all recorded events, in order; those of one port only, where one is given.
+    [[nodiscard]] Bytes receivedBytes() const;
+    [[nodiscard]] Bytes receivedBytes(SequencerAddress port) const;
+    [[nodiscard]] unsigned overruns() const { return overruns_; }
+    void forgetReceived();
+
+    // Looking around, as a patch bay does
+    [[nodiscard]] std::vector<SequencerPort> ports() const;
+    /// Where the port with this name is now; throws if there is none.
+    [[nodiscard]] SequencerAddress find(const std::string& clientName, const std::string& portName) const;
+    /// Where the source's events go.
+    [[nodiscard]] std::vector<SequencerAddress> subscribers(SequencerAddress source) const;
+
+    /// The numbered note-on: key and velocity count up, velocity from 1; 16,256 different ones on channel 1.
+    [[nodiscard]] static Bytes numberedNote(unsigned number, unsigned channel = 1);
+
+private:
+    struct Closer {
+        void operator()(snd_seq_t* handle) const { snd_seq_close(handle); }
+        void operator()(snd_midi_event_t* coder) const { snd_midi_event_free(coder); }
+    };
+
+    /// False once the deadline has passed.
+    [[nodiscard]] bool waitForInput(std::chrono::steady_clock::time_point deadline);
+    void record(const snd_seq_event_t& event);
+    void playOne(SequencerAddress port, std::span<const std::uint8_t> message);
+    int emitDirect(snd_seq_event_t& event);
+
+    std::unique_ptr<snd_seq_t, Closer> handle_;
+    std::unique_ptr<snd_midi_event_t, Closer> coder_;
+    std::chrono::milliseconds pace_{0};
+    std::vector<ReceivedEvent> received_;
+    std::size_t receivedByteCount_ = 0;
+    unsigned overruns_ = 0;
+};
+
+/// Events to emit, built by hand.
+[[nodiscard]] snd_seq_event_t noteEvent(snd_seq_event_type_t type, unsigned channel, unsigned key, unsigned velocity);
+[[nodiscard]] snd_seq_event_t controlEvent(snd_seq_event_type_t type, unsigned channel, unsigned parameter, int value);
+/// Raw bytes; they have to outlive the sending.
+[[nodiscard]] snd_seq_event_t rawEvent(std::span<const std::uint8_t> bytes);
+
+}  // namespace corvel::test
