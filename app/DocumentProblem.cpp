@@ -1,5 +1,6 @@
 #include "app/DocumentProblem.hpp"
 
+#include "core/storage/DecodingError.hpp"
 #include "core/storage/RouteSetDocumentCoder.hpp"
 
 #include <cerrno>
@@ -17,7 +18,7 @@ std::optional<std::string> decodingProblem(std::string_view json) {
     try {
         static_cast<void>(RouteSetDocumentCoder::decode(json));
         return std::nullopt;
-    } catch (const RouteSetDocumentCoder::DecodingError& error) {
+    } catch (const DecodingError& error) {
         return error.what();
     }
 }
@@ -26,7 +27,7 @@ bool isRouteArray(std::string_view json) {
     try {
         static_cast<void>(RouteSetDocumentCoder::decodeRouteArray(json));
         return true;
-    } catch (const RouteSetDocumentCoder::DecodingError&) {
+    } catch (const DecodingError&) {
         return false;
     }
 }

@@ -69,6 +69,11 @@ void JSONWriter::boolean(bool truth) {
     json_ += truth ? "true" : "false";
 }
 
+void JSONWriter::null() {
+    beginValue();
+    json_ += "null";
+}
+
 std::string JSONWriter::take() {
     assert(levels_.empty());
     return std::exchange(json_, {});

@@ -25,6 +25,7 @@ public:
     void string(std::string_view text);
     void integer(std::int64_t number);
     void boolean(bool truth);
+    void null();
 
     /// Hands over everything written; the writer is empty afterwards.
     [[nodiscard]] std::string take();

@@ -140,15 +140,15 @@ TEST_F(EngineEndpoints, ReloadsStepByStep) {
     engine->reloadEndpoints();
     settle();
     EXPECT_THAT(host->calls,
-                ElementsAre("disconnectSource(port 2, source 11)",                          //
-                            "sourceCount()",                                                //
-                            "source(index 0)", "uniqueID(object 11)",                       //
-                            "connectSource(port 2, source 11, connection 11)",              //
-                            "source(index 1)", "uniqueID(object 12)",                       //
-                            "connectSource(port 2, source 12, connection 12)",              //
-                            "destinationCount()",                                           //
-                            "destination(index 0)", "uniqueID(object 21)",                  //
-                            "destination(index 1)", "uniqueID(object 22)",                  //
+                ElementsAre("disconnectSource(port 2, source 11)",              //
+                            "sourceCount()",                                    //
+                            "source(index 0)", "uniqueID(object 11)",           //
+                            "connectSource(port 2, source 11, connection 11)",  //
+                            "source(index 1)", "uniqueID(object 12)",           //
+                            "connectSource(port 2, source 12, connection 12)",  //
+                            "destinationCount()",                               //
+                            "destination(index 0)", "uniqueID(object 21)",      //
+                            "destination(index 1)", "uniqueID(object 22)",      //
                             "deviceCount()", "externalDeviceCount()"));
 }
 
@@ -254,8 +254,7 @@ TEST_F(EngineEndpoints, AnnouncesTheChangeAfterEveryManualRefresh) {
 
 TEST_F(EngineEndpoints, SummarisesTheDeviceTree) {
     host->devices = {
-        {.ref = 41,
-         .entities = {{.ref = 51, .sources = {11, 12}, .destinations = {21}}, {.ref = 52}}},
+        {.ref = 41, .entities = {{.ref = 51, .sources = {11, 12}, .destinations = {21}}, {.ref = 52}}},
         {.ref = 42},
     };
     host->externalDevices = {{.ref = 43, .entities = {{.ref = 53, .destinations = {22, 23}}}}};

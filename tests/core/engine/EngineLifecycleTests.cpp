@@ -10,10 +10,10 @@
 namespace corvel::tests {
 namespace {
 
+using std::chrono::milliseconds;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
-using std::chrono::milliseconds;
 
 class EngineLifecycle : public EngineFixture {};
 
@@ -47,10 +47,9 @@ TEST_F(EngineLifecycle, MakesClientThenPortsThenConnectsTheSources) {
     host->calls.clear();
     engine->start();
     settle();
-    EXPECT_THAT(host->calls,
-                ElementsAre("createClient(Corvel)", "createInputPort(client 1, Corvel Input)",
-                            "createOutputPort(client 1, Corvel Output)",
-                            "connectSource(port 2, source 11, connection 11)"));
+    EXPECT_THAT(host->calls, ElementsAre("createClient(Corvel)", "createInputPort(client 1, Corvel Input)",
+                                         "createOutputPort(client 1, Corvel Output)",
+                                         "connectSource(port 2, source 11, connection 11)"));
 }
 
 TEST_F(EngineLifecycle, MakesTheClientInsideStartOnTheMainThreadAndThePortsOnTheQueue) {
@@ -159,10 +158,9 @@ TEST_F(EngineLifecycle, TriesAgainAfterTheClientCouldNotBeMade) {
     host->clientStatus = 0;
     engine->start();
     settle();
-    EXPECT_THAT(host->calls,
-                ElementsAre("createClient(Corvel)", "createInputPort(client 1, Corvel Input)",
-                            "createOutputPort(client 1, Corvel Output)",
-                            "connectSource(port 2, source 11, connection 11)"));
+    EXPECT_THAT(host->calls, ElementsAre("createClient(Corvel)", "createInputPort(client 1, Corvel Input)",
+                                         "createOutputPort(client 1, Corvel Output)",
+                                         "connectSource(port 2, source 11, connection 11)"));
     EXPECT_EQ(delegate->reports.front(), "logged: Starting CoreMIDI client on main run loop");
     EXPECT_EQ(delegate->reports.back(), "endpoints changed");
 }
@@ -309,8 +307,7 @@ TEST_F(EngineLifecycle, HoldsTheServicesDiagnosticsBackUntilItHasStarted) {
         return line == "endpoints changed" || line.starts_with("logged: Endpoint reload (") ||
                line.starts_with("logged: Device tree: ");
     });
-    EXPECT_THAT(lines,
-                ElementsAre("logged: No real-time priority", "logged: No sequencer", "logged: Old driver"));
+    EXPECT_THAT(lines, ElementsAre("logged: No real-time priority", "logged: No sequencer", "logged: Old driver"));
 
     host->diagnose("Overrun 1");
     settle();
@@ -469,10 +466,9 @@ TEST_F(EngineLifecycle, ReleasedInsideADeliveryEndsOnItsQueueAfterTheDelivery) {
     };
     host->receive({{0x90, 60, 100}}, 11);
     settle();
-    EXPECT_THAT(host->calls,
-                ElementsAre("makePacket([90 3C 64])", "send(port 3, destination 21, [90 3C 64])",
-                            "makePacket([91 3C 64])", "send(port 3, destination 21, [91 3C 64])",
-                            "disposePort(port 2)", "disposePort(port 3)", "disposeClient(client 1)"));
+    EXPECT_THAT(host->calls, ElementsAre("makePacket([90 3C 64])", "send(port 3, destination 21, [90 3C 64])",
+                                         "makePacket([91 3C 64])", "send(port 3, destination 21, [91 3C 64])",
+                                         "disposePort(port 2)", "disposePort(port 3)", "disposeClient(client 1)"));
     EXPECT_TRUE(endedOnTheQueue);
     EXPECT_THAT(delegate->reports, IsEmpty());
     host->onCall = nullptr;

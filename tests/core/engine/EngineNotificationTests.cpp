@@ -6,10 +6,10 @@
 namespace corvel::tests {
 namespace {
 
+using std::chrono::milliseconds;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
-using std::chrono::milliseconds;
 
 constexpr const char* kTree = "logged: Device tree: 0 devices, 0 external devices";
 constexpr const char* kChanged = "endpoints changed";
@@ -133,9 +133,8 @@ TEST_F(EngineNotifications, BeforeThePortsExistAreLoggedAnnouncedAndSettledWitho
     startEngine();
     host->notify({.messageID = 4});
     settle();
-    EXPECT_THAT(delegate->reports,
-                ElementsAre("logged: CoreMIDI notification: property changed",
-                            "logged: Skipped endpoint reload before engine start", kChanged));
+    EXPECT_THAT(delegate->reports, ElementsAre("logged: CoreMIDI notification: property changed",
+                                               "logged: Skipped endpoint reload before engine start", kChanged));
     EXPECT_THAT(reportsDuring(milliseconds(350)),
                 ElementsAre("logged: Skipped endpoint reload before engine start", kChanged));
 }
@@ -167,10 +166,10 @@ TEST_F(EngineNotifications, NameEveryObjectType) {
         std::int32_t type;
         const char* name;
     };
-    const Named types[] = {{-1, "other"},           {0, "device"},          {1, "entity"},
-                           {2, "source"},           {3, "destination"},     {16, "externalDevice"},
-                           {17, "externalEntity"},  {18, "externalSource"}, {19, "externalDestination"},
-                           {4, "type 4"},           {15, "type 15"},        {20, "type 20"},
+    const Named types[] = {{-1, "other"},          {0, "device"},          {1, "entity"},
+                           {2, "source"},          {3, "destination"},     {16, "externalDevice"},
+                           {17, "externalEntity"}, {18, "externalSource"}, {19, "externalDestination"},
+                           {4, "type 4"},          {15, "type 15"},        {20, "type 20"},
                            {-2, "type -2"}};
     startEngine();
     for (const auto& [type, name] : types) {

@@ -10,10 +10,10 @@
 namespace corvel::tests {
 namespace {
 
+using std::chrono::milliseconds;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
-using std::chrono::milliseconds;
 
 /// Keys (11, ID 1011) and pads (12, ID 1012); synth (21, ID 1021) and drums (22, ID 1022).
 class EngineRouting : public EngineFixture {
@@ -105,10 +105,9 @@ TEST_F(EngineRouting, SendsBytesAsTheyAreForAChannelThatDoesNotExist) {
 TEST_F(EngineRouting, SendsThroughEveryMatchingConnectionInTheirOrderEachWithItsOwnCopy) {
     startWith({keysToDrums(ChannelMode::force(10)), keysToSynth(), keysToDrums(ChannelMode::force(3), 3)});
     play({{0x90, 60, 100}});
-    EXPECT_THAT(host->calls,
-                ElementsAre("makePacket([99 3C 64])", "send(port 3, destination 22, [99 3C 64])",
-                            "makePacket([90 3C 64])", "send(port 3, destination 21, [90 3C 64])",
-                            "makePacket([92 3C 64])", "send(port 3, destination 22, [92 3C 64])"));
+    EXPECT_THAT(host->calls, ElementsAre("makePacket([99 3C 64])", "send(port 3, destination 22, [99 3C 64])",
+                                         "makePacket([90 3C 64])", "send(port 3, destination 21, [90 3C 64])",
+                                         "makePacket([92 3C 64])", "send(port 3, destination 22, [92 3C 64])"));
     EXPECT_THAT(delegate->reports, ElementsAre("routed [99 3C 64]", "routed [90 3C 64]", "routed [92 3C 64]"));
     ASSERT_THAT(delegate->activities, SizeIs(3));
     EXPECT_EQ(delegate->activities[0].routeID, makeID(2));
@@ -152,17 +151,16 @@ TEST_F(EngineRouting, SkipsAnAbsentDestinationSilentlyAndGoesOn) {
 TEST_F(EngineRouting, SendsAllOfAPacketBeforeItLooksAtTheNext) {
     startWith({keysToSynth(), keysToDrums()});
     play({{0x90, 60, 100}, {0xB0, 7, 90}, {0x80, 60, 0}});
-    EXPECT_THAT(host->sent,
-                ElementsAre(FakeSentPacket{3, 21, {0x90, 60, 100}}, FakeSentPacket{3, 22, {0x90, 60, 100}},
-                            FakeSentPacket{3, 21, {0xB0, 7, 90}}, FakeSentPacket{3, 22, {0xB0, 7, 90}},
-                            FakeSentPacket{3, 21, {0x80, 60, 0}}, FakeSentPacket{3, 22, {0x80, 60, 0}}));
+    EXPECT_THAT(host->sent, ElementsAre(FakeSentPacket{3, 21, {0x90, 60, 100}}, FakeSentPacket{3, 22, {0x90, 60, 100}},
+                                        FakeSentPacket{3, 21, {0xB0, 7, 90}}, FakeSentPacket{3, 22, {0xB0, 7, 90}},
+                                        FakeSentPacket{3, 21, {0x80, 60, 0}}, FakeSentPacket{3, 22, {0x80, 60, 0}}));
 }
 
 TEST_F(EngineRouting, RoutesAPacketOfLengthZero) {
     startWith({keysToSynth(ChannelMode::force(4))});
     play({{}, {0x90, 60, 100}});
-    EXPECT_THAT(host->calls, ElementsAre("makePacket([])", "send(port 3, destination 21, [])",
-                                         "makePacket([93 3C 64])", "send(port 3, destination 21, [93 3C 64])"));
+    EXPECT_THAT(host->calls, ElementsAre("makePacket([])", "send(port 3, destination 21, [])", "makePacket([93 3C 64])",
+                                         "send(port 3, destination 21, [93 3C 64])"));
     EXPECT_THAT(delegate->reports, ElementsAre("routed []", "routed [93 3C 64]"));
     ASSERT_THAT(delegate->activities, SizeIs(2));
     EXPECT_EQ(delegate->activities[0].messageKind, MIDIMessageKind::unknown);
@@ -242,8 +240,7 @@ TEST_F(EngineRouting, AppliesTheOldRoutesToThePacketThatCameBefore) {
     host->receive({{0x90, 60, 100}, {0x80, 60, 0}}, 11);
     engine->updateRoutes({keysToDrums()});
     settle();
-    EXPECT_THAT(host->sent,
-                ElementsAre(FakeSentPacket{3, 21, {0x90, 60, 100}}, FakeSentPacket{3, 21, {0x80, 60, 0}}));
+    EXPECT_THAT(host->sent, ElementsAre(FakeSentPacket{3, 21, {0x90, 60, 100}}, FakeSentPacket{3, 21, {0x80, 60, 0}}));
 }
 
 TEST_F(EngineRouting, ReplacesTheWholeListOfRoutes) {
@@ -308,14 +305,12 @@ TEST_F(EngineRouting, ReportsAPacketThatCannotBeSentWithItsStatusAndGoesOnWithou
     startWith({keysToSynth(), keysToDrums()});
     host->sendStatuses[21] = -11;
     play({{0x90, 60, 100}, {0x80, 60, 0}});
-    EXPECT_THAT(host->calls,
-                ElementsAre("makePacket([90 3C 64])", "send(port 3, destination 21, [90 3C 64])",
-                            "makePacket([90 3C 64])", "send(port 3, destination 22, [90 3C 64])",
-                            "makePacket([80 3C 00])", "send(port 3, destination 21, [80 3C 00])",
-                            "makePacket([80 3C 00])", "send(port 3, destination 22, [80 3C 00])"));
-    EXPECT_THAT(delegate->reports,
-                ElementsAre("failed: MIDI message could not be sent (-11)", "routed [90 3C 64]",
-                            "failed: MIDI message could not be sent (-11)", "routed [80 3C 00]"));
+    EXPECT_THAT(host->calls, ElementsAre("makePacket([90 3C 64])", "send(port 3, destination 21, [90 3C 64])",
+                                         "makePacket([90 3C 64])", "send(port 3, destination 22, [90 3C 64])",
+                                         "makePacket([80 3C 00])", "send(port 3, destination 21, [80 3C 00])",
+                                         "makePacket([80 3C 00])", "send(port 3, destination 22, [80 3C 00])"));
+    EXPECT_THAT(delegate->reports, ElementsAre("failed: MIDI message could not be sent (-11)", "routed [90 3C 64]",
+                                               "failed: MIDI message could not be sent (-11)", "routed [80 3C 00]"));
 }
 
 TEST_F(EngineRouting, TakesEveryNonzeroStatusForAFailure) {

@@ -29,7 +29,9 @@ MIDIReport diagnostic(std::string text) { return MIDIDiagnosticEvent{makeID(1), 
 /// "activity " and the last four digits of its identity, "endpoints", "failure " or "diagnostic " and the text.
 std::string describe(const MIDIReport& report) {
     struct Describer {
-        std::string operator()(const MIDIActivityEvent& event) const { return "activity " + event.id.text().substr(32); }
+        std::string operator()(const MIDIActivityEvent& event) const {
+            return "activity " + event.id.text().substr(32);
+        }
         std::string operator()(const MIDIEndpointsReport&) const { return "endpoints"; }
         std::string operator()(const MIDIFailureReport& failed) const { return "failure " + failed.message; }
         std::string operator()(const MIDIDiagnosticEvent& event) const { return "diagnostic " + event.message; }
