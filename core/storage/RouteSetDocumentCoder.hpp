@@ -1,20 +1,15 @@
 #pragma once
 
 #include "core/routes/MIDIRouteSetDocument.hpp"
+#include "core/storage/DecodingError.hpp"
 
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
 /// The JSON form of the connection-sets document.
 namespace corvel::RouteSetDocumentCoder {
 
-/// Why a text is no document: what is wrong and where ("routeSets[0].routes[2].channelMode: Invalid number of keys
-/// found, expected one.").
-class DecodingError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
+using corvel::DecodingError;
 
 /// The document as JSON, byte for byte reproducible: two blanks of indentation, `"key" : value`, keys in ascending
 /// byte order, absent optional values left out, slashes escaped, no final newline. Texts that are not UTF-8 are

@@ -54,6 +54,10 @@ public:
     void save(const std::vector<MIDIRoute>& routes) const;
 
 private:
+    /// Writes what was read from the legacy file to the current place, if nothing is there, and then removes the legacy
+    /// file, and its folder if nothing else is in it.
+    void migrateLegacyFile(const MIDIRouteSetDocument& document) const;
+
     std::filesystem::path fileURL_;
     std::optional<std::filesystem::path> legacyFileURL_;
 };

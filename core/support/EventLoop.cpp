@@ -232,7 +232,7 @@ private:
     }
 
     template <typename Callable>
-    void guarded(Callable& callable) {
+    void guarded(Callable&& callable) {
         try {
             callable();
         } catch (const std::exception& error) {
@@ -240,11 +240,6 @@ private:
         } catch (...) {
             std::fprintf(stderr, "%s: a task failed\n", label_.c_str());
         }
-    }
-
-    template <typename Callable>
-    void guarded(const Callable& callable) {
-        guarded<const Callable>(callable);
     }
 
     const std::string label_;

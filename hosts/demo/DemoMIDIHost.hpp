@@ -48,10 +48,13 @@ public:
 struct DemoOptions {
     /// Whether the sources play by themselves, on a thread of the service's own.
     bool playsByItself = true;
+    /// A line for the log of the first client, such as why the demo stands in; empty for none.
+    std::string notice;
 };
 
 /// The service with its six devices: "Demo Keyboard", "Demo Pads" and "Demo Sequencer", which play, and "Demo Synth",
-/// "Demo Drums" and "Demo Recorder", which count what they receive. Notifications come on `mainQueue`.
+/// "Demo Drums" and "Demo Recorder", which count what they receive. Notifications come on `mainQueue`. Throws
+/// `std::system_error` when the system has no thread left to play on.
 [[nodiscard]] std::shared_ptr<DemoMIDIHost> makeDemoMIDIHost(std::shared_ptr<DispatchQueue> mainQueue,
                                                              DemoOptions options = {});
 

@@ -1,0 +1,98 @@
+#include "app/EndpointListing.hpp"
+
+#include "app/TextLine.hpp"
+#include "core/storage/JSONWriter.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+namespace corvel::EndpointListing {
+
+namespace {
+
+/// ID, state, name, manufacturer.
+using Row = std::array<std::string, 4>;
+
+/// Columns of a terminal, taking every code point for one.
+std::size_t width(std::string_view text) {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(text, [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; }));
+}
+
+void appendTable(std::string& text, std::string_view heading, const std::vector<MIDIEndpointModel>& endpoints) {
+    text += heading;
+    if (endpoints.empty()) {
+        text += "\n  none\n";
+        return;
+    }
+    std::vector<Row> rows{{"ID", "State", "Name", "Manufacturer"}};
+    for (const MIDIEndpointModel& endpoint : endpoints) {
+        rows.push_back({std::to_string(endpoint.id), endpoint.isOnline ? "online" : "offline",
+                        escapedLine(endpoint.displayName), escapedLine(endpoint.manufacturer.value_or(""))});
+    }
+    std::array<std::size_t, 4> widths{};
+    for (const Row& row : rows) {
+        for (std::size_t column = 0; column < row.size(); ++column) {
+            widths.at(column) = std::max(widths.at(column), width(row.at(column)));
+        }
+    }
+    for (const Row& row : rows) {
+        std::string line = "\n  ";
+        for (std::size_t column = 0; column < row.size(); ++column) {
+            const std::string& cell = row.at(column);
+            const std::string padding(widths.at(column) - width(cell), ' ');
+            const bool isNumber = column == 0;
+            line += (isNumber ? padding + cell : cell + padding) + "  ";
+        }
+        line.erase(line.find_last_not_of(' ') + 1);
+        text += line;
+    }
+    text += '\n';
+}
+
+void writeArray(JSONWriter& writer, const std::vector<MIDIEndpointModel>& endpoints) {
+    writer.beginArray();
+    for (const MIDIEndpointModel& endpoint : endpoints) {
+        writer.beginObject();
+        writer.key("displayName");
+        writer.string(endpoint.displayName);
+        writer.key("id");
+        writer.integer(endpoint.id);
+        writer.key("isOnline");
+        writer.boolean(endpoint.isOnline);
+        writer.key("manufacturer");
+        if (endpoint.manufacturer) {
+            writer.string(*endpoint.manufacturer);
+        } else {
+            writer.null();
+        }
+        writer.endObject();
+    }
+    writer.endArray();
+}
+
+}  // namespace
+
+std::string table(const MIDIEndpoints& endpoints) {
+    std::string text;
+    appendTable(text, "Sources", endpoints.sources);
+    text += '\n';
+    appendTable(text, "Destinations", endpoints.destinations);
+    return text;
+}
+
+std::string json(const MIDIEndpoints& endpoints) {
+    JSONWriter writer;
+    writer.beginObject();
+    writer.key("destinations");
+    writeArray(writer, endpoints.destinations);
+    writer.key("sources");
+    writeArray(writer, endpoints.sources);
+    writer.endObject();
+    return writer.take() + '\n';
+}
+
+}  // namespace corvel::EndpointListing

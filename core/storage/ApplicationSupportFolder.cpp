@@ -1,0 +1,53 @@
+#include "core/storage/ApplicationSupportFolder.hpp"
+
+#include <array>
+#include <cstdlib>
+#include <optional>
+#include <pwd.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace corvel {
+
+namespace {
+
+using std::filesystem::path;
+
+/// A path that means the same folder whatever the working directory is.
+std::optional<path> absolutePath(const char* text) {
+    if (text == nullptr || !path(text).is_absolute()) {
+        return std::nullopt;
+    }
+    return path(text);
+}
+
+std::optional<path> homeFolderOfUserDatabase() {
+    // No entry that a person logs in with comes near this size.
+    std::array<char, 16384> buffer;
+    ::passwd entry{};
+    ::passwd* found = nullptr;
+    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
+        return std::nullopt;
+    }
+    return absolutePath(found->pw_dir);
+}
+
+}  // namespace
+
+path applicationSupportFolder() {
+    if (const auto dataHome = absolutePath(std::getenv("XDG_DATA_HOME"))) {
+        return *dataHome;
+    }
+    auto home = absolutePath(std::getenv("HOME"));
+    if (!home) {
+        home = homeFolderOfUserDatabase();
+    }
+    if (home) {
+        return *home / ".local" / "share";
+    }
+    std::error_code error;
+    const path temporary = std::filesystem::temp_directory_path(error);
+    return error ? path("/tmp") : temporary;
+}
+
+}  // namespace corvel

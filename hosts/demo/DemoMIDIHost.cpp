@@ -1,0 +1,358 @@
+#include "hosts/demo/DemoMIDIHost.hpp"
+
+#include "hosts/demo/DemoDevices.hpp"
+#include "hosts/demo/DemoPerformance.hpp"
+#include "hosts/demo/DemoSetup.hpp"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <functional>
+#include <iterator>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+namespace corvel::hosts {
+
+namespace {
+
+/// A reference to nothing, or to an object of another kind.
+constexpr MIDIStatus kNoSuchObject = -ENOENT;
+constexpr MIDIStatus kNotConnected = -ENOTCONN;
+
+class DemoService final : public DemoMIDIHost {
+public:
+    DemoService(std::shared_ptr<DispatchQueue> mainQueue, DemoOptions options)
+        : mainQueue_(std::move(mainQueue)), options_(std::move(options)) {
+        for (const DemoDeviceDescription& description : kDemoDevices) {
+            DemoDevice device;
+            device.isSource = description.isSource;
+            device.name = description.name;
+            device.manufacturer = kDemoManufacturer;
+            device.uniqueID = description.uniqueID;
+            if (options_.playsByItself && description.piece) {
+                device.player.emplace(*description.piece);
+            }
+            state_->setup.add(std::move(device));
+        }
+        if (options_.playsByItself) {
+            player_ = std::jthread([state = state_](const std::stop_token& stop) { performDemo(stop, *state); });
+            ::pthread_setname_np(player_.native_handle(), "corvel.demo");
+        }
+    }
+    DemoService(const DemoService&) = delete;
+    DemoService& operator=(const DemoService&) = delete;
+
+    ~DemoService() override {
+        player_.request_stop();
+        if (player_.get_id() == std::this_thread::get_id()) {
+            // A receive handler has released the service. Its thread, which shares the state, ends after that call.
+            player_.detach();
+        }
+    }
+
+    void setDiagnosticHandler(DiagnosticHandler handler) override {
+        const std::lock_guard lock(state_->mutex);
+        diagnosticHandler_ = std::move(handler);
+    }
+
+    MIDICreation createClient(std::string_view /*name*/, NotificationHandler handler) override {
+        DiagnosticHandler diagnosticHandler;
+        std::string notice;
+        MIDIObjectRef ref = 0;
+        {
+            const std::lock_guard lock(state_->mutex);
+            ref = state_->setup.newRef();
+            state_->setup.clients.push_back({ref, std::make_shared<const NotificationHandler>(std::move(handler))});
+            diagnosticHandler = diagnosticHandler_;
+            notice = std::exchange(options_.notice, {});
+        }
+        if (diagnosticHandler && !notice.empty()) {
+            diagnosticHandler(std::move(notice));
+        }
+        return {kMIDISuccess, ref};
+    }
+
+    MIDICreation createInputPort(MIDIObjectRef client, std::string_view /*name*/, ReceiveHandler handler) override {
+        return createPort(client, std::make_shared<const ReceiveHandler>(std::move(handler)));
+    }
+
+    MIDICreation createOutputPort(MIDIObjectRef client, std::string_view /*name*/) override {
+        return createPort(client, nullptr);
+    }
+
+    void disposePort(MIDIObjectRef port) override {
+        removePorts([port](const DemoPort& candidate) { return candidate.ref == port; });
+    }
+
+    void disposeClient(MIDIObjectRef client) override {
+        removePorts([client](const DemoPort& candidate) { return candidate.client == client; });
+        // Its handler may hold what calls the service at its own end, so it goes after the lock.
+        DemoClient removed;
+        const std::lock_guard lock(state_->mutex);
+        if (DemoClient* found = state_->setup.client(client); found != nullptr) {
+            removed = std::move(*found);
+            std::erase_if(state_->setup.clients, [](const DemoClient& candidate) { return !candidate.handler; });
+        }
+    }
+
+    unsigned sourceCount() override { return count(true); }
+    MIDIObjectRef source(unsigned index) override { return endpoint(true, index); }
+    unsigned destinationCount() override { return count(false); }
+    MIDIObjectRef destination(unsigned index) override { return endpoint(false, index); }
+
+    std::optional<std::string> displayName(MIDIObjectRef object) override { return name(object); }
+
+    std::optional<std::string> name(MIDIObjectRef object) override {
+        const std::lock_guard lock(state_->mutex);
+        const DemoDevice* device = state_->setup.withObject(object);
+        return device == nullptr ? std::nullopt : std::optional(device->name);
+    }
+
+    std::optional<std::string> manufacturer(MIDIObjectRef object) override {
+        const std::lock_guard lock(state_->mutex);
+        const DemoDevice* device = state_->setup.withObject(object);
+        return device == nullptr ? std::nullopt : device->manufacturer;
+    }
+
+    std::optional<std::int32_t> uniqueID(MIDIObjectRef object) override {
+        const std::lock_guard lock(state_->mutex);
+        const DemoDevice* device = state_->setup.withEndpoint(object);
+        return device == nullptr ? std::nullopt : std::optional(device->uniqueID);
+    }
+
+    std::optional<bool> isOffline(MIDIObjectRef object) override {
+        const std::lock_guard lock(state_->mutex);
+        const DemoDevice* device = state_->setup.withObject(object);
+        return device == nullptr ? std::nullopt : std::optional(device->isOffline);
+    }
+
+    MIDIStatus connectSource(MIDIObjectRef port, MIDIObjectRef source, MIDIObjectRef connection) override {
+        const std::lock_guard lock(state_->mutex);
+        DemoPort* found = state_->setup.port(port);
+        const DemoDevice* device = state_->setup.withEndpoint(source);
+        if (found == nullptr || !found->handler || device == nullptr || !device->isSource) {
+            return kNoSuchObject;
+        }
+        found->connections[source] = connection;
+        state_->changed.notify_all();
+        return kMIDISuccess;
+    }
+
+    MIDIStatus disconnectSource(MIDIObjectRef port, MIDIObjectRef source) override {
+        const std::lock_guard lock(state_->mutex);
+        DemoPort* found = state_->setup.port(port);
+        if (found == nullptr || !found->handler) {
+            return kNoSuchObject;
+        }
+        return found->connections.erase(source) > 0 ? kMIDISuccess : kNotConnected;
+    }
+
+    unsigned deviceCount() override {
+        const std::lock_guard lock(state_->mutex);
+        return static_cast<unsigned>(state_->setup.devices.size());
+    }
+
+    MIDIObjectRef device(unsigned index) override {
+        const std::lock_guard lock(state_->mutex);
+        const DemoDevice* found = state_->setup.deviceAt(index);
+        return found == nullptr ? 0 : found->device;
+    }
+
+    unsigned externalDeviceCount() override { return 0; }
+    MIDIObjectRef externalDevice(unsigned /*index*/) override { return 0; }
+
+    unsigned entityCount(MIDIObjectRef device) override {
+        const std::lock_guard lock(state_->mutex);
+        return state_->setup.withDevice(device) == nullptr ? 0 : 1;
+    }
+
+    MIDIObjectRef entity(MIDIObjectRef device, unsigned index) override {
+        const std::lock_guard lock(state_->mutex);
+        const DemoDevice* found = state_->setup.withDevice(device);
+        return found == nullptr || index != 0 ? 0 : found->entity;
+    }
+
+    unsigned entitySourceCount(MIDIObjectRef entity) override { return entityEndpoint(entity, true, 0) == 0 ? 0 : 1; }
+    MIDIObjectRef entitySource(MIDIObjectRef entity, unsigned index) override {
+        return entityEndpoint(entity, true, index);
+    }
+    unsigned entityDestinationCount(MIDIObjectRef entity) override {
+        return entityEndpoint(entity, false, 0) == 0 ? 0 : 1;
+    }
+    MIDIObjectRef entityDestination(MIDIObjectRef entity, unsigned index) override {
+        return entityEndpoint(entity, false, index);
+    }
+
+    std::optional<MIDIPacket> makePacket(std::span<const std::uint8_t> bytes) override {
+        return MIDIPacket{MIDIBytes(bytes.begin(), bytes.end())};
+    }
+
+    MIDIStatus send(MIDIObjectRef port, MIDIObjectRef destination, const MIDIPacket& packet) override {
+        const std::lock_guard lock(state_->mutex);
+        const DemoPort* found = state_->setup.port(port);
+        DemoDevice* device = state_->setup.withEndpoint(destination);
+        if (found == nullptr || found->handler || device == nullptr || device->isSource) {
+            return kNoSuchObject;
+        }
+        // As with a real cable that leads nowhere: the send succeeds and nothing arrives.
+        if (!device->isOffline) {
+            ++device->traffic.packets;
+            device->traffic.bytes += packet.bytes.size();
+        }
+        return kMIDISuccess;
+    }
+
+    MIDIObjectRef addSource(std::string name, std::optional<std::string> manufacturer, std::int32_t uniqueID) override {
+        return addEndpoint(true, std::move(name), std::move(manufacturer), uniqueID);
+    }
+
+    MIDIObjectRef addDestination(std::string name, std::optional<std::string> manufacturer,
+                                 std::int32_t uniqueID) override {
+        return addEndpoint(false, std::move(name), std::move(manufacturer), uniqueID);
+    }
+
+    void removeEndpoint(MIDIObjectRef endpoint) override {
+        const std::lock_guard lock(state_->mutex);
+        if (DemoDevice* device = state_->setup.withEndpoint(endpoint); device != nullptr) {
+            endPiece(*device);
+            const MIDINotification notification = describe(MIDINotification::kObjectRemoved, *device);
+            state_->setup.removeDevice(endpoint);
+            notifyClients(notification);
+        }
+    }
+
+    void setOffline(MIDIObjectRef endpoint, bool isOffline) override {
+        const std::lock_guard lock(state_->mutex);
+        if (DemoDevice* device = state_->setup.withEndpoint(endpoint);
+            device != nullptr && device->isOffline != isOffline) {
+            endPiece(*device);
+            device->isOffline = isOffline;
+            state_->changed.notify_all();
+            notifyClients({.messageID = MIDINotification::kPropertyChanged});
+        }
+    }
+
+    void play(MIDIObjectRef source, std::vector<std::uint8_t> bytes) override {
+        std::vector<DemoDelivery> deliveries;
+        {
+            const std::lock_guard lock(state_->mutex);
+            const DemoDevice* device = state_->setup.withEndpoint(source);
+            if (device != nullptr && !device->isOffline) {
+                state_->setup.deliver(*device, {MIDIBytes(bytes.begin(), bytes.end())}, deliveries);
+            }
+        }
+        for (const DemoDelivery& delivery : deliveries) {
+            delivery.perform();
+        }
+    }
+
+    DemoTraffic traffic(MIDIObjectRef destination) const override {
+        const std::lock_guard lock(state_->mutex);
+        const DemoDevice* device = state_->setup.withEndpoint(destination);
+        return device == nullptr ? DemoTraffic{} : device->traffic;
+    }
+
+private:
+    MIDICreation createPort(MIDIObjectRef client, std::shared_ptr<const ReceiveHandler> handler) {
+        const std::lock_guard lock(state_->mutex);
+        if (state_->setup.client(client) == nullptr) {
+            return {kNoSuchObject, 0};
+        }
+        const MIDIObjectRef ref = state_->setup.newRef();
+        state_->setup.ports.push_back({ref, client, std::move(handler), {}});
+        return {kMIDISuccess, ref};
+    }
+
+    template <typename Predicate>
+    void removePorts(Predicate predicate) {
+        // Their handlers may hold what calls the service at its own end, so they go after the lock.
+        std::vector<DemoPort> removed;
+        const std::lock_guard lock(state_->mutex);
+        std::vector<DemoPort>& ports = state_->setup.ports;
+        const auto first = std::stable_partition(ports.begin(), ports.end(), std::not_fn(predicate));
+        removed.assign(std::make_move_iterator(first), std::make_move_iterator(ports.end()));
+        ports.erase(first, ports.end());
+    }
+
+    [[nodiscard]] unsigned count(bool isSource) const {
+        const std::lock_guard lock(state_->mutex);
+        return state_->setup.count(isSource);
+    }
+
+    [[nodiscard]] MIDIObjectRef endpoint(bool isSource, unsigned index) const {
+        const std::lock_guard lock(state_->mutex);
+        const DemoDevice* device = state_->setup.deviceAt(isSource, index);
+        return device == nullptr ? 0 : device->endpoint;
+    }
+
+    [[nodiscard]] MIDIObjectRef entityEndpoint(MIDIObjectRef entity, bool isSource, unsigned index) const {
+        const std::lock_guard lock(state_->mutex);
+        const DemoDevice* device = state_->setup.withEntity(entity);
+        return device == nullptr || device->isSource != isSource || index != 0 ? 0 : device->endpoint;
+    }
+
+    MIDIObjectRef addEndpoint(bool isSource, std::string name, std::optional<std::string> manufacturer,
+                              std::int32_t uniqueID) {
+        const std::lock_guard lock(state_->mutex);
+        DemoDevice device;
+        device.isSource = isSource;
+        device.name = std::move(name);
+        device.manufacturer = std::move(manufacturer);
+        device.uniqueID = uniqueID;
+        const DemoDevice& added = state_->setup.add(std::move(device));
+        notifyClients(describe(MIDINotification::kObjectAdded, added));
+        return added.endpoint;
+    }
+
+    static MIDINotification describe(std::int32_t messageID, const DemoDevice& device) {
+        return {.messageID = messageID,
+                .parent = device.entity,
+                .parentType = MIDINotification::kEntity,
+                .child = device.endpoint,
+                .childType = device.isSource ? MIDINotification::kSource : MIDINotification::kDestination};
+    }
+
+    /// Has the playing thread end what the device plays. Under the lock, while the listeners are still connected.
+    void endPiece(DemoDevice& device) {
+        if (device.player) {
+            state_->setup.deliver(device, device.player->end(), state_->endings);
+            state_->changed.notify_all();
+        }
+    }
+
+    /// Under the lock, so that notifications come in the order of the changes.
+    void notifyClients(const MIDINotification& notification) {
+        for (const DemoClient& client : state_->setup.clients) {
+            mainQueue_->async([weakState = std::weak_ptr(state_), ref = client.ref, notification] {
+                std::shared_ptr<const NotificationHandler> handler;
+                if (const auto state = weakState.lock()) {
+                    const std::lock_guard lock(state->mutex);
+                    if (const DemoClient* found = state->setup.client(ref); found != nullptr) {
+                        handler = found->handler;
+                    }
+                }
+                if (handler && *handler) {
+                    (*handler)(notification);
+                }
+            });
+        }
+    }
+
+    const std::shared_ptr<DispatchQueue> mainQueue_;
+    DemoOptions options_;
+    const std::shared_ptr<DemoState> state_ = std::make_shared<DemoState>();
+    DiagnosticHandler diagnosticHandler_;
+    /// The last member: it ends before what it uses.
+    std::jthread player_;
+};
+
+}  // namespace
+
+std::shared_ptr<DemoMIDIHost> makeDemoMIDIHost(std::shared_ptr<DispatchQueue> mainQueue, DemoOptions options) {
+    return std::make_shared<DemoService>(std::move(mainQueue), std::move(options));
+}
+
+}  // namespace corvel::hosts

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "core/host/MIDIHost.hpp"
+#include "hosts/demo/DemoMIDIHost.hpp"
+#include "hosts/demo/DemoPlayer.hpp"
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace corvel::hosts {
+
+/// A device of the demo service: one entity with one endpoint, which share the device's name and properties.
+struct DemoDevice {
+    MIDIObjectRef device = 0;
+    MIDIObjectRef entity = 0;
+    MIDIObjectRef endpoint = 0;
+    /// Whether its endpoint is a source; a destination otherwise.
+    bool isSource = true;
+    std::string name;
+    std::optional<std::string> manufacturer;
+    std::int32_t uniqueID = 0;
+    bool isOffline = false;
+    /// What a destination has received.
+    DemoTraffic traffic;
+    /// Plays the source by itself.
+    std::optional<DemoPlayer> player;
+};
+
+/// A program that uses the service. Handlers are shared with the calls that are under way, which outlive the object.
+struct DemoClient {
+    MIDIObjectRef ref = 0;
+    std::shared_ptr<const MIDIHost::NotificationHandler> handler;
+};
+
+/// A port of a client; one without a handler is for output.
+struct DemoPort {
+    MIDIObjectRef ref = 0;
+    MIDIObjectRef client = 0;
+    std::shared_ptr<const MIDIHost::ReceiveHandler> handler;
+    /// The reference constant of each connected source.
+    std::map<MIDIObjectRef, MIDIObjectRef> connections;
+};
+
+/// A call of a receive handler that is owed. It is made when no lock is held.
+struct DemoDelivery {
+    std::shared_ptr<const MIDIHost::ReceiveHandler> handler;
+    MIDIObjectRef connection = 0;
+    std::vector<MIDIBytes> packets;
+
+    /// Calls the handler.
+    void perform() const;
+};
+
+/// The demo service's objects and how they hang together. Whoever has it guards it.
+///
+/// References count up and are never used again, so that a stale one finds nothing. Pointers are valid until the next
+/// object of their kind is added or removed.
+class DemoSetup {
+public:
+    /// Gives a reference that no object has had.
+    [[nodiscard]] MIDIObjectRef newRef() { return ++lastRef_; }
+
+    /// Adds a device at the end of its kind, with references of its own and, for `uniqueID` 0, the next free ID.
+    DemoDevice& add(DemoDevice device);
+
+    /// Takes the endpoint's device away, with its connections. Precondition: it is there.
+    void removeDevice(MIDIObjectRef endpoint);
+
+    /// The device with this place among all, the sources' first, or among those of one kind; null past the end.
+    [[nodiscard]] DemoDevice* deviceAt(std::size_t index);
+    [[nodiscard]] DemoDevice* deviceAt(bool isSource, std::size_t index);
+
+    /// The device that this endpoint, or that any of these objects, belongs to; null for none.
+    [[nodiscard]] DemoDevice* withEndpoint(MIDIObjectRef endpoint);
+    [[nodiscard]] DemoDevice* withEntity(MIDIObjectRef entity);
+    [[nodiscard]] DemoDevice* withDevice(MIDIObjectRef device);
+    [[nodiscard]] DemoDevice* withObject(MIDIObjectRef object);
+
+    [[nodiscard]] unsigned count(bool isSource) const;
+
+    [[nodiscard]] DemoClient* client(MIDIObjectRef ref);
+    [[nodiscard]] DemoPort* port(MIDIObjectRef ref);
+
+    /// Whether what the source plays reaches anybody.
+    [[nodiscard]] bool isHeard(const DemoDevice& source) const;
+
+    /// Adds the calls that bring the packets to everybody who is connected to the source.
+    void deliver(const DemoDevice& source, const std::vector<MIDIBytes>& packets,
+                 std::vector<DemoDelivery>& deliveries) const;
+
+    std::vector<DemoDevice> devices;
+    std::vector<DemoClient> clients;
+    std::vector<DemoPort> ports;
+
+private:
+    template <typename Predicate>
+    [[nodiscard]] DemoDevice* find(Predicate predicate);
+    [[nodiscard]] std::int32_t freeUniqueID() const;
+
+    MIDIObjectRef lastRef_ = 0;
+};
+
+}  // namespace corvel::hosts

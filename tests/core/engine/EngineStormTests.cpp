@@ -1,0 +1,564 @@
+#include "core/engine/CoreMIDIRouterEngine.hpp"
+#include "core/support/EventLoop.hpp"
+#include "tests/support/RecordingDelegate.hpp"
+#include "tests/support/RouteBuilders.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <future>
+#include <latch>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+/// The engine on real queues while every thread does everything at once. Mainly for the thread sanitizer, hence the
+/// small numbers; what is asserted holds for every interleaving.
+namespace corvel::tests {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::Ge;
+using ::testing::IsEmpty;
+using ::testing::Le;
+
+constexpr unsigned kSources = 4;
+constexpr MIDIObjectRef kFirstSource = 11;
+constexpr MIDIObjectRef kPassingSource = 19;
+constexpr MIDIObjectRef kSynth = 21;
+constexpr MIDIObjectRef kDrums = 22;
+
+/// Ends the program loudly when a test does not end: a hanging test would say nothing.
+class Watchdog {
+public:
+    explicit Watchdog(std::chrono::seconds limit)
+        : thread_([this, limit] {
+              std::unique_lock lock(mutex_);
+              if (!changed_.wait_for(lock, limit, [this] { return isOver_; })) {
+                  std::fputs("The storm did not end\n", stderr);
+                  std::abort();
+              }
+          }) {}
+    Watchdog(const Watchdog&) = delete;
+    Watchdog& operator=(const Watchdog&) = delete;
+    ~Watchdog() {
+        {
+            const std::lock_guard lock(mutex_);
+            isOver_ = true;
+        }
+        changed_.notify_one();
+        thread_.join();
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool isOver_ = false;
+    std::thread thread_;
+};
+
+/// A service that may be called from any thread, and that notes every call that its rules forbid. Its sources deliver
+/// also while they are disconnected, so that no packet may ever be missing.
+class StormHost : public MIDIHost {
+public:
+    struct Sent {
+        MIDIObjectRef destination = 0;
+        MIDIBytes bytes;
+    };
+
+    /// Called inside every send, outside the lock.
+    std::function<void()> onSend;
+
+    /// Packets from a source, on the calling thread.
+    void receive(const std::vector<std::vector<std::uint8_t>>& packets, MIDIObjectRef source) {
+        const auto handler = locked([this] { return receiveHandler_; });
+        if (handler) {
+            const std::vector<std::span<const std::uint8_t>> views(packets.begin(), packets.end());
+            (*handler)(views, source);
+        }
+    }
+
+    void notify(const MIDINotification& notification) {
+        const auto handler = locked([this] { return notificationHandler_; });
+        if (handler) {
+            (*handler)(notification);
+        }
+    }
+
+    void diagnose(std::string message) {
+        const auto handler = locked([this] { return diagnosticHandler_; });
+        (*handler)(std::move(message));
+    }
+
+    /// Makes a further source come or go.
+    void setPassingSource(bool isPresent) {
+        locked([&] { hasPassingSource_ = isPresent; });
+    }
+
+    [[nodiscard]] std::vector<Sent> sent() {
+        return locked([this] { return sent_; });
+    }
+    [[nodiscard]] std::vector<std::string> disposals() {
+        return locked([this] { return disposals_; });
+    }
+    [[nodiscard]] std::set<std::string> violations() {
+        return locked([this] { return violations_; });
+    }
+    [[nodiscard]] std::future<std::thread::id> clientDisposal() { return clientDisposal_.get_future(); }
+
+    void setDiagnosticHandler(DiagnosticHandler handler) override {
+        locked([&] { diagnosticHandler_ = std::make_shared<const DiagnosticHandler>(std::move(handler)); });
+    }
+
+    [[nodiscard]] MIDICreation createClient(std::string_view, NotificationHandler handler) override {
+        locked([&] { notificationHandler_ = std::make_shared<const NotificationHandler>(std::move(handler)); });
+        return {kMIDISuccess, 1};
+    }
+
+    [[nodiscard]] MIDICreation createInputPort(MIDIObjectRef, std::string_view, ReceiveHandler handler) override {
+        onQueue("createInputPort",
+                [&] { receiveHandler_ = std::make_shared<const ReceiveHandler>(std::move(handler)); });
+        return {kMIDISuccess, 2};
+    }
+
+    [[nodiscard]] MIDICreation createOutputPort(MIDIObjectRef, std::string_view) override {
+        onQueue("createOutputPort", [] {});
+        return {kMIDISuccess, 3};
+    }
+
+    void disposePort(MIDIObjectRef port) override {
+        locked([&] { disposals_.push_back("port " + std::to_string(port)); });
+    }
+
+    void disposeClient(MIDIObjectRef client) override {
+        locked([&] {
+            disposals_.push_back("client " + std::to_string(client));
+            if (std::exchange(isDisposed_, true)) {
+                violations_.insert("client disposed twice");
+                return;
+            }
+            clientDisposal_.set_value(std::this_thread::get_id());
+        });
+    }
+
+    [[nodiscard]] unsigned sourceCount() override {
+        return onQueue("sourceCount", [this] { return kSources + (hasPassingSource_ ? 1U : 0U); });
+    }
+    [[nodiscard]] MIDIObjectRef source(unsigned index) override {
+        // The passing source may have gone since the count was read.
+        return onQueue("source", [&] {
+            return index < kSources ? kFirstSource + index : (hasPassingSource_ ? kPassingSource : MIDIObjectRef{0});
+        });
+    }
+    [[nodiscard]] unsigned destinationCount() override {
+        return onQueue("destinationCount", [] { return 2U; });
+    }
+    [[nodiscard]] MIDIObjectRef destination(unsigned index) override {
+        return onQueue("destination", [&] { return index == 0 ? kSynth : kDrums; });
+    }
+    [[nodiscard]] std::optional<std::string> displayName(MIDIObjectRef object) override {
+        return onQueue("displayName", [&] { return "Endpoint " + std::to_string(object); });
+    }
+    [[nodiscard]] std::optional<std::string> name(MIDIObjectRef) override { return std::nullopt; }
+    [[nodiscard]] std::optional<std::string> manufacturer(MIDIObjectRef) override { return std::nullopt; }
+    [[nodiscard]] std::optional<std::int32_t> uniqueID(MIDIObjectRef object) override {
+        return onQueue("uniqueID", [&] { return static_cast<std::int32_t>(1000 + object); });
+    }
+    [[nodiscard]] std::optional<bool> isOffline(MIDIObjectRef) override { return std::nullopt; }
+
+    [[nodiscard]] MIDIStatus connectSource(MIDIObjectRef, MIDIObjectRef source, MIDIObjectRef connection) override {
+        onQueue("connectSource", [&] {
+            if (connection != source || !connected_.insert(source).second) {
+                violations_.insert("connected wrongly or twice");
+            }
+        });
+        return kMIDISuccess;
+    }
+    MIDIStatus disconnectSource(MIDIObjectRef, MIDIObjectRef source) override {
+        onQueue("disconnectSource", [&] {
+            if (connected_.erase(source) == 0) {
+                violations_.insert("disconnected what was not connected");
+            }
+        });
+        return kMIDISuccess;
+    }
+
+    [[nodiscard]] unsigned deviceCount() override { return 0; }
+    [[nodiscard]] MIDIObjectRef device(unsigned) override { return 0; }
+    [[nodiscard]] unsigned externalDeviceCount() override { return 0; }
+    [[nodiscard]] MIDIObjectRef externalDevice(unsigned) override { return 0; }
+    [[nodiscard]] unsigned entityCount(MIDIObjectRef) override { return 0; }
+    [[nodiscard]] MIDIObjectRef entity(MIDIObjectRef, unsigned) override { return 0; }
+    [[nodiscard]] unsigned entitySourceCount(MIDIObjectRef) override { return 0; }
+    [[nodiscard]] MIDIObjectRef entitySource(MIDIObjectRef, unsigned) override { return 0; }
+    [[nodiscard]] unsigned entityDestinationCount(MIDIObjectRef) override { return 0; }
+    [[nodiscard]] MIDIObjectRef entityDestination(MIDIObjectRef, unsigned) override { return 0; }
+
+    [[nodiscard]] std::optional<MIDIPacket> makePacket(std::span<const std::uint8_t> bytes) override {
+        return MIDIPacket{MIDIBytes(bytes.begin(), bytes.end())};
+    }
+    [[nodiscard]] MIDIStatus send(MIDIObjectRef, MIDIObjectRef destination, const MIDIPacket& packet) override {
+        onQueue("send", [&] { sent_.push_back({destination, packet.bytes}); });
+        if (onSend) {
+            onSend();
+        }
+        return kMIDISuccess;
+    }
+
+private:
+    template <typename Work>
+    std::invoke_result_t<Work&> locked(Work&& work) {
+        const std::lock_guard lock(mutex_);
+        return work();
+    }
+
+    /// Does what only the engine's queue may ask for, and only before the client is disposed of.
+    template <typename Work>
+    std::invoke_result_t<Work&> onQueue(const std::string& operation, Work&& work) {
+        const std::lock_guard lock(mutex_);
+        if (queueThread_ == std::thread::id()) {
+            queueThread_ = std::this_thread::get_id();
+        }
+        if (queueThread_ != std::this_thread::get_id()) {
+            violations_.insert(operation + " off the queue");
+        }
+        if (!disposals_.empty()) {
+            violations_.insert(operation + " after the disposal");
+        }
+        return work();
+    }
+
+    std::mutex mutex_;
+    std::shared_ptr<const DiagnosticHandler> diagnosticHandler_;
+    std::shared_ptr<const NotificationHandler> notificationHandler_;
+    std::shared_ptr<const ReceiveHandler> receiveHandler_;
+    std::thread::id queueThread_;
+    bool hasPassingSource_ = false;
+    bool isDisposed_ = false;
+    std::set<MIDIObjectRef> connected_;
+    std::vector<Sent> sent_;
+    std::vector<std::string> disposals_;
+    std::set<std::string> violations_;
+    std::promise<std::thread::id> clientDisposal_;
+};
+
+/// Every source to the synthesizer, always; to the drums, beside them and in changing places, only in odd variations.
+std::vector<MIDIRoute> routes(unsigned variation) {
+    std::vector<MIDIRoute> list;
+    for (unsigned index = 0; index < kSources; ++index) {
+        const auto sourceID = static_cast<std::int32_t>(1000 + kFirstSource + index);
+        list.push_back(makeRoute({.id = makeID(index), .sourceID = sourceID, .destinationID = 1000 + kSynth}));
+        MIDIRoute extra = makeRoute({.id = makeID(100 + index), .sourceID = sourceID, .destinationID = 1000 + kDrums});
+        extra.isEnabled = variation % 2 == 1;
+        list.insert(variation % 4 < 2 ? list.begin() : list.end(), extra);
+    }
+    return list;
+}
+
+/// A note whose channel tells its source and whose data tells its number.
+std::vector<std::uint8_t> note(unsigned source, unsigned number) {
+    return {static_cast<std::uint8_t>(0x90U + source), static_cast<std::uint8_t>(number >> 7U),
+            static_cast<std::uint8_t>(number & 0x7FU)};
+}
+
+/// The numbers that arrived at a destination, per source.
+std::array<std::vector<unsigned>, kSources> numbersAt(MIDIObjectRef destination,
+                                                      const std::vector<StormHost::Sent>& sent) {
+    std::array<std::vector<unsigned>, kSources> numbers;
+    for (const StormHost::Sent& packet : sent) {
+        if (packet.destination == destination) {
+            numbers.at(packet.bytes[0] & 0x0FU).push_back(packet.bytes[1] * 128U + packet.bytes[2]);
+        }
+    }
+    return numbers;
+}
+
+std::vector<unsigned> firstNumbers(std::size_t count) {
+    std::vector<unsigned> numbers(count);
+    for (unsigned number = 0; number < numbers.size(); ++number) {
+        numbers[number] = number;
+    }
+    return numbers;
+}
+
+bool isStrictlyIncreasing(const std::vector<unsigned>& numbers) {
+    return std::ranges::adjacent_find(numbers, std::greater_equal<>()) == numbers.end();
+}
+
+/// A started engine on real queues, with the threads of a storm.
+class Storm {
+public:
+    Storm() {
+        mainQueue->sync([this] {
+            delegate->onReport = [this] { isOnMain = isOnMain && mainQueue->isCurrent(); };
+            engine->setDelegate(delegate);
+        });
+        engine->updateRoutes(routes(0));
+        engine->start();
+        finish();
+    }
+    Storm(const Storm&) = delete;
+    Storm& operator=(const Storm&) = delete;
+    ~Storm() { finish(); }
+
+    /// Adds a thread that waits for the others.
+    void add(std::function<void()> work) { works_.push_back(std::move(work)); }
+
+    void addSenders(unsigned packets) {
+        for (unsigned source = 0; source < kSources; ++source) {
+            add([this, source, packets] {
+                for (unsigned number = 0; number < packets;) {
+                    std::vector<std::vector<std::uint8_t>> together;
+                    const unsigned end = std::min(packets, number + 1 + number % 3);
+                    while (number < end) {
+                        together.push_back(note(source, number++));
+                    }
+                    host->receive(together, kFirstSource + source);
+                }
+            });
+        }
+    }
+
+    /// Runs the threads that were added, all at once, to their end.
+    void blow() {
+        std::latch start(static_cast<std::ptrdiff_t>(works_.size()));
+        std::vector<std::thread> threads;
+        for (std::function<void()>& work : works_) {
+            threads.emplace_back([&start, work = std::move(work)] {
+                start.arrive_and_wait();
+                work();
+            });
+        }
+        works_.clear();
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    }
+
+    /// Waits until both queues have done what the threads left to them: main to queue, queue to main.
+    void finish() {
+        mainQueue->sync([] {});
+        queue->sync([] {});
+        mainQueue->sync([] {});
+    }
+
+    const std::shared_ptr<StormHost> host = std::make_shared<StormHost>();
+    std::shared_ptr<EventLoop> queue = EventLoop::withThread("storm.engine");
+    const std::shared_ptr<EventLoop> mainQueue = EventLoop::withThread("storm.main");
+    const std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
+    std::shared_ptr<CoreMIDIRouterEngine> engine =
+        CoreMIDIRouterEngine::create(host, queue, mainQueue, makeSystemClock());
+    /// Whether every report came on the main queue. Main queue only.
+    bool isOnMain = true;
+
+private:
+    std::vector<std::function<void()>> works_;
+};
+
+TEST(EngineStorm, DeliversEveryPacketOnceAndInOrderAmidUpdatesReloadsAndNotifications) {
+    const Watchdog watchdog(std::chrono::seconds(120));
+    constexpr unsigned kPackets = 400;
+    constexpr unsigned kChanges = 100;
+    Storm storm;
+    storm.addSenders(kPackets);
+    storm.add([&] {
+        for (unsigned number = 1; number <= 2 * kChanges; ++number) {
+            storm.engine->updateRoutes(routes(number));
+        }
+    });
+    storm.add([&] {
+        for (unsigned number = 0; number < kChanges; ++number) {
+            storm.host->setPassingSource(number % 2 == 0);
+            storm.engine->reloadEndpoints();
+        }
+    });
+    std::size_t fewestSources = kSources;
+    std::size_t mostSources = kSources;
+    storm.add([&] {
+        for (unsigned number = 0; number < kChanges; ++number) {
+            const std::size_t count = storm.engine->endpoints().sources.size();
+            fewestSources = std::min(fewestSources, count);
+            mostSources = std::max(mostSources, count);
+        }
+    });
+    storm.add([&] {
+        for (unsigned number = 0; number < kChanges; ++number) {
+            storm.mainQueue->async([&storm] { storm.host->notify({}); });
+            storm.host->diagnose("Overrun " + std::to_string(number));
+            storm.engine->start();
+        }
+    });
+    storm.blow();
+    storm.finish();
+
+    EXPECT_THAT(storm.host->violations(), IsEmpty());
+    EXPECT_EQ(fewestSources, kSources);
+    EXPECT_THAT(mostSources, AllOf(Ge(kSources), Le(kSources + 1)));
+
+    const std::vector<StormHost::Sent> sent = storm.host->sent();
+    EXPECT_THAT(numbersAt(kSynth, sent), Each(firstNumbers(kPackets)));
+    for (const std::vector<unsigned>& numbers : numbersAt(kDrums, sent)) {
+        EXPECT_TRUE(isStrictlyIncreasing(numbers));
+    }
+
+    storm.mainQueue->sync([&] {
+        EXPECT_TRUE(storm.isOnMain);
+        EXPECT_THAT(storm.delegate->failures, IsEmpty());
+        // At most 3,200, so that none had to give way.
+        EXPECT_EQ(storm.delegate->activities.size(), sent.size());
+        std::map<UUID, std::vector<unsigned>> numbersByRoute;
+        for (const MIDIActivityEvent& event : storm.delegate->activities) {
+            numbersByRoute[event.routeID].push_back(event.bytes[1] * 128U + event.bytes[2]);
+        }
+        for (unsigned index = 0; index < kSources; ++index) {
+            EXPECT_EQ(numbersByRoute[makeID(index)], firstNumbers(kPackets));
+            EXPECT_EQ(numbersByRoute[makeID(100 + index)], numbersAt(kDrums, sent).at(index));
+        }
+
+        unsigned notifications = 0;
+        unsigned overruns = 0;
+        unsigned starts = 0;
+        for (const std::string& message : storm.delegate->messages()) {
+            notifications += message == "CoreMIDI notification: setup changed" ? 1U : 0U;
+            starts += message == "Starting CoreMIDI client on main run loop" ? 1U : 0U;
+            overruns += message == "Overrun " + std::to_string(overruns) ? 1U : 0U;
+        }
+        EXPECT_EQ(notifications, kChanges);
+        EXPECT_EQ(overruns, kChanges);
+        EXPECT_EQ(starts, 1U);
+        // The first load, a change for each reload and notification, and some settled ones between them.
+        EXPECT_THAT(storm.delegate->endpointChanges, AllOf(Ge(1 + 2 * kChanges), Le(1 + 3 * kChanges)));
+    });
+}
+
+TEST(EngineStorm, ReleasedByManyThreadsSendsAnUnbrokenBeginningAndNothingAfterwards) {
+    const Watchdog watchdog(std::chrono::seconds(120));
+    for (unsigned round = 0; round < 20; ++round) {
+        Storm storm;
+        const std::weak_ptr<CoreMIDIRouterEngine> released = storm.engine;
+        const auto addOwner = [&](unsigned uses, std::function<void(CoreMIDIRouterEngine&, unsigned)> use) {
+            storm.add([uses, use = std::move(use), owned = storm.engine]() mutable {
+                for (unsigned number = 0; number < uses; ++number) {
+                    use(*owned, number);
+                }
+                owned.reset();
+            });
+        };
+        addOwner(round * 3, [](CoreMIDIRouterEngine& engine, unsigned number) { engine.updateRoutes(routes(number)); });
+        addOwner(round, [](CoreMIDIRouterEngine& engine, unsigned) { engine.reloadEndpoints(); });
+        addOwner(20 - round,
+                 [](CoreMIDIRouterEngine& engine, unsigned) { EXPECT_EQ(engine.endpoints().destinations.size(), 2U); });
+        storm.engine.reset();
+        storm.addSenders(150);
+        storm.add([&] {
+            for (unsigned number = 0; number < 20; ++number) {
+                storm.mainQueue->async([&storm] { storm.host->notify({.messageID = MIDINotification::kObjectAdded}); });
+                storm.host->diagnose("Overrun");
+            }
+        });
+        storm.blow();
+        storm.finish();
+
+        ASSERT_TRUE(released.expired());
+        EXPECT_THAT(storm.host->violations(), IsEmpty());
+        EXPECT_THAT(storm.host->disposals(), ElementsAre("port 2", "port 3", "client 1"));
+        const std::vector<StormHost::Sent> sent = storm.host->sent();
+        for (const std::vector<unsigned>& numbers : numbersAt(kSynth, sent)) {
+            EXPECT_EQ(numbers, firstNumbers(numbers.size()));
+        }
+        for (const std::vector<unsigned>& numbers : numbersAt(kDrums, sent)) {
+            EXPECT_TRUE(isStrictlyIncreasing(numbers));
+        }
+
+        std::size_t reports = 0;
+        storm.mainQueue->sync([&] {
+            EXPECT_TRUE(storm.isOnMain);
+            EXPECT_LE(storm.delegate->activities.size(), sent.size());
+            reports = storm.delegate->reports.size();
+        });
+        storm.host->receive({note(0, 9999)}, kFirstSource);
+        storm.mainQueue->sync([&] { storm.host->notify({}); });
+        storm.host->diagnose("Overrun");
+        storm.finish();
+        EXPECT_EQ(storm.host->sent().size(), sent.size());
+        storm.mainQueue->sync([&] { EXPECT_EQ(storm.delegate->reports.size(), reports); });
+        EXPECT_THAT(storm.host->violations(), IsEmpty());
+    }
+}
+
+TEST(EngineStorm, ReleasedOnItsQueueAsTheQueuesLastOwnerEndsThere) {
+    const Watchdog watchdog(std::chrono::seconds(120));
+    for (unsigned round = 0; round < 20; ++round) {
+        const auto host = std::make_shared<StormHost>();
+        const auto mainQueue = EventLoop::withThread("storm.main");
+        std::future<std::thread::id> disposal = host->clientDisposal();
+        auto queue = EventLoop::withThread("storm.engine");
+        auto engine = CoreMIDIRouterEngine::create(host, queue, mainQueue, makeSystemClock());
+        engine->updateRoutes(routes(0));
+        engine->start();
+        mainQueue->sync([] {});
+        std::thread::id queueThread;
+        queue->sync([&] { queueThread = std::this_thread::get_id(); });
+        queue.reset();
+        host->onSend = [&engine] { engine.reset(); };
+        host->receive({note(0, 0)}, kFirstSource);
+        EXPECT_EQ(disposal.get(), queueThread);
+        EXPECT_THAT(host->disposals(), ElementsAre("port 2", "port 3", "client 1"));
+        EXPECT_EQ(host->sent().size(), 1U);
+        EXPECT_THAT(host->violations(), IsEmpty());
+    }
+}
+
+TEST(EngineStorm, ReleasedRightAfterStartFromAnyThreadDisposesOfWhatItMade) {
+    const Watchdog watchdog(std::chrono::seconds(120));
+    for (unsigned round = 0; round < 50; ++round) {
+        const auto host = std::make_shared<StormHost>();
+        const auto mainQueue = EventLoop::withThread("storm.main");
+        const auto queue = EventLoop::withThread("storm.engine");
+        auto engine = CoreMIDIRouterEngine::create(host, queue, mainQueue, makeSystemClock());
+        const std::weak_ptr<CoreMIDIRouterEngine> released = engine;
+        std::vector<std::thread> threads;
+        for (unsigned index = 0; index < 3; ++index) {
+            threads.emplace_back([owned = engine]() mutable {
+                owned->start();
+                owned.reset();
+            });
+        }
+        engine.reset();
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        mainQueue->sync([] {});
+        queue->sync([] {});
+        mainQueue->sync([] {});
+        EXPECT_TRUE(released.expired());
+        // Depending on when the last owner let go: nothing made, the client alone, or all three.
+        const std::vector<std::string> disposals = host->disposals();
+        EXPECT_TRUE(disposals.empty() || disposals == std::vector<std::string>{"client 1"} ||
+                    disposals == std::vector<std::string>({"port 2", "port 3", "client 1"}))
+            << ::testing::PrintToString(disposals);
+        EXPECT_THAT(host->violations(), IsEmpty());
+    }
+}
+
+}  // namespace
+}  // namespace corvel::tests

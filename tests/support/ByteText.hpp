@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace corvel::tests {
+
+/// Bytes as a reader of MIDI dumps expects them: "90 3C 64".
+template <typename Bytes>
+[[nodiscard]] std::string byteText(const Bytes& bytes) {
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    std::string text;
+    for (const std::uint8_t byte : bytes) {
+        if (!text.empty()) {
+            text += ' ';
+        }
+        text += kDigits[byte >> 4U];
+        text += kDigits[byte & 0x0FU];
+    }
+    return text;
+}
+
+}  // namespace corvel::tests
