@@ -5,7 +5,6 @@
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
-#include <optional>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -57,6 +56,10 @@ private:
     int value_;
 };
 
+FileStamp stampOf(const struct ::stat& status) {
+    return {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+}
+
 void requireRegular(const struct ::stat& status) {
     if (!S_ISREG(status.st_mode)) {
         fail(S_ISDIR(status.st_mode) ? EISDIR : EOPNOTSUPP);
@@ -95,7 +98,7 @@ void writeAll(const FileDescriptor& file, std::string_view bytes) {
 }
 
 /// Without `wanted` the new file gets the permissions that the user's programs give their files.
-void writeNewFile(const path& name, std::string_view bytes, std::optional<::mode_t> wanted) {
+FileStamp writeNewFile(const path& name, std::string_view bytes, std::optional<::mode_t> wanted) {
     const FileDescriptor file(name, O_WRONLY | O_CREAT | O_EXCL, wanted.value_or(kDefaultPermissions));
     try {
         // Only where they differ: file systems without permissions of their own refuse every change.
@@ -104,6 +107,7 @@ void writeNewFile(const path& name, std::string_view bytes, std::optional<::mode
         }
         writeAll(file, bytes);
         checked([&] { return ::fsync(file.get()); });
+        return stampOf(file.status());
     } catch (...) {
         ::unlink(name.c_str());
         throw;
@@ -124,6 +128,11 @@ void syncFolder(const path& folder) {
 }
 
 }  // namespace
+
+std::optional<FileStamp> fileStamp(const path& path) {
+    struct ::stat status {};
+    return ::stat(path.c_str(), &status) == 0 ? std::optional(stampOf(status)) : std::nullopt;
+}
 
 std::string readFile(const path& path) {
     // Opening a named pipe would otherwise wait for its writer.
@@ -148,9 +157,8 @@ void createFile(const path& path, std::string_view bytes, const std::filesystem:
 }
 
 AtomicFile::AtomicFile(const path& target, std::string_view bytes)
-    : target_(followLinks(target)), temporary_(folderOf(target_) / (".corvel-" + UUID::random().text() + ".tmp")) {
-    writeNewFile(temporary_, bytes, permissions(target_));
-}
+    : target_(followLinks(target)), temporary_(folderOf(target_) / (".corvel-" + UUID::random().text() + ".tmp")),
+      stamp_(writeNewFile(temporary_, bytes, permissions(target_))) {}
 
 AtomicFile::~AtomicFile() {
     if (!isCommitted_) {

@@ -76,21 +76,6 @@ std::optional<path> keepIfUnreadable(const path& file) {
     }
 }
 
-void replaceFile(const path& file, std::string_view json) {
-    // Ahead of the copy, so that saves that fail again and again for want of space leave no copies behind.
-    AtomicFile replacement(file, json);
-    const auto copy = keepIfUnreadable(file);
-    try {
-        replacement.commit();
-    } catch (const std::system_error&) {
-        if (copy) {
-            std::error_code ignored;
-            std::filesystem::remove(*copy, ignored);
-        }
-        throw;
-    }
-}
-
 void removeFolderIfEmpty(const path& folder) {
     std::error_code error;
     if (std::filesystem::is_empty(folder, error) && !error) {
@@ -133,7 +118,7 @@ void RouteStore::saveDocument(const MIDIRouteSetDocument& document) const {
         if (fileURL_.has_parent_path()) {
             std::filesystem::create_directories(fileURL_.parent_path());
         }
-        replaceFile(fileURL_, RouteSetDocumentCoder::encode(document));
+        replaceFile(RouteSetDocumentCoder::encode(document));
     } catch (const std::system_error& error) {
         failToWrite(fileURL_, error);
     }
@@ -143,6 +128,25 @@ std::vector<MIDIRoute> RouteStore::load() const { return loadDocument().selected
 
 void RouteStore::save(const std::vector<MIDIRoute>& routes) const {
     saveDocument(MIDIRouteSetDocument::singleSet(routes, MIDIRouteSetDocument::kDefaultSetName));
+}
+
+void RouteStore::replaceFile(std::string_view json) const {
+    // Ahead of the copy, so that saves that fail again and again for want of space leave no copies behind.
+    AtomicFile replacement(fileURL_, json);
+    std::optional<path> copy;
+    if (!lastWritten_ || fileStamp(fileURL_) != lastWritten_) {
+        copy = keepIfUnreadable(fileURL_);
+    }
+    try {
+        replacement.commit();
+    } catch (const std::system_error&) {
+        if (copy) {
+            std::error_code ignored;
+            std::filesystem::remove(*copy, ignored);
+        }
+        throw;
+    }
+    lastWritten_ = replacement.stamp();
 }
 
 void RouteStore::migrateLegacyFile(const MIDIRouteSetDocument& document) const {

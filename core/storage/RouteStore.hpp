@@ -1,10 +1,12 @@
 #pragma once
 
 #include "core/routes/MIDIRouteSetDocument.hpp"
+#include "core/storage/AtomicFile.hpp"
 
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 #include <vector>
 
 namespace corvel {
@@ -58,8 +60,14 @@ private:
     /// file, and its folder if nothing else is in it.
     void migrateLegacyFile(const MIDIRouteSetDocument& document) const;
 
+    /// Puts the text in the place of the current file, of which a copy is kept if no load would accept it.
+    void replaceFile(std::string_view json) const;
+
     std::filesystem::path fileURL_;
     std::optional<std::filesystem::path> legacyFileURL_;
+    /// The file as this store last left it. As long as that is what stands there, a save can replace it without decoding
+    /// it first, which for large documents takes longer than the writing. Only ever a shortcut: no result depends on it.
+    mutable std::optional<FileStamp> lastWritten_;
 };
 
 }  // namespace corvel
