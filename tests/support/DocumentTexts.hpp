@@ -52,7 +52,9 @@ private:
 };
 
 /// A text in JSON's quotation marks; for texts that need no escapes.
-[[nodiscard]] inline std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + "\""; }
+[[nodiscard]] inline std::string inQuotes(std::string_view text) {
+    return "\"" + std::string(text) + "\"";
+}
 
 /// The text of a JSON array.
 [[nodiscard]] inline std::string arrayText(const std::vector<std::string>& elements) {

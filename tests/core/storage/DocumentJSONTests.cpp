@@ -1,5 +1,4 @@
 #include "core/storage/RouteSetDocumentCoder.hpp"
-
 #include "tests/support/DocumentTexts.hpp"
 
 #include <gtest/gtest.h>
@@ -42,11 +41,17 @@ bool isReadAsRouteArray(std::string_view json) {
     }
 }
 
-std::string documentHolding(const std::string& value) { return documentText().with("unknown", value).text(); }
-std::string arrayHolding(const std::string& value) { return arrayText({routeText().with("unknown", value).text()}); }
+std::string documentHolding(const std::string& value) {
+    return documentText().with("unknown", value).text();
+}
+std::string arrayHolding(const std::string& value) {
+    return arrayText({routeText().with("unknown", value).text()});
+}
 
 /// Brackets nested so deep, around nothing.
-std::string nestedArrays(std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); }
+std::string nestedArrays(std::size_t depth) {
+    return std::string(depth, '[') + std::string(depth, ']');
+}
 
 std::string nestedObjects(std::size_t depth) {
     std::string text;

@@ -27,7 +27,9 @@ using tests::makeID;
 using tests::makeRoute;
 using tests::makeVariant;
 
-UUID idOf(std::string_view text) { return UUID::parse(text).value(); }
+UUID idOf(std::string_view text) {
+    return UUID::parse(text).value();
+}
 
 constexpr std::string_view kTwoAssignmentsText = R"({
   "routeSets" : [
@@ -122,9 +124,13 @@ std::string writtenName(std::string_view name) {
     return text.substr(from, text.find(",\n      \"routes\"") - from);
 }
 
-TEST(RouteSetDocumentCoder, WritesADocumentByteForByte) { EXPECT_EQ(encode(twoAssignments()), kTwoAssignmentsText); }
+TEST(RouteSetDocumentCoder, WritesADocumentByteForByte) {
+    EXPECT_EQ(encode(twoAssignments()), kTwoAssignmentsText);
+}
 
-TEST(RouteSetDocumentCoder, ReadsWhatItWrites) { EXPECT_EQ(decode(kTwoAssignmentsText), twoAssignments()); }
+TEST(RouteSetDocumentCoder, ReadsWhatItWrites) {
+    EXPECT_EQ(decode(kTwoAssignmentsText), twoAssignments());
+}
 
 TEST(RouteSetDocumentCoder, WritesAnEmptySet) {
     EXPECT_EQ(encode({makeID(1), {{makeID(1), "", {}}}}), R"({

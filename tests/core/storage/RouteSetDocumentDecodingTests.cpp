@@ -1,5 +1,4 @@
 #include "core/storage/RouteSetDocumentCoder.hpp"
-
 #include "tests/support/DocumentTexts.hpp"
 
 #include <gmock/gmock.h>
@@ -37,11 +36,19 @@ using tests::routeText;
 using tests::setText;
 using tests::variantText;
 
-UUID idOf(std::string_view text) { return UUID::parse(text).value(); }
+UUID idOf(std::string_view text) {
+    return UUID::parse(text).value();
+}
 
-std::string inDocument(const ObjectText& document) { return document.text(); }
-std::string inSet(const ObjectText& set) { return documentText({set.text()}).text(); }
-std::string inRoute(const ObjectText& route) { return inSet(setText({route.text()})); }
+std::string inDocument(const ObjectText& document) {
+    return document.text();
+}
+std::string inSet(const ObjectText& set) {
+    return documentText({set.text()}).text();
+}
+std::string inRoute(const ObjectText& route) {
+    return inSet(setText({route.text()}));
+}
 std::string inVariant(const ObjectText& variant) {
     return inRoute(routeText().with("variants", arrayText({variant.text()})));
 }
@@ -49,7 +56,9 @@ std::string inShortcut(const ObjectText& shortcut) {
     return inVariant(variantText().with("shortcut", shortcut.text()));
 }
 
-MIDIRoute readRoute(const ObjectText& route) { return decode(inRoute(route)).routeSets.at(0).routes.at(0); }
+MIDIRoute readRoute(const ObjectText& route) {
+    return decode(inRoute(route)).routeSets.at(0).routes.at(0);
+}
 MIDIRouteVariant readVariant(const ObjectText& variant) {
     return decode(inVariant(variant)).routeSets.at(0).routes.at(0).variants.at(0);
 }
