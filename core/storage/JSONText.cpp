@@ -60,7 +60,7 @@ public:
     }
     bool number_float(double value, const std::string& /*digits*/) { return add(value); }
     bool string(const std::string& value) { return add(store(value)); }
-    bool binary(const nlohmann::json::binary_t& /*bytes*/) { return false; }
+    static bool binary(const nlohmann::json::binary_t& /*bytes*/) { return false; }
 
     bool start_object(std::size_t /*count*/) { return open(Object{}); }
     bool key(const std::string& name) {
