@@ -28,7 +28,9 @@ std::vector<std::string> messages(const std::vector<std::uint8_t>& buffer) {
     return texts;
 }
 
-TEST(MIDIMessageParser, FindsNothingInAnEmptyBuffer) { EXPECT_THAT(messages({}), IsEmpty()); }
+TEST(MIDIMessageParser, FindsNothingInAnEmptyBuffer) {
+    EXPECT_THAT(messages({}), IsEmpty());
+}
 
 TEST(MIDIMessageParser, KnowsNoRunningStatus) {
     EXPECT_THAT(messages({0x90, 0x3C, 0x64, 0x3C, 0x00}), ElementsAre("90 3C 64: Note", "3C: Data", "00: Data"));
