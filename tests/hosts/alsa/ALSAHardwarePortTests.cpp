@@ -14,7 +14,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 namespace {
 
@@ -111,4 +111,4 @@ TEST_F(ALSAHardwarePort, CanBeConnectedAsASource) {
 
 }  // namespace
 
-}  // namespace corvel::test
+}  // namespace corvel::tests
