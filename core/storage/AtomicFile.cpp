@@ -2,13 +2,13 @@
 
 #include "core/support/UUID.hpp"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <array>
 #include <cerrno>
-#include <fcntl.h>
-#include <optional>
-#include <sys/stat.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace corvel {
 
@@ -21,7 +21,9 @@ constexpr int kMaxLinks = 40;
 constexpr ::mode_t kPermissions = 07777;
 constexpr ::mode_t kDefaultPermissions = 0666;
 
-[[noreturn]] void fail(int error) { throw std::system_error(error, std::generic_category()); }
+[[noreturn]] void fail(int error) {
+    throw std::system_error(error, std::generic_category());
+}
 
 /// Repeats a system call that a signal interrupts; throws if it fails.
 template <class Call>
@@ -56,6 +58,10 @@ public:
 private:
     int value_;
 };
+
+FileStamp stampOf(const struct ::stat& status) {
+    return {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+}
 
 void requireRegular(const struct ::stat& status) {
     if (!S_ISREG(status.st_mode)) {
@@ -95,7 +101,7 @@ void writeAll(const FileDescriptor& file, std::string_view bytes) {
 }
 
 /// Without `wanted` the new file gets the permissions that the user's programs give their files.
-void writeNewFile(const path& name, std::string_view bytes, std::optional<::mode_t> wanted) {
+FileStamp writeNewFile(const path& name, std::string_view bytes, std::optional<::mode_t> wanted) {
     const FileDescriptor file(name, O_WRONLY | O_CREAT | O_EXCL, wanted.value_or(kDefaultPermissions));
     try {
         // Only where they differ: file systems without permissions of their own refuse every change.
@@ -104,13 +110,16 @@ void writeNewFile(const path& name, std::string_view bytes, std::optional<::mode
         }
         writeAll(file, bytes);
         checked([&] { return ::fsync(file.get()); });
+        return stampOf(file.status());
     } catch (...) {
         ::unlink(name.c_str());
         throw;
     }
 }
 
-path folderOf(const path& file) { return file.has_parent_path() ? file.parent_path() : path("."); }
+path folderOf(const path& file) {
+    return file.has_parent_path() ? file.parent_path() : path(".");
+}
 
 /// Makes the names in a folder last through a power cut, as far as the file system can. A failure is not passed on:
 /// the names are in place by then, and callers would take it for a sign that they are not.
@@ -124,6 +133,11 @@ void syncFolder(const path& folder) {
 }
 
 }  // namespace
+
+std::optional<FileStamp> fileStamp(const path& path) {
+    struct ::stat status {};
+    return ::stat(path.c_str(), &status) == 0 ? std::optional(stampOf(status)) : std::nullopt;
+}
 
 std::string readFile(const path& path) {
     // Opening a named pipe would otherwise wait for its writer.
@@ -147,9 +161,20 @@ void createFile(const path& path, std::string_view bytes, const std::filesystem:
     syncFolder(folderOf(path));
 }
 
-AtomicFile::AtomicFile(const path& target, std::string_view bytes)
-    : target_(followLinks(target)), temporary_(folderOf(target_) / (".corvel-" + UUID::random().text() + ".tmp")) {
-    writeNewFile(temporary_, bytes, permissions(target_));
+AtomicFile::AtomicFile(const path& target, std::string_view bytes) : target_(followLinks(target)) {
+    const auto wanted = permissions(target_);
+    for (;;) {
+        temporary_ = folderOf(target_) / (".corvel-" + UUID::random().text() + ".tmp");
+        try {
+            stamp_ = writeNewFile(temporary_, bytes, wanted);
+            return;
+        } catch (const std::system_error& error) {
+            // A name that a killed process left behind must not stand in the way of every later save.
+            if (error.code() != std::errc::file_exists) {
+                throw;
+            }
+        }
+    }
 }
 
 AtomicFile::~AtomicFile() {

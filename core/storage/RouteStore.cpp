@@ -20,7 +20,9 @@ constexpr const char* kFileName = "routes.json";
 constexpr const char* kFolderName = "Corvel";
 constexpr const char* kLegacyFolderName = "MIDIRouter";
 
-path legacyDefaultFileURL() { return applicationSupportFolder() / kLegacyFolderName / kFileName; }
+path legacyDefaultFileURL() {
+    return applicationSupportFolder() / kLegacyFolderName / kFileName;
+}
 
 [[noreturn]] void failToWrite(const path& file, const std::system_error& error) {
     throw RouteStoreError(file.string() + ": " + error.code().message());
@@ -76,21 +78,6 @@ std::optional<path> keepIfUnreadable(const path& file) {
     }
 }
 
-void replaceFile(const path& file, std::string_view json) {
-    // Ahead of the copy, so that saves that fail again and again for want of space leave no copies behind.
-    AtomicFile replacement(file, json);
-    const auto copy = keepIfUnreadable(file);
-    try {
-        replacement.commit();
-    } catch (const std::system_error&) {
-        if (copy) {
-            std::error_code ignored;
-            std::filesystem::remove(*copy, ignored);
-        }
-        throw;
-    }
-}
-
 void removeFolderIfEmpty(const path& folder) {
     std::error_code error;
     if (std::filesystem::is_empty(folder, error) && !error) {
@@ -113,7 +100,9 @@ RouteStore::RouteStore(path fileURL, std::optional<path> legacyFileURL)
     }
 }
 
-path RouteStore::defaultFileURL() { return applicationSupportFolder() / kFolderName / kFileName; }
+path RouteStore::defaultFileURL() {
+    return applicationSupportFolder() / kFolderName / kFileName;
+}
 
 MIDIRouteSetDocument RouteStore::loadDocument() const {
     if (auto document = readDocument(fileURL_)) {
@@ -121,7 +110,7 @@ MIDIRouteSetDocument RouteStore::loadDocument() const {
     }
     if (legacyFileURL_) {
         if (auto document = readDocument(*legacyFileURL_)) {
-            migrateLegacyFile(*document);
+            migrate(*document, *legacyFileURL_);
             return *std::move(document);
         }
     }
@@ -133,19 +122,40 @@ void RouteStore::saveDocument(const MIDIRouteSetDocument& document) const {
         if (fileURL_.has_parent_path()) {
             std::filesystem::create_directories(fileURL_.parent_path());
         }
-        replaceFile(fileURL_, RouteSetDocumentCoder::encode(document));
+        replaceFile(RouteSetDocumentCoder::encode(document));
     } catch (const std::system_error& error) {
         failToWrite(fileURL_, error);
     }
 }
 
-std::vector<MIDIRoute> RouteStore::load() const { return loadDocument().selectedRouteSet().routes; }
+std::vector<MIDIRoute> RouteStore::load() const {
+    return loadDocument().selectedRouteSet().routes;
+}
 
 void RouteStore::save(const std::vector<MIDIRoute>& routes) const {
     saveDocument(MIDIRouteSetDocument::singleSet(routes, MIDIRouteSetDocument::kDefaultSetName));
 }
 
-void RouteStore::migrateLegacyFile(const MIDIRouteSetDocument& document) const {
+void RouteStore::replaceFile(std::string_view json) const {
+    // Ahead of the copy, so that saves that fail again and again for want of space leave no copies behind.
+    AtomicFile replacement(fileURL_, json);
+    std::optional<path> copy;
+    if (!lastWritten_ || fileStamp(fileURL_) != lastWritten_) {
+        copy = keepIfUnreadable(fileURL_);
+    }
+    try {
+        replacement.commit();
+    } catch (const std::system_error&) {
+        if (copy) {
+            std::error_code ignored;
+            std::filesystem::remove(*copy, ignored);
+        }
+        throw;
+    }
+    lastWritten_ = replacement.stamp();
+}
+
+void RouteStore::migrate(const MIDIRouteSetDocument& document, const path& legacyFile) const {
     if (isTaken(fileURL_)) {
         return;
     }
@@ -156,8 +166,8 @@ void RouteStore::migrateLegacyFile(const MIDIRouteSetDocument& document) const {
         return;
     }
     std::error_code ignored;
-    std::filesystem::remove(*legacyFileURL_, ignored);
-    removeFolderIfEmpty(legacyFileURL_->parent_path());
+    std::filesystem::remove(legacyFile, ignored);
+    removeFolderIfEmpty(legacyFile.parent_path());
 }
 
 }  // namespace corvel

@@ -3,6 +3,7 @@
 #include <unicode/brkiter.h>
 #include <unicode/locid.h>
 #include <unicode/stringpiece.h>
+#include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
 #include <cstdint>
@@ -42,5 +43,20 @@ bool isSingleCharacter(std::string_view value) {
 }
 
 std::string repairedUTF8(std::string_view value) { return encoded(decoded(value)); }
+
+std::string trimmed(std::string_view value) {
+    const icu::UnicodeString characters = decoded(value);
+    std::int32_t start = 0;
+    while (start < characters.length() && u_isUWhiteSpace(characters.char32At(start)) != 0) {
+        start = characters.moveIndex32(start, 1);
+    }
+    std::int32_t end = characters.length();
+    while (end > start && u_isUWhiteSpace(characters.char32At(end - 1)) != 0) {
+        end = characters.moveIndex32(end, -1);
+    }
+    return encoded(characters.tempSubStringBetween(start, end));
+}
+
+std::string quoted(std::string_view value) { return '"' + std::string(value) + '"'; }
 
 }  // namespace corvel::text

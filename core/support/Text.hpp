@@ -18,4 +18,11 @@ namespace corvel::text {
 /// The text with every sequence that is not UTF-8 replaced by U+FFFD; valid text comes back unchanged.
 [[nodiscard]] std::string repairedUTF8(std::string_view value);
 
+/// The text without the white space (Unicode's property of that name, line breaks included) at its two ends. Sequences
+/// that are not UTF-8 become U+FFFD, so that a name that was typed can be stored.
+[[nodiscard]] std::string trimmed(std::string_view value);
+
+/// The text between double quotes, as a name stands in a message.
+[[nodiscard]] std::string quoted(std::string_view value);
+
 }  // namespace corvel::text

@@ -1,0 +1,283 @@
+#include "app/DocumentCommands.hpp"
+
+#include "app/TextLine.hpp"
+#include "core/support/Text.hpp"
+#include "core/support/UUID.hpp"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <string>
+#include <system_error>
+#include <variant>
+#include <vector>
+
+namespace corvel::DocumentCommands {
+
+namespace {
+
+constexpr int kSucceeded = 0;
+constexpr int kFailed = 1;
+
+/// What an endpoint argument means.
+using EndpointKey = std::variant<std::int32_t, std::string>;
+
+/// Something to choose from when an argument does not say which.
+struct Candidate {
+    std::string name;
+    std::string id;
+};
+
+/// The ID that an argument found, or why it found none.
+using Found = std::variant<std::int32_t, CommandResult>;
+
+CommandResult failure(std::string text) {
+    return {kFailed, std::move(text)};
+}
+
+/// The result of a command that the model has carried out.
+CommandResult outcome(const MIDIRouterViewModel& model) {
+    const std::optional<std::string>& saveFailure = model.saveFailure();
+    return saveFailure ? failure(*saveFailure) : CommandResult{kSucceeded, model.statusMessage()};
+}
+
+/// `text` and the candidates, one a line.
+CommandResult failureWithCandidates(
+    std::string text, std::string_view heading, const std::vector<Candidate>& candidates) {
+    if (!candidates.empty()) {
+        text += std::string("; ") + std::string(heading) + ':';
+    }
+    for (const Candidate& candidate : candidates) {
+        text += "\n  " + candidate.name + "  (ID " + candidate.id + ')';
+    }
+    return failure(std::move(text));
+}
+
+/// Names are taken as they are and as they are listed, where line breaks and the like are written out.
+bool isCalled(const std::string& name, std::string_view argument) {
+    return name == argument || escapedLine(name) == argument;
+}
+
+bool readsAsNumber(std::string_view text) {
+    const std::string_view digits =
+        text.substr(!text.empty() && (text.front() == '-' || text.front() == '+') ? 1 : 0);
+    return !digits.empty() && digits.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+/// No value for a number that is no ID because it has more than 32 bits.
+std::optional<EndpointKey> endpointKey(std::string_view argument) {
+    if (!readsAsNumber(argument)) {
+        return std::string(argument);
+    }
+    const std::string_view number = argument.substr(argument.front() == '+' ? 1 : 0);
+    std::int32_t id = 0;
+    if (std::from_chars(number.data(), number.data() + number.size(), id).ec != std::errc()) {
+        return std::nullopt;
+    }
+    return id;
+}
+
+/// What distinguishes the commands' words for an input from those for an output.
+struct Side {
+    std::string_view noun;
+    std::string_view plural;
+};
+
+constexpr Side kInput{"input", "inputs"};
+constexpr Side kOutput{"output", "outputs"};
+
+CommandResult notAnID(std::string_view argument) {
+    return failure(
+        std::string(argument) + " is not an endpoint ID: those lie between -2147483648 and 2147483647");
+}
+
+Found findEndpoint(
+    std::string_view argument, const std::vector<MIDIEndpointModel>& endpoints, const Side& side) {
+    const std::optional<EndpointKey> key = endpointKey(argument);
+    if (!key) {
+        return notAnID(argument);
+    }
+    if (const auto* const id = std::get_if<std::int32_t>(&*key)) {
+        return *id;
+    }
+    std::vector<Candidate> all;
+    std::vector<Candidate> matches;
+    std::int32_t id = 0;
+    for (const MIDIEndpointModel& endpoint : endpoints) {
+        all.push_back({escapedLine(endpoint.displayName), std::to_string(endpoint.id)});
+        if (isCalled(endpoint.displayName, argument)) {
+            matches.push_back(all.back());
+            id = endpoint.id;
+        }
+    }
+    if (matches.empty()) {
+        return failureWithCandidates(
+            "There is no " + std::string(side.noun) + ' ' + text::quoted(argument),
+            "the " + std::string(side.plural) + " are", all);
+    }
+    if (matches.size() > 1) {
+        return failureWithCandidates(
+            "Several " + std::string(side.plural) + " are called " + text::quoted(argument),
+            "give the ID of one", matches);
+    }
+    return id;
+}
+
+const MIDIRoute* findConnection(
+    const MIDIRouterViewModel& model, std::int32_t sourceID, std::int32_t destinationID) {
+    const auto found = std::ranges::find_if(model.routes(), [&](const MIDIRoute& route) {
+        return route.sourceID == sourceID && route.destinationID == destinationID;
+    });
+    return found == model.routes().end() ? nullptr : &*found;
+}
+
+/// Gives the connection an assignment on the channel, or activates the one that it has.
+void activateChannel(MIDIRouterViewModel& model, const MIDIRoute& route, int channel) {
+    const ChannelMode mode = ChannelMode::force(channel);
+    const auto existing = std::ranges::find_if(route.variants, [&](const MIDIRouteVariant& variant) {
+        return variant.channelMode == mode && variant.sourceID == route.sourceID &&
+               variant.destinationID == route.destinationID;
+    });
+    const UUID routeID = route.id;
+    if (existing == route.variants.end()) {
+        model.addChannelAssignment(routeID, mode, std::nullopt);
+    } else {
+        const UUID variantID = existing->id;
+        model.setActiveVariant(variantID, routeID);
+    }
+}
+
+bool matches(const EndpointKey& key, std::int32_t id, const std::string& name) {
+    const auto* const wantedID = std::get_if<std::int32_t>(&key);
+    return wantedID != nullptr ? *wantedID == id : isCalled(name, std::get<std::string>(key));
+}
+
+std::string sourceName(const MIDIRouterViewModel& model, const MIDIRoute& route) {
+    return MIDIRouterViewModel::endpointName(route.sourceID, model.sources(), route.sourceName);
+}
+
+std::string destinationName(const MIDIRouterViewModel& model, const MIDIRoute& route) {
+    return MIDIRouterViewModel::endpointName(
+        route.destinationID, model.destinations(), route.destinationName);
+}
+
+Candidate candidate(const MIDIRouterViewModel& model, const MIDIRoute& route) {
+    return {
+        escapedLine(sourceName(model, route)) + " to " + escapedLine(destinationName(model, route)),
+        std::to_string(route.sourceID) + " to " + std::to_string(route.destinationID)};
+}
+
+std::string countText(const MIDIRouteSet& routeSet) {
+    const std::size_t count = routeSet.routes.size();
+    return std::to_string(count) + (count == 1 ? " connection" : " connections");
+}
+
+} // namespace
+
+CommandResult connect(
+    MIDIRouterViewModel& model, std::string_view source, std::string_view destination,
+    std::optional<int> channel) {
+    if (channel && (*channel < 1 || *channel > 16)) {
+        return failure("Channel " + std::to_string(*channel) + " does not exist: channels are 1 to 16");
+    }
+    const Found sourceFound = findEndpoint(source, model.sources(), kInput);
+    if (const auto* const reason = std::get_if<CommandResult>(&sourceFound)) {
+        return *reason;
+    }
+    const Found destinationFound = findEndpoint(destination, model.destinations(), kOutput);
+    if (const auto* const reason = std::get_if<CommandResult>(&destinationFound)) {
+        return *reason;
+    }
+    const auto sourceID = std::get<std::int32_t>(sourceFound);
+    const auto destinationID = std::get<std::int32_t>(destinationFound);
+    const bool existed = findConnection(model, sourceID, destinationID) != nullptr;
+    if (!channel || !existed) {
+        model.connect(sourceID, destinationID);
+    }
+    const MIDIRoute* const connection = findConnection(model, sourceID, destinationID);
+    if (connection == nullptr || (existed && !channel)) {
+        return failure(model.statusMessage());
+    }
+    if (channel) {
+        activateChannel(model, *connection, *channel);
+    }
+    return outcome(model);
+}
+
+CommandResult disconnect(MIDIRouterViewModel& model, std::string_view source, std::string_view destination) {
+    const std::optional<EndpointKey> sourceKey = endpointKey(source);
+    const std::optional<EndpointKey> destinationKey = endpointKey(destination);
+    if (!sourceKey || !destinationKey) {
+        return notAnID(sourceKey ? destination : source);
+    }
+    std::vector<Candidate> all;
+    std::vector<Candidate> found;
+    std::vector<UUID> foundIDs;
+    for (const MIDIRoute& route : model.routes()) {
+        all.push_back(candidate(model, route));
+        if (matches(*sourceKey, route.sourceID, sourceName(model, route)) &&
+            matches(*destinationKey, route.destinationID, destinationName(model, route))) {
+            foundIDs.push_back(route.id);
+            found.push_back(all.back());
+        }
+    }
+    if (found.empty()) {
+        return failureWithCandidates(
+            "There is no connection from " + text::quoted(source) + " to " + text::quoted(destination),
+            "the connections of " + text::quoted(model.selectedRouteSetName()) + " are", all);
+    }
+    // Connections of the same two endpoints cannot be told apart here, and all of them are meant.
+    if (std::ranges::any_of(found, [&](const Candidate& other) { return other.id != found.front().id; })) {
+        return failureWithCandidates(
+            "Several connections go from " + text::quoted(source) + " to " + text::quoted(destination),
+            "give the IDs of one", found);
+    }
+    for (const UUID& id : foundIDs) {
+        model.setSelectedRouteID(id);
+        model.deleteSelectedRoute();
+    }
+    return outcome(model);
+}
+
+CommandResult selectSet(MIDIRouterViewModel& model, std::string_view set) {
+    const std::optional<UUID> id = UUID::parse(set);
+    std::vector<Candidate> all;
+    std::vector<const MIDIRouteSet*> found;
+    for (const MIDIRouteSet& routeSet : model.routeSets()) {
+        all.push_back({escapedLine(routeSet.name), routeSet.id.text()});
+        if (isCalled(routeSet.name, set) || routeSet.id == id) {
+            found.push_back(&routeSet);
+        }
+    }
+    if (found.empty()) {
+        return failureWithCandidates("There is no set " + text::quoted(set), "the sets are", all);
+    }
+    if (found.size() > 1) {
+        std::vector<Candidate> candidates;
+        candidates.reserve(found.size());
+        for (const MIDIRouteSet* const routeSet : found) {
+            candidates.push_back({escapedLine(routeSet->name), routeSet->id.text()});
+        }
+        return failureWithCandidates(
+            "Several sets are called " + text::quoted(set), "give the ID of one", candidates);
+    }
+    if (found.front()->id == model.selectedRouteSetID()) {
+        return {kSucceeded, "Set " + text::quoted(found.front()->name) + " is the current one already"};
+    }
+    model.selectRouteSet(found.front()->id);
+    return outcome(model);
+}
+
+CommandResult listSets(const MIDIRouterViewModel& model) {
+    std::string text;
+    for (const MIDIRouteSet& routeSet : model.routeSets()) {
+        if (!text.empty()) {
+            text += '\n';
+        }
+        text += routeSet.id == model.selectedRouteSetID() ? "* " : "  ";
+        text += escapedLine(routeSet.name) + " (" + countText(routeSet) + ')';
+    }
+    return {kSucceeded, std::move(text)};
+}
+
+} // namespace corvel::DocumentCommands

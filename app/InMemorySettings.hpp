@@ -1,0 +1,22 @@
+#pragma once
+
+#include "app/Settings.hpp"
+
+#include <functional>
+#include <map>
+
+namespace corvel {
+
+/// Settings that end with the object that holds them: for the program without a window, which has none to
+/// keep.
+class InMemorySettings final : public Settings {
+public:
+    [[nodiscard]] std::optional<std::string> string(std::string_view key) const override;
+    void set(std::string_view key, std::string_view value) override;
+    [[nodiscard]] std::vector<std::string> keys() const override;
+
+private:
+    std::map<std::string, std::string, std::less<>> values_;
+};
+
+} // namespace corvel

@@ -1,0 +1,258 @@
+#include "app/MIDIRouterViewModel.hpp"
+
+#include "core/messages/MIDIMessageFragment.hpp"
+#include "core/messages/MIDIMessageKind.hpp"
+#include "core/messages/MIDIMessageParser.hpp"
+#include "core/routes/MIDIRouteSetDocument.hpp"
+#include "core/support/Text.hpp"
+
+#include <algorithm>
+#include <exception>
+#include <unordered_set>
+#include <utility>
+
+namespace corvel {
+
+namespace {
+
+using ActivityEvents = MIDIRouterViewModel::ActivityEvents;
+
+/// Dark for lack of a stored mode and for any text that is none: what a stage wants.
+AppAppearanceMode storedAppearanceMode(const Settings& settings) {
+    const std::optional<std::string> stored = settings.string(MIDIRouterViewModel::kAppearanceModeKey);
+    return stored ? appAppearanceModeFromRawValue(*stored).value_or(AppAppearanceMode::dark)
+                  : AppAppearanceMode::dark;
+}
+
+/// Whether the graph shows a pulse for messages of this kind: the channel-voice messages except note-off,
+/// whose pulse would double every note's.
+bool makesGraphPulse(MIDIMessageKind kind) {
+    return kind >= MIDIMessageKind::noteOn && kind <= MIDIMessageKind::pitchBend;
+}
+
+std::vector<MIDIActivityEvent> graphEvents(const MIDIActivityEvent& event) {
+    std::vector<MIDIActivityEvent> events;
+    for (MIDIMessageFragment& fragment : MIDIMessageParser::fragments(event.bytes)) {
+        if (makesGraphPulse(fragment.messageKind)) {
+            events.emplace_back(UUID::random(), event.routeID, event.timestamp, std::move(fragment.bytes));
+        }
+    }
+    return events;
+}
+
+template <typename Predicate>
+void removeEvents(ActivityEvents& events, const Predicate& isUnwanted) {
+    events.erase(std::remove_if(events.begin(), events.end(), isUnwanted), events.end());
+}
+
+} // namespace
+
+std::shared_ptr<MIDIRouterViewModel> MIDIRouterViewModel::create(
+    std::shared_ptr<CoreMIDIRouterEngine> engine, std::shared_ptr<RouteStore> routeStore,
+    std::shared_ptr<Settings> settings, std::shared_ptr<const Clock> clock,
+    std::shared_ptr<DispatchQueue> mainQueue) {
+    auto model = std::make_shared<MIDIRouterViewModel>(
+        Private(), std::move(engine), std::move(routeStore), std::move(settings), std::move(clock),
+        std::move(mainQueue));
+    model->engine_->setDelegate(model);
+    return model;
+}
+
+MIDIRouterViewModel::MIDIRouterViewModel(
+    Private, std::shared_ptr<CoreMIDIRouterEngine> engine, std::shared_ptr<RouteStore> routeStore,
+    std::shared_ptr<Settings> settings, std::shared_ptr<const Clock> clock,
+    std::shared_ptr<DispatchQueue> mainQueue)
+    : engine_(std::move(engine)),
+      routeStore_(std::move(routeStore)),
+      settings_(std::move(settings)),
+      clock_(std::move(clock)),
+      mainQueue_(std::move(mainQueue)) {
+    appearanceMode_.set(storedAppearanceMode(*settings_));
+    MIDIRouteSetDocument document = routeStore_->loadDocument();
+    routes_.set(document.selectedRouteSet().routes);
+    selectedRouteSetID_.set(document.selectedSetID);
+    routeSets_.set(std::move(document.routeSets));
+}
+
+Observation MIDIRouterViewModel::observe(Observers<Property>::Observer observer) {
+    return observers_.add(std::move(observer));
+}
+
+void MIDIRouterViewModel::startIfNeeded() {
+    if (didStart_) {
+        return;
+    }
+    didStart_ = true;
+    engine_->updateRoutes(routes());
+    engine_->start();
+    applyEndpointSnapshot();
+}
+
+void MIDIRouterViewModel::refreshDevices() {
+    statusMessage_.set("Refreshing MIDI devices...");
+    engine_->reloadEndpoints();
+}
+
+void MIDIRouterViewModel::applyEndpointSnapshot() {
+    MIDIEndpoints endpoints = engine_->endpoints();
+    EndpointList sortedSources = sortedByName(std::move(endpoints.sources));
+    EndpointList sortedDestinations = sortedByName(std::move(endpoints.destinations));
+    sources_.set(std::move(sortedSources));
+    destinations_.set(std::move(sortedDestinations));
+    reconcileRoutesWithCurrentEndpoints();
+    removeGraphActivityForHiddenRoutes();
+    statusMessage_.set(
+        std::to_string(sources().size()) + " inputs, " + std::to_string(destinations().size()) + " outputs");
+}
+
+EndpointList MIDIRouterViewModel::sortedByName(std::vector<MIDIEndpointModel> endpoints) const {
+    std::vector<std::pair<std::string, MIDIEndpointModel>> keyed;
+    keyed.reserve(endpoints.size());
+    for (MIDIEndpointModel& endpoint : endpoints) {
+        std::string key = collator_.sortKey(endpoint.displayName);
+        keyed.emplace_back(std::move(key), std::move(endpoint));
+    }
+    std::ranges::stable_sort(keyed, std::ranges::less{}, &std::pair<std::string, MIDIEndpointModel>::first);
+    std::ranges::transform(keyed, endpoints.begin(), [](auto& entry) { return std::move(entry.second); });
+    return EndpointList(std::move(endpoints));
+}
+
+void MIDIRouterViewModel::setAppearanceMode(AppAppearanceMode mode) {
+    if (mode == appearanceMode()) {
+        return;
+    }
+    appearanceMode_.set(mode);
+    settings_->set(kAppearanceModeKey, rawValue(mode));
+}
+
+void MIDIRouterViewModel::setSelectedSourceID(std::optional<std::int32_t> id) {
+    selectedSourceID_.set(id);
+}
+
+void MIDIRouterViewModel::setSelectedDestinationID(std::optional<std::int32_t> id) {
+    selectedDestinationID_.set(id);
+}
+
+void MIDIRouterViewModel::setSelectedRouteID(std::optional<UUID> id) {
+    selectedRouteID_.set(id);
+}
+
+void MIDIRouterViewModel::midiRouterEngineDidChangeEndpoints(CoreMIDIRouterEngine&) {
+    handleOnMain(&MIDIRouterViewModel::applyEndpointSnapshot);
+}
+
+void MIDIRouterViewModel::midiRouterEngineDidRoute(CoreMIDIRouterEngine&, const MIDIActivityEvent& event) {
+    handleOnMain(&MIDIRouterViewModel::recordRoutedMessage, event);
+}
+
+void MIDIRouterViewModel::midiRouterEngineDidFail(CoreMIDIRouterEngine&, const std::string& message) {
+    handleOnMain(&MIDIRouterViewModel::recordFailure, message);
+}
+
+void MIDIRouterViewModel::midiRouterEngineDidLog(CoreMIDIRouterEngine&, const MIDIDiagnosticEvent& event) {
+    handleOnMain(&MIDIRouterViewModel::recordDiagnostic, event);
+}
+
+template <typename... Arguments>
+void MIDIRouterViewModel::handleOnMain(
+    void (MIDIRouterViewModel::*handler)(const Arguments&...), const Arguments&... arguments) {
+    if (mainQueue_->isCurrent() && postedReports_ == 0) {
+        (this->*handler)(arguments...);
+        return;
+    }
+    ++postedReports_;
+    mainQueue_->async([weakModel = weak_from_this(), handler, ... copies = arguments] {
+        if (const std::shared_ptr<MIDIRouterViewModel> model = weakModel.lock()) {
+            --model->postedReports_;
+            ((*model).*handler)(copies...);
+        }
+    });
+}
+
+void MIDIRouterViewModel::recordRoutedMessage(const MIDIActivityEvent& event) {
+    activityEvents_.edit([&](ActivityEvents& events) { events.push_back(event); });
+    if (std::vector<MIDIActivityEvent> pulses = graphEvents(event); !pulses.empty()) {
+        appendGraphActivity(std::move(pulses));
+    }
+}
+
+void MIDIRouterViewModel::recordFailure(const std::string& message) {
+    statusMessage_.set(message);
+}
+
+void MIDIRouterViewModel::recordDiagnostic(const MIDIDiagnosticEvent& event) {
+    diagnosticEvents_.edit([&](DiagnosticEvents& events) { events.push_back(event); });
+}
+
+void MIDIRouterViewModel::appendGraphActivity(std::vector<MIDIActivityEvent> events) {
+    const Instant cutoff = clock_->now() - kGraphActivityRetention;
+    const auto isExpired = [cutoff](const MIDIActivityEvent& event) { return event.timestamp < cutoff; };
+    // Expired events go first, so that none of them takes the place of an event that is still to be shown.
+    std::erase_if(events, isExpired);
+    graphActivityEvents_.edit([&](ActivityEvents& shown) {
+        while (!shown.empty() && isExpired(shown.front())) {
+            shown.pop_front();
+        }
+        // After the clock was set back, expired events stand behind younger ones.
+        removeEvents(shown, isExpired);
+        for (MIDIActivityEvent& event : events) {
+            shown.push_back(std::move(event));
+        }
+    });
+}
+
+void MIDIRouterViewModel::removeGraphActivityForHiddenRoutes() {
+    graphActivityEvents_.edit([this](ActivityEvents& events) {
+        if (events.empty()) {
+            return;
+        }
+        std::unordered_set<UUID> visibleIDs;
+        for (const MIDIRoute& route : routes()) {
+            if (sources_.value().find(route.sourceID) != nullptr &&
+                destinations_.value().find(route.destinationID) != nullptr) {
+                visibleIDs.insert(route.id);
+            }
+        }
+        removeEvents(
+            events, [&](const MIDIActivityEvent& event) { return !visibleIDs.contains(event.routeID); });
+    });
+}
+
+void MIDIRouterViewModel::removeGraphActivity(const UUID& routeID) {
+    graphActivityEvents_.edit([&](ActivityEvents& events) {
+        removeEvents(events, [&](const MIDIActivityEvent& event) { return event.routeID == routeID; });
+    });
+}
+
+void MIDIRouterViewModel::persistRoutes(bool updateStatus) {
+    syncSelectedRouteSetRoutes();
+    engine_->updateRoutes(routes());
+    std::optional<std::string> saved;
+    if (updateStatus) {
+        saved = "Set " + text::quoted(selectedRouteSetName()) + " saved (" + std::to_string(routes().size()) +
+                " connections)";
+    }
+    saveRouteSetDocument(std::move(saved));
+}
+
+void MIDIRouterViewModel::syncSelectedRouteSetRoutes() {
+    if (const std::optional<std::size_t> index = selectedRouteSetIndex()) {
+        routeSets_.edit([&](std::vector<MIDIRouteSet>& routeSets) { routeSets[*index].routes = routes(); });
+    }
+}
+
+void MIDIRouterViewModel::saveRouteSetDocument(std::optional<std::string> statusMessage) {
+    try {
+        routeStore_->saveDocument(MIDIRouteSetDocument(selectedRouteSetID(), routeSets()));
+        saveFailure_.reset();
+    } catch (const std::exception& error) {
+        // Whatever it was, playing goes on with what is in memory, and the next change tries again.
+        saveFailure_ = std::string("Could not save sets: ") + error.what();
+        statusMessage = saveFailure_;
+    }
+    if (statusMessage) {
+        statusMessage_.set(*std::move(statusMessage));
+    }
+}
+
+} // namespace corvel

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace corvel {
+
+/// Keeps an observer subscribed for as long as it lives. May outlive what is observed.
+class Observation {
+public:
+    Observation() = default;
+    explicit Observation(std::shared_ptr<const void> observer) : observer_(std::move(observer)) {}
+
+    Observation(Observation&&) noexcept = default;
+    Observation& operator=(Observation&&) noexcept = default;
+    Observation(const Observation&) = delete;
+    Observation& operator=(const Observation&) = delete;
+    ~Observation() = default;
+
+    /// Ends the subscription now; the observer is not called again.
+    void end() { observer_.reset(); }
+
+private:
+    std::shared_ptr<const void> observer_;
+};
+
+/// The observers of an object whose properties are told apart by the enumeration `Property`.
+///
+/// One thread only. During a notification observers may be added (they hear from the next one on) and ended,
+/// the one that is being called included, and further notifications may be made.
+template <typename Property>
+class Observers {
+public:
+    using Observer = std::function<void(Property)>;
+
+    Observers() = default;
+    Observers(const Observers&) = delete;
+    Observers& operator=(const Observers&) = delete;
+    Observers(Observers&&) = delete;
+    Observers& operator=(Observers&&) = delete;
+    ~Observers() = default;
+
+    /// Subscribes an observer until the result is destroyed. Observers are called in the order of
+    /// subscription and must not throw.
+    [[nodiscard]] Observation add(Observer observer) {
+        auto shared = std::make_shared<const Observer>(std::move(observer));
+        removeEnded();
+        observers_.push_back(shared);
+        return Observation(std::move(shared));
+    }
+
+    /// Calls every observer. Allocates nothing.
+    void notify(Property property) {
+        ++depth_;
+        // An index and a count taken beforehand, since an observer may add others and so move the list.
+        for (std::size_t index = 0, count = observers_.size(); index < count; ++index) {
+            // Holding the observer lets it end its own subscription while it runs.
+            if (const std::shared_ptr<const Observer> observer = observers_[index].lock()) {
+                (*observer)(property);
+            }
+        }
+        --depth_;
+        removeEnded();
+    }
+
+private:
+    void removeEnded() {
+        if (depth_ == 0) {
+            std::erase_if(
+                observers_, [](const std::weak_ptr<const Observer>& observer) { return observer.expired(); });
+        }
+    }
+
+    std::vector<std::weak_ptr<const Observer>> observers_;
+    /// How many notifications are under way, one inside the other; the list keeps its places until there are
+    /// none.
+    std::size_t depth_ = 0;
+};
+
+} // namespace corvel
