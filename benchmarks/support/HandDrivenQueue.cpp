@@ -1,0 +1,35 @@
+#include "benchmarks/support/HandDrivenQueue.hpp"
+
+#include <utility>
+
+namespace corvel::benchmarks {
+
+void HandDrivenQueue::async(Task task) {
+    const std::lock_guard lock(mutex_);
+    pending_.push_back(std::move(task));
+}
+
+void HandDrivenQueue::sync(Task task) {
+    runAll();
+    task();
+}
+
+void HandDrivenQueue::asyncAfter(std::chrono::nanoseconds, std::shared_ptr<DispatchWorkItem>) {}
+
+void HandDrivenQueue::runAll() {
+    while (takePending()) {
+        for (Task& posted : running_) {
+            Task task = std::move(posted);
+            task();
+        }
+        running_.clear();
+    }
+}
+
+bool HandDrivenQueue::takePending() {
+    const std::lock_guard lock(mutex_);
+    running_.swap(pending_);
+    return !running_.empty();
+}
+
+}  // namespace corvel::benchmarks
