@@ -37,7 +37,7 @@ void countAllocations(benchmark::State& state, std::size_t size) {
     const auto route = [&] {
         for (std::size_t index = 0; index < kPacketsPerIteration; ++index) {
             rig.receive(message);
-            queue->runAll();
+            queue->runRound();
         }
         rig.takeReports();
     };

@@ -60,7 +60,7 @@ void routeThroughEngine(benchmark::State& state, const RoutingLayout& layout) {
     for ([[maybe_unused]] const auto _ : state) {
         for (std::size_t index = 0; index < packets; ++index) {
             rig.receive(kNotes[index % kNotes.size()]);
-            queue->runAll();
+            queue->runRound();
         }
         rig.takeReports();
     }
@@ -168,6 +168,21 @@ void routePlainReporting(benchmark::State& state, const RoutingLayout& layout) {
     });
 }
 
+// What no implementation can leave out, since every event has a time of its own and an identity of its own.
+
+void readClock(benchmark::State& state) {
+    const std::shared_ptr<const Clock> clock = makeSystemClock();
+    for ([[maybe_unused]] const auto _ : state) {
+        benchmark::DoNotOptimize(clock->now());
+    }
+}
+
+void drawIdentity(benchmark::State& state) {
+    for ([[maybe_unused]] const auto _ : state) {
+        benchmark::DoNotOptimize(UUID::random());
+    }
+}
+
 }  // namespace
 
 void registerRoutingBenchmarks(Summary& summary) {
@@ -189,9 +204,16 @@ void registerRoutingBenchmarks(Summary& summary) {
         add("loop, bursts of 1", [layout](benchmark::State& state) { routeThroughLoop(state, layout, 1); });
         add("loop, bursts of 16", [layout](benchmark::State& state) { routeThroughLoop(state, layout, 16); });
         summary.addRatio(name("engine"), name("plain"), kLimit);
+        summary.addRatio(name("engine"), name("plain reporting"), std::nullopt);
         summary.addRatio(name("plain reporting"), name("plain"), std::nullopt);
         summary.addRatio(name("loop, bursts of 1"), name("plain"), std::nullopt);
         summary.addRatio(name("loop, bursts of 16"), name("plain"), std::nullopt);
+    }
+    const std::string leastRouter = "routing, fan-out 1, plain";
+    for (const auto& [name, function] : {std::pair("routing, part: reading the clock", readClock),
+                                         std::pair("routing, part: drawing an identity", drawIdentity)}) {
+        benchmark::RegisterBenchmark(name, function);
+        summary.addRatio(name, leastRouter, std::nullopt);
     }
 }
 

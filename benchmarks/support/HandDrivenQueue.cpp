@@ -16,20 +16,23 @@ void HandDrivenQueue::sync(Task task) {
 
 void HandDrivenQueue::asyncAfter(std::chrono::nanoseconds, std::shared_ptr<DispatchWorkItem>) {}
 
-void HandDrivenQueue::runAll() {
-    while (takePending()) {
-        for (Task& posted : running_) {
-            Task task = std::move(posted);
-            task();
-        }
-        running_.clear();
+bool HandDrivenQueue::runRound() {
+    {
+        const std::lock_guard lock(mutex_);
+        running_.swap(pending_);
     }
+    const bool isAnything = !running_.empty();
+    for (Task& posted : running_) {
+        Task task = std::move(posted);
+        task();
+    }
+    running_.clear();
+    return isAnything;
 }
 
-bool HandDrivenQueue::takePending() {
-    const std::lock_guard lock(mutex_);
-    running_.swap(pending_);
-    return !running_.empty();
+void HandDrivenQueue::runAll() {
+    while (runRound()) {
+    }
 }
 
 }  // namespace corvel::benchmarks

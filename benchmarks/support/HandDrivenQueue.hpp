@@ -23,12 +23,13 @@ public:
     /// Always: there is one thread.
     [[nodiscard]] bool isCurrent() const override { return true; }
 
+    /// Runs what was posted before the call; true if there was anything.
+    bool runRound();
+
     /// Runs what is pending, and what that posts.
     void runAll();
 
 private:
-    bool takePending();
-
     std::mutex mutex_;
     std::vector<Task> pending_;
     std::vector<Task> running_;

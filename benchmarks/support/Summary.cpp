@@ -106,7 +106,7 @@ std::optional<double> Summary::counterValue(const Counter& counter) const {
 }
 
 bool Summary::printRatios() const {
-    std::printf("\n%-46s %12s %12s %8s %8s\n", "time", "here", "baseline", "ratio", "limit");
+    std::printf("\n%-46s %10s  %-42s %10s %6s %6s\n", "time", "", "beside", "", "ratio", "limit");
     bool isMet = true;
     for (const Ratio& entry : ratios_) {
         const std::optional<double> here = seconds(entry.name);
@@ -116,10 +116,10 @@ bool Summary::printRatios() const {
             continue;
         }
         const double ratio = *here / *baseline;
-        std::printf("%-46s %12s %12s %8.2f", entry.name.c_str(), timeText(*here).c_str(), timeText(*baseline).c_str(),
-                    ratio);
+        std::printf("%-46s %10s  %-42s %10s %6.2f", entry.name.c_str(), timeText(*here).c_str(), entry.baseline.c_str(),
+                    timeText(*baseline).c_str(), ratio);
         if (entry.limit) {
-            std::printf(" %8.2f  %s", *entry.limit, verdict(ratio <= *entry.limit));
+            std::printf(" %6.2f  %s", *entry.limit, verdict(ratio <= *entry.limit));
             isMet = isMet && ratio <= *entry.limit;
         }
         std::printf("\n");
