@@ -36,11 +36,12 @@ constexpr int kUsageStatus = 2;
 constexpr std::chrono::milliseconds kLastLinesLimit{500};
 
 /// One line on standard error, whatever the text.
-void complain(const std::string& message) { std::fprintf(stderr, "corvel: %s\n", escapedLine(message).c_str()); }
+void complain(const std::string& message) {
+    std::fprintf(stderr, "corvel: %s\n", escapedLine(message).c_str());
+}
 
 int print(const std::string& text) {
-    const bool isWritten =
-        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
     if (!isWritten) {
         complain("standard output could not be written");
     }
@@ -94,7 +95,9 @@ private:
 };
 
 /// The demo has a document of its own, so that it never touches the user's sets.
-std::filesystem::path demoFile() { return RouteStore::defaultFileURL().replace_filename("demo-routes.json"); }
+std::filesystem::path demoFile() {
+    return RouteStore::defaultFileURL().replace_filename("demo-routes.json");
+}
 
 std::vector<MIDIRoute> loadRoutes(const CommandLine& commandLine, bool isDemo) {
     const bool isDemoFile = isDemo && !commandLine.document;
@@ -169,7 +172,9 @@ int perform(const CommandLine& commandLine) {
     return kUsageStatus;
 }
 
-int perform(const CommandLineText& request) { return print(request.text); }
+int perform(const CommandLineText& request) {
+    return print(request.text);
+}
 
 int perform(const CommandLineError& error) {
     complain(error.message);

@@ -1,5 +1,6 @@
 #include "app/DocumentCommands.hpp"
 
+#include "app/TextLine.hpp"
 #include "core/support/Text.hpp"
 #include "core/support/UUID.hpp"
 
@@ -52,6 +53,11 @@ CommandResult failureWithCandidates(
     return failure(std::move(text));
 }
 
+/// Names are taken as they are and as they are listed, where line breaks and the like are written out.
+bool isCalled(const std::string& name, std::string_view argument) {
+    return name == argument || escapedLine(name) == argument;
+}
+
 bool readsAsNumber(std::string_view text) {
     const std::string_view digits =
         text.substr(!text.empty() && (text.front() == '-' || text.front() == '+') ? 1 : 0);
@@ -98,8 +104,8 @@ Found findEndpoint(
     std::vector<Candidate> matches;
     std::int32_t id = 0;
     for (const MIDIEndpointModel& endpoint : endpoints) {
-        all.push_back({endpoint.displayName, std::to_string(endpoint.id)});
-        if (endpoint.displayName == argument) {
+        all.push_back({escapedLine(endpoint.displayName), std::to_string(endpoint.id)});
+        if (isCalled(endpoint.displayName, argument)) {
             matches.push_back(all.back());
             id = endpoint.id;
         }
@@ -143,7 +149,7 @@ void activateChannel(MIDIRouterViewModel& model, const MIDIRoute& route, int cha
 
 bool matches(const EndpointKey& key, std::int32_t id, const std::string& name) {
     const auto* const wantedID = std::get_if<std::int32_t>(&key);
-    return wantedID != nullptr ? *wantedID == id : std::get<std::string>(key) == name;
+    return wantedID != nullptr ? *wantedID == id : isCalled(name, std::get<std::string>(key));
 }
 
 std::string sourceName(const MIDIRouterViewModel& model, const MIDIRoute& route) {
@@ -157,7 +163,7 @@ std::string destinationName(const MIDIRouterViewModel& model, const MIDIRoute& r
 
 Candidate candidate(const MIDIRouterViewModel& model, const MIDIRoute& route) {
     return {
-        sourceName(model, route) + " to " + destinationName(model, route),
+        escapedLine(sourceName(model, route)) + " to " + escapedLine(destinationName(model, route)),
         std::to_string(route.sourceID) + " to " + std::to_string(route.destinationID)};
 }
 
@@ -238,8 +244,8 @@ CommandResult selectSet(MIDIRouterViewModel& model, std::string_view set) {
     std::vector<Candidate> all;
     std::vector<const MIDIRouteSet*> found;
     for (const MIDIRouteSet& routeSet : model.routeSets()) {
-        all.push_back({routeSet.name, routeSet.id.text()});
-        if (routeSet.name == set || routeSet.id == id) {
+        all.push_back({escapedLine(routeSet.name), routeSet.id.text()});
+        if (isCalled(routeSet.name, set) || routeSet.id == id) {
             found.push_back(&routeSet);
         }
     }
@@ -250,7 +256,7 @@ CommandResult selectSet(MIDIRouterViewModel& model, std::string_view set) {
         std::vector<Candidate> candidates;
         candidates.reserve(found.size());
         for (const MIDIRouteSet* const routeSet : found) {
-            candidates.push_back({routeSet->name, routeSet->id.text()});
+            candidates.push_back({escapedLine(routeSet->name), routeSet->id.text()});
         }
         return failureWithCandidates(
             "Several sets are called " + text::quoted(set), "give the ID of one", candidates);
@@ -269,7 +275,7 @@ CommandResult listSets(const MIDIRouterViewModel& model) {
             text += '\n';
         }
         text += routeSet.id == model.selectedRouteSetID() ? "* " : "  ";
-        text += routeSet.name + " (" + countText(routeSet) + ')';
+        text += escapedLine(routeSet.name) + " (" + countText(routeSet) + ')';
     }
     return {kSucceeded, std::move(text)};
 }

@@ -37,10 +37,7 @@ void appendHex(std::string& line, const MIDIBytes& bytes) {
 
 HeadlessReporter::HeadlessReporter(const std::vector<MIDIRoute>& routes, std::shared_ptr<const Clock> clock,
                                    LineSink diagnostics, LineSink activity)
-    : routes_(routes),
-      clock_(std::move(clock)),
-      diagnostics_(std::move(diagnostics)),
-      activity_(std::move(activity)) {
+    : routes_(routes), clock_(std::move(clock)), diagnostics_(std::move(diagnostics)), activity_(std::move(activity)) {
     nameRoutes({});
 }
 

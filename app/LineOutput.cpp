@@ -21,7 +21,9 @@ constexpr std::size_t kPieceSize = 4096;
 LineOutput::LineOutput(int descriptor, std::shared_ptr<EventLoop> loop)
     : descriptor_(descriptor), loop_(std::move(loop)) {}
 
-LineOutput::~LineOutput() { endWaiting(); }
+LineOutput::~LineOutput() {
+    endWaiting();
+}
 
 void LineOutput::write(std::string line) {
     if (isReaderGone_) {
@@ -41,8 +43,7 @@ void LineOutput::finish(std::chrono::milliseconds limit) {
     endWaiting();
     const auto deadline = std::chrono::steady_clock::now() + limit;
     while (!lines_.empty()) {
-        const auto left =
-            std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
         if (left.count() <= 0 || !isReady(left)) {
             return;
         }

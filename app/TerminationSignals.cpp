@@ -37,7 +37,9 @@ TerminationSignals::TerminationSignals() {
     }
 }
 
-TerminationSignals::~TerminationSignals() { ::close(descriptor_); }
+TerminationSignals::~TerminationSignals() {
+    ::close(descriptor_);
+}
 
 void TerminationSignals::watch(EventLoop& loop, std::function<void()> handler) const {
     loop.watch(descriptor_, [descriptor = descriptor_, handler = std::move(handler)] {

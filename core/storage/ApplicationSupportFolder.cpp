@@ -1,11 +1,12 @@
 #include "core/storage/ApplicationSupportFolder.hpp"
 
+#include <pwd.h>
+#include <unistd.h>
+
 #include <array>
 #include <cstdlib>
 #include <optional>
-#include <pwd.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace corvel {
 
@@ -35,10 +36,14 @@ std::optional<path> homeFolderOfUserDatabase() {
 }  // namespace
 
 path applicationSupportFolder() {
-    if (const auto dataHome = absolutePath(std::getenv("XDG_DATA_HOME"))) {
+    // Nothing in the program changes the environment once threads run.
+    // NOLINTBEGIN(concurrency-mt-unsafe)
+    const auto dataHome = absolutePath(std::getenv("XDG_DATA_HOME"));
+    auto home = absolutePath(std::getenv("HOME"));
+    // NOLINTEND(concurrency-mt-unsafe)
+    if (dataHome) {
         return *dataHome;
     }
-    auto home = absolutePath(std::getenv("HOME"));
     if (!home) {
         home = homeFolderOfUserDatabase();
     }

@@ -2,12 +2,13 @@
 
 #include "core/support/UUID.hpp"
 
-#include <array>
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <system_error>
 
 namespace corvel {
 
@@ -20,7 +21,9 @@ constexpr int kMaxLinks = 40;
 constexpr ::mode_t kPermissions = 07777;
 constexpr ::mode_t kDefaultPermissions = 0666;
 
-[[noreturn]] void fail(int error) { throw std::system_error(error, std::generic_category()); }
+[[noreturn]] void fail(int error) {
+    throw std::system_error(error, std::generic_category());
+}
 
 /// Repeats a system call that a signal interrupts; throws if it fails.
 template <class Call>
@@ -114,7 +117,9 @@ FileStamp writeNewFile(const path& name, std::string_view bytes, std::optional<:
     }
 }
 
-path folderOf(const path& file) { return file.has_parent_path() ? file.parent_path() : path("."); }
+path folderOf(const path& file) {
+    return file.has_parent_path() ? file.parent_path() : path(".");
+}
 
 /// Makes the names in a folder last through a power cut, as far as the file system can. A failure is not passed on:
 /// the names are in place by then, and callers would take it for a sign that they are not.
@@ -156,9 +161,21 @@ void createFile(const path& path, std::string_view bytes, const std::filesystem:
     syncFolder(folderOf(path));
 }
 
-AtomicFile::AtomicFile(const path& target, std::string_view bytes)
-    : target_(followLinks(target)), temporary_(folderOf(target_) / (".corvel-" + UUID::random().text() + ".tmp")),
-      stamp_(writeNewFile(temporary_, bytes, permissions(target_))) {}
+AtomicFile::AtomicFile(const path& target, std::string_view bytes) : target_(followLinks(target)) {
+    const auto wanted = permissions(target_);
+    for (;;) {
+        temporary_ = folderOf(target_) / (".corvel-" + UUID::random().text() + ".tmp");
+        try {
+            stamp_ = writeNewFile(temporary_, bytes, wanted);
+            return;
+        } catch (const std::system_error& error) {
+            // A name that a killed process left behind must not stand in the way of every later save.
+            if (error.code() != std::errc::file_exists) {
+                throw;
+            }
+        }
+    }
+}
 
 AtomicFile::~AtomicFile() {
     if (!isCommitted_) {

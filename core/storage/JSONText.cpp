@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <clocale>
 #include <cmath>
-#include <locale.h>
+#include <utility>
 
 namespace corvel {
 
@@ -44,11 +44,13 @@ private:
 
 }  // namespace
 
-/// Receives the parser's events and lays the values out. The operations' names are the parser's.
+/// Receives the parser's events and lays the values out.
 class JSONText::Builder {
 public:
     explicit Builder(JSONText& target) : text_(target) {}
 
+    // The parser calls them by these names.
+    // NOLINTBEGIN(readability-identifier-naming)
     bool null() { return add(std::monostate{}); }
     bool boolean(bool value) { return add(value); }
     bool number_integer(std::int64_t value) { return add(value); }
@@ -58,7 +60,7 @@ public:
     }
     bool number_float(double value, const std::string& /*digits*/) { return add(value); }
     bool string(const std::string& value) { return add(store(value)); }
-    bool binary(const nlohmann::json::binary_t& /*bytes*/) { return false; }
+    static bool binary(const nlohmann::json::binary_t& /*bytes*/) { return false; }
 
     bool start_object(std::size_t /*count*/) { return open(Object{}); }
     bool key(const std::string& name) {
@@ -73,6 +75,7 @@ public:
         errorPosition_ = position;
         return false;
     }
+    // NOLINTEND(readability-identifier-naming)
 
     [[nodiscard]] bool isTooDeep() const { return depth_ > kMaxDepth; }
     /// Where the parser gave up, in bytes.
@@ -132,7 +135,9 @@ JSONText::JSONText(std::string_view text) {
     }
 }
 
-JSONValue JSONText::root() const { return {*this, 0}; }
+JSONValue JSONText::root() const {
+    return {*this, 0};
+}
 
 std::string JSONValue::string() const {
     if (const auto* span = std::get_if<JSONText::Span>(&node().value)) {

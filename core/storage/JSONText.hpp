@@ -19,8 +19,8 @@ class JSONValue;
 /// A JSON text, read whole.
 ///
 /// Strict RFC 8259: invalid UTF-8, lone surrogates, comments, trailing commas and anything behind the top-level value
-/// are refused, as is nesting deeper than 512; one leading byte-order mark is skipped. Time and memory are linear in the
-/// text's length, and no text can exhaust the stack.
+/// are refused, as is nesting deeper than 512; one leading byte-order mark is skipped. Time and memory are linear in
+/// the text's length, and no text can exhaust the stack.
 class JSONText {
 public:
     static constexpr std::size_t kMaxDepth = 512;

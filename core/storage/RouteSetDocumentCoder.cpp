@@ -227,8 +227,8 @@ MIDIRouteSetDocument decode(std::string_view json) {
     const JSONValue root = text.root();
     std::vector<MIDIRouteSet> routeSets;
     for (const auto& value : root.required("routeSets").elements()) {
-        routeSets.push_back({value.required("id").uuid(), value.required("name").string(),
-                             readRoutes(value.required("routes"))});
+        routeSets.push_back(
+            {value.required("id").uuid(), value.required("name").string(), readRoutes(value.required("routes"))});
     }
     return {root.required("selectedSetID").uuid(), std::move(routeSets)};
 }

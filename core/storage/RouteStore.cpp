@@ -20,7 +20,9 @@ constexpr const char* kFileName = "routes.json";
 constexpr const char* kFolderName = "Corvel";
 constexpr const char* kLegacyFolderName = "MIDIRouter";
 
-path legacyDefaultFileURL() { return applicationSupportFolder() / kLegacyFolderName / kFileName; }
+path legacyDefaultFileURL() {
+    return applicationSupportFolder() / kLegacyFolderName / kFileName;
+}
 
 [[noreturn]] void failToWrite(const path& file, const std::system_error& error) {
     throw RouteStoreError(file.string() + ": " + error.code().message());
@@ -98,7 +100,9 @@ RouteStore::RouteStore(path fileURL, std::optional<path> legacyFileURL)
     }
 }
 
-path RouteStore::defaultFileURL() { return applicationSupportFolder() / kFolderName / kFileName; }
+path RouteStore::defaultFileURL() {
+    return applicationSupportFolder() / kFolderName / kFileName;
+}
 
 MIDIRouteSetDocument RouteStore::loadDocument() const {
     if (auto document = readDocument(fileURL_)) {
@@ -106,7 +110,7 @@ MIDIRouteSetDocument RouteStore::loadDocument() const {
     }
     if (legacyFileURL_) {
         if (auto document = readDocument(*legacyFileURL_)) {
-            migrateLegacyFile(*document);
+            migrate(*document, *legacyFileURL_);
             return *std::move(document);
         }
     }
@@ -124,7 +128,9 @@ void RouteStore::saveDocument(const MIDIRouteSetDocument& document) const {
     }
 }
 
-std::vector<MIDIRoute> RouteStore::load() const { return loadDocument().selectedRouteSet().routes; }
+std::vector<MIDIRoute> RouteStore::load() const {
+    return loadDocument().selectedRouteSet().routes;
+}
 
 void RouteStore::save(const std::vector<MIDIRoute>& routes) const {
     saveDocument(MIDIRouteSetDocument::singleSet(routes, MIDIRouteSetDocument::kDefaultSetName));
@@ -149,7 +155,7 @@ void RouteStore::replaceFile(std::string_view json) const {
     lastWritten_ = replacement.stamp();
 }
 
-void RouteStore::migrateLegacyFile(const MIDIRouteSetDocument& document) const {
+void RouteStore::migrate(const MIDIRouteSetDocument& document, const path& legacyFile) const {
     if (isTaken(fileURL_)) {
         return;
     }
@@ -160,8 +166,8 @@ void RouteStore::migrateLegacyFile(const MIDIRouteSetDocument& document) const {
         return;
     }
     std::error_code ignored;
-    std::filesystem::remove(*legacyFileURL_, ignored);
-    removeFolderIfEmpty(legacyFileURL_->parent_path());
+    std::filesystem::remove(legacyFile, ignored);
+    removeFolderIfEmpty(legacyFile.parent_path());
 }
 
 }  // namespace corvel

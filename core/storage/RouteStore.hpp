@@ -44,8 +44,8 @@ public:
     [[nodiscard]] MIDIRouteSetDocument loadDocument() const;
 
     /// Writes the document as it is, creating folders as needed. A reader sees the old file or the new one, never a
-    /// part. A current file that cannot be decoded is first copied beside itself (".unreadable", numbered if need be).
-    /// Throws `RouteStoreError`; the old file is then intact.
+    /// part. A current file that cannot be decoded is first copied beside itself (".unreadable", ".unreadable-2" and so
+    /// on); where that fails nothing is replaced. Throws `RouteStoreError`; the old file is then intact.
     void saveDocument(const MIDIRouteSetDocument& document) const;
 
     /// The connections of the saved document's selected set.
@@ -58,15 +58,16 @@ public:
 private:
     /// Writes what was read from the legacy file to the current place, if nothing is there, and then removes the legacy
     /// file, and its folder if nothing else is in it.
-    void migrateLegacyFile(const MIDIRouteSetDocument& document) const;
+    void migrate(const MIDIRouteSetDocument& document, const std::filesystem::path& legacyFile) const;
 
     /// Puts the text in the place of the current file, of which a copy is kept if no load would accept it.
     void replaceFile(std::string_view json) const;
 
     std::filesystem::path fileURL_;
     std::optional<std::filesystem::path> legacyFileURL_;
-    /// The file as this store last left it. As long as that is what stands there, a save can replace it without decoding
-    /// it first, which for large documents takes longer than the writing. Only ever a shortcut: no result depends on it.
+    /// The file as this store last left it. As long as that is what stands there, a save can replace it without
+    /// decoding it first, which for large documents takes longer than the writing. Only ever a shortcut: no result
+    /// depends on it.
     mutable std::optional<FileStamp> lastWritten_;
 };
 

@@ -6,8 +6,16 @@ namespace {
 
 MIDIRoute connection(const DemoDeviceDescription& source, const DemoDeviceDescription& destination,
                      ChannelMode channelMode) {
-    return {UUID::random(),   source.uniqueID,   destination.uniqueID, source.name, kDemoManufacturer,
-            destination.name, kDemoManufacturer, channelMode,          true,        std::nullopt,
+    return {UUID::random(),
+            source.uniqueID,
+            destination.uniqueID,
+            source.name,
+            kDemoManufacturer,
+            destination.name,
+            kDemoManufacturer,
+            channelMode,
+            true,
+            std::nullopt,
             {}};
 }
 

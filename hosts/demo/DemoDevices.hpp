@@ -29,8 +29,8 @@ inline constexpr DemoDeviceDescription kDemoDrums{false, "Demo Drums", 2002, std
 inline constexpr DemoDeviceDescription kDemoRecorder{false, "Demo Recorder", 2003, std::nullopt};
 
 /// All of them in the service's order.
-inline constexpr std::array kDemoDevices{kDemoKeyboard, kDemoPads, kDemoSequencer, kDemoSynth, kDemoDrums,
-                                         kDemoRecorder};
+inline constexpr std::array kDemoDevices{kDemoKeyboard, kDemoPads,  kDemoSequencer,
+                                         kDemoSynth,    kDemoDrums, kDemoRecorder};
 
 /// The connections that the demo begins with: the keyboard plays the synth, the pads play the drums on channel 10, and
 /// the sequencer is recorded.

@@ -19,9 +19,8 @@ constexpr std::chrono::milliseconds kLeadIn{100};
 constexpr std::chrono::milliseconds kWorstDelay{500};
 
 bool isHeardAnywhere(const DemoSetup& setup) {
-    return std::ranges::any_of(setup.devices, [&setup](const DemoDevice& device) {
-        return device.player && setup.isHeard(device);
-    });
+    return std::ranges::any_of(setup.devices,
+                               [&setup](const DemoDevice& device) { return device.player && setup.isHeard(device); });
 }
 
 bool isPlayingAnywhere(const DemoSetup& setup) {

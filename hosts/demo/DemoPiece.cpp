@@ -45,30 +45,40 @@ struct Score {
     bool hasClock = false;
 };
 
-std::uint8_t status(unsigned kind, unsigned channel) { return static_cast<std::uint8_t>(kind | (channel - 1)); }
+std::uint8_t status(unsigned kind, unsigned channel) {
+    return static_cast<std::uint8_t>(kind | (channel - 1));
+}
 
-MIDIBytes noteOn(const Note& note) { return {status(0x90, note.channel), note.key, note.velocity}; }
-MIDIBytes noteOff(const Note& note) { return {status(0x80, note.channel), note.key, 64}; }
+MIDIBytes noteOn(const Note& note) {
+    return {status(0x90, note.channel), note.key, note.velocity};
+}
+MIDIBytes noteOff(const Note& note) {
+    return {status(0x80, note.channel), note.key, 64};
+}
 
 MIDIBytes control(std::uint8_t channel, std::uint8_t number, std::uint8_t value) {
     return {status(0xB0, channel), number, value};
 }
 
 /// 0x40 is the middle.
-MIDIBytes pitchBend(std::uint8_t channel, std::uint8_t coarse) { return {status(0xE0, channel), 0, coarse}; }
+MIDIBytes pitchBend(std::uint8_t channel, std::uint8_t coarse) {
+    return {status(0xE0, channel), 0, coarse};
+}
 
-MIDIBytes program(std::uint8_t channel, std::uint8_t number) { return {status(0xC0, channel), number}; }
+MIDIBytes program(std::uint8_t channel, std::uint8_t number) {
+    return {status(0xC0, channel), number};
+}
 
 Score keyboardScore() {
     Score score;
     score.notes = {
-        {0, 22, 76, 92},    {24, 10, 74, 80},   {36, 10, 72, 84},  {48, 40, 69, 90},  {96, 22, 72, 88},
-        {120, 10, 74, 80},  {132, 10, 76, 84},  {144, 20, 77, 94}, {168, 20, 76, 86}, {192, 34, 79, 100},
-        {228, 10, 76, 82},  {240, 22, 72, 88},  {264, 20, 74, 84}, {288, 34, 74, 92}, {324, 10, 71, 80},
-        {336, 44, 67, 88},
+        {0, 22, 76, 92},   {24, 10, 74, 80},   {36, 10, 72, 84},  {48, 40, 69, 90},
+        {96, 22, 72, 88},  {120, 10, 74, 80},  {132, 10, 76, 84}, {144, 20, 77, 94},
+        {168, 20, 76, 86}, {192, 34, 79, 100}, {228, 10, 76, 82}, {240, 22, 72, 88},
+        {264, 20, 74, 84}, {288, 34, 74, 92},  {324, 10, 71, 80}, {336, 44, 67, 88},
     };
     score.events = {
-        {192, control(1, kSustain, 127)}, {192, pitchBend(1, 0x30)}, {195, pitchBend(1, 0x38)},
+        {192, control(1, kSustain, 127)}, {192, pitchBend(1, 0x30)},      {195, pitchBend(1, 0x38)},
         {198, pitchBend(1, 0x40)},        {286, control(1, kSustain, 0)},
     };
     constexpr std::array<std::uint8_t, 6> kSwell{16, 40, 64, 56, 32, 0};

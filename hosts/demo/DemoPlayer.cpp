@@ -30,7 +30,9 @@ std::vector<MIDIBytes> DemoPlayer::play(std::uint64_t step, bool isHeard) {
     return isHeard ? takeWaiting() : std::vector<MIDIBytes>();
 }
 
-std::vector<MIDIBytes> DemoPlayer::takeWaiting() { return std::exchange(waiting_, {}); }
+std::vector<MIDIBytes> DemoPlayer::takeWaiting() {
+    return std::exchange(waiting_, {});
+}
 
 std::vector<MIDIBytes> DemoPlayer::end() {
     std::vector<MIDIBytes> packets = takeWaiting();

@@ -37,7 +37,9 @@ void DemoSetup::removeDevice(MIDIObjectRef endpoint) {
     }
 }
 
-DemoDevice* DemoSetup::deviceAt(std::size_t index) { return index < devices.size() ? &devices[index] : nullptr; }
+DemoDevice* DemoSetup::deviceAt(std::size_t index) {
+    return index < devices.size() ? &devices[index] : nullptr;
+}
 
 DemoDevice* DemoSetup::deviceAt(bool isSource, std::size_t index) {
     if (index >= count(isSource)) {

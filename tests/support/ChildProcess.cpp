@@ -13,7 +13,7 @@
 #include <csignal>
 #include <system_error>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 namespace {
 
@@ -140,4 +140,4 @@ void ChildProcess::readInto(Stream& stream) {
     }
 }
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

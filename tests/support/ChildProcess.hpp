@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 /// Another program, started by a test and ended with it at the latest. Belongs to one thread.
 class ChildProcess {
@@ -49,4 +49,4 @@ private:
     std::optional<int> status_;
 };
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

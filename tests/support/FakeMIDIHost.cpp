@@ -37,7 +37,9 @@ void FakeMIDIHost::addDestination(MIDIObjectRef ref, FakeMIDIProperties of) {
     properties[ref] = std::move(of);
 }
 
-std::vector<std::string> FakeMIDIHost::takeCalls() { return std::exchange(calls, {}); }
+std::vector<std::string> FakeMIDIHost::takeCalls() {
+    return std::exchange(calls, {});
+}
 
 void FakeMIDIHost::receive(std::initializer_list<std::vector<std::uint8_t>> packets, MIDIObjectRef connection) {
     std::vector<std::vector<std::uint8_t>> storage(packets);
@@ -92,9 +94,13 @@ MIDICreation FakeMIDIHost::createOutputPort(MIDIObjectRef client, std::string_vi
     return created(outputPortStatus);
 }
 
-void FakeMIDIHost::disposePort(MIDIObjectRef port) { noteAction("disposePort", {{"port", port}}); }
+void FakeMIDIHost::disposePort(MIDIObjectRef port) {
+    noteAction("disposePort", {{"port", port}});
+}
 
-void FakeMIDIHost::disposeClient(MIDIObjectRef client) { noteAction("disposeClient", {{"client", client}}); }
+void FakeMIDIHost::disposeClient(MIDIObjectRef client) {
+    noteAction("disposeClient", {{"client", client}});
+}
 
 unsigned FakeMIDIHost::sourceCount() {
     noteRead("sourceCount", {});

@@ -35,7 +35,9 @@ TEST_F(EngineEndpoints, ListsSourcesAndDestinationsInTheServicesOrder) {
                 ElementsAre(MIDIEndpointModel{5, 21, "Synth", "", MIDIEndpointDirection::destination, true}));
 }
 
-TEST_F(EngineEndpoints, ListsNothingForAServiceWithoutEndpoints) { EXPECT_EQ(engine->endpoints(), MIDIEndpoints{}); }
+TEST_F(EngineEndpoints, ListsNothingForAServiceWithoutEndpoints) {
+    EXPECT_EQ(engine->endpoints(), MIDIEndpoints{});
+}
 
 TEST_F(EngineEndpoints, ListsAfreshEachTimeAndBeforeStart) {
     addKeysAndSynth();

@@ -518,10 +518,16 @@ TEST(EngineStorm, ReleasedOnItsQueueAsTheQueuesLastOwnerEndsThere) {
         mainQueue->sync([] {});
         std::thread::id queueThread;
         queue->sync([&] { queueThread = std::this_thread::get_id(); });
-        queue.reset();
+        mainQueue->sync([] {});
+        // A report or a callback under way would own the engine too. So the main queue stands still until the engine
+        // has ended, and the packet comes on the engine's queue itself.
+        std::promise<void> hasEnded;
+        mainQueue->async([ended = hasEnded.get_future().share()] { ended.wait(); });
         host->onSend = [&engine] { engine.reset(); };
-        host->receive({note(0, 0)}, kFirstSource);
+        queue->async([host] { host->receive({note(0, 0)}, kFirstSource); });
+        queue.reset();
         EXPECT_EQ(disposal.get(), queueThread);
+        hasEnded.set_value();
         EXPECT_THAT(host->disposals(), ElementsAre("port 2", "port 3", "client 1"));
         EXPECT_EQ(host->sent().size(), 1U);
         EXPECT_THAT(host->violations(), IsEmpty());

@@ -1,4 +1,5 @@
 #include "core/engine/MIDIActivityEvent.hpp"
+
 #include "core/engine/MIDIDiagnosticEvent.hpp"
 #include "tests/support/ManualClock.hpp"
 #include "tests/support/RouteBuilders.hpp"

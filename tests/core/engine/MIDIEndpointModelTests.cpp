@@ -52,7 +52,9 @@ TEST(MIDIEndpointModel, LeavesAnEmptyManufacturerOutOfItsDescription) {
     EXPECT_EQ(keys.detailText(), "Keys\nsource\nID -2147483648");
 }
 
-TEST(MIDIEndpointModel, IsOnlineUnlessToldOtherwise) { EXPECT_TRUE(MIDIEndpointModel{}.isOnline); }
+TEST(MIDIEndpointModel, IsOnlineUnlessToldOtherwise) {
+    EXPECT_TRUE(MIDIEndpointModel{}.isOnline);
+}
 
 TEST(MIDIEndpointModel, ComparesEveryField) {
     const MIDIEndpointModel copy = kKeys;

@@ -1,4 +1,5 @@
 #include "core/engine/MIDIReportQueue.hpp"
+
 #include "tests/support/ManualClock.hpp"
 #include "tests/support/RouteBuilders.hpp"
 
@@ -22,9 +23,13 @@ MIDIReport activity(std::uint32_t number) {
     return MIDIActivityEvent(makeID(number), makeID(1), ManualClock::kStart, {0x90, 60, 100});
 }
 
-MIDIReport failure(std::string text) { return MIDIFailureReport{std::move(text)}; }
+MIDIReport failure(std::string text) {
+    return MIDIFailureReport{std::move(text)};
+}
 
-MIDIReport diagnostic(std::string text) { return MIDIDiagnosticEvent{makeID(1), ManualClock::kStart, std::move(text)}; }
+MIDIReport diagnostic(std::string text) {
+    return MIDIDiagnosticEvent{makeID(1), ManualClock::kStart, std::move(text)};
+}
 
 /// "activity " and the last four digits of its identity, "endpoints", "failure " or "diagnostic " and the text.
 std::string describe(const MIDIReport& report) {

@@ -36,17 +36,26 @@ constexpr std::array<std::pair<MIDIMessageKind, std::string_view>, 20> kKindsInO
     {MIDIMessageKind::unknown, "Unknown"},
 }};
 
-MIDIMessageKind detect(const std::vector<std::uint8_t>& bytes) { return detectMessageKind(bytes); }
+MIDIMessageKind detect(const std::vector<std::uint8_t>& bytes) {
+    return detectMessageKind(bytes);
+}
 
 /// The kind of a message of one byte, by the ranges of its status.
 MIDIMessageKind kindByRange(int first) {
-    if (first <= 0x7F) return MIDIMessageKind::data;
-    if (first <= 0x8F) return MIDIMessageKind::noteOff;
-    if (first <= 0x9F) return MIDIMessageKind::noteOn;
-    if (first <= 0xAF) return MIDIMessageKind::polyPressure;
-    if (first <= 0xBF) return MIDIMessageKind::controlChange;
-    if (first <= 0xCF) return MIDIMessageKind::programChange;
-    if (first <= 0xDF) return MIDIMessageKind::channelPressure;
+    if (first <= 0x7F)
+        return MIDIMessageKind::data;
+    if (first <= 0x8F)
+        return MIDIMessageKind::noteOff;
+    if (first <= 0x9F)
+        return MIDIMessageKind::noteOn;
+    if (first <= 0xAF)
+        return MIDIMessageKind::polyPressure;
+    if (first <= 0xBF)
+        return MIDIMessageKind::controlChange;
+    if (first <= 0xCF)
+        return MIDIMessageKind::programChange;
+    if (first <= 0xDF)
+        return MIDIMessageKind::channelPressure;
     return MIDIMessageKind::pitchBend;
 }
 
@@ -100,7 +109,9 @@ TEST(MIDIMessageKind, IsDetectedFromEverySystemByte) {
     }
 }
 
-TEST(MIDIMessageKind, OfNoBytesIsUnknown) { EXPECT_EQ(detect({}), MIDIMessageKind::unknown); }
+TEST(MIDIMessageKind, OfNoBytesIsUnknown) {
+    EXPECT_EQ(detect({}), MIDIMessageKind::unknown);
+}
 
 TEST(MIDIMessageKind, OfNoteOnWithVelocityZeroIsNoteOffOnEveryChannel) {
     for (int channel = 0; channel < 16; ++channel) {

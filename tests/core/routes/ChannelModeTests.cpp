@@ -10,7 +10,9 @@
 namespace corvel {
 namespace {
 
-TEST(ChannelMode, IsAsItIsFromTheStart) { EXPECT_EQ(ChannelMode{}, ChannelMode::asIs()); }
+TEST(ChannelMode, IsAsItIsFromTheStart) {
+    EXPECT_EQ(ChannelMode{}, ChannelMode::asIs());
+}
 
 TEST(ChannelMode, HasAForcedChannelOnlyWhenForced) {
     EXPECT_EQ(ChannelMode::asIs().forcedChannel(), std::nullopt);

@@ -64,7 +64,9 @@ TEST(KeyboardShortcutModifier, SortsDuplicatesIntoOne) {
     EXPECT_THAT(sorted({option, option}), ElementsAre(option));
 }
 
-TEST(KeyboardShortcutModifier, SortsNothingIntoNothing) { EXPECT_THAT(sorted({}), IsEmpty()); }
+TEST(KeyboardShortcutModifier, SortsNothingIntoNothing) {
+    EXPECT_THAT(sorted({}), IsEmpty());
+}
 
 }  // namespace
 }  // namespace corvel

@@ -56,7 +56,9 @@ static_assert(std::is_nothrow_move_constructible_v<Task> && std::is_nothrow_move
 static_assert(!std::is_constructible_v<Task, int>);
 static_assert(!std::is_constructible_v<Task, void (*)(int)>);
 
-TEST(Task, IsEmptyFromTheStart) { EXPECT_FALSE(static_cast<bool>(Task())); }
+TEST(Task, IsEmptyFromTheStart) {
+    EXPECT_FALSE(static_cast<bool>(Task()));
+}
 
 TEST(Task, RunsItsWork) {
     int runs = 0;

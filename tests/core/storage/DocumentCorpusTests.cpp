@@ -1,0 +1,66 @@
+#include "core/storage/RouteSetDocumentCoder.hpp"
+#include "tests/support/TemporaryFolder.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <set>
+#include <string>
+
+namespace corvel {
+namespace {
+
+using RouteSetDocumentCoder::decode;
+using RouteSetDocumentCoder::decodeRouteArray;
+using RouteSetDocumentCoder::DecodingError;
+
+enum class Outcome { document, routeArray, refused };
+
+Outcome outcomeOf(const std::string& json) {
+    try {
+        static_cast<void>(decode(json));
+        return Outcome::document;
+    } catch (const DecodingError&) {
+    }
+    try {
+        static_cast<void>(decodeRouteArray(json));
+        return Outcome::routeArray;
+    } catch (const DecodingError&) {
+        return Outcome::refused;
+    }
+}
+
+/// What is to become of a file of the corpus, by its folder and name ("too-deep/arrays-513").
+Outcome expectedOutcome(const std::string& folder, const std::string& name) {
+    static const std::set<std::string> kReadFolders{"channel-modes",  "dangling-selection", "duplicate-keys", "numbers",
+                                                    "older-variants", "repeated-ids",       "unknown-keys",   "valid"};
+    if (name == "last-is-null" || name == "one-bad-route" || (folder == "unknown-keys" && name == "only")) {
+        return Outcome::refused;
+    }
+    if (folder == "older-array") {
+        return Outcome::routeArray;
+    }
+    return kReadFolders.contains(folder) || name == "unknown-key-511-fits" ? Outcome::document : Outcome::refused;
+}
+
+TEST(DocumentCorpus, HasEveryFileReadOrRefusedAsItsFolderSays) {
+    int count = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(CORVEL_CORPUS "/document")) {
+        if (entry.is_regular_file()) {
+            const std::filesystem::path& path = entry.path();
+            EXPECT_EQ(outcomeOf(tests::readFile(path)),
+                      expectedOutcome(path.parent_path().filename().string(), path.stem().string()))
+                << path;
+            ++count;
+        }
+    }
+    EXPECT_GE(count, 100);
+}
+
+TEST(DocumentCorpus, HoldsTheWrittenFormByteForByte) {
+    const std::string written = tests::readFile(CORVEL_CORPUS "/document/valid/written-form.json");
+    EXPECT_EQ(RouteSetDocumentCoder::encode(decode(written)), written);
+}
+
+}  // namespace
+}  // namespace corvel

@@ -1,0 +1,199 @@
+// What the ALSA host tells of changes, with devices and programs that come and go on the real sequencer.
+
+#include "tests/hosts/alsa/HostUnderTest.hpp"
+#include "tests/support/ChildProcess.hpp"
+#include "tests/support/RawMIDIDevice.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace corvel::tests {
+
+namespace {
+
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class ALSANotifications : public testing::Test {
+protected:
+    ALSANotifications() { corvel_.start(); }
+
+    /// The notifications once there are so many.
+    std::vector<MIDINotification> notifications(std::size_t count) {
+        EXPECT_TRUE(corvel_.waitUntil([&] { return corvel_.notifications().size() >= count; }));
+        return corvel_.notifications();
+    }
+
+    HostUnderTest corvel_;
+};
+
+void expectNotification(const MIDINotification& notification, std::int32_t messageID, MIDIObjectRef child,
+                        std::int32_t childType, std::int32_t parentType) {
+    EXPECT_EQ(notification.messageID, messageID);
+    EXPECT_EQ(notification.child, child);
+    EXPECT_EQ(notification.childType, childType);
+    EXPECT_EQ(notification.parentType, parentType);
+}
+
+TEST_F(ALSANotifications, NameTheSourceThatAProgramAddsAndRemoves) {
+    SequencerPeer peer("Coming");
+    const SequencerAddress port = peer.addPort("Out", SequencerPeer::kSource);
+    const MIDIObjectRef ref = corvel_.source("Coming Out").ref;
+    peer.removePort(port);
+    const auto reports = notifications(2);
+    ASSERT_THAT(reports, SizeIs(2));
+    expectNotification(reports[0], 2, ref, MIDINotification::kSource, MIDINotification::kOther);
+    expectNotification(reports[1], 3, ref, MIDINotification::kSource, MIDINotification::kOther);
+    EXPECT_FALSE(corvel_.notifiedElsewhere());
+}
+
+TEST_F(ALSANotifications, NameTheDestinationThatAProgramAddsAndRemoves) {
+    SequencerPeer peer("Coming");
+    const SequencerAddress port = peer.addPort("In", SequencerPeer::kDestination);
+    const MIDIObjectRef ref = corvel_.destination("Coming In").ref;
+    peer.removePort(port);
+    const auto reports = notifications(2);
+    ASSERT_THAT(reports, SizeIs(2));
+    expectNotification(reports[0], 2, ref, MIDINotification::kDestination, MIDINotification::kOther);
+    expectNotification(reports[1], 3, ref, MIDINotification::kDestination, MIDINotification::kOther);
+}
+
+TEST_F(ALSANotifications, NameADuplexPortBothWaysAsItsSource) {
+    SequencerPeer peer("Coming");
+    const SequencerAddress port = peer.addPort("Both", SequencerPeer::kDuplex);
+    const MIDIObjectRef ref = corvel_.source("Coming Both").ref;
+    peer.removePort(port);
+    const auto reports = notifications(2);
+    ASSERT_THAT(reports, SizeIs(2));
+    expectNotification(reports[0], 2, ref, MIDINotification::kSource, MIDINotification::kOther);
+    expectNotification(reports[1], 3, ref, MIDINotification::kSource, MIDINotification::kOther);
+}
+
+TEST_F(ALSANotifications, SayNothingOfPortsThatAreNoEndpointsNorOfSubscriptionsNorOfTheOwnClient) {
+    SequencerPeer peer("Quiet");
+    peer.addPort("hidden", SequencerPeer::kDuplex | SND_SEQ_PORT_CAP_NO_EXPORT);
+    peer.addPort("private", SND_SEQ_PORT_CAP_READ);
+    const SequencerAddress through = peer.find("Midi Through", "Midi Through Port-0");
+    ASSERT_EQ(corvel_.connect(corvel_.source("Midi Through Port-0").ref), 0);
+    ASSERT_EQ(corvel_.disconnect(corvel_.source("Midi Through Port-0").ref), 0);
+    const SequencerAddress virtualPort = peer.find("Virtual Raw MIDI 0-0", "VirMIDI 0-0");
+    ASSERT_EQ(peer.connect(virtualPort, through), 0);
+    ASSERT_EQ(peer.disconnect(virtualPort, through), 0);
+    peer.addPort("Mark", SequencerPeer::kSource);
+    EXPECT_THAT(notifications(1), SizeIs(1));
+}
+
+TEST_F(ALSANotifications, AreNotMadeOfWhatAProgramSendsInTheSystemsPlace) {
+    SequencerPeer peer("Forger");
+    const SequencerAddress out = peer.addPort("Out", SequencerPeer::kSource);
+    const MIDIObjectRef ref = corvel_.source("Forger Out").ref;
+    ASSERT_THAT(notifications(1), SizeIs(1));
+    for (const SequencerPort& port : peer.ports()) {
+        if (port.clientName == "Corvel") {
+            snd_seq_event_t forged{};
+            forged.type = SND_SEQ_EVENT_PORT_EXIT;
+            forged.data.addr = out.raw();
+            peer.emitTo(out, port.address, forged);
+        }
+    }
+    peer.addPort("Mark", SequencerPeer::kSource);
+    EXPECT_THAT(notifications(2), SizeIs(2));
+    EXPECT_EQ(corvel_.source("Forger Out").ref, ref);
+}
+
+TEST_F(ALSANotifications, ComeOnceForEachPortOfAProgram) {
+    std::optional<SequencerPeer> peer(std::in_place, "Many");
+    for (int port = 0; port < 16; ++port) {
+        peer->addPort("Port " + std::to_string(port), SequencerPeer::kDuplex);
+    }
+    ASSERT_THAT(notifications(16), SizeIs(16));
+    peer.reset();
+    const auto reports = notifications(32);
+    ASSERT_THAT(reports, SizeIs(32));
+    for (std::size_t index = 0; index < 16; ++index) {
+        EXPECT_EQ(reports[index].messageID, 2);
+        EXPECT_EQ(reports[index + 16].messageID, 3);
+    }
+}
+
+TEST_F(ALSANotifications, ComeForAProgramThatIsKilled) {
+    ChildProcess dump({"aseqdump"});
+    const auto added = notifications(1);
+    ASSERT_THAT(added, SizeIs(1));
+    dump.signal(SIGKILL);
+    const auto reports = notifications(2);
+    ASSERT_THAT(reports, SizeIs(2));
+    EXPECT_EQ(reports[1].messageID, 3);
+    EXPECT_EQ(reports[1].child, added[0].child);
+    EXPECT_THAT(corvel_.destinationNames("aseqdump"), IsEmpty());
+}
+
+/// The virtual cards are taken away and given back as a cable is pulled and plugged.
+class ALSAHotPlug : public ALSANotifications {
+protected:
+    ~ALSAHotPlug() override {
+        if (!isPlugged_) {
+            plug();
+        }
+    }
+
+    void unplug() {
+        std::ofstream("/sys/bus/platform/drivers/snd_virmidi/unbind") << "snd_virmidi.0" << std::flush;
+        isPlugged_ = false;
+    }
+    void plug() {
+        std::ofstream("/sys/bus/platform/drivers/snd_virmidi/bind") << "snd_virmidi.0" << std::flush;
+        isPlugged_ = true;
+    }
+
+private:
+    bool isPlugged_ = true;
+};
+
+TEST_F(ALSAHotPlug, OfAConnectedDeviceBringsTheSameEndpointsBack) {
+    const std::string name = "Virtual Raw MIDI 0-3 VirMIDI 0-3";
+    const ListedEndpoint source = corvel_.source(name);
+    const ListedEndpoint destination = corvel_.destination(name);
+    ASSERT_EQ(corvel_.connect(source.ref), 0);
+    ASSERT_EQ(corvel_.send(destination.ref, {0x90, 1, 1}), 0);
+
+    unplug();
+    const auto removed = notifications(4);
+    ASSERT_THAT(removed, SizeIs(4));
+    for (const MIDINotification& notification : removed) {
+        EXPECT_EQ(notification.messageID, 3);
+        EXPECT_EQ(notification.childType, MIDINotification::kSource);
+    }
+    EXPECT_THAT(removed, testing::Contains(testing::Field(&MIDINotification::child, source.ref)));
+    EXPECT_THAT(corvel_.sourceNames("Virtual"), IsEmpty());
+    EXPECT_LT(corvel_.send(destination.ref, {0x90, 1, 1}), 0);
+    corvel_.disconnect(source.ref);
+
+    plug();
+    const auto added = notifications(8);
+    ASSERT_THAT(added, SizeIs(8));
+    const ListedEndpoint back = corvel_.source(name);
+    const auto named = std::ranges::find(added, back.ref, &MIDINotification::child);
+    ASSERT_NE(named, added.end());
+    expectNotification(*named, 2, back.ref, MIDINotification::kSource, MIDINotification::kEntity);
+    EXPECT_NE(back.ref, source.ref);
+    EXPECT_EQ(back.uniqueID, source.uniqueID);
+    EXPECT_EQ(corvel_.destination(name).uniqueID, destination.uniqueID);
+
+    ASSERT_EQ(corvel_.connect(back.ref), 0);
+    RawMIDIDevice device(0, 3);
+    device.write(Bytes{0x90, 60, 100});
+    ASSERT_TRUE(corvel_.waitUntil([&] { return !corvel_.deliveries().empty(); }));
+    EXPECT_EQ(corvel_.deliveries().front(), (DeliveredPacket{back.ref, {0x90, 60, 100}}));
+}
+
+}  // namespace
+
+}  // namespace corvel::tests

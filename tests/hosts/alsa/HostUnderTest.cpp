@@ -1,0 +1,232 @@
+#include "tests/hosts/alsa/HostUnderTest.hpp"
+
+#include "hosts/alsa/ALSAMIDIHost.hpp"
+
+#include <future>
+#include <stdexcept>
+
+namespace corvel::tests {
+
+namespace {
+
+MIDIObjectRef orThrow(const MIDICreation& creation, const char* what) {
+    if (creation.status != kMIDISuccess || creation.ref == 0) {
+        throw std::runtime_error(std::string(what) + ": status " + std::to_string(creation.status));
+    }
+    return creation.ref;
+}
+
+std::vector<std::string> namesBeginningWith(const std::string& prefix, const std::vector<ListedEndpoint>& endpoints) {
+    std::vector<std::string> names;
+    for (const ListedEndpoint& endpoint : endpoints) {
+        if (endpoint.displayName.value_or("").starts_with(prefix)) {
+            names.push_back(*endpoint.displayName);
+        }
+    }
+    return names;
+}
+
+ListedEndpoint onlyOne(const std::string& displayName, const std::vector<ListedEndpoint>& endpoints) {
+    std::optional<ListedEndpoint> found;
+    for (const ListedEndpoint& endpoint : endpoints) {
+        if (endpoint.displayName == displayName) {
+            if (found) {
+                throw std::runtime_error("more than one endpoint is shown as " + displayName);
+            }
+            found = endpoint;
+        }
+    }
+    if (!found) {
+        throw std::runtime_error("no endpoint is shown as " + displayName);
+    }
+    return *found;
+}
+
+}  // namespace
+
+HostUnderTest::HostUnderTest()
+    : queue_(EventLoop::withThread("test.engine")),
+      mainQueue_(EventLoop::withThread("test.main")),
+      host_(hosts::makeALSAMIDIHost(queue_, mainQueue_)) {
+    host_->setDiagnosticHandler([reports = reports_](std::string message) {
+        const std::lock_guard lock(reports->mutex);
+        reports->diagnostics.push_back(std::move(message));
+        reports->changed.notify_all();
+    });
+}
+
+HostUnderTest::~HostUnderTest() {
+    dispose();
+}
+
+void HostUnderTest::start() {
+    mainQueue_->sync([this] {
+        client_ = orThrow(host_->createClient("Corvel",
+                                              [reports = reports_, queue = std::weak_ptr<EventLoop>(mainQueue_)](
+                                                  const MIDINotification& notification) {
+                                                  const auto main = queue.lock();
+                                                  const std::lock_guard lock(reports->mutex);
+                                                  reports->notifications.push_back(notification);
+                                                  reports->notifiedElsewhere |= !main || !main->isCurrent();
+                                                  reports->changed.notify_all();
+                                              }),
+                          "client");
+    });
+    queue_->sync([this] {
+        inputPort_ = orThrow(host_->createInputPort(client_, "Corvel Input",
+                                                    [reports = reports_](auto packets, MIDIObjectRef connection) {
+                                                        const std::lock_guard lock(reports->mutex);
+                                                        for (const auto& packet : packets) {
+                                                            reports->deliveries.push_back(
+                                                                {connection, Bytes(packet.begin(), packet.end())});
+                                                        }
+                                                        reports->changed.notify_all();
+                                                    }),
+                             "input port");
+        outputPort_ = orThrow(host_->createOutputPort(client_, "Corvel Output"), "output port");
+    });
+}
+
+void HostUnderTest::dispose() {
+    for (MIDIObjectRef* port : {&inputPort_, &outputPort_}) {
+        if (*port != 0) {
+            host_->disposePort(std::exchange(*port, 0));
+        }
+    }
+    if (client_ != 0) {
+        host_->disposeClient(std::exchange(client_, 0));
+        // The queue does it: the next test must not find this client's number taken.
+        queue_->sync([] {});
+    }
+}
+
+std::function<void()> HostUnderTest::holdQueue() {
+    auto release = std::make_shared<std::promise<void>>();
+    std::promise<void> held;
+    queue_->async([&held, released = release->get_future().share()] {
+        held.set_value();
+        released.wait();
+    });
+    held.get_future().wait();
+    return [release] { release->set_value(); };
+}
+
+ListedEndpoint HostUnderTest::describe(MIDIObjectRef ref) {
+    return {ref,
+            host_->uniqueID(ref),
+            host_->displayName(ref),
+            host_->name(ref),
+            host_->manufacturer(ref),
+            host_->isOffline(ref)};
+}
+
+std::vector<ListedEndpoint> HostUnderTest::sources() {
+    return onQueue([this] {
+        std::vector<ListedEndpoint> found;
+        const unsigned count = host_->sourceCount();
+        for (unsigned index = 0; index < count; ++index) {
+            found.push_back(describe(host_->source(index)));
+        }
+        return found;
+    });
+}
+
+std::vector<ListedEndpoint> HostUnderTest::destinations() {
+    return onQueue([this] {
+        std::vector<ListedEndpoint> found;
+        const unsigned count = host_->destinationCount();
+        for (unsigned index = 0; index < count; ++index) {
+            found.push_back(describe(host_->destination(index)));
+        }
+        return found;
+    });
+}
+
+std::vector<std::string> HostUnderTest::sourceNames(const std::string& prefix) {
+    return namesBeginningWith(prefix, sources());
+}
+
+std::vector<std::string> HostUnderTest::destinationNames(const std::string& prefix) {
+    return namesBeginningWith(prefix, destinations());
+}
+
+ListedEndpoint HostUnderTest::source(const std::string& displayName) {
+    return onlyOne(displayName, sources());
+}
+
+ListedEndpoint HostUnderTest::destination(const std::string& displayName) {
+    return onlyOne(displayName, destinations());
+}
+
+MIDIStatus HostUnderTest::connect(MIDIObjectRef source) {
+    return onQueue([&] { return host_->connectSource(inputPort_, source, source); });
+}
+
+MIDIStatus HostUnderTest::disconnect(MIDIObjectRef source) {
+    return onQueue([&] { return host_->disconnectSource(inputPort_, source); });
+}
+
+MIDIStatus HostUnderTest::send(MIDIObjectRef destination, const Bytes& bytes) {
+    return onQueue([&]() -> MIDIStatus {
+        const std::optional<MIDIPacket> packet = host_->makePacket(bytes);
+        if (!packet) {
+            throw std::runtime_error("the host made no packet");
+        }
+        return host_->send(outputPort_, destination, *packet);
+    });
+}
+
+void HostUnderTest::reload(const std::vector<MIDIObjectRef>& connected) {
+    onQueue([&] {
+        for (const MIDIObjectRef source : connected) {
+            host_->disconnectSource(inputPort_, source);
+        }
+        const unsigned count = host_->sourceCount();
+        for (unsigned index = 0; index < count; ++index) {
+            if (std::find(connected.begin(), connected.end(), host_->source(index)) != connected.end()) {
+                static_cast<void>(host_->connectSource(inputPort_, host_->source(index), host_->source(index)));
+            }
+        }
+        static_cast<void>(host_->destinationCount());
+    });
+}
+
+std::vector<DeliveredPacket> HostUnderTest::deliveries() {
+    return copy(&Reports::deliveries);
+}
+
+Bytes HostUnderTest::deliveredBytes() {
+    Bytes all;
+    for (const DeliveredPacket& packet : deliveries()) {
+        all.insert(all.end(), packet.bytes.begin(), packet.bytes.end());
+    }
+    return all;
+}
+
+std::vector<MIDINotification> HostUnderTest::notifications() {
+    return copy(&Reports::notifications);
+}
+
+std::vector<std::string> HostUnderTest::diagnostics() {
+    return copy(&Reports::diagnostics);
+}
+
+bool HostUnderTest::notifiedElsewhere() {
+    return copy(&Reports::notifiedElsewhere);
+}
+
+bool HostUnderTest::waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        // A report that comes between looking and waiting is found at the next look.
+        constexpr std::chrono::milliseconds kLook{10};
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return false;
+        }
+        std::unique_lock lock(reports_->mutex);
+        reports_->changed.wait_for(lock, kLook);
+    }
+    return true;
+}
+
+}  // namespace corvel::tests

@@ -1,0 +1,124 @@
+#pragma once
+
+#include "core/host/MIDIHost.hpp"
+#include "core/support/EventLoop.hpp"
+#include "tests/support/SequencerPeer.hpp"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace corvel::tests {
+
+/// An endpoint with everything that a host tells of it.
+struct ListedEndpoint {
+    MIDIObjectRef ref = 0;
+    std::optional<std::int32_t> uniqueID;
+    std::optional<std::string> displayName;
+    std::optional<std::string> name;
+    std::optional<std::string> manufacturer;
+    std::optional<bool> isOffline;
+};
+
+/// One packet as it was delivered.
+struct DeliveredPacket {
+    MIDIObjectRef connection = 0;
+    Bytes bytes;
+
+    bool operator==(const DeliveredPacket&) const = default;
+};
+
+/// The ALSA host as the engine uses it: on a queue of its own, everything that it reports recorded.
+class HostUnderTest {
+public:
+    /// The host without a client yet.
+    HostUnderTest();
+    HostUnderTest(const HostUnderTest&) = delete;
+    HostUnderTest& operator=(const HostUnderTest&) = delete;
+    ~HostUnderTest();
+
+    /// Makes the client "Corvel" and its two ports.
+    void start();
+    /// Disposes of them, the client on this thread.
+    void dispose();
+
+    [[nodiscard]] MIDIHost& host() { return *host_; }
+    [[nodiscard]] MIDIObjectRef client() const { return client_; }
+    [[nodiscard]] MIDIObjectRef inputPort() const { return inputPort_; }
+    [[nodiscard]] MIDIObjectRef outputPort() const { return outputPort_; }
+
+    /// Runs something on the host's queue, as one task, and waits for it.
+    template <typename Callable>
+    auto onQueue(Callable callable) {
+        if constexpr (std::is_void_v<std::invoke_result_t<Callable>>) {
+            queue_->sync([&] { callable(); });
+        } else {
+            std::optional<std::invoke_result_t<Callable>> result;
+            queue_->sync([&] { result.emplace(callable()); });
+            return std::move(*result);
+        }
+    }
+    /// Keeps the queue from doing anything until the returned function is called.
+    [[nodiscard]] std::function<void()> holdQueue();
+
+    // Single operations, each a task of its own
+    [[nodiscard]] std::vector<ListedEndpoint> sources();
+    [[nodiscard]] std::vector<ListedEndpoint> destinations();
+    /// Those of a client, found through their references' order: by the display names' beginning.
+    [[nodiscard]] std::vector<std::string> sourceNames(const std::string& prefix);
+    [[nodiscard]] std::vector<std::string> destinationNames(const std::string& prefix);
+    /// The only endpoint shown under this name; throws if there is none or more than one.
+    [[nodiscard]] ListedEndpoint source(const std::string& displayName);
+    [[nodiscard]] ListedEndpoint destination(const std::string& displayName);
+    [[nodiscard]] MIDIStatus connect(MIDIObjectRef source);
+    MIDIStatus disconnect(MIDIObjectRef source);
+    [[nodiscard]] MIDIStatus send(MIDIObjectRef destination, const Bytes& bytes);
+    /// What the engine does on every reload: all connected sources off, counts read, sources on again, in one task.
+    void reload(const std::vector<MIDIObjectRef>& connected);
+
+    // Reports so far
+    [[nodiscard]] std::vector<DeliveredPacket> deliveries();
+    [[nodiscard]] Bytes deliveredBytes();
+    [[nodiscard]] std::vector<MIDINotification> notifications();
+    [[nodiscard]] std::vector<std::string> diagnostics();
+    /// Whether any notification came on a thread that is not the main queue's.
+    [[nodiscard]] bool notifiedElsewhere();
+
+    /// Waits for reports until the condition, which looks at them through the operations above, holds.
+    [[nodiscard]] bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit = kDeadline);
+
+private:
+    struct Reports {
+        std::mutex mutex;
+        std::condition_variable changed;
+        std::vector<DeliveredPacket> deliveries;
+        std::vector<MIDINotification> notifications;
+        std::vector<std::string> diagnostics;
+        bool notifiedElsewhere = false;
+    };
+
+    template <typename Value>
+    [[nodiscard]] Value copy(Value Reports::*field) {
+        const std::lock_guard lock(reports_->mutex);
+        return (*reports_).*field;
+    }
+    [[nodiscard]] ListedEndpoint describe(MIDIObjectRef ref);
+
+    std::shared_ptr<Reports> reports_ = std::make_shared<Reports>();
+    std::shared_ptr<EventLoop> queue_;
+    std::shared_ptr<EventLoop> mainQueue_;
+    std::shared_ptr<MIDIHost> host_;
+    MIDIObjectRef client_ = 0;
+    MIDIObjectRef inputPort_ = 0;
+    MIDIObjectRef outputPort_ = 0;
+};
+
+}  // namespace corvel::tests

@@ -1,0 +1,541 @@
+#include "hosts/demo/DemoMIDIHost.hpp"
+
+#include "core/engine/CoreMIDIRouterEngine.hpp"
+#include "hosts/demo/DemoDevices.hpp"
+#include "tests/support/ByteText.hpp"
+#include "tests/support/ManualClock.hpp"
+#include "tests/support/ManualQueue.hpp"
+#include "tests/support/RecordingDelegate.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <functional>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace corvel::tests {
+namespace {
+
+using namespace std::chrono_literals;
+using hosts::DemoMIDIHost;
+using hosts::DemoOptions;
+using hosts::DemoTraffic;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+/// Longer than anything here takes on a loaded machine; a test that waits this long fails.
+constexpr auto kDeadline = 20s;
+
+/// Connection and packets of each call of a receive handler: "1: [90 3C 64]".
+class Inbox {
+public:
+    [[nodiscard]] MIDIHost::ReceiveHandler handler() {
+        return [this](std::span<const std::span<const std::uint8_t>> packets, MIDIObjectRef connection) {
+            std::string line = std::to_string(connection) + ":";
+            for (const auto& packet : packets) {
+                line += " [" + byteText(packet) + "]";
+            }
+            lines.push_back(line);
+        };
+    }
+
+    std::vector<std::string> lines;
+};
+
+class DemoMIDIHostTest : public ::testing::Test {
+protected:
+    DemoMIDIHostTest() : host(hosts::makeDemoMIDIHost(mainQueue, {.playsByItself = false, .notice = {}})) {}
+
+    MIDIObjectRef makeClient(std::vector<std::string>* notifications = nullptr) {
+        return host
+            ->createClient("Test",
+                           [notifications](const MIDINotification& change) {
+                               if (notifications != nullptr) {
+                                   notifications->push_back(
+                                       std::to_string(change.messageID) + " child " + std::to_string(change.child) +
+                                       " of type " + std::to_string(change.childType) + " in " +
+                                       std::to_string(change.parent) + " of type " + std::to_string(change.parentType));
+                               }
+                           })
+            .ref;
+    }
+
+    MIDIObjectRef makeInput(MIDIObjectRef client) { return host->createInputPort(client, "In", inbox.handler()).ref; }
+
+    MIDIStatus sendNote(MIDIObjectRef port, MIDIObjectRef destination) {
+        return host->send(port, destination, {MIDIBytes{0x90, 60, 100}});
+    }
+
+    const std::shared_ptr<ManualQueue> mainQueue = std::make_shared<ManualQueue>();
+    std::shared_ptr<DemoMIDIHost> host;
+    Inbox inbox;
+};
+
+TEST_F(DemoMIDIHostTest, ListsItsSixDevicesWithNamesAndFixedIDs) {
+    std::vector<std::string> lines;
+    for (unsigned index = 0; index < host->sourceCount(); ++index) {
+        const MIDIObjectRef ref = host->source(index);
+        lines.push_back(*host->displayName(ref) + "/" + *host->name(ref) + "/" + *host->manufacturer(ref) + "/" +
+                        std::to_string(*host->uniqueID(ref)));
+    }
+    for (unsigned index = 0; index < host->destinationCount(); ++index) {
+        const MIDIObjectRef ref = host->destination(index);
+        lines.push_back(*host->displayName(ref) + "/" + *host->name(ref) + "/" + *host->manufacturer(ref) + "/" +
+                        std::to_string(*host->uniqueID(ref)));
+    }
+    EXPECT_THAT(lines,
+                ElementsAre("Demo Keyboard/Demo Keyboard/Corvel Demo/1001", "Demo Pads/Demo Pads/Corvel Demo/1002",
+                            "Demo Sequencer/Demo Sequencer/Corvel Demo/1003", "Demo Synth/Demo Synth/Corvel Demo/2001",
+                            "Demo Drums/Demo Drums/Corvel Demo/2002", "Demo Recorder/Demo Recorder/Corvel Demo/2003"));
+    EXPECT_EQ(host->isOffline(host->source(0)), false);
+}
+
+TEST_F(DemoMIDIHostTest, HasNoEndpointPastTheEnd) {
+    EXPECT_EQ(host->source(3), 0U);
+    EXPECT_EQ(host->destination(3), 0U);
+}
+
+TEST_F(DemoMIDIHostTest, HasADeviceWithOneEntityForEachEndpoint) {
+    ASSERT_EQ(host->deviceCount(), 6U);
+    EXPECT_EQ(host->externalDeviceCount(), 0U);
+    EXPECT_EQ(host->externalDevice(0), 0U);
+    EXPECT_EQ(host->device(6), 0U);
+
+    const MIDIObjectRef pads = host->device(1);
+    EXPECT_EQ(host->displayName(pads), "Demo Pads");
+    ASSERT_EQ(host->entityCount(pads), 1U);
+    const MIDIObjectRef entity = host->entity(pads, 0);
+    EXPECT_EQ(host->displayName(entity), "Demo Pads");
+    EXPECT_EQ(host->entitySourceCount(entity), 1U);
+    EXPECT_EQ(host->entitySource(entity, 0), host->source(1));
+    EXPECT_EQ(host->entityDestinationCount(entity), 0U);
+    EXPECT_EQ(host->entityDestination(entity, 0), 0U);
+
+    const MIDIObjectRef recorder = host->entity(host->device(5), 0);
+    EXPECT_EQ(host->entitySourceCount(recorder), 0U);
+    EXPECT_EQ(host->entityDestinationCount(recorder), 1U);
+    EXPECT_EQ(host->entityDestination(recorder, 0), host->destination(2));
+}
+
+TEST_F(DemoMIDIHostTest, HasNoPropertiesForReferencesToNothing) {
+    EXPECT_EQ(host->displayName(9999), std::nullopt);
+    EXPECT_EQ(host->name(9999), std::nullopt);
+    EXPECT_EQ(host->manufacturer(9999), std::nullopt);
+    EXPECT_EQ(host->uniqueID(9999), std::nullopt);
+    EXPECT_EQ(host->isOffline(9999), std::nullopt);
+    EXPECT_EQ(host->entityCount(9999), 0U);
+    EXPECT_EQ(host->entity(9999, 0), 0U);
+    EXPECT_EQ(host->traffic(9999), DemoTraffic{});
+}
+
+TEST_F(DemoMIDIHostTest, RefusesPortsOfClientsThatAreNotThere) {
+    EXPECT_EQ(host->createInputPort(9999, "In", inbox.handler()).status, -ENOENT);
+    EXPECT_EQ(host->createInputPort(9999, "In", inbox.handler()).ref, 0U);
+    EXPECT_EQ(host->createOutputPort(9999, "Out").status, -ENOENT);
+
+    const MIDIObjectRef client = makeClient();
+    host->disposeClient(client);
+    EXPECT_EQ(host->createOutputPort(client, "Out").status, -ENOENT);
+}
+
+TEST_F(DemoMIDIHostTest, RefusesConnectionsOfWrongReferences) {
+    const MIDIObjectRef client = makeClient();
+    const MIDIObjectRef input = makeInput(client);
+    const MIDIObjectRef output = host->createOutputPort(client, "Out").ref;
+
+    EXPECT_EQ(host->connectSource(9999, host->source(0), 1), -ENOENT);
+    EXPECT_EQ(host->connectSource(output, host->source(0), 1), -ENOENT);
+    EXPECT_EQ(host->connectSource(input, 9999, 1), -ENOENT);
+    EXPECT_EQ(host->connectSource(input, host->destination(0), 1), -ENOENT);
+    EXPECT_EQ(host->disconnectSource(9999, host->source(0)), -ENOENT);
+    EXPECT_EQ(host->disconnectSource(input, host->source(0)), -ENOTCONN);
+}
+
+TEST_F(DemoMIDIHostTest, RefusesSendsToWrongReferences) {
+    const MIDIObjectRef client = makeClient();
+    const MIDIObjectRef input = makeInput(client);
+    const MIDIObjectRef output = host->createOutputPort(client, "Out").ref;
+
+    EXPECT_EQ(sendNote(9999, host->destination(0)), -ENOENT);
+    EXPECT_EQ(sendNote(input, host->destination(0)), -ENOENT);
+    EXPECT_EQ(sendNote(output, 9999), -ENOENT);
+    EXPECT_EQ(sendNote(output, host->source(0)), -ENOENT);
+}
+
+TEST_F(DemoMIDIHostTest, DeliversToEveryConnectedPortWithItsConnection) {
+    const MIDIObjectRef client = makeClient();
+    const MIDIObjectRef keyboard = host->source(0);
+    ASSERT_EQ(host->connectSource(makeInput(client), keyboard, 71), kMIDISuccess);
+    ASSERT_EQ(host->connectSource(makeInput(client), keyboard, 72), kMIDISuccess);
+
+    host->play(keyboard, {0x90, 60, 100});
+    host->play(host->source(1), {0x99, 36, 100});
+
+    EXPECT_THAT(inbox.lines, ElementsAre("71: [90 3C 64]", "72: [90 3C 64]"));
+}
+
+TEST_F(DemoMIDIHostTest, DeliversOnceWhenASourceIsConnectedAgain) {
+    const MIDIObjectRef input = makeInput(makeClient());
+    ASSERT_EQ(host->connectSource(input, host->source(0), 71), kMIDISuccess);
+    ASSERT_EQ(host->connectSource(input, host->source(0), 72), kMIDISuccess);
+
+    host->play(host->source(0), {0xFE});
+
+    EXPECT_THAT(inbox.lines, ElementsAre("72: [FE]"));
+}
+
+TEST_F(DemoMIDIHostTest, DeliversNothingOnceDisconnectedOrDisposedOf) {
+    const MIDIObjectRef client = makeClient();
+    const MIDIObjectRef disconnected = makeInput(client);
+    const MIDIObjectRef disposed = makeInput(client);
+    ASSERT_EQ(host->connectSource(disconnected, host->source(0), 1), kMIDISuccess);
+    ASSERT_EQ(host->connectSource(disposed, host->source(0), 2), kMIDISuccess);
+
+    EXPECT_EQ(host->disconnectSource(disconnected, host->source(0)), kMIDISuccess);
+    host->disposePort(disposed);
+    host->play(host->source(0), {0xFE});
+
+    EXPECT_THAT(inbox.lines, IsEmpty());
+    EXPECT_EQ(host->connectSource(disposed, host->source(0), 2), -ENOENT);
+}
+
+TEST_F(DemoMIDIHostTest, DisposesOfAClientsPortsWithIt) {
+    const MIDIObjectRef client = makeClient();
+    ASSERT_EQ(host->connectSource(makeInput(client), host->source(0), 1), kMIDISuccess);
+    const MIDIObjectRef output = host->createOutputPort(client, "Out").ref;
+
+    host->disposeClient(client);
+    host->play(host->source(0), {0xFE});
+
+    EXPECT_THAT(inbox.lines, IsEmpty());
+    EXPECT_EQ(sendNote(output, host->destination(0)), -ENOENT);
+}
+
+TEST_F(DemoMIDIHostTest, CountsWhatADestinationReceives) {
+    const MIDIObjectRef output = host->createOutputPort(makeClient(), "Out").ref;
+
+    EXPECT_EQ(sendNote(output, host->destination(1)), kMIDISuccess);
+    EXPECT_EQ(host->send(output, host->destination(1), *host->makePacket(std::vector<std::uint8_t>{0xC0, 5})),
+              kMIDISuccess);
+
+    EXPECT_EQ(host->traffic(host->destination(1)), (DemoTraffic{.packets = 2, .bytes = 5}));
+    EXPECT_EQ(host->traffic(host->destination(0)), DemoTraffic{});
+}
+
+TEST_F(DemoMIDIHostTest, LosesWhatIsSentToADeviceThatIsOffline) {
+    const MIDIObjectRef output = host->createOutputPort(makeClient(), "Out").ref;
+    host->setOffline(host->destination(0), true);
+
+    EXPECT_EQ(sendNote(output, host->destination(0)), kMIDISuccess);
+
+    EXPECT_EQ(host->isOffline(host->destination(0)), true);
+    EXPECT_EQ(host->traffic(host->destination(0)), DemoTraffic{});
+}
+
+TEST_F(DemoMIDIHostTest, HearsNothingOfASourceThatIsOffline) {
+    ASSERT_EQ(host->connectSource(makeInput(makeClient()), host->source(0), 1), kMIDISuccess);
+    host->setOffline(host->source(0), true);
+    host->play(host->source(0), {0xFE});
+    EXPECT_THAT(inbox.lines, IsEmpty());
+
+    host->setOffline(host->source(0), false);
+    host->play(host->source(0), {0xFE});
+    EXPECT_THAT(inbox.lines, ElementsAre("1: [FE]"));
+}
+
+TEST_F(DemoMIDIHostTest, TellsEveryClientOnTheMainQueueWhatWasAdded) {
+    std::vector<std::string> first;
+    std::vector<std::string> second;
+    makeClient(&first);
+    makeClient(&second);
+
+    const MIDIObjectRef source = host->addSource("Pedals", std::nullopt, 42);
+    const MIDIObjectRef destination = host->addDestination("Lights", "Maker", 43);
+    EXPECT_THAT(first, IsEmpty());
+    mainQueue->runAll();
+
+    EXPECT_EQ(source, host->source(3));
+    EXPECT_EQ(host->manufacturer(source), std::nullopt);
+    EXPECT_EQ(host->uniqueID(source), 42);
+    EXPECT_EQ(destination, host->destination(3));
+    EXPECT_EQ(host->manufacturer(destination), "Maker");
+    const std::string sourceEntity = std::to_string(host->entity(host->device(3), 0));
+    const std::string destinationEntity = std::to_string(host->entity(host->device(7), 0));
+    EXPECT_THAT(first, ElementsAre("2 child " + std::to_string(source) + " of type 2 in " + sourceEntity + " of type 1",
+                                   "2 child " + std::to_string(destination) + " of type 3 in " + destinationEntity +
+                                       " of type 1"));
+    EXPECT_EQ(second, first);
+}
+
+TEST_F(DemoMIDIHostTest, TellsWhatWasRemovedAndForgetsIt) {
+    std::vector<std::string> notifications;
+    const MIDIObjectRef input = makeInput(makeClient(&notifications));
+    const MIDIObjectRef pads = host->source(1);
+    const std::string entity = std::to_string(host->entity(host->device(1), 0));
+    ASSERT_EQ(host->connectSource(input, pads, 1), kMIDISuccess);
+
+    host->removeEndpoint(pads);
+    host->removeEndpoint(pads);
+    host->play(pads, {0xFE});
+    mainQueue->runAll();
+
+    EXPECT_THAT(notifications,
+                ElementsAre("3 child " + std::to_string(pads) + " of type 2 in " + entity + " of type 1"));
+    EXPECT_THAT(inbox.lines, IsEmpty());
+    EXPECT_EQ(host->sourceCount(), 2U);
+    EXPECT_EQ(host->displayName(host->source(1)), "Demo Sequencer");
+    EXPECT_EQ(host->connectSource(input, pads, 1), -ENOENT);
+}
+
+TEST_F(DemoMIDIHostTest, TellsOnlyOfOfflineFlagsThatChange) {
+    std::vector<std::string> notifications;
+    makeClient(&notifications);
+
+    host->setOffline(host->source(0), false);
+    host->setOffline(host->source(0), true);
+    host->setOffline(9999, true);
+    mainQueue->runAll();
+
+    EXPECT_THAT(notifications, ElementsAre("4 child 0 of type -1 in 0 of type -1"));
+}
+
+TEST_F(DemoMIDIHostTest, TellsNothingToAClientThatIsGoneByThen) {
+    std::vector<std::string> notifications;
+    const MIDIObjectRef client = makeClient(&notifications);
+    host->setOffline(host->source(0), true);
+    host->disposeClient(client);
+    mainQueue->runAll();
+    EXPECT_THAT(notifications, IsEmpty());
+}
+
+TEST_F(DemoMIDIHostTest, LeavesNothingBehindThatOutlivesIt) {
+    std::vector<std::string> notifications;
+    makeClient(&notifications);
+    host->setOffline(host->source(0), true);
+    host.reset();
+    mainQueue->runAll();
+    EXPECT_THAT(notifications, IsEmpty());
+}
+
+TEST_F(DemoMIDIHostTest, GivesAddedEndpointsTheNextFreeID) {
+    const MIDIObjectRef first = host->addSource("A", std::nullopt, 0);
+    const MIDIObjectRef second = host->addDestination("B", std::nullopt, 0);
+    EXPECT_EQ(host->uniqueID(first), 9001);
+    EXPECT_EQ(host->uniqueID(second), 9002);
+}
+
+TEST_F(DemoMIDIHostTest, NeverGivesAReferenceAgain) {
+    const MIDIObjectRef removed = host->addSource("A", std::nullopt, 5);
+    host->removeEndpoint(removed);
+    const MIDIObjectRef added = host->addSource("A", std::nullopt, 5);
+    EXPECT_NE(added, removed);
+    EXPECT_EQ(host->displayName(removed), std::nullopt);
+}
+
+TEST_F(DemoMIDIHostTest, LetsAReceiverCallItAgain) {
+    const MIDIObjectRef client = makeClient();
+    MIDIObjectRef input = 0;
+    const MIDIHost::ReceiveHandler disposing = [&](auto /*packets*/, MIDIObjectRef connection) {
+        inbox.lines.push_back("disposing " + std::to_string(connection));
+        host->disposePort(input);
+        host->play(host->source(0), {0xFE});
+    };
+    input = host->createInputPort(client, "In", disposing).ref;
+    ASSERT_EQ(host->connectSource(input, host->source(0), 1), kMIDISuccess);
+    ASSERT_EQ(host->connectSource(makeInput(client), host->source(0), 2), kMIDISuccess);
+
+    host->play(host->source(0), {0xF8});
+
+    EXPECT_THAT(inbox.lines, ElementsAre("disposing 1", "2: [FE]", "2: [F8]"));
+}
+
+TEST_F(DemoMIDIHostTest, LetsAHandlersEndCallItAgain) {
+    // An engine is such a handler's property: its end disposes of ports.
+    const MIDIObjectRef client = makeClient();
+    const MIDIObjectRef other = host->createOutputPort(client, "Out").ref;
+    auto property = std::shared_ptr<int>(new int(0), [this, other](const int* value) {
+        delete value;
+        host->disposePort(other);
+    });
+    const MIDIObjectRef input =
+        host->createInputPort(client, "In", [kept = std::move(property)](auto, MIDIObjectRef) {}).ref;
+
+    host->disposePort(input);
+
+    EXPECT_EQ(sendNote(other, host->destination(0)), -ENOENT);
+}
+
+TEST(DemoMIDIHost, LogsItsNoticeOnceWhenTheFirstClientIsMade) {
+    const auto mainQueue = std::make_shared<ManualQueue>();
+    const auto host = hosts::makeDemoMIDIHost(mainQueue, {.playsByItself = false, .notice = "Instead."});
+    std::vector<std::string> messages;
+    host->setDiagnosticHandler([&messages](const std::string& message) { messages.push_back(message); });
+    EXPECT_THAT(messages, IsEmpty());
+
+    static_cast<void>(host->createClient("A", {}));
+    static_cast<void>(host->createClient("B", {}));
+
+    EXPECT_THAT(messages, ElementsAre("Instead."));
+}
+
+TEST(DemoMIDIHost, CarriesItsOwnConnectionsThroughTheEngine) {
+    const auto queue = std::make_shared<ManualQueue>();
+    const auto mainQueue = std::make_shared<ManualQueue>(ManualQueue::Current::onMakerThread);
+    const auto host = hosts::makeDemoMIDIHost(mainQueue, {.playsByItself = false, .notice = {}});
+    const auto engine = CoreMIDIRouterEngine::create(host, queue, mainQueue, std::make_shared<ManualClock>());
+    const auto delegate = std::make_shared<RecordingDelegate>();
+    engine->setDelegate(delegate);
+    engine->updateRoutes(hosts::makeDemoDocument().selectedRouteSet().routes);
+    engine->start();
+    queue->runAll();
+    mainQueue->runAll();
+    delegate->reports.clear();
+
+    host->play(host->source(0), {0x90, 60, 100});
+    host->play(host->source(1), {0x90, 36, 100});
+    host->play(host->source(2), {0xF8});
+    queue->runAll();
+    mainQueue->runAll();
+
+    EXPECT_THAT(delegate->reports, ElementsAre("routed [90 3C 64]", "routed [99 24 64]", "routed [F8]"));
+    EXPECT_EQ(host->traffic(host->destination(0)), (DemoTraffic{.packets = 1, .bytes = 3}));
+    EXPECT_EQ(host->traffic(host->destination(1)), (DemoTraffic{.packets = 1, .bytes = 3}));
+    EXPECT_EQ(host->traffic(host->destination(2)), (DemoTraffic{.packets = 1, .bytes = 1}));
+}
+
+/// Keeps what a service plays on its own thread.
+class Listener {
+public:
+    void receive(std::span<const std::span<const std::uint8_t>> packets) {
+        const std::lock_guard lock(mutex_);
+        for (const auto& packet : packets) {
+            const int kind = packet[0] & 0xF0;
+            if (kind == 0x90) {
+                sounding_.insert({packet[0] & 0x0F, packet[1]});
+                ++noteCount_;
+            } else if (kind == 0x80) {
+                sounding_.erase({packet[0] & 0x0F, packet[1]});
+            }
+        }
+        if (noteCount_ > 0 && !hasHeard_) {
+            hasHeard_ = true;
+            heard_.set_value();
+        }
+    }
+
+    /// Waits for a first note; false past the deadline.
+    [[nodiscard]] bool waitForANote() { return heard_.get_future().wait_for(kDeadline) == std::future_status::ready; }
+
+    [[nodiscard]] std::size_t soundingCount() const {
+        const std::lock_guard lock(mutex_);
+        return sounding_.size();
+    }
+
+private:
+    mutable std::mutex mutex_;
+    std::promise<void> heard_;
+    bool hasHeard_ = false;
+    std::set<std::pair<int, int>> sounding_;
+    int noteCount_ = 0;
+};
+
+/// Connects all sources of a service that plays by itself.
+void connectAll(DemoMIDIHost& host, const MIDIHost::ReceiveHandler& handler) {
+    const MIDIObjectRef client = host.createClient("Test", {}).ref;
+    const MIDIObjectRef input = host.createInputPort(client, "In", handler).ref;
+    for (unsigned index = 0; index < host.sourceCount(); ++index) {
+        ASSERT_EQ(host.connectSource(input, host.source(index), 1), kMIDISuccess);
+    }
+}
+
+TEST(DemoMIDIHost, EndsEveryNoteThatItPlaysWhenItGoes) {
+    auto host = hosts::makeDemoMIDIHost(std::make_shared<ManualQueue>());
+    Listener listener;
+    connectAll(*host, [&listener](auto packets, MIDIObjectRef) { listener.receive(packets); });
+    ASSERT_TRUE(listener.waitForANote());
+
+    host.reset();
+
+    EXPECT_EQ(listener.soundingCount(), 0U);
+}
+
+TEST(DemoMIDIHost, MayBeReleasedByAReceiverOnItsOwnThread) {
+    // Shared, since the thread outlives this test's interest in it.
+    const auto released = std::make_shared<std::promise<void>>();
+    {
+        auto host = hosts::makeDemoMIDIHost(std::make_shared<ManualQueue>());
+        auto last = std::make_shared<std::shared_ptr<DemoMIDIHost>>();
+        auto guard = std::make_shared<std::mutex>();
+        auto isReleased = std::make_shared<bool>(false);
+        connectAll(*host, [last, guard, isReleased, released](auto, MIDIObjectRef) {
+            const std::lock_guard lock(*guard);
+            if (*last && !*isReleased) {
+                *isReleased = true;
+                last->reset();
+                released->set_value();
+            }
+        });
+        const std::lock_guard lock(*guard);
+        *last = std::move(host);
+    }
+    EXPECT_EQ(released->get_future().wait_for(kDeadline), std::future_status::ready);
+}
+
+TEST(DemoMIDIHost, EndsWhatADevicePlaysWhenItIsTakenOffline) {
+    std::promise<void> struck;
+    std::promise<void> ended;
+    int events = 0;
+    const auto host = hosts::makeDemoMIDIHost(std::make_shared<ManualQueue>());
+    const MIDIObjectRef client = host->createClient("Test", {}).ref;
+    const MIDIObjectRef input = host->createInputPort(client, "In",
+                                                      [&](auto packets, MIDIObjectRef) {
+                                                          for (const auto& packet : packets) {
+                                                              if (packet[0] == 0x90 && events == 0) {
+                                                                  ++events;
+                                                                  struck.set_value();
+                                                              } else if (packet[0] == 0xE0 && events == 1) {
+                                                                  // The bend at rest closes the end of the keyboard's
+                                                                  // piece.
+                                                                  ++events;
+                                                                  ended.set_value();
+                                                              }
+                                                          }
+                                                      })
+                                    .ref;
+    ASSERT_EQ(host->connectSource(input, host->source(0), 1), kMIDISuccess);
+    ASSERT_EQ(struck.get_future().wait_for(kDeadline), std::future_status::ready);
+
+    host->setOffline(host->source(0), true);
+
+    EXPECT_EQ(ended.get_future().wait_for(kDeadline), std::future_status::ready);
+}
+
+TEST(DemoDocument, JoinsTheDevicesByThreeConnections) {
+    const MIDIRouteSetDocument document = hosts::makeDemoDocument();
+    const std::vector<MIDIRoute>& routes = document.selectedRouteSet().routes;
+    ASSERT_EQ(routes.size(), 3U);
+    EXPECT_EQ(routes[0].sourceName, "Demo Keyboard");
+    EXPECT_EQ(routes[0].destinationName, "Demo Synth");
+    EXPECT_EQ(routes[0].channelMode, ChannelMode::asIs());
+    EXPECT_EQ(routes[1].sourceID, 1002);
+    EXPECT_EQ(routes[1].destinationID, 2002);
+    EXPECT_EQ(routes[1].channelMode, ChannelMode::force(10));
+    EXPECT_EQ(routes[2].sourceID, 1003);
+    EXPECT_EQ(routes[2].destinationID, 2003);
+    for (const MIDIRoute& route : routes) {
+        EXPECT_TRUE(route.isEnabled);
+        EXPECT_EQ(route.sourceManufacturer, "Corvel Demo");
+        EXPECT_EQ(route.destinationManufacturer, "Corvel Demo");
+    }
+}
+
+}  // namespace
+}  // namespace corvel::tests
