@@ -9,6 +9,9 @@
 
 namespace corvel::hosts {
 
+/// alsa-lib declares its `snd_lib_error_set_local` outside its extern "C", so that C++ would look for another name.
+snd_local_error_handler_t setLocalErrorHandler(snd_local_error_handler_t handler) __asm__("snd_lib_error_set_local");
+
 namespace {
 
 /// The largest pool that the sequencer grants, in cells.
@@ -31,10 +34,10 @@ PortDescription describe(snd_seq_client_info_t* client, const snd_seq_port_info_
 /// Keeps the library from writing about a missing sequencer to standard error: that is an answer, not an accident.
 class QuietLibrary {
 public:
-    QuietLibrary() : previous_(snd_lib_error_set_local(ignore)) {}
+    QuietLibrary() : previous_(setLocalErrorHandler(ignore)) {}
     QuietLibrary(const QuietLibrary&) = delete;
     QuietLibrary& operator=(const QuietLibrary&) = delete;
-    ~QuietLibrary() { snd_lib_error_set_local(previous_); }
+    ~QuietLibrary() { setLocalErrorHandler(previous_); }
 
 private:
     static void ignore(const char*, int, const char*, int, const char*, va_list) {}
