@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <new>
 #include <type_traits>
@@ -24,10 +25,10 @@ public:
         using Stored = std::decay_t<Callable>;
         if constexpr (sizeof(Stored) <= kInlineSize && alignof(Stored) <= alignof(std::max_align_t) &&
                       std::is_nothrow_move_constructible_v<Stored>) {
-            ::new (static_cast<void*>(storage_)) Stored(std::forward<Callable>(callable));
+            ::new (static_cast<void*>(storage_.data())) Stored(std::forward<Callable>(callable));
             operations_ = &kInlineOperations<Stored>;
         } else {
-            ::new (static_cast<void*>(storage_)) Stored*(new Stored(std::forward<Callable>(callable)));
+            ::new (static_cast<void*>(storage_.data())) Stored*(new Stored(std::forward<Callable>(callable)));
             operations_ = &kHeapOperations<Stored>;
         }
     }
@@ -48,7 +49,7 @@ public:
     explicit operator bool() const { return operations_ != nullptr; }
 
     /// Runs the work. Precondition: there is some.
-    void operator()() { operations_->run(storage_); }
+    void operator()() { operations_->run(storage_.data()); }
 
 private:
     struct Operations {
@@ -82,18 +83,18 @@ private:
     void takeFrom(Task& other) noexcept {
         operations_ = std::exchange(other.operations_, nullptr);
         if (operations_ != nullptr) {
-            operations_->relocate(other.storage_, storage_);
+            operations_->relocate(other.storage_.data(), storage_.data());
         }
     }
 
     void reset() noexcept {
         if (const Operations* operations = std::exchange(operations_, nullptr); operations != nullptr) {
-            operations->destroy(storage_);
+            operations->destroy(storage_.data());
         }
     }
 
     const Operations* operations_ = nullptr;
-    alignas(std::max_align_t) std::byte storage_[kInlineSize];
+    alignas(std::max_align_t) std::array<std::byte, kInlineSize> storage_;
 };
 
 }  // namespace corvel

@@ -1,16 +1,13 @@
 #include "hosts/alsa/SequencerClient.hpp"
 
 #include "hosts/alsa/ClientPool.hpp"
+#include "hosts/alsa/QuietLibrary.hpp"
 
 #include <poll.h>
 
 #include <cerrno>
-#include <cstdarg>
 
 namespace corvel::hosts {
-
-/// alsa-lib declares its `snd_lib_error_set_local` outside its extern "C", so that C++ would look for another name.
-snd_local_error_handler_t setLocalErrorHandler(snd_local_error_handler_t handler) __asm__("snd_lib_error_set_local");
 
 namespace {
 
@@ -30,20 +27,6 @@ PortDescription describe(snd_seq_client_info_t* client, const snd_seq_port_info_
             .processID = isKernelClient ? -1 : snd_seq_client_info_get_pid(client),
             .isKernelClient = isKernelClient};
 }
-
-/// Keeps the library from writing about a missing sequencer to standard error: that is an answer, not an accident.
-class QuietLibrary {
-public:
-    QuietLibrary() : previous_(setLocalErrorHandler(ignore)) {}
-    QuietLibrary(const QuietLibrary&) = delete;
-    QuietLibrary& operator=(const QuietLibrary&) = delete;
-    ~QuietLibrary() { setLocalErrorHandler(previous_); }
-
-private:
-    static void ignore(const char*, int, const char*, int, const char*, va_list) {}
-
-    snd_local_error_handler_t previous_;
-};
 
 }  // namespace
 

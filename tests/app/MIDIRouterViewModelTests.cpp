@@ -42,7 +42,7 @@ TEST_F(MIDIRouterViewModelState, BeginsWithTheDocumentAndNothingElse) {
     makeModel(saved);
     EXPECT_EQ(model->routeSets(), saved.routeSets);
     EXPECT_EQ(model->selectedRouteSetID(), makeID(2));
-    EXPECT_THAT(model->routes(), ElementsAre(makeRoute()));
+    EXPECT_EQ(model->routes(), saved.routeSets[1].routes);
     EXPECT_THAT(model->sources(), IsEmpty());
     EXPECT_THAT(model->destinations(), IsEmpty());
     EXPECT_THAT(model->activityEvents(), IsEmpty());
