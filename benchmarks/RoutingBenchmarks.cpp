@@ -210,11 +210,12 @@ void registerRoutingBenchmarks(Summary& summary) {
         summary.addRatio(name("loop, bursts of 16"), name("plain"), std::nullopt);
     }
     const std::string leastRouter = "routing, fan-out 1, plain";
-    for (const auto& [name, function] : {std::pair("routing, part: reading the clock", readClock),
-                                         std::pair("routing, part: drawing an identity", drawIdentity)}) {
+    const auto addPart = [&](const char* name, void (*function)(benchmark::State&)) {
         benchmark::RegisterBenchmark(name, function);
         summary.addRatio(name, leastRouter, std::nullopt);
-    }
+    };
+    addPart("routing, part: reading the clock", readClock);
+    addPart("routing, part: drawing an identity", drawIdentity);
 }
 
 }  // namespace corvel::benchmarks

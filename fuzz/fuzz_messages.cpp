@@ -81,6 +81,10 @@ void checkFragment(const MIDIMessageFragment& fragment) {
     require(!fragment.bytes.empty(), "a fragment has bytes", evidence);
     require(fragment.messageKind == detectMessageKind(fragment.bytes), "a fragment's kind is that of its bytes",
             evidence);
+    const std::uint8_t upperHalf = fragment.bytes.front() & 0xF0U;
+    const bool isSilentNote = upperHalf == 0x90 && isComplete(fragment) && fragment.bytes[2] == 0;
+    require((fragment.messageKind == MIDIMessageKind::noteOff) == (upperHalf == 0x80 || isSilentNote),
+            "a note ends by a note-off or by a note of velocity zero", evidence);
     const std::optional<MIDIMessageKind> again = messageKindFromRawValue(rawValue(fragment.messageKind));
     require(again == fragment.messageKind, "a kind is found again by its raw value", evidence);
     const Bytes rest = Bytes(fragment.bytes).subspan(1);
