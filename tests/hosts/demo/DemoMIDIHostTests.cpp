@@ -26,7 +26,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using hosts::DemoMIDIHost;
-using hosts::DemoOptions;
 using hosts::DemoTraffic;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
