@@ -22,7 +22,7 @@ public:
         std::int32_t sourceID = 0;
         std::int32_t destinationID = 0;
         /// 1 to 16; none for "as is".
-        std::optional<int> forcedChannel;
+        std::optional<int> forcedChannel{};
         bool isEnabled = true;
     };
 
