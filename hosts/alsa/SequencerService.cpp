@@ -65,10 +65,10 @@ void SequencerService::adopt(std::unique_ptr<SequencerClient> client, MIDIHost::
     registry_.clear();
 
     announcementPort_ = client_->createHiddenPort("Corvel Announcements", SND_SEQ_PORT_CAP_WRITE);
-    const int status = announcementPort_ < 0
-                           ? announcementPort_
-                           : client_->subscribeFrom(announcementPort_,
-                                                    {SND_SEQ_CLIENT_SYSTEM, SND_SEQ_PORT_SYSTEM_ANNOUNCE});
+    const int status =
+        announcementPort_ < 0
+            ? announcementPort_
+            : client_->subscribeFrom(announcementPort_, {SND_SEQ_CLIENT_SYSTEM, SND_SEQ_PORT_SYSTEM_ANNOUNCE});
     if (status < 0) {
         diagnose("Changes of the MIDI setup cannot be followed: " + std::system_category().message(-status));
     }
