@@ -16,6 +16,13 @@ class Task {
 public:
     static constexpr std::size_t kInlineSize = 112;
 
+    /// Whether a callable of this type lives inside the task. One whose move may throw does not: moving a task must
+    /// not.
+    template <typename Callable>
+    static constexpr bool kIsInline =
+        sizeof(Callable) <= kInlineSize && alignof(Callable) <= alignof(std::max_align_t) &&
+        std::is_nothrow_move_constructible_v<Callable>;
+
     Task() = default;
 
     template <typename Callable>
@@ -23,8 +30,7 @@ public:
     // NOLINTNEXTLINE(google-explicit-constructor): a callable is a task wherever one is posted
     Task(Callable&& callable) {
         using Stored = std::decay_t<Callable>;
-        if constexpr (sizeof(Stored) <= kInlineSize && alignof(Stored) <= alignof(std::max_align_t) &&
-                      std::is_nothrow_move_constructible_v<Stored>) {
+        if constexpr (kIsInline<Stored>) {
             ::new (static_cast<void*>(storage_.data())) Stored(std::forward<Callable>(callable));
             operations_ = &kInlineOperations<Stored>;
         } else {
@@ -75,9 +81,7 @@ private:
     template <typename Stored>
     static constexpr Operations kHeapOperations{
         [](std::byte* storage) { (**stored<Stored*>(storage))(); },
-        [](std::byte* from, std::byte* to) noexcept {
-            ::new (static_cast<void*>(to)) Stored*(*stored<Stored*>(from));
-        },
+        [](std::byte* from, std::byte* to) noexcept { ::new (static_cast<void*>(to)) Stored*(*stored<Stored*>(from)); },
         [](std::byte* storage) noexcept { delete *stored<Stored*>(storage); }};
 
     void takeFrom(Task& other) noexcept {

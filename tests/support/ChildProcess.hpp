@@ -30,7 +30,8 @@ public:
     [[nodiscard]] const std::string& standardOutput();
     [[nodiscard]] const std::string& standardError();
 
-    /// Waits until the text is in standard error; false past the limit.
+    /// Waits until the text is in standard output or standard error; false past the limit.
+    [[nodiscard]] bool waitForOutput(const std::string& text, std::chrono::milliseconds limit);
     [[nodiscard]] bool waitForError(const std::string& text, std::chrono::milliseconds limit);
 
 private:
@@ -40,6 +41,7 @@ private:
     };
 
     static void readInto(Stream& stream);
+    [[nodiscard]] static bool waitFor(Stream& stream, const std::string& text, std::chrono::milliseconds limit);
 
     pid_t pid_ = -1;
     int process_ = -1;
