@@ -46,7 +46,7 @@ Wire::Wire()
 snd_seq_event_t Wire::message(std::size_t number) const {
     const auto pair = static_cast<unsigned>(number / 2);
     snd_seq_event_t event = tests::noteEvent(number % 2 == 0 ? SND_SEQ_EVENT_NOTEON : SND_SEQ_EVENT_NOTEOFF, 0,
-                                            pair % 128, pair / 128 % 127 + 1);
+                                             pair % 128, pair / 128 % 127 + 1);
     event.source.port = source_.raw().port;
     event.dest = {SND_SEQ_ADDRESS_SUBSCRIBERS, SND_SEQ_ADDRESS_UNKNOWN};
     event.queue = SND_SEQ_QUEUE_DIRECT;

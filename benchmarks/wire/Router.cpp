@@ -20,7 +20,8 @@ bool isInstalled(const std::string& program) {
 /// Undoes a subscription; the ports themselves may be gone by then.
 class KernelSubscription {
 public:
-    KernelSubscription(tests::SequencerPeer& sender, tests::SequencerAddress source, tests::SequencerAddress destination)
+    KernelSubscription(tests::SequencerPeer& sender, tests::SequencerAddress source,
+                       tests::SequencerAddress destination)
         : sender_(sender), source_(source), destination_(destination) {
         if (sender.connect(source, destination) < 0) {
             throw std::runtime_error("the kernel refused the subscription");
@@ -38,15 +39,15 @@ private:
 
 RunningRouter startLeastRouter(const std::filesystem::path& program, tests::SequencerAddress source,
                                tests::SequencerAddress destination) {
-    return std::make_shared<tests::ChildProcess>(std::vector<std::string>{
-        program.string(), text(source), text(destination), std::to_string(kForcedChannel)});
+    return std::make_shared<tests::ChildProcess>(
+        std::vector<std::string>{program.string(), text(source), text(destination), std::to_string(kForcedChannel)});
 }
 
 RunningRouter startMidish(tests::SequencerAddress source, tests::SequencerAddress destination) {
     // Its channels count from 0; "i" lets the input pass through the filter until the input ends.
-    const std::string commands = "dnew 0 \"" + text(source) + "\" ro\n" +          //
-                                 "dnew 1 \"" + text(destination) + "\" wo\n" +     //
-                                 "fnew wire\n" +                                   //
+    const std::string commands = "dnew 0 \"" + text(source) + "\" ro\n" +                                     //
+                                 "dnew 1 \"" + text(destination) + "\" wo\n" +                                //
+                                 "fnew wire\n" +                                                              //
                                  "fmap {any {0 0}} {any {1 " + std::to_string(kForcedChannel - 1) + "}}\n" +  //
                                  "i\n";
     return std::make_shared<tests::ChildProcess>(std::vector<std::string>{"midish", "-b"}, commands);
@@ -59,8 +60,8 @@ RunningRouter startCorvel(const std::filesystem::path& program) {
               .destinationID = tests::endpointID("destination", kReceiverName, 0, kPortName),
               .forcedChannel = kForcedChannel});
     file.write(document);
-    return std::make_shared<tests::ChildProcess>(std::vector<std::string>{
-        program.string(), "--headless", "--midi", "alsa", "--document", document.string()});
+    return std::make_shared<tests::ChildProcess>(
+        std::vector<std::string>{program.string(), "--headless", "--midi", "alsa", "--document", document.string()});
 }
 
 }  // namespace

@@ -29,7 +29,8 @@ using Samples = std::vector<double>;
 
 double quantile(Samples samples, double part) {
     std::sort(samples.begin(), samples.end());
-    return samples.empty() ? 0 : samples[static_cast<std::size_t>(part * static_cast<double>(samples.size() - 1) + 0.5)];
+    return samples.empty() ? 0
+                           : samples[static_cast<std::size_t>(part * static_cast<double>(samples.size() - 1) + 0.5)];
 }
 
 struct Results {

@@ -65,10 +65,10 @@ void SequencerService::adopt(std::unique_ptr<SequencerClient> client, MIDIHost::
     registry_.clear();
 
     announcementPort_ = client_->createHiddenPort("Corvel Announcements", SND_SEQ_PORT_CAP_WRITE);
-    const int status = announcementPort_ < 0
-                           ? announcementPort_
-                           : client_->subscribeFrom(announcementPort_,
-                                                    {SND_SEQ_CLIENT_SYSTEM, SND_SEQ_PORT_SYSTEM_ANNOUNCE});
+    const int status =
+        announcementPort_ < 0
+            ? announcementPort_
+            : client_->subscribeFrom(announcementPort_, {SND_SEQ_CLIENT_SYSTEM, SND_SEQ_PORT_SYSTEM_ANNOUNCE});
     if (status < 0) {
         diagnose("Changes of the MIDI setup cannot be followed: " + std::system_category().message(-status));
     }
@@ -160,6 +160,9 @@ void SequencerService::readWaitingEvents() {
 void SequencerService::accept(const snd_seq_event_t& event) {
     const PortAddress sender{event.source.client, event.source.port};
     if (event.dest.port == announcementPort_) {
+        if (sender.client != SND_SEQ_CLIENT_SYSTEM) {
+            return;
+        }
         if (announcements_.empty()) {
             post(&SequencerService::handleAnnouncements);
         }
@@ -169,8 +172,9 @@ void SequencerService::accept(const snd_seq_event_t& event) {
     if (event.dest.port != inputPort_ || sender.client == SND_SEQ_CLIENT_SYSTEM) {
         return;
     }
+    // A source that is disconnected and not yet settled counts: it may be in the middle of a reload.
     const auto subscription = subscriptions_.find(sender);
-    if (subscription == subscriptions_.end() || !subscription->second.isWanted) {
+    if (subscription == subscriptions_.end()) {
         return;
     }
     if (std::optional<MIDIBytes> bytes = decoder_.decode(event)) {
@@ -210,6 +214,20 @@ void SequencerService::handleAnnouncements() {
     }
 }
 
+void SequencerService::catchUp() {
+    if (mayHaveMissedPorts_) {
+        rescan();
+    } else {
+        handleAnnouncements();
+    }
+}
+
+bool SequencerService::hasEnded(const PortAddress& address) const {
+    return std::ranges::any_of(announcements_, [&](const Announcement& announcement) {
+        return announcement.type == SND_SEQ_EVENT_PORT_EXIT && announcement.address == address;
+    });
+}
+
 void SequencerService::handle(const Announcement& announcement) {
     const PortAddress& address = announcement.address;
     if (!client_ || address.client == client_->number() || address.client == SND_SEQ_CLIENT_SYSTEM) {
@@ -244,6 +262,10 @@ void SequencerService::handlePortEnd(const PortAddress& address) {
     notifyPort(MIDINotification::kObjectRemoved, address, wasSource, wasDestination, wasHardware);
     registry_.portEnded(address);
     subscriptions_.erase(address);
+    forgetOutput(address);
+}
+
+void SequencerService::forgetOutput(const PortAddress& address) {
     outputSubscriptions_.erase(address);
     flow_.forget(address);
 }
@@ -274,8 +296,14 @@ void SequencerService::rescan() {
         // What was announced by now first: a port that is seen here must not be taken for the one it replaced.
         readWaitingEvents();
         handleAnnouncements();
+        const std::vector<Endpoint> before = mayHaveMissedPorts_ ? registry_.destinations() : std::vector<Endpoint>();
         ports_ = client_->ports();
         registry_.update(ports_, std::exchange(mayHaveMissedPorts_, false));
+        for (const Endpoint& destination : before) {
+            if (registry_.find(destination.ref) == nullptr) {
+                forgetOutput(destination.address);
+            }
+        }
         return;
     }
     // Without a client nothing is announced, so no port is known to be the one that was seen before.
@@ -293,8 +321,9 @@ void SequencerService::rebuildDeviceTree() {
 // Subscriptions
 
 MIDIStatus SequencerService::connectSource(MIDIObjectRef source, MIDIObjectRef connection) {
+    catchUp();
     const Endpoint* endpoint = registry_.find(source);
-    if (endpoint == nullptr || !client_ || inputPort_ < 0) {
+    if (endpoint == nullptr || endpoint->direction != MIDIEndpointDirection::source || !client_ || inputPort_ < 0) {
         return -ENODEV;
     }
     const auto known = subscriptions_.find(endpoint->address);
@@ -339,8 +368,9 @@ void SequencerService::settleSubscriptions() {
 // Output
 
 MIDIStatus SequencerService::send(MIDIObjectRef destination, std::span<const std::uint8_t> packet) {
+    catchUp();
     const Endpoint* endpoint = registry_.find(destination);
-    if (endpoint == nullptr || !client_) {
+    if (endpoint == nullptr || endpoint->direction != MIDIEndpointDirection::destination || !client_) {
         return -ENODEV;
     }
     const PortAddress address = endpoint->address;
@@ -388,6 +418,9 @@ void SequencerService::sendWaiting() {
     if (!client_) {
         return;
     }
+    // What waits for a port that is gone must not go to the one that has its address now.
+    readWaitingEvents();
+    catchUp();
     flow_.sendWaiting();
     if (flow_.lateFailureCount() > reportedLateFailures_) {
         diagnose(std::to_string(flow_.lateFailureCount() - reportedLateFailures_) +
@@ -403,6 +436,9 @@ void SequencerService::sendWaiting() {
 }
 
 int SequencerService::sendDirectly(const PortAddress& destination, snd_seq_event_t& event) {
+    if (hasEnded(destination)) {
+        return -ENODEV;
+    }
     const int result = client_->sendDirectly(destination, event);
     if (++sendsSinceLook_ >= kSendsPerLook) {
         sendsSinceLook_ = 0;

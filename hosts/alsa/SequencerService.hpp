@@ -77,9 +77,15 @@ private:
     void noteOverrun();
 
     // Announcements
+    /// Makes what is known of ports agree with all that has been read, so that no reference and no message that waits
+    /// reaches a port that came after the one it was meant for.
+    void catchUp();
     void handleAnnouncements();
+    /// Whether the port's end has been read and not yet been handled.
+    [[nodiscard]] bool hasEnded(const PortAddress& address) const;
     void handle(const Announcement& announcement);
     void handlePortEnd(const PortAddress& address);
+    void forgetOutput(const PortAddress& address);
     void notifyPort(std::int32_t messageID, const PortAddress& address, bool hasSource, bool hasDestination,
                     bool isHardware);
     void notify(const MIDINotification& notification);

@@ -155,7 +155,8 @@ Score sequencerScore() {
 }
 
 const Score& scoreOf(DemoPiece piece) {
-    static const std::array<Score, 3> scores{keyboardScore(), padsScore(), sequencerScore()};
+    // Never destroyed: a playing thread that its service could not wait for may still be at work when the process ends.
+    static const auto& scores = *new std::array<Score, 3>{keyboardScore(), padsScore(), sequencerScore()};
     return scores.at(static_cast<std::size_t>(piece));
 }
 

@@ -56,8 +56,8 @@ DemoDevice* DemoSetup::withEntity(MIDIObjectRef entity) {
     return find([entity](const DemoDevice& device) { return device.entity == entity; });
 }
 
-DemoDevice* DemoSetup::withDevice(MIDIObjectRef ref) {
-    return find([ref](const DemoDevice& device) { return device.device == ref; });
+DemoDevice* DemoSetup::withDevice(MIDIObjectRef device) {
+    return find([device](const DemoDevice& candidate) { return candidate.device == device; });
 }
 
 DemoDevice* DemoSetup::withObject(MIDIObjectRef object) {

@@ -16,7 +16,6 @@ namespace corvel::tests {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 constexpr const char* kFirstNote = "\tDemo Keyboard\tDemo Synth\tNote\t90 4C 5C\n";
@@ -158,7 +157,7 @@ TEST_F(HeadlessProgram, RoutesOnWhenStandardOutputIsClosedFromTheStart) {
 TEST_F(HeadlessProgram, RoutesOnWhenTheReaderOfItsOutputGoes) {
     Fifo fifo(data / "out");
     ChildProcess program(
-        {"sh", "-c", "exec \"$0\" --headless --monitor --midi demo >\"$1\"", CORVEL_PROGRAM, (data / "out").string()});
+        {"sh", "-c", R"(exec "$0" --headless --monitor --midi demo >"$1")", CORVEL_PROGRAM, (data / "out").string()});
     ASSERT_TRUE(waitUntil(program, [&fifo] { return fifo.size() > 0; }));
     fifo.close();
     // A clock is written every 21 ms.
@@ -171,7 +170,7 @@ TEST_F(HeadlessProgram, EndsOnASignalWhileTheReaderOfItsOutputStandsStill) {
     Fifo fifo(data / "out");
     ASSERT_EQ(::fcntl(fifo.descriptor(), F_SETPIPE_SZ, 4096), 4096);
     ChildProcess program(
-        {"sh", "-c", "exec \"$0\" --headless --monitor --midi demo >\"$1\"", CORVEL_PROGRAM, (data / "out").string()});
+        {"sh", "-c", R"(exec "$0" --headless --monitor --midi demo >"$1")", CORVEL_PROGRAM, (data / "out").string()});
     ASSERT_TRUE(waitUntil(program, [&fifo] { return fifo.size() > 0; }));
     // The pipe has one place, which the first line has taken; ten more lines wait by then.
     EXPECT_EQ(program.wait(std::chrono::milliseconds(200)), std::nullopt);

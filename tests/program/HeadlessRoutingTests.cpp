@@ -11,14 +11,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cctype>
 #include <csignal>
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace corvel::tests {
@@ -31,6 +30,11 @@ using testing::IsEmpty;
 using testing::Not;
 
 const Bytes kMark{0xFB};
+
+/// How far the players are ahead of the receivers at most, in the sequencer's cells: it keeps 2,000 for the router,
+/// which on a busy machine may not get to read for a while. What happens beyond that is a matter of speed, for the
+/// benchmark.
+constexpr std::size_t kCellsAhead = 1'500;
 
 /// A keyboard with three connections (as is, on channel 10, switched off) and a program that is not connected at all.
 class HeadlessRouting : public testing::Test {
@@ -53,9 +57,7 @@ protected:
         }
     }
 
-    static std::int32_t destinationID(const std::string& client) {
-        return endpointID("destination", client, 0, "In");
-    }
+    static std::int32_t destinationID(const std::string& client) { return endpointID("destination", client, 0, "In"); }
 
     /// Starts the program on the connections and waits until it has connected the sources.
     void start(const std::vector<std::string>& launcher = {}, const std::vector<std::string>& options = {}) {
@@ -76,6 +78,26 @@ protected:
         for (SequencerPeer* peer : {&synth_, &drums_}) {
             ASSERT_TRUE(
                 peer->readUntil([&] { return !peer->received().empty() && peer->received().back().bytes == kMark; }));
+        }
+    }
+
+    /// Plays a large exclusive message as a device does, in pieces of 256 bytes, 11 cells each.
+    void playExclusive(const Bytes& message) {
+        constexpr std::size_t kPiece = 256;
+        constexpr std::size_t kBytesAhead = kCellsAhead / 11 * kPiece;
+        const std::span<const std::uint8_t> all(message);
+        for (std::size_t begin = 0; begin < all.size(); begin += kPiece) {
+            ASSERT_GE(keyboard_.emit(keys_, rawEvent(all.subspan(begin, std::min(kPiece, all.size() - begin)))), 0);
+            ASSERT_TRUE(synth_.readUntilBytes(begin < kBytesAhead ? 0 : begin - kBytesAhead));
+        }
+    }
+
+    /// Plays numbered notes from 0 on.
+    void playNotes(unsigned count) {
+        constexpr unsigned kPortion = 100;
+        for (unsigned number = 0; number < count; number += kPortion) {
+            keyboard_.playNumberedNotes(keys_, number, kPortion);
+            ASSERT_TRUE(synth_.readUntil([&] { return synth_.received().size() + kCellsAhead >= number + kPortion; }));
         }
     }
 
@@ -124,16 +146,16 @@ TEST_F(HeadlessRouting, RoutesEveryKindOfMessageAsTheConnectionsSay) {
     keyboard_.emit(keys_, controlEvent(SND_SEQ_EVENT_NONREGPARAM, 2, 300, 1000));
     keyboard_.play(keys_, {0xF2, 1, 2, 0xF3, 4, 0xF1, 0x35, 0xF6, 0xF0, 0x7E, 1, 0xF7, 0xFA, 0xFC, 0x8F, 60, 64});
     playMark();
-    EXPECT_EQ(synth_.receivedBytes(),
-              (Bytes{0x90, 60,   100,  0xB2, 7,    99,   0xF8, 0xC3, 5,    0xE4, 0,    0x50, 0xA5, 61,   3,    0xD6, 44,
-                     0xB1, 7,    7,    0xB1, 39,   104,  0xB2, 99,   2,    0xB2, 98,   44,   0xB2, 6,    7,    0xB2, 38,
-                     104,  0xF2, 1,    2,    0xF3, 4,    0xF1, 0x35, 0xF6, 0xF0, 0x7E, 1,    0xF7, 0xFA, 0xFC, 0x8F, 60,
-                     64,   0xFB}));
-    EXPECT_EQ(drums_.receivedBytes(),
-              (Bytes{0x99, 60,   100,  0xB9, 7,    99,   0xF8, 0xC9, 5,    0xE9, 0,    0x50, 0xA9, 61,   3,    0xD9, 44,
-                     0xB9, 7,    7,    0xB9, 39,   104,  0xB9, 99,   2,    0xB9, 98,   44,   0xB9, 6,    7,    0xB9, 38,
-                     104,  0xF2, 1,    2,    0xF3, 4,    0xF1, 0x35, 0xF6, 0xF0, 0x7E, 1,    0xF7, 0xFA, 0xFC, 0x89, 60,
-                     64,   0xFB}));
+    EXPECT_EQ(
+        synth_.receivedBytes(),
+        (Bytes{0x90, 60, 100,  0xB2, 7,    99,   0xF8, 0xC3, 5,    0xE4, 0,    0x50, 0xA5, 61,   3,    0xD6, 44,  0xB1,
+               7,    7,  0xB1, 39,   104,  0xB2, 99,   2,    0xB2, 98,   44,   0xB2, 6,    7,    0xB2, 38,   104, 0xF2,
+               1,    2,  0xF3, 4,    0xF1, 0x35, 0xF6, 0xF0, 0x7E, 1,    0xF7, 0xFA, 0xFC, 0x8F, 60,   64,   0xFB}));
+    EXPECT_EQ(
+        drums_.receivedBytes(),
+        (Bytes{0x99, 60, 100,  0xB9, 7,    99,   0xF8, 0xC9, 5,    0xE9, 0,    0x50, 0xA9, 61,   3,    0xD9, 44,  0xB9,
+               7,    7,  0xB9, 39,   104,  0xB9, 99,   2,    0xB9, 98,   44,   0xB9, 6,    7,    0xB9, 38,   104, 0xF2,
+               1,    2,  0xF3, 4,    0xF1, 0x35, 0xF6, 0xF0, 0x7E, 1,    0xF7, 0xFA, 0xFC, 0x89, 60,   64,   0xFB}));
     expectSilenceElsewhere();
     terminate();
 }
@@ -141,7 +163,7 @@ TEST_F(HeadlessRouting, RoutesEveryKindOfMessageAsTheConnectionsSay) {
 TEST_F(HeadlessRouting, PassesOnALargeExclusiveMessageThatComesInPieces) {
     start();
     const Bytes message = exclusive(60'000);
-    keyboard_.play(keys_, message);
+    playExclusive(message);
     playMark();
     EXPECT_EQ(synth_.receivedBytes(), followedByMark(message));
     EXPECT_EQ(drums_.receivedBytes(), followedByMark(message));
@@ -159,7 +181,11 @@ TEST_F(HeadlessRouting, PassesOnWhatIsWrittenToARawDevice) {
     forced.front() = 0x99;
     forced[forced.size() - 3] = 0xC9;
     RawMIDIDevice device(0, 0);
-    device.write(written);
+    constexpr std::size_t kPortion = 16'384;
+    for (std::size_t begin = 0; begin < written.size(); begin += kPortion) {
+        device.write(std::span<const std::uint8_t>(written).subspan(begin, std::min(kPortion, written.size() - begin)));
+        ASSERT_TRUE(synth_.readUntilBytes(begin));
+    }
     ASSERT_TRUE(synth_.readUntilBytes(written.size()));
     ASSERT_TRUE(drums_.readUntilBytes(written.size()));
     EXPECT_EQ(synth_.receivedBytes(), written);
@@ -172,7 +198,7 @@ TEST_F(HeadlessRouting, LosesNothingOfABurstNextToASlowReceiver) {
     start();
     constexpr unsigned kCount = 10'000;
     drums_.setReadingPace(milliseconds(20));
-    keyboard_.playNumberedNotes(keys_, 0, kCount);
+    playNotes(kCount);
     ASSERT_TRUE(synth_.readUntilCount(kCount));
     ASSERT_TRUE(drums_.readUntilCount(kCount, milliseconds(60'000)));
     for (unsigned number = 0; number < kCount; ++number) {
@@ -186,20 +212,19 @@ TEST_F(HeadlessRouting, LosesNothingOfABurstNextToASlowReceiver) {
 
 TEST_F(HeadlessRouting, EndsWithSuccessInTheMiddleOfMusicAndSendsNoHalfOfIt) {
     start();
-    std::atomic<bool> hasEnded = false;
-    std::thread player([&] {
-        for (unsigned number = 0; !hasEnded; number += 50) {
-            keyboard_.playNumberedNotes(keys_, number, 50);
-        }
-    });
-    const bool isRunning = synth_.readUntilCount(2'000);
+    constexpr unsigned kBefore = 2'000;
+    playNotes(kBefore);
     corvel_->signal(SIGTERM);
-    const std::optional<int> status = corvel_->wait(kDeadline);
-    hasEnded = true;
-    player.join();
-    EXPECT_TRUE(isRunning);
-    EXPECT_EQ(status, 0);
+    std::optional<int> status;
+    for (unsigned number = kBefore; number < kBefore + kCellsAhead / 2 && !status; ++number) {
+        // Once the router is gone nobody hears it.
+        const Bytes note = SequencerPeer::numberedNote(number);
+        keyboard_.emit(keys_, noteEvent(SND_SEQ_EVENT_NOTEON, 0, note[1], note[2]));
+        status = corvel_->wait(milliseconds(0));
+    }
+    EXPECT_EQ(status ? status : corvel_->wait(kDeadline), 0);
     synth_.readWaiting();
+    EXPECT_GE(synth_.received().size(), kBefore - kCellsAhead);
     for (std::size_t number = 0; number < synth_.received().size(); ++number) {
         ASSERT_EQ(synth_.received()[number].bytes, SequencerPeer::numberedNote(static_cast<unsigned>(number)));
     }
@@ -214,8 +239,8 @@ TEST_F(HeadlessRouting, EndsWithSuccessOnAnInterrupt) {
 }
 
 TEST_F(HeadlessRouting, FindsAProgramAgainThatWasRestarted) {
-    file_.add({.sourceID = endpointID("source", "Stage Keyboard", 0, "Out"),
-               .destinationID = destinationID("Guest Synth")});
+    file_.add(
+        {.sourceID = endpointID("source", "Stage Keyboard", 0, "Out"), .destinationID = destinationID("Guest Synth")});
     start();
     std::optional<SequencerPeer> guest;
     for (int visit = 0; visit < 3; ++visit) {
@@ -224,7 +249,8 @@ TEST_F(HeadlessRouting, FindsAProgramAgainThatWasRestarted) {
         ASSERT_TRUE(guest->readUntil([&] {
             keyboard_.play(keys_, {0x91, 1, 1});
             return !guest->received().empty();
-        })) << "visit " << visit;
+        })) << "visit "
+            << visit;
         EXPECT_EQ(guest->received().front().bytes, (Bytes{0x91, 1, 1}));
         guest.reset();
     }
@@ -233,8 +259,8 @@ TEST_F(HeadlessRouting, FindsAProgramAgainThatWasRestarted) {
 
 TEST_F(HeadlessRouting, ServesDebiansOwnPrograms) {
     // One track, 96 ticks a beat: a note-on, after one tick its note-off, then a program change.
-    const Bytes midiFile{'M', 'T',  'h', 'd', 0, 0,    0,  6,  0, 0,    0, 1, 0,    96,   'M', 'T', 'r', 'k', 0, 0, 0, 15,
-                         0,   0x90, 60,  100, 1, 0x80, 60, 64, 0, 0xC0, 5, 0, 0xFF, 0x2F, 0};
+    const Bytes midiFile{'M', 'T', 'h', 'd', 0,    0,  0,   6, 0,    0,  0,  1, 0,    96, 'M', 'T',  'r',  'k', 0,
+                         0,   0,   15,  0,   0x90, 60, 100, 1, 0x80, 60, 64, 0, 0xC0, 5,  0,   0xFF, 0x2F, 0};
     const std::filesystem::path path = folder_ / "song.mid";
     writeFile(path, {reinterpret_cast<const char*>(midiFile.data()), midiFile.size()});
 
@@ -246,8 +272,7 @@ TEST_F(HeadlessRouting, ServesDebiansOwnPrograms) {
     start();
     ChildProcess player({"aplaymidi", "-p", "Midi Through", path.string()});
     EXPECT_EQ(player.wait(kDeadline), 0) << player.standardError();
-    EXPECT_TRUE(bystander_.readUntil(
-        [&] { return dump.standardOutput().find("Program change") != std::string::npos; }))
+    EXPECT_TRUE(bystander_.readUntil([&] { return dump.standardOutput().find("Program change") != std::string::npos; }))
         << dump.standardOutput();
     const std::string& lines = dump.standardOutput();
     const std::size_t on = lines.find("Note on                 9, note 60, velocity 100");
@@ -295,7 +320,7 @@ TEST_F(HeadlessRouting, MonitorWritesALineForEveryMessageSent) {
 
 TEST_F(HeadlessRouting, WithoutRealtimePrivilegeSaysSoOnceAfterTheStartAndRoutes) {
     using std::filesystem::perms;
-    std::filesystem::permissions(folder_.path(), perms::owner_all | perms::others_read | perms::others_exec);
+    std::filesystem::permissions(folder_.path(), static_cast<perms>(0755));
     std::filesystem::permissions("/dev/snd/seq", static_cast<perms>(0666));
     start({"setpriv", "--reuid=65534", "--clear-groups"});
     keyboard_.play(keys_, {0x90, 60, 100});

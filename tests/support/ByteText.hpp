@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace corvel::tests {
 
@@ -19,6 +20,17 @@ template <typename Bytes>
         text += kDigits[byte & 0x0FU];
     }
     return text;
+}
+
+/// Each sequence's text, in order.
+template <typename Sequences>
+[[nodiscard]] std::vector<std::string> byteTexts(const Sequences& sequences) {
+    std::vector<std::string> texts;
+    texts.reserve(sequences.size());
+    for (const auto& bytes : sequences) {
+        texts.push_back(byteText(bytes));
+    }
+    return texts;
 }
 
 }  // namespace corvel::tests

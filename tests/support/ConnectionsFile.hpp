@@ -10,8 +10,8 @@
 namespace corvel::tests {
 
 /// The unique ID that the rules give a port: 32-bit FNV-1a over direction, identity, port number and port name, a line
-/// feed between them. `direction` is "source" or "destination"; the identity of software and of kernel clients without a
-/// card is the client name.
+/// feed between them. `direction` is "source" or "destination"; the identity of software and of kernel clients without
+/// a card is the client name.
 [[nodiscard]] std::int32_t endpointID(std::string_view direction, std::string_view identity, int port,
                                       std::string_view portName);
 
@@ -22,7 +22,7 @@ public:
         std::int32_t sourceID = 0;
         std::int32_t destinationID = 0;
         /// 1 to 16; none for "as is".
-        std::optional<int> forcedChannel = std::nullopt;
+        std::optional<int> forcedChannel{};
         bool isEnabled = true;
     };
 

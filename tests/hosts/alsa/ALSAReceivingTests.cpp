@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <optional>
 #include <string>
@@ -114,8 +115,8 @@ TEST_F(ALSAReceiving, DeliversExclusivePiecesAsTheyComeWithRealtimeBetween) {
     message.back() = 0xF7;
     const std::span<const std::uint8_t> all(message);
     const std::vector<Bytes> packets =
-        packetsOf({rawEvent(all.first(256)), controlEvent(SND_SEQ_EVENT_CLOCK, 0, 0, 0), rawEvent(all.subspan(256, 256)),
-                   rawEvent(all.subspan(512, 256)), rawEvent(all.subspan(768))});
+        packetsOf({rawEvent(all.first(256)), controlEvent(SND_SEQ_EVENT_CLOCK, 0, 0, 0),
+                   rawEvent(all.subspan(256, 256)), rawEvent(all.subspan(512, 256)), rawEvent(all.subspan(768))});
     ASSERT_THAT(packets, SizeIs(5));
     EXPECT_EQ(packets[0], Bytes(message.begin(), message.begin() + 256));
     EXPECT_EQ(packets[1], Bytes{0xF8});
@@ -183,7 +184,7 @@ TEST_F(ALSAReceiving, GoesOnThroughReloadsWithoutTouchingTheSubscription) {
     observer.forgetReceived();
 
     constexpr unsigned kReloads = 50;
-    constexpr unsigned kNotes = 2000;
+    constexpr unsigned kNotes = 1'500;
     std::atomic<bool> isPlayed = false;
     std::thread player([&] {
         peer_.playNumberedNotes(port_, 0, kNotes);
@@ -200,20 +201,21 @@ TEST_F(ALSAReceiving, GoesOnThroughReloadsWithoutTouchingTheSubscription) {
 
     // A port of the observer's own marks the end of what was announced during the reloads.
     observer.addPort("Mark", SequencerPeer::kSource);
-    ASSERT_TRUE(observer.readUntil([&] {
-        return !observer.received().empty() && observer.received().back().type == SND_SEQ_EVENT_PORT_START;
-    }));
+    ASSERT_TRUE(observer.readUntil(
+        [&] { return !observer.received().empty() && observer.received().back().type == SND_SEQ_EVENT_PORT_START; }));
     EXPECT_THAT(observer.received(), SizeIs(1)) << "no subscription came or went";
 }
 
 TEST_F(ALSAReceiving, LosesNothingOfABurst) {
-    for (const unsigned count : {1'000U, 10'000U}) {
-        const std::size_t before = corvel_.deliveries().size();
-        peer_.playNumberedNotes(port_, 0, count);
-        ASSERT_TRUE(corvel_.waitUntil([&] { return corvel_.deliveries().size() >= before + count; }));
-        const Bytes all = corvel_.deliveredBytes();
-        EXPECT_EQ(Bytes(all.begin() + static_cast<std::ptrdiff_t>(3 * before), all.end()), numberedNotes(count));
+    constexpr unsigned kCount = 10'000;
+    // Never more than the sequencer keeps for a program: beyond that it is a matter of speed.
+    constexpr unsigned kPortion = 1'500;
+    for (unsigned number = 0; number < kCount; number += kPortion) {
+        ASSERT_TRUE(corvel_.waitUntil([&] { return corvel_.deliveries().size() >= number; }));
+        peer_.playNumberedNotes(port_, number, std::min(kPortion, kCount - number));
     }
+    ASSERT_TRUE(corvel_.waitUntil([&] { return corvel_.deliveries().size() >= kCount; }));
+    EXPECT_EQ(corvel_.deliveredBytes(), numberedNotes(kCount));
     EXPECT_THAT(corvel_.diagnostics(), IsEmpty());
 }
 
@@ -227,7 +229,8 @@ TEST_F(ALSAReceiving, ReportsAnOverrunAsksForARescanAndGoesOn) {
         release();
         ASSERT_TRUE(corvel_.waitUntil([&] { return corvel_.diagnostics().size() >= static_cast<std::size_t>(time); }));
         EXPECT_THAT(corvel_.diagnostics().back(), testing::HasSubstr(std::to_string(time))) << "the count so far";
-        ASSERT_TRUE(corvel_.waitUntil([&] { return corvel_.notifications().size() >= static_cast<std::size_t>(time); }));
+        ASSERT_TRUE(
+            corvel_.waitUntil([&] { return corvel_.notifications().size() >= static_cast<std::size_t>(time); }));
         EXPECT_EQ(corvel_.notifications().back().messageID, MIDINotification::kSetupChanged);
     }
     peer_.play(port_, {0x90, 99, 99});

@@ -37,8 +37,8 @@ protected:
             EXPECT_EQ(corvel_.send(destination_, packet), 0);
         }
         EXPECT_EQ(corvel_.send(destination_, kMark), 0);
-        EXPECT_TRUE(peer_.readUntil(
-            [&] { return !peer_.received().empty() && peer_.received().back().bytes == kMark; }));
+        EXPECT_TRUE(
+            peer_.readUntil([&] { return !peer_.received().empty() && peer_.received().back().bytes == kMark; }));
         std::vector<ReceivedEvent> events = peer_.received();
         if (!events.empty()) {
             events.pop_back();
@@ -62,17 +62,18 @@ protected:
 
 TEST_F(ALSASending, SendsEveryMessageKindAsItsEvent) {
     const std::vector<Bytes> messages{
-        {0x90, 60, 100}, {0x90, 60, 0}, {0x8F, 60, 64},     {0xA1, 61, 17}, {0xB2, 7, 127}, {0xC3, 5}, {0xD4, 99},
-        {0xE5, 0, 0x40}, {0xE5, 0, 0},  {0xE5, 0x7F, 0x7F}, {0xF1, 0x35},   {0xF2, 0x68, 7}, {0xF3, 9}, {0xF6},
-        {0xF8},          {0xFA},        {0xFB},             {0xFC},         {0xFE},         {0xFF}};
+        {0x90, 60, 100}, {0x90, 60, 0},   {0x8F, 60, 64},  {0xA1, 61, 17}, {0xB2, 7, 127},
+        {0xC3, 5},       {0xD4, 99},      {0xE5, 0, 0x40}, {0xE5, 0, 0},   {0xE5, 0x7F, 0x7F},
+        {0xF1, 0x35},    {0xF2, 0x68, 7}, {0xF3, 9},       {0xF6},         {0xF8},
+        {0xFA},          {0xFB},          {0xFC},          {0xFE},         {0xFF}};
     const std::vector<ReceivedEvent> events = eventsOf(messages);
     ASSERT_THAT(events, SizeIs(messages.size()));
     const std::vector<snd_seq_event_type_t> types{
-        SND_SEQ_EVENT_NOTEON,    SND_SEQ_EVENT_NOTEON,   SND_SEQ_EVENT_NOTEOFF,   SND_SEQ_EVENT_KEYPRESS,
-        SND_SEQ_EVENT_CONTROLLER, SND_SEQ_EVENT_PGMCHANGE, SND_SEQ_EVENT_CHANPRESS, SND_SEQ_EVENT_PITCHBEND,
-        SND_SEQ_EVENT_PITCHBEND, SND_SEQ_EVENT_PITCHBEND, SND_SEQ_EVENT_QFRAME,   SND_SEQ_EVENT_SONGPOS,
-        SND_SEQ_EVENT_SONGSEL,   SND_SEQ_EVENT_TUNE_REQUEST, SND_SEQ_EVENT_CLOCK, SND_SEQ_EVENT_START,
-        SND_SEQ_EVENT_CONTINUE,  SND_SEQ_EVENT_STOP,     SND_SEQ_EVENT_SENSING,   SND_SEQ_EVENT_RESET};
+        SND_SEQ_EVENT_NOTEON,     SND_SEQ_EVENT_NOTEON,       SND_SEQ_EVENT_NOTEOFF,   SND_SEQ_EVENT_KEYPRESS,
+        SND_SEQ_EVENT_CONTROLLER, SND_SEQ_EVENT_PGMCHANGE,    SND_SEQ_EVENT_CHANPRESS, SND_SEQ_EVENT_PITCHBEND,
+        SND_SEQ_EVENT_PITCHBEND,  SND_SEQ_EVENT_PITCHBEND,    SND_SEQ_EVENT_QFRAME,    SND_SEQ_EVENT_SONGPOS,
+        SND_SEQ_EVENT_SONGSEL,    SND_SEQ_EVENT_TUNE_REQUEST, SND_SEQ_EVENT_CLOCK,     SND_SEQ_EVENT_START,
+        SND_SEQ_EVENT_CONTINUE,   SND_SEQ_EVENT_STOP,         SND_SEQ_EVENT_SENSING,   SND_SEQ_EVENT_RESET};
     for (std::size_t index = 0; index < messages.size(); ++index) {
         EXPECT_EQ(events[index].bytes, messages[index]);
         EXPECT_EQ(events[index].type, types[index]);

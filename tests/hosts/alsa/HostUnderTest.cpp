@@ -73,16 +73,17 @@ void HostUnderTest::start() {
                           "client");
     });
     queue_->sync([this] {
-        inputPort_ = orThrow(host_->createInputPort(client_, "Corvel Input",
-                                                    [reports = reports_](auto packets, MIDIObjectRef connection) {
-                                                        const std::lock_guard lock(reports->mutex);
-                                                        for (const auto& packet : packets) {
-                                                            reports->deliveries.push_back(
-                                                                {connection, Bytes(packet.begin(), packet.end())});
-                                                        }
-                                                        reports->changed.notify_all();
-                                                    }),
-                             "input port");
+        inputPort_ =
+            orThrow(host_->createInputPort(
+                        client_, "Corvel Input",
+                        [reports = reports_](auto packets, MIDIObjectRef connection) {
+                            const std::lock_guard lock(reports->mutex);
+                            for (const auto& packet : packets) {
+                                reports->deliveries.push_back({connection, Bytes(packet.begin(), packet.end())});
+                            }
+                            reports->changed.notify_all();
+                        }),
+                    "input port");
         outputPort_ = orThrow(host_->createOutputPort(client_, "Corvel Output"), "output port");
     });
 }

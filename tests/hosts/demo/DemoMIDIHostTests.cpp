@@ -26,7 +26,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using hosts::DemoMIDIHost;
-using hosts::DemoOptions;
 using hosts::DemoTraffic;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -468,25 +467,25 @@ TEST(DemoMIDIHost, EndsEveryNoteThatItPlaysWhenItGoes) {
 }
 
 TEST(DemoMIDIHost, MayBeReleasedByAReceiverOnItsOwnThread) {
-    // Shared, since the thread outlives this test's interest in it.
-    const auto released = std::make_shared<std::promise<void>>();
+    /// The last reference to the service, given to the handler once everything is connected.
+    struct Owner {
+        std::mutex mutex;
+        std::shared_ptr<DemoMIDIHost> host;
+        std::promise<void> isGone;
+    };
+    auto host = hosts::makeDemoMIDIHost(std::make_shared<ManualQueue>());
+    const auto owner = std::make_shared<Owner>();
+    // Goes with the handlers, which go with the state that the playing thread holds to its end.
+    std::shared_ptr<void> witness(nullptr, [owner](void*) { owner->isGone.set_value(); });
+    connectAll(*host, [owner, kept = std::move(witness)](auto, MIDIObjectRef) {
+        const std::lock_guard lock(owner->mutex);
+        owner->host.reset();
+    });
     {
-        auto host = hosts::makeDemoMIDIHost(std::make_shared<ManualQueue>());
-        auto last = std::make_shared<std::shared_ptr<DemoMIDIHost>>();
-        auto guard = std::make_shared<std::mutex>();
-        auto isReleased = std::make_shared<bool>(false);
-        connectAll(*host, [last, guard, isReleased, released](auto, MIDIObjectRef) {
-            const std::lock_guard lock(*guard);
-            if (*last && !*isReleased) {
-                *isReleased = true;
-                last->reset();
-                released->set_value();
-            }
-        });
-        const std::lock_guard lock(*guard);
-        *last = std::move(host);
+        const std::lock_guard lock(owner->mutex);
+        owner->host = std::move(host);
     }
-    EXPECT_EQ(released->get_future().wait_for(kDeadline), std::future_status::ready);
+    EXPECT_EQ(owner->isGone.get_future().wait_for(kDeadline), std::future_status::ready);
 }
 
 TEST(DemoMIDIHost, EndsWhatADevicePlaysWhenItIsTakenOffline) {

@@ -21,14 +21,6 @@ using ::testing::AnyOf;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-std::vector<std::string> texts(const std::vector<MIDIBytes>& packets) {
-    std::vector<std::string> result;
-    for (const MIDIBytes& bytes : packets) {
-        result.push_back(byteText(bytes));
-    }
-    return result;
-}
-
 /// What a receiver of a piece knows.
 class Receiver {
 public:
@@ -101,19 +93,20 @@ TEST(DemoPiece, DoesNotDriftOverHours) {
 }
 
 TEST(DemoPiece, HasAKeyboardThatBeginsWithAnEOnChannelOne) {
-    EXPECT_THAT(texts(packetsAtDemoStep(DemoPiece::keyboard, 0)), ElementsAre("90 4C 5C"));
+    EXPECT_THAT(byteTexts(packetsAtDemoStep(DemoPiece::keyboard, 0)), ElementsAre("90 4C 5C"));
     EXPECT_THAT(packetsAtDemoStep(DemoPiece::keyboard, 1), IsEmpty());
-    EXPECT_THAT(texts(packetsAtDemoStep(DemoPiece::keyboard, 22)), ElementsAre("80 4C 40"));
+    EXPECT_THAT(byteTexts(packetsAtDemoStep(DemoPiece::keyboard, 22)), ElementsAre("80 4C 40"));
 }
 
 TEST(DemoPiece, HasAKeyboardThatUsesPedalBendAndModulation) {
-    EXPECT_THAT(texts(packetsAtDemoStep(DemoPiece::keyboard, 192)), ElementsAre("B0 40 7F", "E0 00 30", "90 4F 64"));
-    EXPECT_THAT(texts(packetsAtDemoStep(DemoPiece::keyboard, 198)), ElementsAre("E0 00 40"));
-    EXPECT_THAT(texts(packetsAtDemoStep(DemoPiece::keyboard, 360)), ElementsAre("B0 01 40"));
+    EXPECT_THAT(byteTexts(packetsAtDemoStep(DemoPiece::keyboard, 192)),
+                ElementsAre("B0 40 7F", "E0 00 30", "90 4F 64"));
+    EXPECT_THAT(byteTexts(packetsAtDemoStep(DemoPiece::keyboard, 198)), ElementsAre("E0 00 40"));
+    EXPECT_THAT(byteTexts(packetsAtDemoStep(DemoPiece::keyboard, 360)), ElementsAre("B0 01 40"));
 }
 
 TEST(DemoPiece, HasASequencerThatStartsTheClockBeforeAllElse) {
-    const std::vector<std::string> first = texts(packetsAtDemoStep(DemoPiece::sequencer, 0));
+    const std::vector<std::string> first = byteTexts(packetsAtDemoStep(DemoPiece::sequencer, 0));
     ASSERT_EQ(first.size(), 10U);
     EXPECT_EQ(first[0], "FA");
     EXPECT_EQ(first[1], "F8");
@@ -122,7 +115,7 @@ TEST(DemoPiece, HasASequencerThatStartsTheClockBeforeAllElse) {
     EXPECT_EQ(first[4], "C3 0B");
     EXPECT_EQ(first[5], "91 2D 64");
     // One cycle later the clock is running already.
-    EXPECT_EQ(texts(packetsAtDemoStep(DemoPiece::sequencer, 384))[0], "F8");
+    EXPECT_EQ(byteTexts(packetsAtDemoStep(DemoPiece::sequencer, 384))[0], "F8");
 }
 
 TEST(DemoPiece, HasASequencerThatSendsOneClockAStep) {
@@ -168,10 +161,10 @@ TEST(DemoPiece, EndsWithNothingToSayBeforeItsFirstStep) {
 }
 
 TEST(DemoPiece, EndsTheNotesThatSoundThenTheControllers) {
-    EXPECT_THAT(texts(packetsAtDemoEnd(DemoPiece::keyboard, 1)),
+    EXPECT_THAT(byteTexts(packetsAtDemoEnd(DemoPiece::keyboard, 1)),
                 ElementsAre("80 4C 40", "B0 40 00", "B0 01 00", "E0 00 40"));
     // The note-off of step 22 was played.
-    EXPECT_THAT(texts(packetsAtDemoEnd(DemoPiece::keyboard, 23)), ElementsAre("B0 40 00", "B0 01 00", "E0 00 40"));
+    EXPECT_THAT(byteTexts(packetsAtDemoEnd(DemoPiece::keyboard, 23)), ElementsAre("B0 40 00", "B0 01 00", "E0 00 40"));
 }
 
 }  // namespace

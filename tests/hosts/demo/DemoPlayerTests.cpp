@@ -16,14 +16,6 @@ using hosts::DemoPlayer;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-std::vector<std::string> texts(const std::vector<MIDIBytes>& packets) {
-    std::vector<std::string> result;
-    for (const MIDIBytes& bytes : packets) {
-        result.push_back(byteText(bytes));
-    }
-    return result;
-}
-
 class DemoPlayerTest : public ::testing::Test {
 protected:
     /// Plays the steps from `first` to before `end`.
@@ -37,7 +29,7 @@ protected:
 };
 
 TEST_F(DemoPlayerTest, BeginsAtOnceWhenItIsHeardFromTheStart) {
-    EXPECT_THAT(texts(player.play(0, true)), ElementsAre("90 4C 5C"));
+    EXPECT_THAT(byteTexts(player.play(0, true)), ElementsAre("90 4C 5C"));
     EXPECT_TRUE(player.isPlaying());
 }
 
@@ -46,9 +38,9 @@ TEST_F(DemoPlayerTest, BeginsItsPieceAtTheNextBarLineWhenItIsHeardLater) {
     playSteps(40, 96, true);
     EXPECT_FALSE(player.isPlaying());
 
-    EXPECT_THAT(texts(player.play(96, true)), ElementsAre("90 4C 5C"));
+    EXPECT_THAT(byteTexts(player.play(96, true)), ElementsAre("90 4C 5C"));
     playSteps(97, 118, true);
-    EXPECT_THAT(texts(player.play(118, true)), ElementsAre("80 4C 40"));
+    EXPECT_THAT(byteTexts(player.play(118, true)), ElementsAre("80 4C 40"));
 }
 
 TEST_F(DemoPlayerTest, StaysSilentWhileNobodyListens) {
@@ -62,7 +54,7 @@ TEST_F(DemoPlayerTest, KeepsWhatFallsDueWhileTheListenerIsAwayForAnInstant) {
     EXPECT_THAT(player.play(22, false), IsEmpty());
     EXPECT_TRUE(player.hasWaiting());
 
-    EXPECT_THAT(texts(player.takeWaiting()), ElementsAre("80 4C 40"));
+    EXPECT_THAT(byteTexts(player.takeWaiting()), ElementsAre("80 4C 40"));
     EXPECT_FALSE(player.hasWaiting());
 }
 
@@ -70,7 +62,7 @@ TEST_F(DemoPlayerTest, DeliversWhatWaitedAheadOfTheNextStep) {
     playSteps(0, 22, true);
     playSteps(22, 24, false);
 
-    EXPECT_THAT(texts(player.play(24, true)), ElementsAre("80 4C 40", "90 4A 50"));
+    EXPECT_THAT(byteTexts(player.play(24, true)), ElementsAre("80 4C 40", "90 4A 50"));
 }
 
 TEST_F(DemoPlayerTest, GivesUpWhenNobodyHasListenedForLongerThanItsPatience) {
@@ -82,13 +74,13 @@ TEST_F(DemoPlayerTest, GivesUpWhenNobodyHasListenedForLongerThanItsPatience) {
 
     EXPECT_FALSE(player.isPlaying());
     EXPECT_FALSE(player.hasWaiting());
-    EXPECT_THAT(texts(player.play(96, true)), ElementsAre("90 4C 5C"));
+    EXPECT_THAT(byteTexts(player.play(96, true)), ElementsAre("90 4C 5C"));
 }
 
 TEST_F(DemoPlayerTest, EndsWhatItHasBegun) {
     playSteps(0, 10, true);
 
-    EXPECT_THAT(texts(player.end()), ElementsAre("80 4C 40", "B0 40 00", "B0 01 00", "E0 00 40"));
+    EXPECT_THAT(byteTexts(player.end()), ElementsAre("80 4C 40", "B0 40 00", "B0 01 00", "E0 00 40"));
 
     EXPECT_FALSE(player.isPlaying());
     EXPECT_THAT(player.end(), IsEmpty());
@@ -98,7 +90,7 @@ TEST_F(DemoPlayerTest, EndsWithWhatWaitsFirst) {
     playSteps(0, 24, true);
     static_cast<void>(player.play(24, false));
 
-    EXPECT_THAT(texts(player.end()), ElementsAre("90 4A 50", "80 4A 40", "B0 40 00", "B0 01 00", "E0 00 40"));
+    EXPECT_THAT(byteTexts(player.end()), ElementsAre("90 4A 50", "80 4A 40", "B0 40 00", "B0 01 00", "E0 00 40"));
 }
 
 TEST_F(DemoPlayerTest, EndsWithNothingToSayWhenItHasNotBegun) {
