@@ -38,14 +38,14 @@ pollfd descriptorOf(snd_seq_t* handle) {
 Wire::Wire()
     : sender_(kSenderName),
       receiver_(kReceiverName),
-      source_(sender_.addPort(kPortName, test::SequencerPeer::kSource)),
-      destination_(receiver_.addPort(kPortName, test::SequencerPeer::kDestination)) {
+      source_(sender_.addPort(kPortName, tests::SequencerPeer::kSource)),
+      destination_(receiver_.addPort(kPortName, tests::SequencerPeer::kDestination)) {
     receiver_.setInputPool(kLargestPool);
 }
 
 snd_seq_event_t Wire::message(std::size_t number) const {
     const auto pair = static_cast<unsigned>(number / 2);
-    snd_seq_event_t event = test::noteEvent(number % 2 == 0 ? SND_SEQ_EVENT_NOTEON : SND_SEQ_EVENT_NOTEOFF, 0,
+    snd_seq_event_t event = tests::noteEvent(number % 2 == 0 ? SND_SEQ_EVENT_NOTEON : SND_SEQ_EVENT_NOTEOFF, 0,
                                             pair % 128, pair / 128 % 127 + 1);
     event.source.port = source_.raw().port;
     event.dest = {SND_SEQ_ADDRESS_SUBSCRIBERS, SND_SEQ_ADDRESS_UNKNOWN};
@@ -111,7 +111,7 @@ void Wire::drain() {
 
 void Wire::waitForRouter() {
     isReceived_.assign(kNumbers, false);
-    const auto deadline = steady_clock::now() + test::kDeadline;
+    const auto deadline = steady_clock::now() + tests::kDeadline;
     do {
         send(0);
         send(1);

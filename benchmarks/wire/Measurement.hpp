@@ -23,9 +23,9 @@ class Wire {
 public:
     Wire();
 
-    [[nodiscard]] test::SequencerPeer& sender() { return sender_; }
-    [[nodiscard]] test::SequencerAddress source() const { return source_; }
-    [[nodiscard]] test::SequencerAddress destination() const { return destination_; }
+    [[nodiscard]] tests::SequencerPeer& sender() { return sender_; }
+    [[nodiscard]] tests::SequencerAddress source() const { return source_; }
+    [[nodiscard]] tests::SequencerAddress destination() const { return destination_; }
 
     /// Plays until something arrives; throws if nothing does.
     void waitForRouter();
@@ -54,10 +54,10 @@ private:
     void drain();
     void receiveBurst(std::size_t count, Receiver receiver);
 
-    test::SequencerPeer sender_;
-    test::SequencerPeer receiver_;
-    test::SequencerAddress source_;
-    test::SequencerAddress destination_;
+    tests::SequencerPeer sender_;
+    tests::SequencerPeer receiver_;
+    tests::SequencerAddress source_;
+    tests::SequencerAddress destination_;
     /// Which messages of the burst arrived; a router might also send one twice.
     std::vector<bool> isReceived_;
     /// The number of the last note-on of each key: routers need not keep a note-off's velocity.

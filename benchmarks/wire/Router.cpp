@@ -9,7 +9,7 @@ namespace corvel::benchmarks {
 
 namespace {
 
-std::string text(test::SequencerAddress address) {
+std::string text(tests::SequencerAddress address) {
     return std::to_string(address.client) + ":" + std::to_string(address.port);
 }
 
@@ -20,7 +20,7 @@ bool isInstalled(const std::string& program) {
 /// Undoes a subscription; the ports themselves may be gone by then.
 class KernelSubscription {
 public:
-    KernelSubscription(test::SequencerPeer& sender, test::SequencerAddress source, test::SequencerAddress destination)
+    KernelSubscription(tests::SequencerPeer& sender, tests::SequencerAddress source, tests::SequencerAddress destination)
         : sender_(sender), source_(source), destination_(destination) {
         if (sender.connect(source, destination) < 0) {
             throw std::runtime_error("the kernel refused the subscription");
@@ -31,35 +31,35 @@ public:
     ~KernelSubscription() { sender_.disconnect(source_, destination_); }
 
 private:
-    test::SequencerPeer& sender_;
-    test::SequencerAddress source_;
-    test::SequencerAddress destination_;
+    tests::SequencerPeer& sender_;
+    tests::SequencerAddress source_;
+    tests::SequencerAddress destination_;
 };
 
-RunningRouter startLeastRouter(const std::filesystem::path& program, test::SequencerAddress source,
-                               test::SequencerAddress destination) {
-    return std::make_shared<test::ChildProcess>(std::vector<std::string>{
+RunningRouter startLeastRouter(const std::filesystem::path& program, tests::SequencerAddress source,
+                               tests::SequencerAddress destination) {
+    return std::make_shared<tests::ChildProcess>(std::vector<std::string>{
         program.string(), text(source), text(destination), std::to_string(kForcedChannel)});
 }
 
-RunningRouter startMidish(test::SequencerAddress source, test::SequencerAddress destination) {
+RunningRouter startMidish(tests::SequencerAddress source, tests::SequencerAddress destination) {
     // Its channels count from 0; "i" lets the input pass through the filter until the input ends.
     const std::string commands = "dnew 0 \"" + text(source) + "\" ro\n" +          //
                                  "dnew 1 \"" + text(destination) + "\" wo\n" +     //
                                  "fnew wire\n" +                                   //
                                  "fmap {any {0 0}} {any {1 " + std::to_string(kForcedChannel - 1) + "}}\n" +  //
                                  "i\n";
-    return std::make_shared<test::ChildProcess>(std::vector<std::string>{"midish", "-b"}, commands);
+    return std::make_shared<tests::ChildProcess>(std::vector<std::string>{"midish", "-b"}, commands);
 }
 
 RunningRouter startCorvel(const std::filesystem::path& program) {
     const std::filesystem::path document = std::filesystem::temp_directory_path() / "wire-routes.json";
-    test::ConnectionsFile file;
-    file.add({.sourceID = test::endpointID("source", kSenderName, 0, kPortName),
-              .destinationID = test::endpointID("destination", kReceiverName, 0, kPortName),
+    tests::ConnectionsFile file;
+    file.add({.sourceID = tests::endpointID("source", kSenderName, 0, kPortName),
+              .destinationID = tests::endpointID("destination", kReceiverName, 0, kPortName),
               .forcedChannel = kForcedChannel});
     file.write(document);
-    return std::make_shared<test::ChildProcess>(std::vector<std::string>{
+    return std::make_shared<tests::ChildProcess>(std::vector<std::string>{
         program.string(), "--headless", "--midi", "alsa", "--document", document.string()});
 }
 

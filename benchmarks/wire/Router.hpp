@@ -18,8 +18,8 @@ using RunningRouter = std::shared_ptr<void>;
 struct Router {
     std::string name;
     /// Puts it between the ports of two peers. Throws if it cannot be started.
-    std::function<RunningRouter(test::SequencerPeer& sender, test::SequencerAddress source,
-                                test::SequencerAddress destination)>
+    std::function<RunningRouter(tests::SequencerPeer& sender, tests::SequencerAddress source,
+                                tests::SequencerAddress destination)>
         start;
 };
 

@@ -26,8 +26,7 @@ std::shared_ptr<CoreMIDIRouterEngine> CoreMIDIRouterEngine::create(std::shared_p
 
 CoreMIDIRouterEngine::CoreMIDIRouterEngine(Private, std::shared_ptr<MIDIHost> host,
                                            std::shared_ptr<DispatchQueue> queue,
-                                           std::shared_ptr<DispatchQueue> mainQueue,
-                                           std::shared_ptr<const Clock> clock)
+                                           std::shared_ptr<DispatchQueue> mainQueue, std::shared_ptr<const Clock> clock)
     : host_(std::move(host)), queue_(std::move(queue)), mainQueue_(std::move(mainQueue)), clock_(std::move(clock)) {}
 
 CoreMIDIRouterEngine::~CoreMIDIRouterEngine() {
@@ -88,22 +87,22 @@ void CoreMIDIRouterEngine::startPortsOnQueue(MIDIObjectRef client) {
     if (isStarted_) {
         return;
     }
-    const MIDICreation input = host_->createInputPort(
-        client, "Corvel Input",
-        [weakEngine = weak_from_this()](std::span<const std::span<const std::uint8_t>> packets,
-                                        MIDIObjectRef connection) {
-            if (connection == 0) {
-                return;
-            }
-            PacketBytes copies;
-            copies.reserve(packets.size());
-            for (const std::span<const std::uint8_t> packet : packets) {
-                copies.emplace_back(packet.begin(), packet.end());
-            }
-            if (const auto engine = weakEngine.lock()) {
-                engine->handle(std::move(copies), connection);
-            }
-        });
+    const MIDICreation input =
+        host_->createInputPort(client, "Corvel Input",
+                               [weakEngine = weak_from_this()](std::span<const std::span<const std::uint8_t>> packets,
+                                                               MIDIObjectRef connection) {
+                                   if (connection == 0) {
+                                       return;
+                                   }
+                                   PacketBytes copies;
+                                   copies.reserve(packets.size());
+                                   for (const std::span<const std::uint8_t> packet : packets) {
+                                       copies.emplace_back(packet.begin(), packet.end());
+                                   }
+                                   if (const auto engine = weakEngine.lock()) {
+                                       engine->handle(std::move(copies), connection);
+                                   }
+                               });
     if (!reportIfFailed(input.status, "MIDI input port could not be created")) {
         return;
     }
@@ -122,9 +121,18 @@ void CoreMIDIRouterEngine::startPortsOnQueue(MIDIObjectRef client) {
 }
 
 void CoreMIDIRouterEngine::post(MIDIReport report) {
-    if (!reports_.push(std::move(report))) {
-        return;
+    if (reports_.push(std::move(report))) {
+        wakeMainThread();
     }
+}
+
+void CoreMIDIRouterEngine::postActivity(RoutedMIDIMessage&& message) {
+    if (reports_.push(MIDIActivityEvent(UUID::random(), message.routeID, clock_->now(), std::move(message.bytes)))) {
+        wakeMainThread();
+    }
+}
+
+void CoreMIDIRouterEngine::wakeMainThread() {
     mainQueue_->async([weakEngine = weak_from_this()] {
         if (const auto engine = weakEngine.lock()) {
             engine->deliverReports();
@@ -133,13 +141,6 @@ void CoreMIDIRouterEngine::post(MIDIReport report) {
 }
 
 void CoreMIDIRouterEngine::deliverReports() {
-    const auto deliverLater = [this] {
-        mainQueue_->async([weakEngine = weak_from_this()] {
-            if (const auto engine = weakEngine.lock()) {
-                engine->deliverReports();
-            }
-        });
-    };
     // No more than now wait, or a flood would keep the main thread from everything else. The one extra look finds the
     // queue empty, which is what makes the next report ask for a wake-up.
     for (std::size_t remaining = reports_.size() + 1; remaining > 0; --remaining) {
@@ -150,11 +151,11 @@ void CoreMIDIRouterEngine::deliverReports() {
         try {
             deliver(*report);
         } catch (...) {
-            deliverLater();
+            wakeMainThread();
             throw;
         }
     }
-    deliverLater();
+    wakeMainThread();
 }
 
 void CoreMIDIRouterEngine::deliver(const MIDIReport& report) {
@@ -203,19 +204,25 @@ void CoreMIDIRouterEngine::takeHostDiagnostic(std::string message) {
 }
 
 void CoreMIDIRouterEngine::updateRoutes(std::vector<MIDIRoute> routes) {
-    queue_->async([weakEngine = weak_from_this(), routes = std::move(routes)]() mutable {
+    RoutesBySource routesBySourceID;
+    for (MIDIRoute& route : routes) {
+        routesBySourceID[route.sourceID].push_back(std::move(route));
+    }
+    queue_->async([weakEngine = weak_from_this(), routesBySourceID = std::move(routesBySourceID)]() mutable {
         if (const auto engine = weakEngine.lock()) {
-            engine->routes_ = std::move(routes);
+            engine->routesBySourceID_ = std::move(routesBySourceID);
         }
     });
 }
 
 void CoreMIDIRouterEngine::handle(PacketBytes packets, MIDIObjectRef source) {
-    queue_->async([weakEngine = weak_from_this(), packets = std::move(packets), source] {
+    auto delivery = [weakEngine = weak_from_this(), packets = std::move(packets), source] {
         if (const auto engine = weakEngine.lock()) {
             engine->deliverOnQueue(packets, source);
         }
-    });
+    };
+    static_assert(Task::kIsInline<decltype(delivery)>, "a short message must not wait for the heap");
+    queue_->async(std::move(delivery));
 }
 
 void CoreMIDIRouterEngine::deliverOnQueue(const PacketBytes& packets, MIDIObjectRef source) {
@@ -223,8 +230,12 @@ void CoreMIDIRouterEngine::deliverOnQueue(const PacketBytes& packets, MIDIObject
     if (sourceID == sourceIDByEndpointRef_.end()) {
         return;
     }
+    const auto routes = routesBySourceID_.find(sourceID->second);
+    if (routes == routesBySourceID_.end()) {
+        return;
+    }
     for (const MIDIBytes& bytes : packets) {
-        RouteProcessor::forEachRoutedMessage(sourceID->second, bytes, routes_,
+        RouteProcessor::forEachRoutedMessage(sourceID->second, bytes, routes->second,
                                              [this](RoutedMIDIMessage&& message) { send(std::move(message)); });
     }
 }
@@ -240,7 +251,7 @@ void CoreMIDIRouterEngine::send(RoutedMIDIMessage&& message) {
         return;
     }
     if (reportIfFailed(host_->send(outputPort_, destination->second, *packet), "MIDI message could not be sent")) {
-        post(MIDIActivityEvent(UUID::random(), message.routeID, clock_->now(), std::move(message.bytes)));
+        postActivity(std::move(message));
     }
 }
 

@@ -78,12 +78,24 @@ public:
     void reloadEndpoints();
 
 private:
-    using PacketBytes = boost::container::small_vector<MIDIBytes, 1>;
+    /// Packets on their way to the queue. Moving them never throws, which the library's list says of few elements only;
+    /// a task that holds them then needs no heap memory.
+    class PacketBytes : public boost::container::small_vector<MIDIBytes, 1> {
+    public:
+        PacketBytes() = default;
+        PacketBytes(PacketBytes&&) noexcept = default;
+    };
+
+    /// Connections by the unique ID of their source, each source's in the user's order: what a packet has to look at
+    /// does not grow with the connections of other sources.
+    using RoutesBySource = std::unordered_map<std::int32_t, std::vector<MIDIRoute>>;
 
     // Lifecycle and reports
     void startOnMainThread();
     void startPortsOnQueue(MIDIObjectRef client);
     void post(MIDIReport report);
+    void postActivity(RoutedMIDIMessage&& message);
+    void wakeMainThread();
     void deliverReports();
     void deliver(const MIDIReport& report);
     bool reportIfFailed(MIDIStatus status, std::string_view message);
@@ -121,7 +133,7 @@ private:
     // Engine's queue only
     MIDIObjectRef inputPort_ = 0;
     MIDIObjectRef outputPort_ = 0;
-    std::vector<MIDIRoute> routes_;
+    RoutesBySource routesBySourceID_;
     std::unordered_map<MIDIObjectRef, std::int32_t> sourceIDByEndpointRef_;
     std::unordered_map<std::int32_t, MIDIObjectRef> destinationRefByID_;
     std::unordered_set<MIDIObjectRef> connectedSourceRefs_;

@@ -5,13 +5,17 @@
 namespace corvel {
 
 bool MIDIReportQueue::push(MIDIReport report) {
-    const std::lock_guard lock(mutex_);
-    const std::uint64_t number = nextNumber_++;
     if (auto* activity = std::get_if<MIDIActivityEvent>(&report)) {
-        activities_.push_back({number, std::move(*activity)});
-    } else {
-        others_.push_back({number, std::move(report)});
+        return push(std::move(*activity));
     }
+    const std::lock_guard lock(mutex_);
+    others_.push_back({nextNumber_++, std::move(report)});
+    return !std::exchange(isAnnounced_, true);
+}
+
+bool MIDIReportQueue::push(MIDIActivityEvent&& activity) {
+    const std::lock_guard lock(mutex_);
+    activities_.push_back({nextNumber_++, std::move(activity)});
     return !std::exchange(isAnnounced_, true);
 }
 

@@ -34,8 +34,13 @@ class MIDIReportQueue {
 public:
     static constexpr std::size_t kActivityLimit = 4096;
 
-    /// Adds a report. True if the main thread has to be woken: nobody has been told since it last found the queue empty.
+    /// Adds a report. True if the main thread has to be woken: nobody has been told since it last found the queue
+    /// empty.
     [[nodiscard]] bool push(MIDIReport report);
+
+    /// The same for an activity, the one report that comes with every message, without a detour through the others'
+    /// common form.
+    [[nodiscard]] bool push(MIDIActivityEvent&& activity);
 
     /// The oldest report, taken out; none when empty. Taking none makes the next push ask for a wake-up.
     [[nodiscard]] std::optional<MIDIReport> pop();

@@ -328,7 +328,7 @@ private:
 
 }  // namespace
 
-std::shared_ptr<EventLoop> EventLoop::withThread(std::string label) {
+std::shared_ptr<EventLoop> EventLoop::withThread(const std::string& label) {
     auto loop = std::make_shared<LoopHandle>(label);
     loop->startThread(label);
     return loop;

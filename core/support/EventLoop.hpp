@@ -23,7 +23,7 @@ public:
 
     /// A loop with a thread of its own, named by the label's last 15 characters. Throws `std::system_error` when the
     /// system has no descriptor or thread left.
-    [[nodiscard]] static std::shared_ptr<EventLoop> withThread(std::string label);
+    [[nodiscard]] static std::shared_ptr<EventLoop> withThread(const std::string& label);
 
     /// A loop that its maker runs on the calling thread, which it belongs to from now on. Throws `std::system_error`.
     [[nodiscard]] static std::shared_ptr<EventLoop> onThisThread(std::string label);

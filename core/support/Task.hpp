@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <new>
 #include <type_traits>
@@ -15,6 +16,13 @@ class Task {
 public:
     static constexpr std::size_t kInlineSize = 112;
 
+    /// Whether a callable of this type lives inside the task. One whose move may throw does not: moving a task must
+    /// not.
+    template <typename Callable>
+    static constexpr bool kIsInline =
+        sizeof(Callable) <= kInlineSize && alignof(Callable) <= alignof(std::max_align_t) &&
+        std::is_nothrow_move_constructible_v<Callable>;
+
     Task() = default;
 
     template <typename Callable>
@@ -22,12 +30,11 @@ public:
     // NOLINTNEXTLINE(google-explicit-constructor): a callable is a task wherever one is posted
     Task(Callable&& callable) {
         using Stored = std::decay_t<Callable>;
-        if constexpr (sizeof(Stored) <= kInlineSize && alignof(Stored) <= alignof(std::max_align_t) &&
-                      std::is_nothrow_move_constructible_v<Stored>) {
-            ::new (static_cast<void*>(storage_)) Stored(std::forward<Callable>(callable));
+        if constexpr (kIsInline<Stored>) {
+            ::new (static_cast<void*>(storage_.data())) Stored(std::forward<Callable>(callable));
             operations_ = &kInlineOperations<Stored>;
         } else {
-            ::new (static_cast<void*>(storage_)) Stored*(new Stored(std::forward<Callable>(callable)));
+            ::new (static_cast<void*>(storage_.data())) Stored*(new Stored(std::forward<Callable>(callable)));
             operations_ = &kHeapOperations<Stored>;
         }
     }
@@ -48,7 +55,7 @@ public:
     explicit operator bool() const { return operations_ != nullptr; }
 
     /// Runs the work. Precondition: there is some.
-    void operator()() { operations_->run(storage_); }
+    void operator()() { operations_->run(storage_.data()); }
 
 private:
     struct Operations {
@@ -74,26 +81,24 @@ private:
     template <typename Stored>
     static constexpr Operations kHeapOperations{
         [](std::byte* storage) { (**stored<Stored*>(storage))(); },
-        [](std::byte* from, std::byte* to) noexcept {
-            ::new (static_cast<void*>(to)) Stored*(*stored<Stored*>(from));
-        },
+        [](std::byte* from, std::byte* to) noexcept { ::new (static_cast<void*>(to)) Stored*(*stored<Stored*>(from)); },
         [](std::byte* storage) noexcept { delete *stored<Stored*>(storage); }};
 
     void takeFrom(Task& other) noexcept {
         operations_ = std::exchange(other.operations_, nullptr);
         if (operations_ != nullptr) {
-            operations_->relocate(other.storage_, storage_);
+            operations_->relocate(other.storage_.data(), storage_.data());
         }
     }
 
     void reset() noexcept {
         if (const Operations* operations = std::exchange(operations_, nullptr); operations != nullptr) {
-            operations->destroy(storage_);
+            operations->destroy(storage_.data());
         }
     }
 
     const Operations* operations_ = nullptr;
-    alignas(std::max_align_t) std::byte storage_[kInlineSize];
+    alignas(std::max_align_t) std::array<std::byte, kInlineSize> storage_;
 };
 
 }  // namespace corvel

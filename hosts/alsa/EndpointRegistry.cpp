@@ -23,6 +23,19 @@ std::string clientNameOf(const PortDescription& port) {
     return stableName(port.clientName, port.processID);
 }
 
+/// Ports of one client that would show the same name get their numbers behind it.
+void numberLikePorts(std::vector<Endpoint>& endpoints) {
+    std::map<std::pair<int, std::string>, int> count;
+    for (const Endpoint& endpoint : endpoints) {
+        ++count[{endpoint.address.client, endpoint.displayName}];
+    }
+    for (Endpoint& endpoint : endpoints) {
+        if (count[{endpoint.address.client, endpoint.displayName}] > 1) {
+            endpoint.displayName += " (" + std::to_string(endpoint.address.port) + ")";
+        }
+    }
+}
+
 }  // namespace
 
 bool EndpointRegistry::isEndpoint(const PortDescription& port, MIDIEndpointDirection direction) {
@@ -105,18 +118,6 @@ std::vector<Endpoint> EndpointRegistry::describe(const std::vector<PortDescripti
     numberLikePorts(endpoints);
     placeLikeDevices(endpoints, cards);
     return endpoints;
-}
-
-void EndpointRegistry::numberLikePorts(std::vector<Endpoint>& endpoints) const {
-    std::map<std::pair<int, std::string>, int> count;
-    for (const Endpoint& endpoint : endpoints) {
-        ++count[{endpoint.address.client, endpoint.displayName}];
-    }
-    for (Endpoint& endpoint : endpoints) {
-        if (count[{endpoint.address.client, endpoint.displayName}] > 1) {
-            endpoint.displayName += " (" + std::to_string(endpoint.address.port) + ")";
-        }
-    }
 }
 
 void EndpointRegistry::placeLikeDevices(std::vector<Endpoint>& endpoints, const std::map<int, SoundCard>& cards) {

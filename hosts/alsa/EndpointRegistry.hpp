@@ -82,7 +82,6 @@ private:
     [[nodiscard]] std::vector<Endpoint> describe(const std::vector<PortDescription>& ports,
                                                  MIDIEndpointDirection direction,
                                                  const std::map<int, SoundCard>& cards);
-    void numberLikePorts(std::vector<Endpoint>& endpoints) const;
     void placeLikeDevices(std::vector<Endpoint>& endpoints, const std::map<int, SoundCard>& cards);
     [[nodiscard]] std::int32_t freeUniqueID(std::int32_t wanted) const;
 

@@ -1,11 +1,11 @@
 #include "hosts/alsa/SequencerClient.hpp"
 
 #include "hosts/alsa/ClientPool.hpp"
+#include "hosts/alsa/QuietLibrary.hpp"
 
 #include <poll.h>
 
 #include <cerrno>
-#include <cstdarg>
 
 namespace corvel::hosts {
 
@@ -27,20 +27,6 @@ PortDescription describe(snd_seq_client_info_t* client, const snd_seq_port_info_
             .processID = isKernelClient ? -1 : snd_seq_client_info_get_pid(client),
             .isKernelClient = isKernelClient};
 }
-
-/// Keeps the library from writing about a missing sequencer to standard error: that is an answer, not an accident.
-class QuietLibrary {
-public:
-    QuietLibrary() : previous_(snd_lib_error_set_local(ignore)) {}
-    QuietLibrary(const QuietLibrary&) = delete;
-    QuietLibrary& operator=(const QuietLibrary&) = delete;
-    ~QuietLibrary() { snd_lib_error_set_local(previous_); }
-
-private:
-    static void ignore(const char*, int, const char*, int, const char*, va_list) {}
-
-    snd_local_error_handler_t previous_;
-};
 
 }  // namespace
 

@@ -119,6 +119,7 @@ TEST_F(HeadlessReporterTest, WritesAllBytesOfALongMessage) {
 TEST_F(HeadlessReporterTest, AsksForNoEndpointsWhenItDoesNotWriteActivity) {
     HeadlessReporter reporter({makeRoute({.id = makeID(5)})}, clock, [](const std::string&) {}, {});
     host->recording = FakeMIDIHost::Recording::everything;
+    host->calls.clear();
     reporter.midiRouterEngineDidChangeEndpoints(*engine);
     route(reporter, makeID(5), {0xFE});
     EXPECT_THAT(host->calls, IsEmpty());

@@ -59,6 +59,16 @@ protected:
         loop->run();
     }
 
+    /// Reads what is in the pipe and what comes after it while the loop runs.
+    [[nodiscard]] std::string readAll() const {
+        std::string received;
+        for (std::string more = pipe.read(); !more.empty(); more = pipe.read()) {
+            received += more;
+            runLoop();
+        }
+        return received;
+    }
+
     Pipe pipe;
     const std::shared_ptr<EventLoop> loop = EventLoop::onThisThread("test.main");
     LineOutput output{pipe.writer(), loop};
@@ -77,22 +87,13 @@ TEST_F(LineOutputTest, WritesOnWhenAStalledReaderGoesOn) {
     output.write("second\n");
     output.write("third\n");
 
-    EXPECT_EQ(pipe.read(), first);
-    runLoop();
-    EXPECT_EQ(pipe.read(), "second\nthird\n");
+    EXPECT_EQ(readAll(), first + "second\nthird\n");
 }
 
 TEST_F(LineOutputTest, WritesALineThatIsLongerThanThePipe) {
     const std::string line = std::string(9000, 'a') + "z\n";
     output.write(line);
-    std::string received = pipe.read();
-    while (received.size() < line.size()) {
-        runLoop();
-        const std::string more = pipe.read();
-        ASSERT_FALSE(more.empty());
-        received += more;
-    }
-    EXPECT_EQ(received, line);
+    EXPECT_EQ(readAll(), line);
 }
 
 TEST_F(LineOutputTest, GivesUpTheOldestWholeLinesPastItsLimit) {
@@ -102,13 +103,8 @@ TEST_F(LineOutputTest, GivesUpTheOldestWholeLinesPastItsLimit) {
     output.write(half + "\n");
     output.write("last\n");
 
-    std::string received = pipe.read();
-    for (std::string more = "more"; !more.empty(); received += more) {
-        runLoop();
-        more = pipe.read();
-    }
     // The first line was begun, so it is finished; of the two long ones the older had to go.
-    EXPECT_EQ(received, std::string(5000, 'a') + "\n" + half + "\nlast\n");
+    EXPECT_EQ(readAll(), std::string(5000, 'a') + "\n" + half + "\nlast\n");
 }
 
 TEST_F(LineOutputTest, GoesOnWithoutAReader) {

@@ -13,7 +13,7 @@
 #include <csignal>
 #include <system_error>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 namespace {
 
@@ -121,12 +121,20 @@ const std::string& ChildProcess::standardError() {
     return error_.text;
 }
 
+bool ChildProcess::waitForOutput(const std::string& text, std::chrono::milliseconds limit) {
+    return waitFor(output_, text, limit);
+}
+
 bool ChildProcess::waitForError(const std::string& text, std::chrono::milliseconds limit) {
+    return waitFor(error_, text, limit);
+}
+
+bool ChildProcess::waitFor(Stream& stream, const std::string& text, std::chrono::milliseconds limit) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (standardError().find(text) == std::string::npos) {
-        pollfd more{error_.descriptor, POLLIN, 0};
+    for (readInto(stream); stream.text.find(text) == std::string::npos; readInto(stream)) {
+        pollfd more{stream.descriptor, POLLIN, 0};
         if (poll(&more, 1, millisecondsLeft(deadline)) <= 0 || (more.revents & POLLIN) == 0) {
-            return standardError().find(text) != std::string::npos;
+            return false;
         }
     }
     return true;
@@ -140,4 +148,4 @@ void ChildProcess::readInto(Stream& stream) {
     }
 }
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

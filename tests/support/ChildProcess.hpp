@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 /// Another program, started by a test and ended with it at the latest. Belongs to one thread.
 class ChildProcess {
@@ -30,7 +30,8 @@ public:
     [[nodiscard]] const std::string& standardOutput();
     [[nodiscard]] const std::string& standardError();
 
-    /// Waits until the text is in standard error; false past the limit.
+    /// Waits until the text is in standard output or standard error; false past the limit.
+    [[nodiscard]] bool waitForOutput(const std::string& text, std::chrono::milliseconds limit);
     [[nodiscard]] bool waitForError(const std::string& text, std::chrono::milliseconds limit);
 
 private:
@@ -40,6 +41,7 @@ private:
     };
 
     static void readInto(Stream& stream);
+    [[nodiscard]] static bool waitFor(Stream& stream, const std::string& text, std::chrono::milliseconds limit);
 
     pid_t pid_ = -1;
     int process_ = -1;
@@ -49,4 +51,4 @@ private:
     std::optional<int> status_;
 };
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

@@ -5,7 +5,7 @@
 #include <sstream>
 #include <stdexcept>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 std::int32_t endpointID(std::string_view direction, std::string_view identity, int port, std::string_view portName) {
     std::ostringstream text;
@@ -52,4 +52,4 @@ void ConnectionsFile::write(const std::filesystem::path& path) const {
     }
 }
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 /// The unique ID that the rules give a port: 32-bit FNV-1a over direction, identity, port number and port name, a line
 /// feed between them. `direction` is "source" or "destination"; the identity of software and of kernel clients without a
@@ -39,4 +39,4 @@ private:
     std::vector<Connection> connections_;
 };
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

@@ -95,4 +95,21 @@ inline constexpr std::string_view kUnknownIDText = "00000000-1111-4222-8333-4444
     return {{"routeSets", arrayText(sets)}, {"selectedSetID", inQuotes(kSetIDText)}};
 }
 
+/// The text of a document around one object of any kind.
+[[nodiscard]] inline std::string inDocument(const ObjectText& document) {
+    return document.text();
+}
+[[nodiscard]] inline std::string inSet(const ObjectText& set) {
+    return documentText({set.text()}).text();
+}
+[[nodiscard]] inline std::string inRoute(const ObjectText& route) {
+    return inSet(setText({route.text()}));
+}
+[[nodiscard]] inline std::string inVariant(const ObjectText& variant) {
+    return inRoute(routeText().with("variants", arrayText({variant.text()})));
+}
+[[nodiscard]] inline std::string inShortcut(const ObjectText& shortcut) {
+    return inVariant(variantText().with("shortcut", shortcut.text()));
+}
+
 }  // namespace corvel::tests

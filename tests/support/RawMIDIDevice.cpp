@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <system_error>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 namespace {
 
@@ -57,4 +57,4 @@ int RawMIDIDevice::tryToOpen(int card, int device) {
     return 0;
 }
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

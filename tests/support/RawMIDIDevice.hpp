@@ -4,7 +4,7 @@
 #include <span>
 #include <string>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 /// A raw MIDI device opened for writing, as a program that knows no sequencer holds it.
 class RawMIDIDevice {
@@ -25,4 +25,4 @@ private:
     int descriptor_;
 };
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

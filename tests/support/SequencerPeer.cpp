@@ -9,7 +9,7 @@
 #include <system_error>
 #include <thread>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 namespace {
 
@@ -305,6 +305,17 @@ Bytes SequencerPeer::numberedNote(unsigned number, unsigned channel) {
             static_cast<std::uint8_t>(number / 128 % 127 + 1)};
 }
 
+std::vector<std::unique_ptr<SequencerPeer>> startUntilClient(const std::string& name, int client) {
+    std::vector<std::unique_ptr<SequencerPeer>> peers;
+    do {
+        peers.push_back(std::make_unique<SequencerPeer>(name));
+    } while (peers.back()->client() < client);
+    if (peers.back()->client() != client) {
+        throw std::runtime_error("the client number is taken");
+    }
+    return peers;
+}
+
 snd_seq_event_t noteEvent(snd_seq_event_type_t type, unsigned channel, unsigned key, unsigned velocity) {
     snd_seq_event_t event{};
     event.type = type;
@@ -333,4 +344,4 @@ snd_seq_event_t rawEvent(std::span<const std::uint8_t> bytes) {
     return event;
 }
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

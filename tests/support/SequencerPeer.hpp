@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -158,10 +158,14 @@ private:
     unsigned overruns_ = 0;
 };
 
+/// Programs with this name, started until one got the client number; the last one did. The sequencer gives the lowest
+/// free number, so that a number that was just given up comes back at once.
+[[nodiscard]] std::vector<std::unique_ptr<SequencerPeer>> startUntilClient(const std::string& name, int client);
+
 /// Events to emit, built by hand.
 [[nodiscard]] snd_seq_event_t noteEvent(snd_seq_event_type_t type, unsigned channel, unsigned key, unsigned velocity);
 [[nodiscard]] snd_seq_event_t controlEvent(snd_seq_event_type_t type, unsigned channel, unsigned parameter, int value);
 /// Raw bytes; they have to outlive the sending.
 [[nodiscard]] snd_seq_event_t rawEvent(std::span<const std::uint8_t> bytes);
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

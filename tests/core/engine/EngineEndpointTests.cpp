@@ -221,6 +221,18 @@ TEST_F(EngineEndpoints, DoesNotDisconnectASourceThatCouldNotBeConnectedAndTriesI
     EXPECT_THAT(delegate->failures, SizeIs(1));
 }
 
+TEST_F(EngineEndpoints, DoesNotDisconnectASourceAgainThatIsNoLongerConnected) {
+    addKeysAndSynth();
+    startEngine();
+    host->connectStatuses[11] = -16;
+    engine->reloadEndpoints();
+    engine->reloadEndpoints();
+    settle();
+    EXPECT_THAT(host->calls,
+                ElementsAre("disconnectSource(port 2, source 11)", "connectSource(port 2, source 11, connection 11)",
+                            "connectSource(port 2, source 11, connection 11)"));
+}
+
 TEST_F(EngineEndpoints, ConnectsAnOfflineSourceLikeAnyOther) {
     host->addSource(11, {.displayName = "Keys", .uniqueID = 1011, .isOffline = true});
     host->calls.clear();

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <functional>
 #include <set>
+#include <stdexcept>
 #include <string_view>
 #include <thread>
 
@@ -253,6 +254,27 @@ TEST_F(EngineLifecycle, DeliversReportsMadeDuringADeliveryToo) {
                                                "failed: MIDI client could not be created (-1)",
                                                "logged: Starting CoreMIDI client on main run loop",
                                                "failed: MIDI client could not be created (-1)"));
+    delegate->onReport = nullptr;
+}
+
+TEST_F(EngineLifecycle, DeliversTheOtherReportsWhenTheDelegateThrowsInOne) {
+    engine->start();
+    queue->runAll();
+    bool hasThrown = false;
+    delegate->onReport = [&] {
+        if (!std::exchange(hasThrown, true)) {
+            throw std::runtime_error("thrown by the delegate");
+        }
+    };
+    EXPECT_THROW(mainQueue->runAll(), std::runtime_error);
+    settle();
+    EXPECT_THAT(delegate->reports,
+                ElementsAre("logged: Starting CoreMIDI client on main run loop",
+                            "logged: Endpoint reload (initial load): 0 sources, 0 destinations, 0 source connections",
+                            "logged: Device tree: 0 devices, 0 external devices", "endpoints changed"));
+    host->diagnose("Overrun 1");
+    settle();
+    EXPECT_EQ(delegate->reports.back(), "logged: Overrun 1");
     delegate->onReport = nullptr;
 }
 

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 namespace {
 
@@ -261,12 +261,10 @@ TEST(ALSAEndpoints, CanBeListedBeforeThereIsAClientAndLeaveNoneBehind) {
     EXPECT_THAT(corvel.sourceNames("Early"), ElementsAre("Early Out"));
     EXPECT_THAT(corvel.destinationNames("Early"), ElementsAre("Early In"));
     EXPECT_EQ(corvel.source("Early Out").uniqueID, endpointID("source", "Early", 0, "Out"));
-    std::set<int> clients;
+    EXPECT_THAT(portsOf(peer, "Corvel"), IsEmpty());
     for (const SequencerPort& port : peer.ports()) {
-        clients.insert(port.address.client);
+        EXPECT_LE(port.address.client, peer.client()) << port.clientName << " came after the peer and is still there";
     }
-    // System, Midi Through, the four virtual cards and the peer itself.
-    EXPECT_THAT(clients, SizeIs(7));
 }
 
 TEST(ALSAEndpoints, AStaleReferenceNeverHitsTheProgramThatCameAfter) {
@@ -280,9 +278,9 @@ TEST(ALSAEndpoints, AStaleReferenceNeverHitsTheProgramThatCameAfter) {
     const int client = old->client();
     old.reset();
 
-    SequencerPeer newcomer("Stale");
+    const auto newcomers = startUntilClient("Stale", client);
+    SequencerPeer& newcomer = *newcomers.back();
     const SequencerAddress port = newcomer.addPort("Port", SequencerPeer::kDuplex);
-    ASSERT_EQ(newcomer.client(), client) << "the sequencer uses client numbers again at once";
     EXPECT_LT(corvel.send(oldDestination, {0x90, 0x3C, 0x64}), 0);
     EXPECT_LT(corvel.connect(oldSource), 0);
     EXPECT_THAT(newcomer.subscribers(port), IsEmpty());
@@ -320,7 +318,8 @@ TEST(ALSADeviceTree, HasTheCardsThenTheKernelClientsWithoutOneAndNoPrograms) {
     corvel.onQueue([&] {
         MIDIHost& host = corvel.host();
         EXPECT_EQ(host.externalDeviceCount(), 0U);
-        ASSERT_EQ(host.deviceCount(), 2U);
+        const unsigned count = host.deviceCount();
+        ASSERT_GE(count, 2U);
         const MIDIObjectRef card = host.device(0);
         ASSERT_EQ(host.entityCount(card), 4U);
         for (unsigned index = 0; index < 4; ++index) {
@@ -332,14 +331,14 @@ TEST(ALSADeviceTree, HasTheCardsThenTheKernelClientsWithoutOneAndNoPrograms) {
             EXPECT_EQ(host.displayName(host.entitySource(entity, 0)),
                       "Virtual Raw MIDI 0-" + std::to_string(index) + " VirMIDI 0-" + std::to_string(index));
         }
-        const MIDIObjectRef through = host.device(1);
+        const MIDIObjectRef through = host.device(count - 1);
         EXPECT_EQ(host.displayName(through).value_or(host.name(through).value_or("")), "Midi Through");
         ASSERT_EQ(host.entityCount(through), 1U);
         EXPECT_EQ(host.entitySource(host.entity(through, 0), 0), sources.front().ref);
-        EXPECT_EQ(host.device(2), 0U);
+        EXPECT_EQ(host.device(count), 0U);
     });
 }
 
 }  // namespace
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

@@ -15,7 +15,7 @@
 #include <tuple>
 #include <vector>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 namespace {
 
@@ -82,9 +82,9 @@ INSTANTIATE_TEST_SUITE_P(OfEveryPace, ALSAFlowOfBursts,
                                           testing::Values(Pace{"Fast", milliseconds(0), 200},
                                                           Pace{"Sleeping20ms", milliseconds(20), 2'000},
                                                           Pace{"Sleeping50ms", milliseconds(50), 2'000})),
-                         [](const auto& info) {
-                             return std::get<1>(info.param).name + std::string("Of") +
-                                    std::to_string(std::get<0>(info.param));
+                         [](const auto& parameters) {
+                             return std::get<1>(parameters.param).name + std::string("Of") +
+                                    std::to_string(std::get<0>(parameters.param));
                          });
 
 TEST_F(ALSAFlow, ASlowReceiverWithTheSmallPoolOfMostProgramsLosesNothing) {
@@ -172,13 +172,17 @@ TEST_F(ALSAFlow, AReceiverThatDiesWithABacklogHoldsUpNobodyAndItsSuccessorGetsNo
     std::vector<std::string> names;
     ASSERT_TRUE(corvel_.waitUntil([&] { return !(names = corvel_.destinationNames("aseqdump")).empty(); }));
     const MIDIObjectRef doomed = corvel_.destination(names.front()).ref;
+    const SequencerAddress address = SequencerPeer("Observer").find("aseqdump", "aseqdump");
     dump->signal(SIGSTOP);
     ASSERT_EQ(sendNotes(doomed, 30'000).first, kMIDISuccess);
+    const auto release = corvel_.holdQueue();
     dump->signal(SIGKILL);
     ASSERT_EQ(dump->wait(kDeadline), -SIGKILL);
 
-    SequencerPeer successor("Successor");
+    const auto successors = startUntilClient("Successor", address.client);
+    SequencerPeer& successor = *successors.back();
     successor.addPort("In", SequencerPeer::kDestination);
+    release();
     ASSERT_EQ(sendNotes(corvel_.destination("Successor In").ref, 1'000).first, kMIDISuccess);
     ASSERT_TRUE(successor.readUntilCount(1'000));
     expectNotesInOrder(successor, 1'000);
@@ -187,4 +191,4 @@ TEST_F(ALSAFlow, AReceiverThatDiesWithABacklogHoldsUpNobodyAndItsSuccessorGetsNo
 
 }  // namespace
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

@@ -1,5 +1,5 @@
-// A hardware MIDI port, the emulated ES1370 card's: run where there is one. Its raw device and its sequencer port are
-// the same wire, and only one program can have it.
+// A hardware MIDI port, the emulated ES1370 card's. Its raw device and its sequencer port are the same wire, and only one
+// program can have it.
 
 #include "tests/hosts/alsa/HostUnderTest.hpp"
 #include "tests/support/ConnectionsFile.hpp"
@@ -14,7 +14,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 namespace {
 
@@ -111,4 +111,4 @@ TEST_F(ALSAHardwarePort, CanBeConnectedAsASource) {
 
 }  // namespace
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

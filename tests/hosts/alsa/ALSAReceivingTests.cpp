@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 namespace {
 
@@ -248,9 +248,9 @@ TEST_F(ALSAReceiving, AfterAnOverrunAStaleReferenceDoesNotHitTheProgramThatCameM
     }
     // Nobody is told of these changes: the pool is full.
     old.reset();
-    SequencerPeer newcomer("After Overrun");
+    const auto newcomers = startUntilClient("After Overrun", client);
+    SequencerPeer& newcomer = *newcomers.back();
     newcomer.addPort("In", SequencerPeer::kDestination);
-    ASSERT_EQ(newcomer.client(), client);
     release();
     EXPECT_LT(corvel_.send(stale, {0x90, 1, 1}), 0);
     ASSERT_EQ(corvel_.send(corvel_.destination("After Overrun In").ref, {0x90, 2, 2}), 0);
@@ -273,4 +273,4 @@ TEST(ALSAReceivingFromARawDevice, DeliversWhatIsWrittenToIt) {
 
 }  // namespace
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

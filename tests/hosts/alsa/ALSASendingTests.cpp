@@ -8,9 +8,10 @@
 
 #include <csignal>
 #include <string>
+#include <thread>
 #include <vector>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 namespace {
 
@@ -167,6 +168,7 @@ TEST_F(ALSASending, FailsForReferencesThatAreNoDestination) {
     EXPECT_LT(corvel_.send(0, kMark), 0);
     EXPECT_LT(corvel_.send(12'345, kMark), 0);
     EXPECT_LT(corvel_.send(corvel_.source("Midi Through Port-0").ref, kMark), 0);
+    EXPECT_LT(corvel_.connect(destination_), 0);
 }
 
 TEST_F(ALSASending, FailsForAPortThatIsGone) {
@@ -184,11 +186,13 @@ TEST_F(ALSASending, WhatWasSentBeforeTheClientIsDisposedOfStillGoesOut) {
             ASSERT_EQ(corvel_.host().send(corvel_.outputPort(), destination_, *packet), 0);
         }
     });
-    corvel_.dispose();
-    ASSERT_TRUE(peer_.readUntilCount(kCount));
+    std::thread owner([&] { corvel_.dispose(); });
+    const bool isAllThere = peer_.readUntilCount(kCount, std::chrono::milliseconds(3'000));
+    owner.join();
+    ASSERT_TRUE(isAllThere);
     EXPECT_EQ(peer_.received().back().bytes, SequencerPeer::numberedNote(kCount - 1));
 }
 
 }  // namespace
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

@@ -5,7 +5,7 @@
 #include <future>
 #include <stdexcept>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 namespace {
 
@@ -95,6 +95,8 @@ void HostUnderTest::dispose() {
     }
     if (client_ != 0) {
         host_->disposeClient(std::exchange(client_, 0));
+        // The queue does it: the next test must not find this client's number taken.
+        queue_->sync([] {});
     }
 }
 
@@ -227,4 +229,4 @@ bool HostUnderTest::waitUntil(const std::function<bool()>& condition, std::chron
     return true;
 }
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

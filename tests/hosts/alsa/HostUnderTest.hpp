@@ -16,7 +16,7 @@
 #include <type_traits>
 #include <vector>
 
-namespace corvel::test {
+namespace corvel::tests {
 
 /// An endpoint with everything that a host tells of it.
 struct ListedEndpoint {
@@ -121,4 +121,4 @@ private:
     MIDIObjectRef outputPort_ = 0;
 };
 
-}  // namespace corvel::test
+}  // namespace corvel::tests

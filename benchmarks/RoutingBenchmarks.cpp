@@ -1,0 +1,220 @@
+// What a routed message costs from the receive callback to the main thread's report, beside the least that could be
+// done with it.
+//
+// The engine's side is whole: callback, copy, post, task, look-ups, transform, packet, send, activity event with its
+// identity and time, report, and the main thread taking the reports in batches. Queues are run by hand on this one
+// thread and cost what the event loop's list of tasks costs (HandDrivenQueue.hpp). The loop's system calls stand in
+// the `loop` figures, on the real loop: one for each burst of packets that are read together.
+//
+// The plain side does the same copies, the same rewriting and the same calls of the same host, in a loop over a flat
+// table of just the fields that it needs, and reports nothing. That is as little as a router could do, and less than
+// this one has to. `reporting` adds to it the event, with identity, time and bytes, that every message is to have, put
+// into a list; the difference between the two is the price of the activity display, not of the engine.
+
+#include "benchmarks/Benchmarks.hpp"
+#include "benchmarks/support/EngineRig.hpp"
+#include "core/support/EventLoop.hpp"
+
+#include <benchmark/benchmark.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
+
+namespace corvel::benchmarks {
+
+namespace {
+
+/// The main thread takes reports when about this many wait: a sixtieth of a second of dense playing.
+constexpr std::size_t kReportsPerBatch = 1024;
+
+/// A note each, so that nothing depends on one value.
+constexpr std::array<std::array<std::uint8_t, 3>, 4> kNotes{
+    {{0x90, 0x3C, 0x64}, {0x80, 0x3C, 0x40}, {0x91, 0x40, 0x7F}, {0x81, 0x40, 0x00}}};
+
+std::size_t packetsPerIteration(const RoutingLayout& layout) {
+    return std::max<std::size_t>(1, kReportsPerBatch / layout.matching);
+}
+
+std::size_t messagesPerIteration(const RoutingLayout& layout) {
+    return packetsPerIteration(layout) * layout.matching;
+}
+
+/// A run counts only if every message was sent and, where it was to be, reported.
+void finish(benchmark::State& state, const RoutingLayout& layout, std::size_t sent, std::size_t reported) {
+    setUnitsPerIteration(state, static_cast<double>(messagesPerIteration(layout)));
+    const std::size_t expected = state.iterations() * messagesPerIteration(layout);
+    if (sent != expected || reported != expected) {
+        state.SkipWithError("messages were lost");
+    }
+}
+
+void routeThroughEngine(benchmark::State& state, const RoutingLayout& layout) {
+    const auto queue = std::make_shared<HandDrivenQueue>();
+    EngineRig rig(layout, queue);
+    queue->runAll();
+    const std::size_t packets = packetsPerIteration(layout);
+    for ([[maybe_unused]] const auto _ : state) {
+        for (std::size_t index = 0; index < packets; ++index) {
+            rig.receive(kNotes[index % kNotes.size()]);
+            queue->runRound();
+        }
+        rig.takeReports();
+    }
+    finish(state, layout, rig.sent(), rig.delegate().routed);
+}
+
+/// The same on the event loop that the program runs the engine on, which finds `burst` packets to read in each round,
+/// on one thread as with the sequencer.
+void routeThroughLoop(benchmark::State& state, const RoutingLayout& layout, std::size_t burst) {
+    const std::shared_ptr<EventLoop> loop = EventLoop::onThisThread("benchmark");
+    EngineRig rig(layout, loop);
+    const int descriptor = ::eventfd(1, EFD_CLOEXEC);
+    const std::size_t packets = packetsPerIteration(layout);
+    std::size_t left = 0;
+    loop->async([&] {
+        loop->watch(descriptor, [&] {
+            for (std::size_t index = 0; index < burst && left > 0; ++index, --left) {
+                rig.receive(kNotes[left % kNotes.size()]);
+            }
+            if (left == 0) {
+                loop->stop();
+            }
+        });
+    });
+    loop->run();
+    for ([[maybe_unused]] const auto _ : state) {
+        left = packets;
+        loop->run();
+        rig.takeReports();
+    }
+    loop->unwatch(descriptor);
+    ::close(descriptor);
+    finish(state, layout, rig.sent(), rig.delegate().routed);
+}
+
+/// What the plain side knows of a connection.
+struct Connection {
+    std::int32_t sourceID = 0;
+    MIDIObjectRef destination = 0;
+    std::uint8_t channelBits = 0;
+    UUID id;
+};
+
+std::vector<Connection> makeConnections(const RoutingLayout& layout) {
+    std::vector<Connection> connections;
+    for (const MIDIRoute& route : makeRoutes(layout)) {
+        connections.push_back({route.sourceID, static_cast<MIDIObjectRef>(route.destinationID),
+                               static_cast<std::uint8_t>(*route.channelMode.forcedChannel() - 1), route.id});
+    }
+    return connections;
+}
+
+/// Sends a packet through every connection from its source; `report` gets what was sent.
+template <typename Report>
+void routePlainly(MIDIHost& host, const std::vector<Connection>& connections, std::span<const std::uint8_t> packet,
+                  const Report& report) {
+    const MIDIBytes received(packet.begin(), packet.end());
+    for (const Connection& connection : connections) {
+        if (connection.sourceID != kSource) {
+            continue;
+        }
+        MIDIBytes bytes = received;
+        if (bytes[0] >= 0x80 && bytes[0] < 0xF0) {
+            bytes[0] = static_cast<std::uint8_t>((bytes[0] & 0xF0U) | connection.channelBits);
+        }
+        const std::optional<MIDIPacket> made = host.makePacket(bytes);
+        if (made && host.send(1, connection.destination, *made) == kMIDISuccess) {
+            report(connection, std::move(bytes));
+        }
+    }
+}
+
+template <typename Report>
+void runPlainly(benchmark::State& state, const RoutingLayout& layout, const Report& report) {
+    const auto host = std::make_shared<tests::FakeMIDIHost>();
+    addEndpoints(*host, layout);
+    const std::vector<Connection> connections = makeConnections(layout);
+    const std::size_t packets = packetsPerIteration(layout);
+    std::size_t reported = 0;
+    for ([[maybe_unused]] const auto _ : state) {
+        for (std::size_t index = 0; index < packets; ++index) {
+            routePlainly(*host, connections, kNotes[index % kNotes.size()],
+                         [&](const Connection& connection, MIDIBytes&& bytes) {
+                             report(connection, std::move(bytes));
+                             ++reported;
+                         });
+        }
+    }
+    finish(state, layout, host->sentCount, reported);
+}
+
+void routePlain(benchmark::State& state, const RoutingLayout& layout) {
+    runPlainly(state, layout, [](const Connection&, const MIDIBytes&) {});
+}
+
+void routePlainReporting(benchmark::State& state, const RoutingLayout& layout) {
+    const std::shared_ptr<const Clock> clock = makeSystemClock();
+    std::vector<MIDIActivityEvent> events;
+    runPlainly(state, layout, [&](const Connection& connection, MIDIBytes&& bytes) {
+        events.emplace_back(UUID::random(), connection.id, clock->now(), std::move(bytes));
+        if (events.size() == kReportsPerBatch) {
+            benchmark::DoNotOptimize(events.data());
+            events.clear();
+        }
+    });
+}
+
+// What no implementation can leave out, since every event has a time of its own and an identity of its own.
+
+void readClock(benchmark::State& state) {
+    const std::shared_ptr<const Clock> clock = makeSystemClock();
+    for ([[maybe_unused]] const auto _ : state) {
+        benchmark::DoNotOptimize(clock->now());
+    }
+}
+
+void drawIdentity(benchmark::State& state) {
+    for ([[maybe_unused]] const auto _ : state) {
+        benchmark::DoNotOptimize(UUID::random());
+    }
+}
+
+}  // namespace
+
+void registerRoutingBenchmarks(Summary& summary) {
+    constexpr double kLimit = 2.0;
+    struct Case {
+        std::string name;
+        RoutingLayout layout;
+    };
+    for (const Case& entry : {Case{"fan-out 1", {1, 0}}, Case{"fan-out 16", {16, 0}}, Case{"fan-out 256", {256, 0}},
+                              Case{"1 of 1000 connections", {1, 999}}}) {
+        const auto name = [&](const std::string& side) { return "routing, " + entry.name + ", " + side; };
+        const RoutingLayout layout = entry.layout;
+        const auto add = [&](const std::string& side, auto function) {
+            benchmark::RegisterBenchmark(name(side).c_str(), function);
+        };
+        add("engine", [layout](benchmark::State& state) { routeThroughEngine(state, layout); });
+        add("plain", [layout](benchmark::State& state) { routePlain(state, layout); });
+        add("plain reporting", [layout](benchmark::State& state) { routePlainReporting(state, layout); });
+        add("loop, bursts of 1", [layout](benchmark::State& state) { routeThroughLoop(state, layout, 1); });
+        add("loop, bursts of 16", [layout](benchmark::State& state) { routeThroughLoop(state, layout, 16); });
+        summary.addRatio(name("engine"), name("plain"), kLimit);
+        summary.addRatio(name("engine"), name("plain reporting"), std::nullopt);
+        summary.addRatio(name("plain reporting"), name("plain"), std::nullopt);
+        summary.addRatio(name("loop, bursts of 1"), name("plain"), std::nullopt);
+        summary.addRatio(name("loop, bursts of 16"), name("plain"), std::nullopt);
+    }
+    const std::string leastRouter = "routing, fan-out 1, plain";
+    for (const auto& [name, function] : {std::pair("routing, part: reading the clock", readClock),
+                                         std::pair("routing, part: drawing an identity", drawIdentity)}) {
+        benchmark::RegisterBenchmark(name, function);
+        summary.addRatio(name, leastRouter, std::nullopt);
+    }
+}
+
+}  // namespace corvel::benchmarks

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "benchmarks/support/HandDrivenQueue.hpp"
+#include "core/engine/CoreMIDIRouterEngine.hpp"
+#include "core/engine/MIDIRouterEngineDelegate.hpp"
+#include "tests/support/FakeMIDIHost.hpp"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace corvel::benchmarks {
+
+/// Counts an engine's reports.
+class CountingDelegate final : public MIDIRouterEngineDelegate {
+public:
+    std::size_t routed = 0;
+    std::size_t failed = 0;
+
+    void midiRouterEngineDidChangeEndpoints(CoreMIDIRouterEngine&) override {}
+    void midiRouterEngineDidRoute(CoreMIDIRouterEngine&, const MIDIActivityEvent&) override { ++routed; }
+    void midiRouterEngineDidFail(CoreMIDIRouterEngine&, const std::string&) override { ++failed; }
+    void midiRouterEngineDidLog(CoreMIDIRouterEngine&, const MIDIDiagnosticEvent&) override {}
+};
+
+/// The connections of a measurement.
+struct RoutingLayout {
+    /// Connections from the source that plays, each forced to a channel and to a destination of its own.
+    std::size_t matching = 1;
+    /// Further connections, from other sources.
+    std::size_t others = 0;
+};
+
+/// Unique ID and reference of the source that plays; its destinations follow `kFirstDestination`.
+inline constexpr std::int32_t kSource = 1;
+inline constexpr std::int32_t kFirstDestination = 100'000;
+
+/// The connections, those that match in the middle of the list.
+[[nodiscard]] std::vector<MIDIRoute> makeRoutes(const RoutingLayout& layout);
+
+/// A host with the endpoints of these connections, that records nothing.
+void addEndpoints(tests::FakeMIDIHost& host, const RoutingLayout& layout);
+
+/// A started engine over a fake host, on a queue of the caller's choice and with a main queue run by hand.
+class EngineRig {
+public:
+    /// The engine is started once the caller has run `queue`.
+    EngineRig(const RoutingLayout& layout, std::shared_ptr<DispatchQueue> queue);
+
+    /// One packet from the source that plays.
+    void receive(std::span<const std::uint8_t> packet) {
+        const std::span<const std::uint8_t> packets[] = {packet};
+        host_->receiveInPlace(packets, static_cast<MIDIObjectRef>(kSource));
+    }
+
+    /// Lets the main thread take what was reported.
+    void takeReports() { mainQueue_->runAll(); }
+
+    [[nodiscard]] std::size_t sent() const { return host_->sentCount; }
+    [[nodiscard]] const CountingDelegate& delegate() const { return *delegate_; }
+
+private:
+    std::shared_ptr<tests::FakeMIDIHost> host_ = std::make_shared<tests::FakeMIDIHost>();
+    std::shared_ptr<HandDrivenQueue> mainQueue_ = std::make_shared<HandDrivenQueue>();
+    std::shared_ptr<CountingDelegate> delegate_ = std::make_shared<CountingDelegate>();
+    std::shared_ptr<CoreMIDIRouterEngine> engine_;
+};
+
+}  // namespace corvel::benchmarks

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "tests/support/ChildProcess.hpp"
+#include "tests/support/ConnectionsFile.hpp"
+#include "tests/support/ScopedEnvironment.hpp"
+#include "tests/support/TemporaryFolder.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace corvel::tests {
+
+/// The program itself, run as a user would, with an empty folder for its data.
+class ProgramFixture : public ::testing::Test {
+protected:
+    /// Longer than anything takes on a loaded machine; a test that waits this long fails.
+    static constexpr std::chrono::seconds kDeadline{20};
+
+    [[nodiscard]] static ChildProcess start(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), CORVEL_PROGRAM);
+        return ChildProcess(arguments);
+    }
+
+    [[nodiscard]] static bool hasSequencer() { return std::filesystem::exists("/dev/snd/seq"); }
+
+    const TemporaryFolder data;
+    const ScopedEnvironment dataHome{"XDG_DATA_HOME", data.path().string()};
+};
+
+}  // namespace corvel::tests
