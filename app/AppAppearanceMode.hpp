@@ -19,4 +19,4 @@ inline constexpr std::array kAllAppAppearanceModes{AppAppearanceMode::light, App
 /// The mode with exactly this raw value; no value for any other text.
 [[nodiscard]] std::optional<AppAppearanceMode> appAppearanceModeFromRawValue(std::string_view text);
 
-} // namespace corvel
+}  // namespace corvel

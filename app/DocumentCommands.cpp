@@ -42,8 +42,8 @@ CommandResult outcome(const MIDIRouterViewModel& model) {
 }
 
 /// `text` and the candidates, one a line.
-CommandResult failureWithCandidates(
-    std::string text, std::string_view heading, const std::vector<Candidate>& candidates) {
+CommandResult failureWithCandidates(std::string text, std::string_view heading,
+                                    const std::vector<Candidate>& candidates) {
     if (!candidates.empty()) {
         text += std::string("; ") + std::string(heading) + ':';
     }
@@ -59,8 +59,7 @@ bool isCalled(const std::string& name, std::string_view argument) {
 }
 
 bool readsAsNumber(std::string_view text) {
-    const std::string_view digits =
-        text.substr(!text.empty() && (text.front() == '-' || text.front() == '+') ? 1 : 0);
+    const std::string_view digits = text.substr(!text.empty() && (text.front() == '-' || text.front() == '+') ? 1 : 0);
     return !digits.empty() && digits.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
@@ -87,12 +86,10 @@ constexpr Side kInput{"input", "inputs"};
 constexpr Side kOutput{"output", "outputs"};
 
 CommandResult notAnID(std::string_view argument) {
-    return failure(
-        std::string(argument) + " is not an endpoint ID: those lie between -2147483648 and 2147483647");
+    return failure(std::string(argument) + " is not an endpoint ID: those lie between -2147483648 and 2147483647");
 }
 
-Found findEndpoint(
-    std::string_view argument, const std::vector<MIDIEndpointModel>& endpoints, const Side& side) {
+Found findEndpoint(std::string_view argument, const std::vector<MIDIEndpointModel>& endpoints, const Side& side) {
     const std::optional<EndpointKey> key = endpointKey(argument);
     if (!key) {
         return notAnID(argument);
@@ -111,20 +108,17 @@ Found findEndpoint(
         }
     }
     if (matches.empty()) {
-        return failureWithCandidates(
-            "There is no " + std::string(side.noun) + ' ' + text::quoted(argument),
-            "the " + std::string(side.plural) + " are", all);
+        return failureWithCandidates("There is no " + std::string(side.noun) + ' ' + text::quoted(argument),
+                                     "the " + std::string(side.plural) + " are", all);
     }
     if (matches.size() > 1) {
-        return failureWithCandidates(
-            "Several " + std::string(side.plural) + " are called " + text::quoted(argument),
-            "give the ID of one", matches);
+        return failureWithCandidates("Several " + std::string(side.plural) + " are called " + text::quoted(argument),
+                                     "give the ID of one", matches);
     }
     return id;
 }
 
-const MIDIRoute* findConnection(
-    const MIDIRouterViewModel& model, std::int32_t sourceID, std::int32_t destinationID) {
+const MIDIRoute* findConnection(const MIDIRouterViewModel& model, std::int32_t sourceID, std::int32_t destinationID) {
     const auto found = std::ranges::find_if(model.routes(), [&](const MIDIRoute& route) {
         return route.sourceID == sourceID && route.destinationID == destinationID;
     });
@@ -157,14 +151,12 @@ std::string sourceName(const MIDIRouterViewModel& model, const MIDIRoute& route)
 }
 
 std::string destinationName(const MIDIRouterViewModel& model, const MIDIRoute& route) {
-    return MIDIRouterViewModel::endpointName(
-        route.destinationID, model.destinations(), route.destinationName);
+    return MIDIRouterViewModel::endpointName(route.destinationID, model.destinations(), route.destinationName);
 }
 
 Candidate candidate(const MIDIRouterViewModel& model, const MIDIRoute& route) {
-    return {
-        escapedLine(sourceName(model, route)) + " to " + escapedLine(destinationName(model, route)),
-        std::to_string(route.sourceID) + " to " + std::to_string(route.destinationID)};
+    return {escapedLine(sourceName(model, route)) + " to " + escapedLine(destinationName(model, route)),
+            std::to_string(route.sourceID) + " to " + std::to_string(route.destinationID)};
 }
 
 std::string countText(const MIDIRouteSet& routeSet) {
@@ -172,11 +164,10 @@ std::string countText(const MIDIRouteSet& routeSet) {
     return std::to_string(count) + (count == 1 ? " connection" : " connections");
 }
 
-} // namespace
+}  // namespace
 
-CommandResult connect(
-    MIDIRouterViewModel& model, std::string_view source, std::string_view destination,
-    std::optional<int> channel) {
+CommandResult connect(MIDIRouterViewModel& model, std::string_view source, std::string_view destination,
+                      std::optional<int> channel) {
     if (channel && (*channel < 1 || *channel > 16)) {
         return failure("Channel " + std::to_string(*channel) + " does not exist: channels are 1 to 16");
     }
@@ -258,8 +249,7 @@ CommandResult selectSet(MIDIRouterViewModel& model, std::string_view set) {
         for (const MIDIRouteSet* const routeSet : found) {
             candidates.push_back({escapedLine(routeSet->name), routeSet->id.text()});
         }
-        return failureWithCandidates(
-            "Several sets are called " + text::quoted(set), "give the ID of one", candidates);
+        return failureWithCandidates("Several sets are called " + text::quoted(set), "give the ID of one", candidates);
     }
     if (found.front()->id == model.selectedRouteSetID()) {
         return {kSucceeded, "Set " + text::quoted(found.front()->name) + " is the current one already"};
@@ -280,4 +270,4 @@ CommandResult listSets(const MIDIRouterViewModel& model) {
     return {kSucceeded, std::move(text)};
 }
 
-} // namespace corvel::DocumentCommands
+}  // namespace corvel::DocumentCommands

@@ -34,14 +34,13 @@ namespace DocumentCommands {
 /// Connects an input to an output. Without a channel, an existing connection is refused; with one (1 to 16),
 /// the connection is made if there is none, and gets an assignment on that channel or has the one it has
 /// activated.
-[[nodiscard]] CommandResult connect(
-    MIDIRouterViewModel& model, std::string_view source, std::string_view destination,
-    std::optional<int> channel);
+[[nodiscard]] CommandResult connect(MIDIRouterViewModel& model, std::string_view source, std::string_view destination,
+                                    std::optional<int> channel);
 
 /// Deletes the connection between an input and an output. Endpoints that are not there any more go by their
 /// stored names.
-[[nodiscard]] CommandResult disconnect(
-    MIDIRouterViewModel& model, std::string_view source, std::string_view destination);
+[[nodiscard]] CommandResult disconnect(MIDIRouterViewModel& model, std::string_view source,
+                                       std::string_view destination);
 
 /// Makes a set the current one, given its name or its ID.
 [[nodiscard]] CommandResult selectSet(MIDIRouterViewModel& model, std::string_view set);
@@ -49,6 +48,6 @@ namespace DocumentCommands {
 /// Lists the sets with their numbers of connections, the current one marked with an asterisk.
 [[nodiscard]] CommandResult listSets(const MIDIRouterViewModel& model);
 
-} // namespace DocumentCommands
+}  // namespace DocumentCommands
 
-} // namespace corvel
+}  // namespace corvel

@@ -27,8 +27,8 @@ public:
 
     /// The one endpoint with this name and, when a manufacturer is given, that manufacturer. Null when there
     /// is none, or more than one to choose from, or no name. Valid as long as the list.
-    [[nodiscard]] const MIDIEndpointModel* resolve(
-        const std::optional<std::string>& name, const std::optional<std::string>& manufacturer) const;
+    [[nodiscard]] const MIDIEndpointModel* resolve(const std::optional<std::string>& name,
+                                                   const std::optional<std::string>& manufacturer) const;
 
 private:
     std::vector<MIDIEndpointModel> endpoints_;
@@ -38,4 +38,4 @@ private:
     std::vector<std::size_t> byName_;
 };
 
-} // namespace corvel
+}  // namespace corvel

@@ -20,4 +20,4 @@ std::vector<std::string> InMemorySettings::keys() const {
     return keys;
 }
 
-} // namespace corvel
+}  // namespace corvel

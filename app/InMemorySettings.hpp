@@ -19,4 +19,4 @@ private:
     std::map<std::string, std::string, std::less<>> values_;
 };
 
-} // namespace corvel
+}  // namespace corvel

@@ -20,8 +20,7 @@ using ActivityEvents = MIDIRouterViewModel::ActivityEvents;
 /// Dark for lack of a stored mode and for any text that is none: what a stage wants.
 AppAppearanceMode storedAppearanceMode(const Settings& settings) {
     const std::optional<std::string> stored = settings.string(MIDIRouterViewModel::kAppearanceModeKey);
-    return stored ? appAppearanceModeFromRawValue(*stored).value_or(AppAppearanceMode::dark)
-                  : AppAppearanceMode::dark;
+    return stored ? appAppearanceModeFromRawValue(*stored).value_or(AppAppearanceMode::dark) : AppAppearanceMode::dark;
 }
 
 /// Whether the graph shows a pulse for messages of this kind: the channel-voice messages except note-off,
@@ -45,23 +44,22 @@ void removeEvents(ActivityEvents& events, const Predicate& isUnwanted) {
     events.erase(std::remove_if(events.begin(), events.end(), isUnwanted), events.end());
 }
 
-} // namespace
+}  // namespace
 
-std::shared_ptr<MIDIRouterViewModel> MIDIRouterViewModel::create(
-    std::shared_ptr<CoreMIDIRouterEngine> engine, std::shared_ptr<RouteStore> routeStore,
-    std::shared_ptr<Settings> settings, std::shared_ptr<const Clock> clock,
-    std::shared_ptr<DispatchQueue> mainQueue) {
-    auto model = std::make_shared<MIDIRouterViewModel>(
-        Private(), std::move(engine), std::move(routeStore), std::move(settings), std::move(clock),
-        std::move(mainQueue));
+std::shared_ptr<MIDIRouterViewModel> MIDIRouterViewModel::create(std::shared_ptr<CoreMIDIRouterEngine> engine,
+                                                                 std::shared_ptr<RouteStore> routeStore,
+                                                                 std::shared_ptr<Settings> settings,
+                                                                 std::shared_ptr<const Clock> clock,
+                                                                 std::shared_ptr<DispatchQueue> mainQueue) {
+    auto model = std::make_shared<MIDIRouterViewModel>(Private(), std::move(engine), std::move(routeStore),
+                                                       std::move(settings), std::move(clock), std::move(mainQueue));
     model->engine_->setDelegate(model);
     return model;
 }
 
-MIDIRouterViewModel::MIDIRouterViewModel(
-    Private, std::shared_ptr<CoreMIDIRouterEngine> engine, std::shared_ptr<RouteStore> routeStore,
-    std::shared_ptr<Settings> settings, std::shared_ptr<const Clock> clock,
-    std::shared_ptr<DispatchQueue> mainQueue)
+MIDIRouterViewModel::MIDIRouterViewModel(Private, std::shared_ptr<CoreMIDIRouterEngine> engine,
+                                         std::shared_ptr<RouteStore> routeStore, std::shared_ptr<Settings> settings,
+                                         std::shared_ptr<const Clock> clock, std::shared_ptr<DispatchQueue> mainQueue)
     : engine_(std::move(engine)),
       routeStore_(std::move(routeStore)),
       settings_(std::move(settings)),
@@ -101,8 +99,8 @@ void MIDIRouterViewModel::applyEndpointSnapshot() {
     destinations_.set(std::move(sortedDestinations));
     reconcileRoutesWithCurrentEndpoints();
     removeGraphActivityForHiddenRoutes();
-    statusMessage_.set(
-        std::to_string(sources().size()) + " inputs, " + std::to_string(destinations().size()) + " outputs");
+    statusMessage_.set(std::to_string(sources().size()) + " inputs, " + std::to_string(destinations().size()) +
+                       " outputs");
 }
 
 EndpointList MIDIRouterViewModel::sortedByName(std::vector<MIDIEndpointModel> endpoints) const {
@@ -154,8 +152,8 @@ void MIDIRouterViewModel::midiRouterEngineDidLog(CoreMIDIRouterEngine&, const MI
 }
 
 template <typename... Arguments>
-void MIDIRouterViewModel::handleOnMain(
-    void (MIDIRouterViewModel::*handler)(const Arguments&...), const Arguments&... arguments) {
+void MIDIRouterViewModel::handleOnMain(void (MIDIRouterViewModel::*handler)(const Arguments&...),
+                                       const Arguments&... arguments) {
     if (mainQueue_->isCurrent() && postedReports_ == 0) {
         (this->*handler)(arguments...);
         return;
@@ -213,8 +211,7 @@ void MIDIRouterViewModel::removeGraphActivityForHiddenRoutes() {
                 visibleIDs.insert(route.id);
             }
         }
-        removeEvents(
-            events, [&](const MIDIActivityEvent& event) { return !visibleIDs.contains(event.routeID); });
+        removeEvents(events, [&](const MIDIActivityEvent& event) { return !visibleIDs.contains(event.routeID); });
     });
 }
 
@@ -255,4 +252,4 @@ void MIDIRouterViewModel::saveRouteSetDocument(std::optional<std::string> status
     }
 }
 
-} // namespace corvel
+}  // namespace corvel

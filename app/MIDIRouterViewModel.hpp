@@ -89,15 +89,15 @@ public:
 
     /// Makes the model: loads the document and becomes the engine's delegate. Neither starts the engine nor
     /// saves.
-    [[nodiscard]] static std::shared_ptr<MIDIRouterViewModel> create(
-        std::shared_ptr<CoreMIDIRouterEngine> engine, std::shared_ptr<RouteStore> routeStore,
-        std::shared_ptr<Settings> settings, std::shared_ptr<const Clock> clock,
-        std::shared_ptr<DispatchQueue> mainQueue);
+    [[nodiscard]] static std::shared_ptr<MIDIRouterViewModel> create(std::shared_ptr<CoreMIDIRouterEngine> engine,
+                                                                     std::shared_ptr<RouteStore> routeStore,
+                                                                     std::shared_ptr<Settings> settings,
+                                                                     std::shared_ptr<const Clock> clock,
+                                                                     std::shared_ptr<DispatchQueue> mainQueue);
 
-    MIDIRouterViewModel(
-        Private, std::shared_ptr<CoreMIDIRouterEngine> engine, std::shared_ptr<RouteStore> routeStore,
-        std::shared_ptr<Settings> settings, std::shared_ptr<const Clock> clock,
-        std::shared_ptr<DispatchQueue> mainQueue);
+    MIDIRouterViewModel(Private, std::shared_ptr<CoreMIDIRouterEngine> engine, std::shared_ptr<RouteStore> routeStore,
+                        std::shared_ptr<Settings> settings, std::shared_ptr<const Clock> clock,
+                        std::shared_ptr<DispatchQueue> mainQueue);
     MIDIRouterViewModel(const MIDIRouterViewModel&) = delete;
     MIDIRouterViewModel& operator=(const MIDIRouterViewModel&) = delete;
     MIDIRouterViewModel(MIDIRouterViewModel&&) = delete;
@@ -110,9 +110,7 @@ public:
     // State
 
     /// The inputs and outputs, sorted by name in the user's language.
-    [[nodiscard]] const std::vector<MIDIEndpointModel>& sources() const {
-        return sources_.value().endpoints();
-    }
+    [[nodiscard]] const std::vector<MIDIEndpointModel>& sources() const { return sources_.value().endpoints(); }
     [[nodiscard]] const std::vector<MIDIEndpointModel>& destinations() const {
         return destinations_.value().endpoints();
     }
@@ -128,9 +126,7 @@ public:
     [[nodiscard]] const DiagnosticEvents& diagnosticEvents() const { return diagnosticEvents_.value(); }
     [[nodiscard]] AppAppearanceMode appearanceMode() const { return appearanceMode_.value(); }
     /// The user's selections; what they name need not exist any more.
-    [[nodiscard]] const std::optional<std::int32_t>& selectedSourceID() const {
-        return selectedSourceID_.value();
-    }
+    [[nodiscard]] const std::optional<std::int32_t>& selectedSourceID() const { return selectedSourceID_.value(); }
     [[nodiscard]] const std::optional<std::int32_t>& selectedDestinationID() const {
         return selectedDestinationID_.value();
     }
@@ -186,8 +182,8 @@ public:
 
     /// `base`, or if a set is already called so, `base` with " 2", " 3" and so on, the first that is free.
     /// The set `excluding` does not count. Names are compared byte by byte.
-    [[nodiscard]] std::string uniqueRouteSetName(
-        std::string_view base, const std::optional<UUID>& excluding = std::nullopt) const;
+    [[nodiscard]] std::string uniqueRouteSetName(std::string_view base,
+                                                 const std::optional<UUID>& excluding = std::nullopt) const;
 
     /// The current set's name.
     [[nodiscard]] std::string selectedRouteSetName() const;
@@ -207,13 +203,13 @@ public:
     void setActiveVariant(const UUID& variantID, const UUID& routeID);
 
     /// Adds an assignment and makes it the active one. The connection's other assignments lose the shortcut.
-    void addChannelAssignment(
-        const UUID& routeID, ChannelMode channelMode, std::optional<KeyboardShortcutSpec> shortcut);
+    void addChannelAssignment(const UUID& routeID, ChannelMode channelMode,
+                              std::optional<KeyboardShortcutSpec> shortcut);
 
     /// Changes mode and shortcut of the active assignment, which is named after its mode again. The
     /// connection's other assignments lose the shortcut.
-    void updateActiveChannelAssignment(
-        const UUID& routeID, ChannelMode channelMode, std::optional<KeyboardShortcutSpec> shortcut);
+    void updateActiveChannelAssignment(const UUID& routeID, ChannelMode channelMode,
+                                       std::optional<KeyboardShortcutSpec> shortcut);
 
     /// Deletes the active assignment and activates the first of those that remain. The only one stays.
     void deleteActiveVariant(const UUID& routeID);
@@ -250,9 +246,8 @@ public:
     [[nodiscard]] const MIDIRoute* route(const UUID& routeID) const;
 
     /// The name of the first of `endpoints` with this ID, else `fallback`, else "Missing Endpoint".
-    [[nodiscard]] static std::string endpointName(
-        std::int32_t id, const std::vector<MIDIEndpointModel>& endpoints,
-        const std::optional<std::string>& fallback);
+    [[nodiscard]] static std::string endpointName(std::int32_t id, const std::vector<MIDIEndpointModel>& endpoints,
+                                                  const std::optional<std::string>& fallback);
 
 private:
     template <typename Value>
@@ -261,8 +256,7 @@ private:
     /// Runs a handler now if this is the main thread and no earlier report waits for it, otherwise posts it
     /// there.
     template <typename... Arguments>
-    void handleOnMain(
-        void (MIDIRouterViewModel::*handler)(const Arguments&...), const Arguments&... arguments);
+    void handleOnMain(void (MIDIRouterViewModel::*handler)(const Arguments&...), const Arguments&... arguments);
     void recordRoutedMessage(const MIDIActivityEvent& event);
     void recordFailure(const std::string& message);
     void recordDiagnostic(const MIDIDiagnosticEvent& event);
@@ -306,20 +300,18 @@ private:
     PublishedProperty<std::vector<MIDIRouteSet>> routeSets_{observers_, Property::routeSets, {}};
     PublishedProperty<UUID> selectedRouteSetID_{observers_, Property::selectedRouteSetID, {}};
     PublishedProperty<std::vector<MIDIRoute>> routes_{observers_, Property::routes, {}};
-    PublishedProperty<ActivityEvents> activityEvents_{
-        observers_, Property::activityEvents, ActivityEvents(kActivityLimit)};
-    PublishedProperty<ActivityEvents> graphActivityEvents_{
-        observers_, Property::graphActivityEvents, ActivityEvents(kGraphActivityLimit)};
-    PublishedProperty<DiagnosticEvents> diagnosticEvents_{
-        observers_, Property::diagnosticEvents, DiagnosticEvents(kDiagnosticLimit)};
-    PublishedProperty<AppAppearanceMode> appearanceMode_{
-        observers_, Property::appearanceMode, AppAppearanceMode::dark};
-    PublishedProperty<std::optional<std::int32_t>> selectedSourceID_{
-        observers_, Property::selectedSourceID, {}};
+    PublishedProperty<ActivityEvents> activityEvents_{observers_, Property::activityEvents,
+                                                      ActivityEvents(kActivityLimit)};
+    PublishedProperty<ActivityEvents> graphActivityEvents_{observers_, Property::graphActivityEvents,
+                                                           ActivityEvents(kGraphActivityLimit)};
+    PublishedProperty<DiagnosticEvents> diagnosticEvents_{observers_, Property::diagnosticEvents,
+                                                          DiagnosticEvents(kDiagnosticLimit)};
+    PublishedProperty<AppAppearanceMode> appearanceMode_{observers_, Property::appearanceMode, AppAppearanceMode::dark};
+    PublishedProperty<std::optional<std::int32_t>> selectedSourceID_{observers_, Property::selectedSourceID, {}};
     PublishedProperty<std::optional<std::int32_t>> selectedDestinationID_{
         observers_, Property::selectedDestinationID, {}};
     PublishedProperty<std::optional<UUID>> selectedRouteID_{observers_, Property::selectedRouteID, {}};
     PublishedProperty<std::string> statusMessage_{observers_, Property::statusMessage, "Ready"};
 };
 
-} // namespace corvel
+}  // namespace corvel

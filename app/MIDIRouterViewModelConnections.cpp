@@ -44,9 +44,8 @@ void takeShortcutAway(MIDIRoute& route, const KeyboardShortcutSpec& shortcut) {
     }
 }
 
-std::string outputChannelMessage(
-    std::string_view verb, const ChannelMode& mode,
-    const std::optional<KeyboardShortcutSpec>& shortcut = std::nullopt) {
+std::string outputChannelMessage(std::string_view verb, const ChannelMode& mode,
+                                 const std::optional<KeyboardShortcutSpec>& shortcut = std::nullopt) {
     std::string message = std::string(verb) + " output channel " + mode.title();
     if (shortcut) {
         message += " with " + shortcut->title();
@@ -54,7 +53,7 @@ std::string outputChannelMessage(
     return message;
 }
 
-} // namespace
+}  // namespace
 
 void MIDIRouterViewModel::connect(std::int32_t sourceID, std::int32_t destinationID) {
     const MIDIEndpointModel* const source = sources_.value().find(sourceID);
@@ -76,9 +75,9 @@ void MIDIRouterViewModel::connect(std::int32_t sourceID, std::int32_t destinatio
         statusMessage_.set("Connection already exists");
         return;
     }
-    MIDIRoute connection(
-        UUID::random(), sourceID, destinationID, source->displayName, source->manufacturer,
-        destination->displayName, destination->manufacturer, ChannelMode::asIs(), true, std::nullopt, {});
+    MIDIRoute connection(UUID::random(), sourceID, destinationID, source->displayName, source->manufacturer,
+                         destination->displayName, destination->manufacturer, ChannelMode::asIs(), true, std::nullopt,
+                         {});
     const UUID id = connection.id;
     routes_.edit([&](std::vector<MIDIRoute>& routes) { routes.push_back(std::move(connection)); });
     selectedRouteID_.set(id);
@@ -122,8 +121,8 @@ void MIDIRouterViewModel::setActiveVariant(const UUID& variantID, const UUID& ro
     finishAssignmentCommand(routeID, std::move(message));
 }
 
-void MIDIRouterViewModel::addChannelAssignment(
-    const UUID& routeID, ChannelMode channelMode, std::optional<KeyboardShortcutSpec> shortcut) {
+void MIDIRouterViewModel::addChannelAssignment(const UUID& routeID, ChannelMode channelMode,
+                                               std::optional<KeyboardShortcutSpec> shortcut) {
     const std::optional<std::size_t> index = routeIndex(routeID);
     if (!index) {
         return;
@@ -138,17 +137,16 @@ void MIDIRouterViewModel::addChannelAssignment(
             takeShortcutAway(route, *shortcut);
         }
         const UUID id = UUID::random();
-        route.variants.push_back(
-            {id, uniqueVariantName(MIDIRouteVariant::defaultName(channelMode), route), shortcut, channelMode,
-             route.sourceID, route.destinationID, route.sourceName, route.sourceManufacturer,
-             route.destinationName, route.destinationManufacturer});
+        route.variants.push_back({id, uniqueVariantName(MIDIRouteVariant::defaultName(channelMode), route), shortcut,
+                                  channelMode, route.sourceID, route.destinationID, route.sourceName,
+                                  route.sourceManufacturer, route.destinationName, route.destinationManufacturer});
         route.setActiveVariant(id);
     });
     finishAssignmentCommand(routeID, outputChannelMessage("Added", channelMode, shortcut));
 }
 
-void MIDIRouterViewModel::updateActiveChannelAssignment(
-    const UUID& routeID, ChannelMode channelMode, std::optional<KeyboardShortcutSpec> shortcut) {
+void MIDIRouterViewModel::updateActiveChannelAssignment(const UUID& routeID, ChannelMode channelMode,
+                                                        std::optional<KeyboardShortcutSpec> shortcut) {
     const std::optional<std::size_t> index = routeIndex(routeID);
     if (!index) {
         return;
@@ -184,8 +182,8 @@ void MIDIRouterViewModel::deleteActiveVariant(const UUID& routeID) {
     const MIDIRoute& current = routes()[*index];
     const UUID activeID = current.activeVariantID;
     // Assignments of an edited document may share an ID and would all go; the connection keeps at least one.
-    const auto remaining = std::ranges::find_if(
-        current.variants, [&](const MIDIRouteVariant& variant) { return variant.id != activeID; });
+    const auto remaining =
+        std::ranges::find_if(current.variants, [&](const MIDIRouteVariant& variant) { return variant.id != activeID; });
     if (remaining == current.variants.end()) {
         statusMessage_.set("A connection needs at least one output channel");
         return;
@@ -194,8 +192,7 @@ void MIDIRouterViewModel::deleteActiveVariant(const UUID& routeID) {
     const ChannelMode deletedMode = active != nullptr ? modeOf(*active) : ChannelMode::asIs();
     routes_.edit([&](std::vector<MIDIRoute>& routes) {
         MIDIRoute& route = routes[*index];
-        std::erase_if(
-            route.variants, [&](const MIDIRouteVariant& variant) { return variant.id == activeID; });
+        std::erase_if(route.variants, [&](const MIDIRouteVariant& variant) { return variant.id == activeID; });
         route.setActiveVariant(route.variants.front().id);
     });
     finishAssignmentCommand(routeID, outputChannelMessage("Deleted", deletedMode));
@@ -270,4 +267,4 @@ void MIDIRouterViewModel::finishAssignmentCommand(const UUID& routeID, std::stri
     statusMessage_.set(std::move(statusMessage));
 }
 
-} // namespace corvel
+}  // namespace corvel

@@ -30,7 +30,7 @@ std::string nameOf(const MIDIEndpointModel* endpoint, const std::optional<std::s
     return endpoint != nullptr ? endpoint->displayName : fallback.value_or("Missing Endpoint");
 }
 
-} // namespace
+}  // namespace
 
 RouteAvailability MIDIRouterViewModel::routeAvailability(const MIDIRoute& route) const {
     const bool hasInput = sources_.value().find(route.sourceID) != nullptr;
@@ -72,10 +72,8 @@ std::string MIDIRouterViewModel::variantDetailText(const MIDIRouteVariant& varia
 }
 
 const MIDIActivityEvent* MIDIRouterViewModel::recentActivity(const UUID& routeID) const {
-    const auto newest =
-        std::find_if(activityEvents().rbegin(), activityEvents().rend(), [&](const MIDIActivityEvent& event) {
-            return event.routeID == routeID;
-        });
+    const auto newest = std::find_if(activityEvents().rbegin(), activityEvents().rend(),
+                                     [&](const MIDIActivityEvent& event) { return event.routeID == routeID; });
     return newest == activityEvents().rend() ? nullptr : &*newest;
 }
 
@@ -89,9 +87,8 @@ std::string MIDIRouterViewModel::lastEventDescription(const UUID& routeID) const
 
 std::vector<MIDIActivityEvent> MIDIRouterViewModel::graphActivities(const UUID& routeID) const {
     std::vector<MIDIActivityEvent> events;
-    std::ranges::copy_if(
-        graphActivityEvents_.value(), std::back_inserter(events),
-        [&](const MIDIActivityEvent& event) { return event.routeID == routeID; });
+    std::ranges::copy_if(graphActivityEvents_.value(), std::back_inserter(events),
+                         [&](const MIDIActivityEvent& event) { return event.routeID == routeID; });
     return events;
 }
 
@@ -100,11 +97,10 @@ const MIDIRoute* MIDIRouterViewModel::route(const UUID& routeID) const {
     return index ? &routes()[*index] : nullptr;
 }
 
-std::string MIDIRouterViewModel::endpointName(
-    std::int32_t id, const std::vector<MIDIEndpointModel>& endpoints,
-    const std::optional<std::string>& fallback) {
+std::string MIDIRouterViewModel::endpointName(std::int32_t id, const std::vector<MIDIEndpointModel>& endpoints,
+                                              const std::optional<std::string>& fallback) {
     const auto found = std::ranges::find(endpoints, id, &MIDIEndpointModel::id);
     return nameOf(found == endpoints.end() ? nullptr : &*found, fallback);
 }
 
-} // namespace corvel
+}  // namespace corvel

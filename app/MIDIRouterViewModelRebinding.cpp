@@ -7,9 +7,8 @@ namespace corvel {
 namespace {
 
 /// Stores an endpoint's ID and labels in the place of the old ones; whether any of them differed.
-bool updateStoredIdentity(
-    const MIDIEndpointModel& endpoint, std::int32_t& id, std::optional<std::string>& name,
-    std::optional<std::string>& manufacturer) {
+bool updateStoredIdentity(const MIDIEndpointModel& endpoint, std::int32_t& id, std::optional<std::string>& name,
+                          std::optional<std::string>& manufacturer) {
     if (id == endpoint.id && name == endpoint.displayName && manufacturer == endpoint.manufacturer) {
         return false;
     }
@@ -21,9 +20,8 @@ bool updateStoredIdentity(
 
 /// Points one side of an assignment at the endpoint that has its ID, otherwise at the only one that bears its
 /// labels; a side without either waits for its device. Whether anything changed.
-bool rebindSide(
-    const EndpointList& endpoints, std::int32_t& id, std::optional<std::string>& name,
-    std::optional<std::string>& manufacturer) {
+bool rebindSide(const EndpointList& endpoints, std::int32_t& id, std::optional<std::string>& name,
+                std::optional<std::string>& manufacturer) {
     const MIDIEndpointModel* endpoint = endpoints.find(id);
     if (endpoint == nullptr) {
         endpoint = endpoints.resolve(name, manufacturer);
@@ -34,9 +32,8 @@ bool rebindSide(
 /// Whether the connection's own endpoints and labels are those of its active assignment.
 bool mirrorsActiveVariant(const MIDIRoute& route) {
     const auto endpoints = [](const auto& holder) {
-        return std::tie(
-            holder.sourceID, holder.destinationID, holder.sourceName, holder.sourceManufacturer,
-            holder.destinationName, holder.destinationManufacturer);
+        return std::tie(holder.sourceID, holder.destinationID, holder.sourceName, holder.sourceManufacturer,
+                        holder.destinationName, holder.destinationManufacturer);
     };
     const MIDIRouteVariant* const active = route.activeVariant();
     return active == nullptr || endpoints(route) == endpoints(*active);
@@ -46,15 +43,15 @@ bool rebind(MIDIRoute& route, const EndpointList& sources, const EndpointList& d
     bool didChange = false;
     for (MIDIRouteVariant& variant : route.variants) {
         didChange |= rebindSide(sources, variant.sourceID, variant.sourceName, variant.sourceManufacturer);
-        didChange |= rebindSide(
-            destinations, variant.destinationID, variant.destinationName, variant.destinationManufacturer);
+        didChange |=
+            rebindSide(destinations, variant.destinationID, variant.destinationName, variant.destinationManufacturer);
     }
     didChange |= !mirrorsActiveVariant(route);
     route.applyActiveVariant();
     return didChange;
 }
 
-} // namespace
+}  // namespace
 
 void MIDIRouterViewModel::reconcileRoutesWithCurrentEndpoints() {
     if (routes().empty()) {
@@ -75,4 +72,4 @@ void MIDIRouterViewModel::reconcileRoutesWithCurrentEndpoints() {
     saveRouteSetDocument(std::nullopt);
 }
 
-} // namespace corvel
+}  // namespace corvel

@@ -20,8 +20,8 @@ std::string cleanedRouteSetName(std::string_view name, const std::string& fallba
 
 /// The same connection and assignments under IDs of their own.
 MIDIRoute copyWithFreshIDs(MIDIRoute route) {
-    const auto activeIndex = std::ranges::find(route.variants, route.activeVariantID, &MIDIRouteVariant::id) -
-                             route.variants.begin();
+    const auto activeIndex =
+        std::ranges::find(route.variants, route.activeVariantID, &MIDIRouteVariant::id) - route.variants.begin();
     route.id = UUID::random();
     for (MIDIRouteVariant& variant : route.variants) {
         variant.id = UUID::random();
@@ -30,7 +30,7 @@ MIDIRoute copyWithFreshIDs(MIDIRoute route) {
     return route;
 }
 
-} // namespace
+}  // namespace
 
 void MIDIRouterViewModel::selectRouteSet(const UUID& id) {
     if (id == selectedRouteSetID()) {
@@ -78,8 +78,7 @@ void MIDIRouterViewModel::renameSelectedRouteSet(std::string_view name) {
     const MIDIRouteSet& routeSet = routeSets()[*index];
     std::string newName = uniqueRouteSetName(cleanedRouteSetName(name, routeSet.name), routeSet.id);
     std::string message = "Renamed set " + text::quoted(newName);
-    routeSets_.edit(
-        [&](std::vector<MIDIRouteSet>& routeSets) { routeSets[*index].name = std::move(newName); });
+    routeSets_.edit([&](std::vector<MIDIRouteSet>& routeSets) { routeSets[*index].name = std::move(newName); });
     saveRouteSetDocument(std::move(message));
 }
 
@@ -100,8 +99,7 @@ void MIDIRouterViewModel::deleteSelectedRouteSet() {
     statusMessage_.set("Deleted set " + text::quoted(name));
 }
 
-std::string MIDIRouterViewModel::uniqueRouteSetName(
-    std::string_view base, const std::optional<UUID>& excluding) const {
+std::string MIDIRouterViewModel::uniqueRouteSetName(std::string_view base, const std::optional<UUID>& excluding) const {
     std::unordered_set<std::string_view> names;
     for (const MIDIRouteSet& routeSet : routeSets()) {
         if (routeSet.id != excluding) {
@@ -132,4 +130,4 @@ std::optional<std::size_t> MIDIRouterViewModel::selectedRouteSetIndex() const {
     return static_cast<std::size_t>(found - routeSets().begin());
 }
 
-} // namespace corvel
+}  // namespace corvel

@@ -69,8 +69,7 @@ public:
 private:
     void removeEnded() {
         if (depth_ == 0) {
-            std::erase_if(
-                observers_, [](const std::weak_ptr<const Observer>& observer) { return observer.expired(); });
+            std::erase_if(observers_, [](const std::weak_ptr<const Observer>& observer) { return observer.expired(); });
         }
     }
 
@@ -80,4 +79,4 @@ private:
     std::size_t depth_ = 0;
 };
 
-} // namespace corvel
+}  // namespace corvel

@@ -47,4 +47,4 @@ private:
     Value value_;
 };
 
-} // namespace corvel
+}  // namespace corvel

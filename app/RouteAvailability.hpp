@@ -19,4 +19,4 @@ enum class RouteAvailability : std::uint8_t {
 /// The words for the user: "Active", "Paused", "Input Offline", "Output Offline" or "Offline".
 [[nodiscard]] std::string_view displayText(RouteAvailability availability);
 
-} // namespace corvel
+}  // namespace corvel

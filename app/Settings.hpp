@@ -22,4 +22,4 @@ public:
     [[nodiscard]] virtual std::vector<std::string> keys() const = 0;
 };
 
-} // namespace corvel
+}  // namespace corvel

@@ -10,4 +10,4 @@ std::string uniqueName(std::string_view base, const std::unordered_set<std::stri
     return candidate;
 }
 
-} // namespace corvel
+}  // namespace corvel

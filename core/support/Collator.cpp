@@ -22,7 +22,7 @@ std::string collationLocale(std::string_view locale) {
     return isPlain ? std::string() : std::string(withoutCodeset);
 }
 
-} // namespace
+}  // namespace
 
 Collator Collator::forUser() {
     return Collator(uloc_getDefault());
@@ -45,16 +45,14 @@ std::string Collator::sortKey(std::string_view text) const {
     const auto units =
         icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
     std::array<std::uint8_t, 256> key{};
-    const std::int32_t size = ucol_getSortKey(
-        collator_.get(), units.getBuffer(), units.length(), key.data(),
-        static_cast<std::int32_t>(key.size()));
+    const std::int32_t size = ucol_getSortKey(collator_.get(), units.getBuffer(), units.length(), key.data(),
+                                              static_cast<std::int32_t>(key.size()));
     if (static_cast<std::size_t>(size) <= key.size()) {
         return {key.begin(), key.begin() + size};
     }
     std::string longKey(static_cast<std::size_t>(size), '\0');
-    ucol_getSortKey(
-        collator_.get(), units.getBuffer(), units.length(), reinterpret_cast<std::uint8_t*>(longKey.data()),
-        size);
+    ucol_getSortKey(collator_.get(), units.getBuffer(), units.length(), reinterpret_cast<std::uint8_t*>(longKey.data()),
+                    size);
     return longKey;
 }
 
@@ -62,4 +60,4 @@ void Collator::Close::operator()(UCollator* collator) const {
     ucol_close(collator);
 }
 
-} // namespace corvel
+}  // namespace corvel

@@ -32,4 +32,4 @@ private:
     std::unique_ptr<UCollator, Close> collator_;
 };
 
-} // namespace corvel
+}  // namespace corvel

@@ -7,8 +7,7 @@ namespace corvel::tests {
 namespace {
 
 TEST(AppAppearanceMode, ListsLightThenDarkWithTheirRawValues) {
-    EXPECT_THAT(
-        kAllAppAppearanceModes, ::testing::ElementsAre(AppAppearanceMode::light, AppAppearanceMode::dark));
+    EXPECT_THAT(kAllAppAppearanceModes, ::testing::ElementsAre(AppAppearanceMode::light, AppAppearanceMode::dark));
     EXPECT_EQ(rawValue(AppAppearanceMode::light), "light");
     EXPECT_EQ(rawValue(AppAppearanceMode::dark), "dark");
 }
@@ -20,5 +19,5 @@ TEST(AppAppearanceMode, IsMadeOfItsExactRawValueOnly) {
     EXPECT_EQ(appAppearanceModeFromRawValue(""), std::nullopt);
 }
 
-} // namespace
-} // namespace corvel::tests
+}  // namespace
+}  // namespace corvel::tests

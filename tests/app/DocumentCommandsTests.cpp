@@ -18,8 +18,8 @@ protected:
         model->applyEndpointSnapshot();
     }
 
-    CommandResult connect(
-        std::string_view source, std::string_view destination, std::optional<int> channel = std::nullopt) {
+    CommandResult connect(std::string_view source, std::string_view destination,
+                          std::optional<int> channel = std::nullopt) {
         return DocumentCommands::connect(*model, source, destination, channel);
     }
 
@@ -47,28 +47,24 @@ TEST_F(DocumentCommandsOnModel, ConnectsOnAChannel) {
     EXPECT_EQ(model->routes().front().channelMode, ChannelMode::force(3));
     EXPECT_THAT(model->routes().front().variants, SizeIs(3));
     EXPECT_EQ(connect("Keys", "Synth", 0).exitCode, 1);
-    EXPECT_EQ(
-        connect("Keys", "Synth", 17), (CommandResult{1, "Channel 17 does not exist: channels are 1 to 16"}));
+    EXPECT_EQ(connect("Keys", "Synth", 17), (CommandResult{1, "Channel 17 does not exist: channels are 1 to 16"}));
 }
 
 TEST_F(DocumentCommandsOnModel, AnswersAnUnknownOrAmbiguousNameWithTheCandidates) {
-    EXPECT_EQ(
-        connect("Organ", "Synth"), (CommandResult{
-                                       1, "There is no input \"Organ\"; the inputs are:\n"
-                                          "  Keys  (ID 1011)\n"
-                                          "  Pads  (ID 1012)\n"
-                                          "  Twin  (ID 7)\n"
-                                          "  Twin  (ID -8)"}));
-    EXPECT_EQ(
-        connect("Twin", "Synth"), (CommandResult{
-                                      1, "Several inputs are called \"Twin\"; give the ID of one:\n"
-                                         "  Twin  (ID 7)\n"
-                                         "  Twin  (ID -8)"}));
-    EXPECT_EQ(
-        connect("Keys", "Keys"), (CommandResult{
-                                     1, "There is no output \"Keys\"; the outputs are:\n"
-                                        "  Drums  (ID 1022)\n"
-                                        "  Synth  (ID 1021)"}));
+    EXPECT_EQ(connect("Organ", "Synth"), (CommandResult{1,
+                                                        "There is no input \"Organ\"; the inputs are:\n"
+                                                        "  Keys  (ID 1011)\n"
+                                                        "  Pads  (ID 1012)\n"
+                                                        "  Twin  (ID 7)\n"
+                                                        "  Twin  (ID -8)"}));
+    EXPECT_EQ(connect("Twin", "Synth"), (CommandResult{1,
+                                                       "Several inputs are called \"Twin\"; give the ID of one:\n"
+                                                       "  Twin  (ID 7)\n"
+                                                       "  Twin  (ID -8)"}));
+    EXPECT_EQ(connect("Keys", "Keys"), (CommandResult{1,
+                                                      "There is no output \"Keys\"; the outputs are:\n"
+                                                      "  Drums  (ID 1022)\n"
+                                                      "  Synth  (ID 1021)"}));
     EXPECT_THAT(model->routes(), IsEmpty());
 }
 
@@ -93,57 +89,45 @@ TEST_F(DocumentCommandsOnModel, DisconnectsAlsoWhatIsUnplugged) {
     model->applyEndpointSnapshot();
     EXPECT_EQ(disconnect("Keys", "1022"), (CommandResult{0, "Set \"Default\" saved (1 connections)"}));
     EXPECT_EQ(model->routes().front().destinationID, 1021);
-    EXPECT_EQ(
-        disconnect("Keys", "Drums"), (CommandResult{
-                                         1, "There is no connection from \"Keys\" to \"Drums\"; the "
-                                            "connections of \"Default\" are:\n"
-                                            "  Keys to Synth  (ID 1011 to 1021)"}));
+    EXPECT_EQ(disconnect("Keys", "Drums"), (CommandResult{1,
+                                                          "There is no connection from \"Keys\" to \"Drums\"; the "
+                                                          "connections of \"Default\" are:\n"
+                                                          "  Keys to Synth  (ID 1011 to 1021)"}));
     EXPECT_EQ(disconnect("1011", "Synth").exitCode, 0);
-    EXPECT_EQ(
-        disconnect("Keys", "Synth"), (CommandResult{1, "There is no connection from \"Keys\" to \"Synth\""}));
+    EXPECT_EQ(disconnect("Keys", "Synth"), (CommandResult{1, "There is no connection from \"Keys\" to \"Synth\""}));
 }
 
 TEST_F(DocumentCommandsOnModel, AsksWhichOfSeveralConnectionsToDelete) {
     static_cast<void>(connect("7", "Synth"));
     static_cast<void>(connect("-8", "Synth"));
-    EXPECT_EQ(
-        disconnect("Twin", "Synth"),
-        (CommandResult{
-            1, "Several connections go from \"Twin\" to \"Synth\"; give the IDs of one:\n"
-               "  Twin to Synth  (ID 7 to 1021)\n"
-               "  Twin to Synth  (ID -8 to 1021)"}));
+    EXPECT_EQ(disconnect("Twin", "Synth"),
+              (CommandResult{1,
+                             "Several connections go from \"Twin\" to \"Synth\"; give the IDs of one:\n"
+                             "  Twin to Synth  (ID 7 to 1021)\n"
+                             "  Twin to Synth  (ID -8 to 1021)"}));
     EXPECT_EQ(disconnect("-8", "Synth").exitCode, 0);
     EXPECT_EQ(model->routes().front().sourceID, 7);
 }
 
 TEST_F(DocumentCommandsOnModel, SelectsAndListsSets) {
     makeModel(MIDIRouteSetDocument(
-        makeID(1), {{makeID(1), "Live", {makeRoute()}},
-                    {makeID(2), "2", {}},
-                    {makeID(3), "Twin", {}},
-                    {makeID(4), "Twin", {}}}));
-    EXPECT_EQ(
-        DocumentCommands::listSets(*model),
-        (CommandResult{
-            0,
-            "* Live (1 connection)\n  2 (0 connections)\n  Twin (0 connections)\n  Twin (0 connections)"}));
+        makeID(1),
+        {{makeID(1), "Live", {makeRoute()}}, {makeID(2), "2", {}}, {makeID(3), "Twin", {}}, {makeID(4), "Twin", {}}}));
+    EXPECT_EQ(DocumentCommands::listSets(*model),
+              (CommandResult{
+                  0, "* Live (1 connection)\n  2 (0 connections)\n  Twin (0 connections)\n  Twin (0 connections)"}));
     EXPECT_EQ(DocumentCommands::selectSet(*model, "2"), (CommandResult{0, "Loaded set \"2\""}));
     EXPECT_EQ(store->loadDocument().selectedSetID, makeID(2));
-    EXPECT_EQ(
-        DocumentCommands::selectSet(*model, "2"), (CommandResult{0, "Set \"2\" is the current one already"}));
-    EXPECT_EQ(
-        DocumentCommands::selectSet(*model, "Twin"),
-        (CommandResult{
-            1, "Several sets are called \"Twin\"; give the ID of one:\n"
-               "  Twin  (ID 00000000-0000-4000-8000-000000000003)\n"
-               "  Twin  (ID 00000000-0000-4000-8000-000000000004)"}));
-    EXPECT_EQ(
-        DocumentCommands::selectSet(*model, "00000000-0000-4000-8000-000000000004").text,
-        "Loaded set \"Twin\"");
+    EXPECT_EQ(DocumentCommands::selectSet(*model, "2"), (CommandResult{0, "Set \"2\" is the current one already"}));
+    EXPECT_EQ(DocumentCommands::selectSet(*model, "Twin"),
+              (CommandResult{1,
+                             "Several sets are called \"Twin\"; give the ID of one:\n"
+                             "  Twin  (ID 00000000-0000-4000-8000-000000000003)\n"
+                             "  Twin  (ID 00000000-0000-4000-8000-000000000004)"}));
+    EXPECT_EQ(DocumentCommands::selectSet(*model, "00000000-0000-4000-8000-000000000004").text, "Loaded set \"Twin\"");
     EXPECT_EQ(model->selectedRouteSetID(), makeID(4));
-    EXPECT_THAT(
-        DocumentCommands::selectSet(*model, "live").text,
-        StartsWith("There is no set \"live\"; the sets are:\n"));
+    EXPECT_THAT(DocumentCommands::selectSet(*model, "live").text,
+                StartsWith("There is no set \"live\"; the sets are:\n"));
 }
 
 TEST_F(DocumentCommandsOnModel, FailsWhenTheDocumentCannotBeSaved) {
@@ -153,5 +137,5 @@ TEST_F(DocumentCommandsOnModel, FailsWhenTheDocumentCannotBeSaved) {
     EXPECT_THAT(result.text, StartsWith("Could not save sets: "));
 }
 
-} // namespace
-} // namespace corvel::tests
+}  // namespace
+}  // namespace corvel::tests

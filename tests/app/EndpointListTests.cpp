@@ -5,19 +5,13 @@
 namespace corvel::tests {
 namespace {
 
-MIDIEndpointModel endpoint(
-    std::int32_t id, std::uint32_t ref, std::string name,
-    std::optional<std::string> manufacturer = std::nullopt) {
-    return {
-        .id = id,
-        .endpointRef = ref,
-        .displayName = std::move(name),
-        .manufacturer = std::move(manufacturer)};
+MIDIEndpointModel endpoint(std::int32_t id, std::uint32_t ref, std::string name,
+                           std::optional<std::string> manufacturer = std::nullopt) {
+    return {.id = id, .endpointRef = ref, .displayName = std::move(name), .manufacturer = std::move(manufacturer)};
 }
 
 TEST(EndpointList, FindsTheFirstOfSeveralEndpointsWithOneID) {
-    const EndpointList list(
-        {endpoint(7, 1, "C"), endpoint(-3, 2, "A"), endpoint(7, 3, "B"), endpoint(-3, 4, "D")});
+    const EndpointList list({endpoint(7, 1, "C"), endpoint(-3, 2, "A"), endpoint(7, 3, "B"), endpoint(-3, 4, "D")});
     ASSERT_NE(list.find(7), nullptr);
     EXPECT_EQ(list.find(7)->endpointRef, 1U);
     ASSERT_NE(list.find(-3), nullptr);
@@ -28,9 +22,8 @@ TEST(EndpointList, FindsTheFirstOfSeveralEndpointsWithOneID) {
 }
 
 TEST(EndpointList, ResolvesOnlyLabelsThatOneEndpointBears) {
-    const EndpointList list(
-        {endpoint(1, 1, "Keys", "Acme"), endpoint(2, 2, "Keys", "Bolt"), endpoint(3, 3, "Pads"),
-         endpoint(4, 4, "Synth", "Acme"), endpoint(5, 5, "Synth", "Acme")});
+    const EndpointList list({endpoint(1, 1, "Keys", "Acme"), endpoint(2, 2, "Keys", "Bolt"), endpoint(3, 3, "Pads"),
+                             endpoint(4, 4, "Synth", "Acme"), endpoint(5, 5, "Synth", "Acme")});
     ASSERT_NE(list.resolve("Keys", "Bolt"), nullptr);
     EXPECT_EQ(list.resolve("Keys", "Bolt")->id, 2);
     // No stored manufacturer goes with any.
@@ -45,5 +38,5 @@ TEST(EndpointList, ResolvesOnlyLabelsThatOneEndpointBears) {
     EXPECT_EQ(list.resolve(std::nullopt, "Acme"), nullptr);
 }
 
-} // namespace
-} // namespace corvel::tests
+}  // namespace
+}  // namespace corvel::tests

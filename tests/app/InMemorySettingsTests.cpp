@@ -17,5 +17,5 @@ TEST(InMemorySettings, GivesBackWhatWasStoredLast) {
     EXPECT_THAT(settings.keys(), ::testing::UnorderedElementsAre("a", "b"));
 }
 
-} // namespace
-} // namespace corvel::tests
+}  // namespace
+}  // namespace corvel::tests

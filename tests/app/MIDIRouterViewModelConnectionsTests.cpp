@@ -136,17 +136,14 @@ TEST_F(MIDIRouterViewModelConnections, RefusesTheSameAssignmentForTheSameEndpoin
 }
 
 TEST_F(MIDIRouterViewModelConnections, TakesTheSameModeForOtherEndpointsUnderAnotherName) {
-    MIDIRouteVariant toDrums = makeVariant(
-        {.id = makeID(2),
-         .name = "Ch 3",
-         .channelMode = ChannelMode::force(3),
-         .sourceID = 1011,
-         .destinationID = 1022});
-    MIDIRouteVariant toSynth =
-        makeVariant({.id = makeID(3), .name = "As Is", .sourceID = 1011, .destinationID = 1021});
+    MIDIRouteVariant toDrums = makeVariant({.id = makeID(2),
+                                            .name = "Ch 3",
+                                            .channelMode = ChannelMode::force(3),
+                                            .sourceID = 1011,
+                                            .destinationID = 1022});
+    MIDIRouteVariant toSynth = makeVariant({.id = makeID(3), .name = "As Is", .sourceID = 1011, .destinationID = 1021});
     makeModel(MIDIRouteSetDocument::singleSet(
-        {makeRoute({.id = makeID(1), .activeVariantID = makeID(3), .variants = {toDrums, toSynth}})},
-        "Default"));
+        {makeRoute({.id = makeID(1), .activeVariantID = makeID(3), .variants = {toDrums, toSynth}})}, "Default"));
     model->addChannelAssignment(makeID(1), ChannelMode::force(3), std::nullopt);
     EXPECT_EQ(model->statusMessage(), "Added output channel Ch 3");
     EXPECT_THAT(variantNames(makeID(1)), ElementsAre("Ch 3", "As Is", "Ch 3 2"));
@@ -180,8 +177,7 @@ TEST_F(MIDIRouterViewModelConnections, UpdatesTheActiveAssignment) {
     model->updateActiveChannelAssignment(id, ChannelMode::force(1), optionP);
     EXPECT_EQ(model->statusMessage(), "Channel assignment already exists");
     model->updateActiveChannelAssignment(id, ChannelMode::force(2), optionQ);
-    EXPECT_EQ(model->statusMessage(), "Updated output channel Ch 2 with \u2325Q")
-        << "its own mode is no duplicate";
+    EXPECT_EQ(model->statusMessage(), "Updated output channel Ch 2 with \u2325Q") << "its own mode is no duplicate";
     EXPECT_EQ(routeWith(id).variants[1].shortcut, std::nullopt);
     report(id, {0x90, 60, 100});
     model->updateActiveChannelAssignment(id, ChannelMode::force(5), std::nullopt);
@@ -238,9 +234,8 @@ TEST_F(MIDIRouterViewModelConnections, DeletesTheActiveAssignmentButNotTheOnlyOn
 
 TEST_F(MIDIRouterViewModelConnections, KeepsTheLastAssignmentsWhenTheyShareAnID) {
     makeModel(MIDIRouteSetDocument::singleSet(
-        {makeRoute(
-            {.id = makeID(1),
-             .variants = {makeVariant({.id = makeID(2)}), makeVariant({.id = makeID(2), .name = "B"})}})},
+        {makeRoute({.id = makeID(1),
+                    .variants = {makeVariant({.id = makeID(2)}), makeVariant({.id = makeID(2), .name = "B"})}})},
         "Default"));
     model->deleteActiveVariant(makeID(1));
     EXPECT_EQ(model->statusMessage(), "A connection needs at least one output channel");
@@ -276,20 +271,17 @@ TEST_F(MIDIRouterViewModelConnections, SuggestsTheOwnChannelOrTheNextFreeOrTheLo
         std::vector<MIDIRouteVariant> variants{makeVariant({.id = makeID(50), .channelMode = std::nullopt})};
         for (const int channel : used) {
             variants.push_back(makeVariant(
-                {.id = makeID(static_cast<std::uint32_t>(100 + channel)),
-                 .channelMode = ChannelMode::force(channel)}));
+                {.id = makeID(static_cast<std::uint32_t>(100 + channel)), .channelMode = ChannelMode::force(channel)}));
         }
-        return MIDIRouterViewModel::suggestedVariantChannelMode(
-            makeRoute({.channelMode = own, .variants = variants}));
+        return MIDIRouterViewModel::suggestedVariantChannelMode(makeRoute({.channelMode = own, .variants = variants}));
     };
     EXPECT_EQ(suggested(ChannelMode::asIs(), {}), ChannelMode::force(1));
     EXPECT_EQ(suggested(ChannelMode::asIs(), {1, 2, 4}), ChannelMode::force(3));
     EXPECT_EQ(suggested(ChannelMode::force(5), {1}), ChannelMode::force(5));
     EXPECT_EQ(suggested(ChannelMode::force(5), {5, 6}), ChannelMode::force(7));
     EXPECT_EQ(suggested(ChannelMode::force(15), {15, 16, 1}), ChannelMode::force(2));
-    EXPECT_EQ(
-        suggested(ChannelMode::force(3), {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}),
-        ChannelMode::asIs());
+    EXPECT_EQ(suggested(ChannelMode::force(3), {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}),
+              ChannelMode::asIs());
     EXPECT_EQ(suggested(ChannelMode::force(17), {1}), ChannelMode::force(2));
     EXPECT_EQ(suggested(ChannelMode::force(0), {0, 17}), ChannelMode::force(1));
     EXPECT_EQ(suggested(ChannelMode::force(-4), {1}), ChannelMode::force(2));
@@ -325,8 +317,7 @@ TEST_F(MIDIRouterViewModelConnections, AsksForASelectionWhenAShortcutIsAmbiguous
     model->setActiveVariant(routeWith(drums).variants[0].id, drums);
     model->connect(1012, 1022);
     EXPECT_TRUE(model->handleShortcut(optionP)) << "the selected connection does not have it";
-    EXPECT_EQ(
-        model->statusMessage(), "\u2325P is assigned to multiple connections; select a connection first");
+    EXPECT_EQ(model->statusMessage(), "\u2325P is assigned to multiple connections; select a connection first");
     EXPECT_EQ(routeWith(drums).channelMode, ChannelMode::asIs());
     model->setSelectedRouteID(drums);
     EXPECT_TRUE(model->handleShortcut(optionP));
@@ -336,16 +327,13 @@ TEST_F(MIDIRouterViewModelConnections, AsksForASelectionWhenAShortcutIsAmbiguous
 
 TEST_F(MIDIRouterViewModelConnections, CountsAssignmentsNotConnectionsForAnAmbiguousShortcut) {
     makeModel(MIDIRouteSetDocument::singleSet(
-        {makeRoute(
-            {.id = makeID(1),
-             .variants =
-                 {makeVariant({.id = makeID(2), .shortcut = optionP}),
-                  makeVariant({.id = makeID(3), .shortcut = optionP})}})},
+        {makeRoute({.id = makeID(1),
+                    .variants = {makeVariant({.id = makeID(2), .shortcut = optionP}),
+                                 makeVariant({.id = makeID(3), .shortcut = optionP})}})},
         "Default"));
     EXPECT_TRUE(model->handleShortcut(optionP));
-    EXPECT_EQ(
-        model->statusMessage(), "\u2325P is assigned to multiple connections; select a connection first");
+    EXPECT_EQ(model->statusMessage(), "\u2325P is assigned to multiple connections; select a connection first");
 }
 
-} // namespace
-} // namespace corvel::tests
+}  // namespace
+}  // namespace corvel::tests

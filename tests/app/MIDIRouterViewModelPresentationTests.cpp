@@ -52,17 +52,15 @@ TEST_F(MIDIRouterViewModelPresentation, NamesMissingEndpointsByTheirStoredLabels
 }
 
 TEST_F(MIDIRouterViewModelPresentation, DescribesAnAssignmentLineByLine) {
-    EXPECT_EQ(
-        model->variantDetailText(makeVariant(
-            {.channelMode = std::nullopt, .sourceID = 1011, .destinationID = 5, .destinationName = "Organ"})),
-        "As Is\nKeys\nOrgan");
-    EXPECT_EQ(
-        model->variantDetailText(makeVariant(
-            {.shortcut = KeyboardShortcutSpec("q", {KeyboardShortcutModifier::command}),
-             .channelMode = ChannelMode::force(16),
-             .sourceID = 6,
-             .destinationID = 1022})),
-        "Ch 16\n\u2318Q\nMissing Endpoint\nDrums");
+    EXPECT_EQ(model->variantDetailText(makeVariant(
+                  {.channelMode = std::nullopt, .sourceID = 1011, .destinationID = 5, .destinationName = "Organ"})),
+              "As Is\nKeys\nOrgan");
+    EXPECT_EQ(model->variantDetailText(
+                  makeVariant({.shortcut = KeyboardShortcutSpec("q", {KeyboardShortcutModifier::command}),
+                               .channelMode = ChannelMode::force(16),
+                               .sourceID = 6,
+                               .destinationID = 1022})),
+              "Ch 16\n\u2318Q\nMissing Endpoint\nDrums");
 }
 
 TEST_F(MIDIRouterViewModelPresentation, DescribesTheNewestMessageByItsFirstEightBytes) {
@@ -83,5 +81,5 @@ TEST_F(MIDIRouterViewModelPresentation, FindsConnectionsOfTheCurrentSet) {
     EXPECT_EQ(model->selectedRouteSetName(), "Default");
 }
 
-} // namespace
-} // namespace corvel::tests
+}  // namespace
+}  // namespace corvel::tests

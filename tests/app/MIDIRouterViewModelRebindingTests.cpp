@@ -78,5 +78,5 @@ TEST_F(MIDIRouterViewModelRebinding, HidesAFailedSaveBehindTheCounts) {
     EXPECT_EQ(route().sourceID, 4011);
 }
 
-} // namespace
-} // namespace corvel::tests
+}  // namespace
+}  // namespace corvel::tests

@@ -9,16 +9,14 @@ namespace {
 
 /// Whole rehearsals of random commands, hot-plugging and traffic, with the model's promises checked after
 /// each step.
-class MIDIRouterViewModelSequences : public ModelFixture,
-                                     public ::testing::WithParamInterface<std::uint32_t> {
+class MIDIRouterViewModelSequences : public ModelFixture, public ::testing::WithParamInterface<std::uint32_t> {
 protected:
     static ::testing::AssertionResult mirrorsActiveVariant(const MIDIRoute& route) {
         const MIDIRouteVariant* const active = route.activeVariant();
         if (active == nullptr) {
             return ::testing::AssertionFailure() << "no active assignment";
         }
-        const bool isMirrored = route.sourceID == active->sourceID &&
-                                route.destinationID == active->destinationID &&
+        const bool isMirrored = route.sourceID == active->sourceID && route.destinationID == active->destinationID &&
                                 route.sourceName == active->sourceName &&
                                 route.sourceManufacturer == active->sourceManufacturer &&
                                 route.destinationName == active->destinationName &&
@@ -66,13 +64,12 @@ protected:
         if (random.flag()) {
             return std::nullopt;
         }
-        return KeyboardShortcutSpec(
-            std::string(1, static_cast<char>('a' + random.below(3))), {KeyboardShortcutModifier::option});
+        return KeyboardShortcutSpec(std::string(1, static_cast<char>('a' + random.below(3))),
+                                    {KeyboardShortcutModifier::option});
     }
 
     ChannelMode anyMode() {
-        return random.below(4) == 0 ? ChannelMode::asIs()
-                                    : ChannelMode::force(static_cast<int>(1 + random.below(16)));
+        return random.below(4) == 0 ? ChannelMode::asIs() : ChannelMode::force(static_cast<int>(1 + random.below(16)));
     }
 
     void replug(std::vector<MIDIObjectRef>& refs, MIDIObjectRef ref) {
@@ -94,55 +91,55 @@ protected:
         static const std::vector<std::string> kNames{"", "  ", "Live", "Live 2", "Studio", " Studio "};
         const std::string name = kNames[random.below(kNames.size())];
         switch (random.below(16)) {
-        case 0:
-            model->createRouteSet(name);
-            break;
-        case 1:
-            model->duplicateSelectedRouteSet(name);
-            break;
-        case 2:
-            model->renameSelectedRouteSet(name);
-            break;
-        case 3:
-        case 4:
-            model->deleteSelectedRouteSet();
-            break;
-        case 5:
-            model->selectRouteSet(model->routeSets()[random.below(model->routeSets().size())].id);
-            break;
-        case 6:
-        case 7:
-            model->connect(anyID(model->sources()), anyID(model->destinations()));
-            break;
-        case 8:
-            model->setSelectedRouteID(anyRoute());
-            model->deleteSelectedRoute();
-            break;
-        case 9:
-            model->setRouteEnabled(anyRoute(), random.flag());
-            break;
-        case 10:
-            model->addChannelAssignment(anyRoute(), anyMode(), anyShortcut());
-            break;
-        case 11:
-            model->updateActiveChannelAssignment(anyRoute(), anyMode(), anyShortcut());
-            break;
-        case 12:
-            model->deleteActiveVariant(anyRoute());
-            break;
-        case 13:
-            if (const auto shortcut = anyShortcut()) {
-                static_cast<void>(model->handleShortcut(*shortcut));
-            }
-            break;
-        case 14:
-            replug(host->sources, random.flag() ? 11 : 12);
-            replug(host->destinations, random.flag() ? 21 : 22);
-            break;
-        default:
-            clock->advance(std::chrono::milliseconds(random.below(4000)));
-            static_cast<void>(playKeys());
-            break;
+            case 0:
+                model->createRouteSet(name);
+                break;
+            case 1:
+                model->duplicateSelectedRouteSet(name);
+                break;
+            case 2:
+                model->renameSelectedRouteSet(name);
+                break;
+            case 3:
+            case 4:
+                model->deleteSelectedRouteSet();
+                break;
+            case 5:
+                model->selectRouteSet(model->routeSets()[random.below(model->routeSets().size())].id);
+                break;
+            case 6:
+            case 7:
+                model->connect(anyID(model->sources()), anyID(model->destinations()));
+                break;
+            case 8:
+                model->setSelectedRouteID(anyRoute());
+                model->deleteSelectedRoute();
+                break;
+            case 9:
+                model->setRouteEnabled(anyRoute(), random.flag());
+                break;
+            case 10:
+                model->addChannelAssignment(anyRoute(), anyMode(), anyShortcut());
+                break;
+            case 11:
+                model->updateActiveChannelAssignment(anyRoute(), anyMode(), anyShortcut());
+                break;
+            case 12:
+                model->deleteActiveVariant(anyRoute());
+                break;
+            case 13:
+                if (const auto shortcut = anyShortcut()) {
+                    static_cast<void>(model->handleShortcut(*shortcut));
+                }
+                break;
+            case 14:
+                replug(host->sources, random.flag() ? 11 : 12);
+                replug(host->destinations, random.flag() ? 21 : 22);
+                break;
+            default:
+                clock->advance(std::chrono::milliseconds(random.below(4000)));
+                static_cast<void>(playKeys());
+                break;
         }
     }
 
@@ -164,5 +161,5 @@ TEST_P(MIDIRouterViewModelSequences, KeepTheModelsPromisesAfterEveryStep) {
 
 INSTANTIATE_TEST_SUITE_P(Seeds, MIDIRouterViewModelSequences, ::testing::Range(1U, 5U));
 
-} // namespace
-} // namespace corvel::tests
+}  // namespace
+}  // namespace corvel::tests

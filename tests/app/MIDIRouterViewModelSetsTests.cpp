@@ -15,22 +15,20 @@ using ::testing::StartsWith;
 class MIDIRouterViewModelSets : public ModelFixture {
 protected:
     MIDIRouterViewModelSets() {
-        makeModel(MIDIRouteSetDocument(
-            makeID(1), {{makeID(1), "Live", {keysTo(1021, 11)}},
-                        {makeID(2), "Studio", {keysTo(1022, 12)}},
-                        {makeID(3), "Home", {}}}));
+        makeModel(MIDIRouteSetDocument(makeID(1), {{makeID(1), "Live", {keysTo(1021, 11)}},
+                                                   {makeID(2), "Studio", {keysTo(1022, 12)}},
+                                                   {makeID(3), "Home", {}}}));
         startModel();
     }
 
     static MIDIRoute keysTo(std::int32_t destinationID, std::uint32_t id) {
-        return makeRoute(
-            {.id = makeID(id),
-             .sourceID = 1011,
-             .destinationID = destinationID,
-             .sourceName = "Keys",
-             .sourceManufacturer = "Acme",
-             .destinationName = destinationID == 1021 ? "Synth" : "Drums",
-             .destinationManufacturer = "Acme"});
+        return makeRoute({.id = makeID(id),
+                          .sourceID = 1011,
+                          .destinationID = destinationID,
+                          .sourceName = "Keys",
+                          .sourceManufacturer = "Acme",
+                          .destinationName = destinationID == 1021 ? "Synth" : "Drums",
+                          .destinationManufacturer = "Acme"});
     }
 
     [[nodiscard]] std::vector<std::string> setNames() const {
@@ -73,8 +71,7 @@ TEST_F(MIDIRouterViewModelSets, CreatesEmptySetsUnderNamesOfTheirOwn) {
     model->createRouteSet("New Set");
     model->createRouteSet(" \u00A0Club\n");
     EXPECT_EQ(model->statusMessage(), "Created set \"Club\"");
-    EXPECT_THAT(
-        setNames(), ElementsAre("Live", "Studio", "Home", "New Set", "New Set 2", "New Set 3", "Club"));
+    EXPECT_THAT(setNames(), ElementsAre("Live", "Studio", "Home", "New Set", "New Set 2", "New Set 3", "Club"));
     EXPECT_EQ(model->selectedRouteSetID(), model->routeSets().back().id);
     EXPECT_EQ(store->loadDocument(), document());
 }
@@ -89,8 +86,8 @@ TEST_F(MIDIRouterViewModelSets, NumbersFromTwoAndFillsGaps) {
 }
 
 TEST_F(MIDIRouterViewModelSets, DuplicatesUnderFreshIDs) {
-    model->addChannelAssignment(
-        makeID(11), ChannelMode::force(3), KeyboardShortcutSpec("p", {KeyboardShortcutModifier::option}));
+    model->addChannelAssignment(makeID(11), ChannelMode::force(3),
+                                KeyboardShortcutSpec("p", {KeyboardShortcutModifier::option}));
     const MIDIRoute original = model->routes().front();
     model->duplicateSelectedRouteSet(" ");
     EXPECT_EQ(model->statusMessage(), "Duplicated set \"Live Copy\"");
@@ -117,8 +114,7 @@ TEST_F(MIDIRouterViewModelSets, NamesCopiesAfterTheCurrentSet) {
     model->duplicateSelectedRouteSet("");
     model->selectRouteSet(makeID(1));
     model->duplicateSelectedRouteSet("\t");
-    EXPECT_THAT(
-        setNames(), ElementsAre("Live", "Studio", "Home", "Live Copy", "Live Copy Copy", "Live Copy 2"));
+    EXPECT_THAT(setNames(), ElementsAre("Live", "Studio", "Home", "Live Copy", "Live Copy Copy", "Live Copy 2"));
 }
 
 TEST_F(MIDIRouterViewModelSets, RenamesTheCurrentSet) {
@@ -175,5 +171,5 @@ TEST_F(MIDIRouterViewModelSets, RebindsTheConnectionsOfTheSetSelected) {
     EXPECT_EQ(store->loadDocument(), document());
 }
 
-} // namespace
-} // namespace corvel::tests
+}  // namespace
+}  // namespace corvel::tests

@@ -66,13 +66,11 @@ TEST_F(MIDIRouterViewModelState, IsHeldWeaklyByTheEngine) {
 }
 
 TEST_F(MIDIRouterViewModelState, StartsTheEngineOnceWithTheConnections) {
-    makeModel(
-        MIDIRouteSetDocument::singleSet({makeRoute({.sourceID = 1011, .destinationID = 1021})}, "Default"));
+    makeModel(MIDIRouteSetDocument::singleSet({makeRoute({.sourceID = 1011, .destinationID = 1021})}, "Default"));
     startModel();
     EXPECT_EQ(model->statusMessage(), "2 inputs, 2 outputs");
     EXPECT_EQ(
-        std::ranges::count_if(
-            host->calls, [](const std::string& call) { return call.starts_with("createClient"); }),
+        std::ranges::count_if(host->calls, [](const std::string& call) { return call.starts_with("createClient"); }),
         1);
     EXPECT_THAT(playKeys(), ElementsAre(std::pair(21U, std::vector<std::uint8_t>{0x90, 60, 100})));
     host->calls.clear();
@@ -212,8 +210,8 @@ TEST_F(MIDIRouterViewModelState, KeepsAFullGraphWhenAnExpiredEventArrives) {
         report(id, {0x90, 60, 100});
     }
     EXPECT_THAT(model->graphActivities(id), SizeIs(512));
-    model->midiRouterEngineDidRoute(
-        *engine, MIDIActivityEvent(makeID(5), id, clock->now() - seconds(4), MIDIBytes{0x90, 1, 1}));
+    model->midiRouterEngineDidRoute(*engine,
+                                    MIDIActivityEvent(makeID(5), id, clock->now() - seconds(4), MIDIBytes{0x90, 1, 1}));
     EXPECT_THAT(model->graphActivities(id), SizeIs(512));
 }
 
@@ -272,10 +270,8 @@ TEST_F(MIDIRouterViewModelState, SetsAndTellsOfSelectionsAndDoesNothingElse) {
     EXPECT_EQ(model->selectedSourceID(), 5);
     EXPECT_EQ(model->selectedDestinationID(), 6);
     EXPECT_EQ(model->selectedRouteID(), std::nullopt);
-    EXPECT_THAT(
-        told, ElementsAre(
-                  Property::selectedSourceID, Property::selectedDestinationID, Property::selectedRouteID,
-                  Property::selectedRouteID));
+    EXPECT_THAT(told, ElementsAre(Property::selectedSourceID, Property::selectedDestinationID,
+                                  Property::selectedRouteID, Property::selectedRouteID));
     EXPECT_FALSE(std::filesystem::exists(store->fileURL()));
 }
 
@@ -293,5 +289,5 @@ TEST_F(MIDIRouterViewModelState, ShowsAFailedSaveAndRoutesOn) {
     EXPECT_EQ(store->loadDocument(), document());
 }
 
-} // namespace
-} // namespace corvel::tests
+}  // namespace
+}  // namespace corvel::tests

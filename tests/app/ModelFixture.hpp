@@ -78,8 +78,7 @@ protected:
     /// Reports a message of a connection as the engine does, now.
     void report(const UUID& routeID, std::vector<std::uint8_t> bytes) {
         model->midiRouterEngineDidRoute(
-            *engine,
-            MIDIActivityEvent(UUID::random(), routeID, clock->now(), MIDIBytes(bytes.begin(), bytes.end())));
+            *engine, MIDIActivityEvent(UUID::random(), routeID, clock->now(), MIDIBytes(bytes.begin(), bytes.end())));
     }
 
     /// Plays a note on the keys and gives what left through the connections, as (destination, bytes).
@@ -90,8 +89,7 @@ protected:
         settle();
         std::vector<std::pair<MIDIObjectRef, std::vector<std::uint8_t>>> sent;
         for (const FakeSentPacket& packet : host->sent) {
-            sent.emplace_back(
-                packet.destination, std::vector<std::uint8_t>(packet.bytes.begin(), packet.bytes.end()));
+            sent.emplace_back(packet.destination, std::vector<std::uint8_t>(packet.bytes.begin(), packet.bytes.end()));
         }
         return sent;
     }
@@ -99,8 +97,7 @@ protected:
     TemporaryFolder folder;
     const std::shared_ptr<FakeMIDIHost> host = std::make_shared<FakeMIDIHost>();
     const std::shared_ptr<ManualQueue> queue = std::make_shared<ManualQueue>();
-    const std::shared_ptr<ManualQueue> mainQueue =
-        std::make_shared<ManualQueue>(ManualQueue::Current::onMakerThread);
+    const std::shared_ptr<ManualQueue> mainQueue = std::make_shared<ManualQueue>(ManualQueue::Current::onMakerThread);
     const std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
     const std::shared_ptr<RouteStore> store = std::make_shared<RouteStore>(folder / "routes.json");
     const std::shared_ptr<InMemorySettings> settings = std::make_shared<InMemorySettings>();
@@ -111,4 +108,4 @@ private:
     static void unplug(std::vector<MIDIObjectRef>& refs, MIDIObjectRef ref) { std::erase(refs, ref); }
 };
 
-} // namespace corvel::tests
+}  // namespace corvel::tests

@@ -44,12 +44,11 @@ TEST(Observers, LetsAnObserverEndItselfAndTheNextWhileItIsCalled) {
     Observation first;
     Observation second;
     // What the callable holds must stay good until it returns.
-    first = observers.add(
-        [&, name = std::string("an observer with a name too long for the string itself")](Color) {
-            first.end();
-            second.end();
-            calls.push_back(name.substr(0, 11));
-        });
+    first = observers.add([&, name = std::string("an observer with a name too long for the string itself")](Color) {
+        first.end();
+        second.end();
+        calls.push_back(name.substr(0, 11));
+    });
     second = observers.add([&](Color) { calls.emplace_back("second"); });
     const Observation third = observers.add([&](Color) { calls.emplace_back("third"); });
     observers.notify(Color::red);
@@ -119,5 +118,5 @@ TEST(Published, EditsWithoutACopy) {
     EXPECT_THAT(property.value(), ElementsAre(1, 5, 3));
 }
 
-} // namespace
-} // namespace corvel::tests
+}  // namespace
+}  // namespace corvel::tests
