@@ -1,6 +1,7 @@
 #include "tests/support/FakeMIDIHost.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <stdexcept>
 #include <utility>
@@ -10,12 +11,12 @@ namespace corvel::tests {
 namespace {
 
 /// "[90 3C 64]".
-std::string hex(std::span<const std::uint8_t> bytes) {
+std::string bracketed(std::span<const std::uint8_t> bytes) {
     std::string text = "[";
     for (const std::uint8_t byte : bytes) {
-        char digits[4];
-        std::snprintf(digits, sizeof digits, text.size() > 1 ? " %02X" : "%02X", byte);
-        text += digits;
+        std::array<char, 4> digits{};
+        std::snprintf(digits.data(), digits.size(), text.size() > 1 ? " %02X" : "%02X", byte);
+        text += digits.data();
     }
     return text + "]";
 }
@@ -208,7 +209,7 @@ MIDIObjectRef FakeMIDIHost::entityDestination(MIDIObjectRef entity, unsigned ind
 }
 
 std::optional<MIDIPacket> FakeMIDIHost::makePacket(std::span<const std::uint8_t> bytes) {
-    noteAction("makePacket", {}, recording == Recording::nothing ? std::string() : hex(bytes));
+    noteAction("makePacket", {}, recording == Recording::nothing ? std::string() : bracketed(bytes));
     if (canMakePacket && !canMakePacket(bytes)) {
         return std::nullopt;
     }
@@ -217,7 +218,7 @@ std::optional<MIDIPacket> FakeMIDIHost::makePacket(std::span<const std::uint8_t>
 
 MIDIStatus FakeMIDIHost::send(MIDIObjectRef port, MIDIObjectRef destination, const MIDIPacket& packet) {
     noteAction("send", {{"port", port}, {"destination", destination}},
-               recording == Recording::nothing ? std::string() : hex(packet.bytes));
+               recording == Recording::nothing ? std::string() : bracketed(packet.bytes));
     const MIDIStatus status = sendStatuses.empty() ? kMIDISuccess : statusFor(sendStatuses, destination);
     if (status == kMIDISuccess) {
         ++sentCount;

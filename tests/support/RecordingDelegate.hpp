@@ -4,8 +4,10 @@
 #include "core/engine/MIDIRouterEngineDelegate.hpp"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -31,6 +33,7 @@ public:
     /// The messages of the diagnostics so far.
     [[nodiscard]] std::vector<std::string> messages() const {
         std::vector<std::string> texts;
+        texts.reserve(diagnostics.size());
         for (const MIDIDiagnosticEvent& event : diagnostics) {
             texts.push_back(event.message);
         }
@@ -59,7 +62,7 @@ public:
 
 private:
     static std::string hex(const MIDIBytes& bytes) {
-        static constexpr char kDigits[] = "0123456789ABCDEF";
+        static constexpr std::string_view kDigits = "0123456789ABCDEF";
         std::string text = "[";
         for (const std::uint8_t byte : bytes) {
             if (text.size() > 1) {

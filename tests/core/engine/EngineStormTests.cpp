@@ -343,6 +343,7 @@ public:
     void blow() {
         std::latch start(static_cast<std::ptrdiff_t>(works_.size()));
         std::vector<std::thread> threads;
+        threads.reserve(works_.size());
         for (std::function<void()>& work : works_) {
             threads.emplace_back([&start, work = std::move(work)] {
                 start.arrive_and_wait();
