@@ -133,29 +133,40 @@ void CoreMIDIRouterEngine::postActivity(RoutedMIDIMessage&& message) {
 }
 
 void CoreMIDIRouterEngine::wakeMainThread() {
-    mainQueue_->async([weakEngine = weak_from_this()] {
-        if (const auto engine = weakEngine.lock()) {
-            engine->deliverReports();
-        }
-    });
+    mainQueue_->async([weakEngine = weak_from_this()] { deliverReports(weakEngine); });
 }
 
-void CoreMIDIRouterEngine::deliverReports() {
+void CoreMIDIRouterEngine::deliverReports(const std::weak_ptr<CoreMIDIRouterEngine>& weakEngine) {
     // No more than now wait, or a flood would keep the main thread from everything else. The one extra look finds the
     // queue empty, which is what makes the next report ask for a wake-up.
-    for (std::size_t remaining = reports_.size() + 1; remaining > 0; --remaining) {
-        const std::optional<MIDIReport> report = reports_.pop();
-        if (!report) {
+    std::size_t remaining = 0;
+    if (const auto engine = weakEngine.lock()) {
+        remaining = engine->reports_.size() + 1;
+    }
+    for (; remaining > 0; --remaining) {
+        // Held for one report at a time: a delegate may release the engine, and then hears no more of it.
+        const auto engine = weakEngine.lock();
+        if (!engine || !engine->deliverNextReport()) {
             return;
         }
-        try {
-            deliver(*report);
-        } catch (...) {
-            wakeMainThread();
-            throw;
-        }
     }
-    wakeMainThread();
+    if (const auto engine = weakEngine.lock()) {
+        engine->wakeMainThread();
+    }
+}
+
+bool CoreMIDIRouterEngine::deliverNextReport() {
+    const std::optional<MIDIReport> report = reports_.pop();
+    if (!report) {
+        return false;
+    }
+    try {
+        deliver(*report);
+    } catch (...) {
+        wakeMainThread();
+        throw;
+    }
+    return true;
 }
 
 void CoreMIDIRouterEngine::deliver(const MIDIReport& report) {

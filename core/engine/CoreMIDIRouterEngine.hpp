@@ -96,7 +96,8 @@ private:
     void post(MIDIReport report);
     void postActivity(RoutedMIDIMessage&& message);
     void wakeMainThread();
-    void deliverReports();
+    static void deliverReports(const std::weak_ptr<CoreMIDIRouterEngine>& weakEngine);
+    bool deliverNextReport();
     void deliver(const MIDIReport& report);
     bool reportIfFailed(MIDIStatus status, std::string_view message);
     void logDiagnostic(std::string message);
