@@ -210,8 +210,7 @@ void CoreMIDIRouterEngine::appendDeviceSummaries(std::string& summary, std::stri
             const unsigned sourceCount = host_->entitySourceCount(entity);
             const unsigned destinationCount = host_->entityDestinationCount(entity);
             summary += "\n  " + indexed("entity", entityIndex) + endpointName(entity) + ": " +
-                       std::to_string(sourceCount) + " sources, " + std::to_string(destinationCount) +
-                       " destinations";
+                       std::to_string(sourceCount) + " sources, " + std::to_string(destinationCount) + " destinations";
             for (unsigned index = 0; index < sourceCount; ++index) {
                 summary += "\n    " + indexed("source", index) + endpointName(host_->entitySource(entity, index));
             }

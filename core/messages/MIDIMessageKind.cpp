@@ -32,7 +32,9 @@ constexpr std::array<MIDIMessageKind, 16> kSystemKinds{
 
 }  // namespace
 
-std::string_view rawValue(MIDIMessageKind kind) { return kRawValues[static_cast<std::size_t>(kind)]; }
+std::string_view rawValue(MIDIMessageKind kind) {
+    return kRawValues[static_cast<std::size_t>(kind)];
+}
 
 std::optional<MIDIMessageKind> messageKindFromRawValue(std::string_view text) {
     const auto* const found = std::ranges::find(kRawValues, text);

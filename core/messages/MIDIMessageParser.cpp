@@ -10,9 +10,13 @@ namespace corvel::MIDIMessageParser {
 
 namespace {
 
-bool isRealtime(std::uint8_t byte) { return byte >= kFirstRealtime; }
+bool isRealtime(std::uint8_t byte) {
+    return byte >= kFirstRealtime;
+}
 
-bool isData(std::uint8_t byte) { return byte < kFirstStatus; }
+bool isData(std::uint8_t byte) {
+    return byte < kFirstStatus;
+}
 
 /// One walk over a buffer.
 class Walk {
@@ -77,6 +81,8 @@ private:
 
 }  // namespace
 
-std::vector<MIDIMessageFragment> fragments(std::span<const std::uint8_t> buffer) { return Walk(buffer).run(); }
+std::vector<MIDIMessageFragment> fragments(std::span<const std::uint8_t> buffer) {
+    return Walk(buffer).run();
+}
 
 }  // namespace corvel::MIDIMessageParser

@@ -9,7 +9,9 @@
 namespace corvel::MIDIMessageTransformer {
 
 /// Whether the byte is a channel-voice status, 0x80 to 0xEF.
-[[nodiscard]] constexpr bool isChannelVoiceStatus(std::uint8_t byte) { return byte >= 0x80 && byte <= 0xEF; }
+[[nodiscard]] constexpr bool isChannelVoiceStatus(std::uint8_t byte) {
+    return byte >= 0x80 && byte <= 0xEF;
+}
 
 /// The bytes with every channel-voice status put on the mode's forced channel; same length, all other bytes untouched.
 /// `asIs`, and a forced channel outside 1 to 16, return the bytes as they are. Steps over each message by its nominal

@@ -22,13 +22,19 @@ constexpr std::array<ModifierEntry, kAllKeyboardShortcutModifiers.size()> kEntri
     {"shift", "⇧", 2},
 }};
 
-const ModifierEntry& entry(KeyboardShortcutModifier modifier) { return kEntries[static_cast<std::size_t>(modifier)]; }
+const ModifierEntry& entry(KeyboardShortcutModifier modifier) {
+    return kEntries[static_cast<std::size_t>(modifier)];
+}
 
-int sortRank(KeyboardShortcutModifier modifier) { return entry(modifier).sortRank; }
+int sortRank(KeyboardShortcutModifier modifier) {
+    return entry(modifier).sortRank;
+}
 
 }  // namespace
 
-std::string_view rawValue(KeyboardShortcutModifier modifier) { return entry(modifier).rawValue; }
+std::string_view rawValue(KeyboardShortcutModifier modifier) {
+    return entry(modifier).rawValue;
+}
 
 std::optional<KeyboardShortcutModifier> keyboardShortcutModifierFromRawValue(std::string_view text) {
     const auto* const found = std::ranges::find(kEntries, text, &ModifierEntry::rawValue);
@@ -38,7 +44,9 @@ std::optional<KeyboardShortcutModifier> keyboardShortcutModifierFromRawValue(std
     return static_cast<KeyboardShortcutModifier>(found - kEntries.begin());
 }
 
-std::string_view title(KeyboardShortcutModifier modifier) { return entry(modifier).title; }
+std::string_view title(KeyboardShortcutModifier modifier) {
+    return entry(modifier).title;
+}
 
 std::vector<KeyboardShortcutModifier> sorted(const std::vector<KeyboardShortcutModifier>& modifiers) {
     std::vector<KeyboardShortcutModifier> result = modifiers;

@@ -26,7 +26,9 @@ MIDIRouteSetDocument MIDIRouteSetDocument::singleSet(std::vector<MIDIRoute> rout
     return {selection, std::move(sets)};
 }
 
-MIDIRouteSetDocument MIDIRouteSetDocument::normalized() const { return {selectedSetID, routeSets}; }
+MIDIRouteSetDocument MIDIRouteSetDocument::normalized() const {
+    return {selectedSetID, routeSets};
+}
 
 const MIDIRouteSet& MIDIRouteSetDocument::selectedRouteSet() const {
     const auto found = std::ranges::find(routeSets, selectedSetID, &MIDIRouteSet::id);

@@ -4,7 +4,9 @@
 
 namespace corvel {
 
-std::string MIDIRouteVariant::defaultName(const ChannelMode& channelMode) { return channelMode.title(); }
+std::string MIDIRouteVariant::defaultName(const ChannelMode& channelMode) {
+    return channelMode.title();
+}
 
 }  // namespace corvel
 

@@ -11,6 +11,8 @@ public:
 
 }  // namespace
 
-std::shared_ptr<const Clock> makeSystemClock() { return std::make_shared<SystemClock>(); }
+std::shared_ptr<const Clock> makeSystemClock() {
+    return std::make_shared<SystemClock>();
+}
 
 }  // namespace corvel

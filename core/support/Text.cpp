@@ -26,9 +26,13 @@ std::string encoded(const icu::UnicodeString& value) {
 
 }  // namespace
 
-std::string lowercased(std::string_view value) { return encoded(decoded(value).toLower(icu::Locale::getRoot())); }
+std::string lowercased(std::string_view value) {
+    return encoded(decoded(value).toLower(icu::Locale::getRoot()));
+}
 
-std::string uppercased(std::string_view value) { return encoded(decoded(value).toUpper(icu::Locale::getRoot())); }
+std::string uppercased(std::string_view value) {
+    return encoded(decoded(value).toUpper(icu::Locale::getRoot()));
+}
 
 bool isSingleCharacter(std::string_view value) {
     const icu::UnicodeString characters = decoded(value);
@@ -42,7 +46,9 @@ bool isSingleCharacter(std::string_view value) {
     return boundaries->following(0) == characters.length();
 }
 
-std::string repairedUTF8(std::string_view value) { return encoded(decoded(value)); }
+std::string repairedUTF8(std::string_view value) {
+    return encoded(decoded(value));
+}
 
 std::string trimmed(std::string_view value) {
     const icu::UnicodeString characters = decoded(value);
@@ -57,6 +63,8 @@ std::string trimmed(std::string_view value) {
     return encoded(characters.tempSubStringBetween(start, end));
 }
 
-std::string quoted(std::string_view value) { return '"' + std::string(value) + '"'; }
+std::string quoted(std::string_view value) {
+    return '"' + std::string(value) + '"';
+}
 
 }  // namespace corvel::text

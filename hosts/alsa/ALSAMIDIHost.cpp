@@ -57,9 +57,7 @@ public:
         service_->retryFailedOutputs();
         return static_cast<unsigned>(service_->registry().destinations().size());
     }
-    MIDIObjectRef destination(unsigned index) override {
-        return refAt(service_->registry().destinations(), index);
-    }
+    MIDIObjectRef destination(unsigned index) override { return refAt(service_->registry().destinations(), index); }
 
     std::optional<std::string> displayName(MIDIObjectRef object) override {
         if (const Endpoint* endpoint = service_->registry().find(object)) {
@@ -155,8 +153,7 @@ bool isALSASequencerAvailable() {
     return SequencerClient::open("Corvel", status) != nullptr;
 }
 
-std::shared_ptr<MIDIHost> makeALSAMIDIHost(std::shared_ptr<EventLoop> queue,
-                                           std::shared_ptr<DispatchQueue> mainQueue) {
+std::shared_ptr<MIDIHost> makeALSAMIDIHost(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue) {
     return std::make_shared<ALSAMIDIHost>(std::move(queue), std::move(mainQueue));
 }
 

@@ -99,21 +99,20 @@ std::vector<Endpoint> EndpointRegistry::describe(const std::vector<PortDescripti
         Life& portLife = life(port.address, direction);
         portLife.names = {port.clientName, port.portName};
         if (!portLife.uniqueID) {
-            portLife.uniqueID =
-                freeUniqueID(uniqueEndpointID(direction, soundCard != nullptr ? soundCard->identity() : clientName,
-                                              port.address.port, portName));
+            portLife.uniqueID = freeUniqueID(uniqueEndpointID(
+                direction, soundCard != nullptr ? soundCard->identity() : clientName, port.address.port, portName));
         }
-        endpoints.push_back({.ref = portLife.ref,
-                             .direction = direction,
-                             .address = port.address,
-                             .uniqueID = *portLife.uniqueID,
-                             .displayName = combinedName(clientName, portName),
-                             .name = portName,
-                             .manufacturer = soundCard != nullptr && soundCard->usb ? soundCard->usb->manufacturer
-                                                                                    : std::nullopt,
-                             .isOffline = (port.capabilities & PortDescription::kInactive) != 0,
-                             .card = port.card,
-                             .isKernelClient = port.isKernelClient});
+        endpoints.push_back(
+            {.ref = portLife.ref,
+             .direction = direction,
+             .address = port.address,
+             .uniqueID = *portLife.uniqueID,
+             .displayName = combinedName(clientName, portName),
+             .name = portName,
+             .manufacturer = soundCard != nullptr && soundCard->usb ? soundCard->usb->manufacturer : std::nullopt,
+             .isOffline = (port.capabilities & PortDescription::kInactive) != 0,
+             .card = port.card,
+             .isKernelClient = port.isKernelClient});
     }
     numberLikePorts(endpoints);
     placeLikeDevices(endpoints, cards);
@@ -188,8 +187,8 @@ std::int32_t EndpointRegistry::freeUniqueID(std::int32_t wanted) const {
                });
     };
     while (isTaken(wanted)) {
-        wanted = wanted == std::numeric_limits<std::int32_t>::max() ? std::numeric_limits<std::int32_t>::min()
-                                                                     : wanted + 1;
+        wanted =
+            wanted == std::numeric_limits<std::int32_t>::max() ? std::numeric_limits<std::int32_t>::min() : wanted + 1;
     }
     return wanted;
 }

@@ -18,8 +18,12 @@ void ignore(const char*, int, const char*, int, const char*, va_list) {}
 
 }  // namespace
 
-QuietLibrary::QuietLibrary() { snd_lib_error_set_local(ignore); }
+QuietLibrary::QuietLibrary() {
+    snd_lib_error_set_local(ignore);
+}
 
-QuietLibrary::~QuietLibrary() { snd_lib_error_set_local(nullptr); }
+QuietLibrary::~QuietLibrary() {
+    snd_lib_error_set_local(nullptr);
+}
 
 }  // namespace corvel::hosts

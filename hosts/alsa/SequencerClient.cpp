@@ -39,10 +39,10 @@ std::unique_ptr<SequencerClient> SequencerClient::open(std::string_view name, in
     }
     std::unique_ptr<SequencerClient> client(new SequencerClient(handle));
     // The buffer first: setting it drops what is waiting. The name before any port, since ports announce the client.
-    for (const int result : {snd_seq_set_input_buffer_size(handle, kInputBufferSize),
-                             snd_seq_set_client_name(handle, std::string(name).c_str()),
-                             snd_seq_set_client_pool_input(handle, kPoolSize),
-                             snd_seq_set_client_pool_output(handle, kPoolSize)}) {
+    for (const int result :
+         {snd_seq_set_input_buffer_size(handle, kInputBufferSize),
+          snd_seq_set_client_name(handle, std::string(name).c_str()), snd_seq_set_client_pool_input(handle, kPoolSize),
+          snd_seq_set_client_pool_output(handle, kPoolSize)}) {
         if (result < 0) {
             status = result;
             return nullptr;

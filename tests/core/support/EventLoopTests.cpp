@@ -92,8 +92,8 @@ TEST(EventLoop, RunsAWorkItemOnceItsDelayHasPassed) {
     const auto loop = EventLoop::withThread("test");
     const auto start = std::chrono::steady_clock::now();
     std::promise<std::chrono::steady_clock::time_point> ran;
-    loop->asyncAfter(20ms, std::make_shared<DispatchWorkItem>(
-                               [&ran] { ran.set_value(std::chrono::steady_clock::now()); }));
+    loop->asyncAfter(20ms,
+                     std::make_shared<DispatchWorkItem>([&ran] { ran.set_value(std::chrono::steady_clock::now()); }));
     EXPECT_GE(ran.get_future().get() - start, 20ms);
 }
 

@@ -101,7 +101,8 @@ TEST(Text, KeepsTheGoodAroundLongerBadSequencesInRepair) {
 
 TEST(Text, TrimsEveryUnicodeWhiteSpaceAtBothEndsOnly) {
     EXPECT_EQ(text::trimmed("  Live  set \n"), "Live  set");
-    EXPECT_EQ(text::trimmed("\t\v\f\r\n\u0085\u00A0\u1680\u2000\u200A\u2028\u2029\u202F\u205F\u3000x\u3000\u00A0"), "x");
+    EXPECT_EQ(text::trimmed("\t\v\f\r\n\u0085\u00A0\u1680\u2000\u200A\u2028\u2029\u202F\u205F\u3000x\u3000\u00A0"),
+              "x");
     EXPECT_EQ(text::trimmed(" \u2003 "), "");
     EXPECT_EQ(text::trimmed(""), "");
     EXPECT_EQ(text::trimmed("\U0001F3B9 "), "\U0001F3B9");
