@@ -139,7 +139,7 @@ void checkRealtimePlaces(Bytes buffer, const std::vector<MIDIMessageFragment>& f
 }
 
 std::vector<MIDIMessageFragment> checkParser(Bytes buffer) {
-    const std::vector<MIDIMessageFragment> fragments = MIDIMessageParser::fragments(buffer);
+    std::vector<MIDIMessageFragment> fragments = MIDIMessageParser::fragments(buffer);
     const MIDIBytes all = joined(fragments);
     const auto evidence = [&] { return "buffer " + hex(buffer) + "\nfragments joined " + hex(all); };
     require(isSame(onlyRealtime(all, true), onlyRealtime(buffer, true)), "every realtime byte comes out, in order",

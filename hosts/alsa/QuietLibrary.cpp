@@ -2,13 +2,11 @@
 
 #include <cstdarg>
 
-// The library's header forgets to say that this is a C function; a declaration before it settles that.
+// Declared here because the library's header declares it outside its block of C functions.
 extern "C" {
 using LocalErrorHandler = void (*)(const char*, int, const char*, int, const char*, va_list);
-LocalErrorHandler snd_lib_error_set_local(LocalErrorHandler handler);
+LocalErrorHandler snd_lib_error_set_local(LocalErrorHandler handler);  // NOLINT(readability-identifier-naming)
 }
-
-#include <alsa/asoundlib.h>
 
 namespace corvel::hosts {
 

@@ -6,7 +6,6 @@ namespace corvel::tests {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::SizeIs;
 using ::testing::StartsWith;
 
 class MIDIRouterViewModelRebinding : public ModelFixture {

@@ -13,7 +13,6 @@ namespace {
 
 using std::chrono::nanoseconds;
 using std::chrono::seconds;
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
