@@ -96,7 +96,7 @@ void CoreMIDIRouterEngine::reloadEndpointsOnQueue(std::string_view reason) {
         return;
     }
     for (const MIDIObjectRef source : connectedSourceRefs_) {
-        // It fails for a source that is gone, which is one of the reasons for a reload.
+        // A failure means that the source is gone or was not connected, and so asks for nothing.
         host_->disconnectSource(inputPort_, source);
     }
     sourceIDByEndpointRef_.clear();

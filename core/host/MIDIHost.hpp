@@ -85,6 +85,8 @@ public:
     /// Sets where diagnostics go. Called once, before any other operation.
     virtual void setDiagnosticHandler(DiagnosticHandler handler) = 0;
 
+    /// Creates a client, which hears of changes of the setup, and its ports: one that receives from the sources that are
+    /// connected to it, one that packets are sent from. Handlers are called until their object is disposed of.
     [[nodiscard]] virtual MIDICreation createClient(std::string_view name, NotificationHandler handler) = 0;
     [[nodiscard]] virtual MIDICreation createInputPort(MIDIObjectRef client, std::string_view name,
                                                        ReceiveHandler handler) = 0;
@@ -108,7 +110,8 @@ public:
     [[nodiscard]] virtual std::optional<std::int32_t> uniqueID(MIDIObjectRef object) = 0;
     [[nodiscard]] virtual std::optional<bool> isOffline(MIDIObjectRef object) = 0;
 
-    /// Starts and stops delivery from a source to an input port. `connection` comes back with every delivery.
+    /// Starts and stops delivery from a source to an input port. `connection` comes back with every delivery. Stopping
+    /// fails for a source that is gone or not connected, and then there is nothing to stop.
     [[nodiscard]] virtual MIDIStatus connectSource(MIDIObjectRef port, MIDIObjectRef source,
                                                    MIDIObjectRef connection) = 0;
     virtual MIDIStatus disconnectSource(MIDIObjectRef port, MIDIObjectRef source) = 0;

@@ -2,7 +2,7 @@
 
 #include <cstdarg>
 
-// The library's header forgets to say that this is a C function; a declaration before it settles that.
+// The library's header forgets to say that this is a C function; a declaration before it does.
 extern "C" {
 using LocalErrorHandler = void (*)(const char*, int, const char*, int, const char*, va_list);
 LocalErrorHandler snd_lib_error_set_local(LocalErrorHandler handler);
