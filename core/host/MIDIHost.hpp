@@ -85,8 +85,8 @@ public:
     /// Sets where diagnostics go. Called once, before any other operation.
     virtual void setDiagnosticHandler(DiagnosticHandler handler) = 0;
 
-    /// Creates a client, which hears of changes of the setup, and its ports: one that receives from the sources that are
-    /// connected to it, one that packets are sent from. Handlers are called until their object is disposed of.
+    /// Creates a client, which hears of changes of the setup, and its ports: one that receives from the sources that
+    /// are connected to it, one that packets are sent from. Handlers are called until their object is disposed of.
     [[nodiscard]] virtual MIDICreation createClient(std::string_view name, NotificationHandler handler) = 0;
     [[nodiscard]] virtual MIDICreation createInputPort(MIDIObjectRef client, std::string_view name,
                                                        ReceiveHandler handler) = 0;
