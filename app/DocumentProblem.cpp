@@ -1,12 +1,9 @@
 #include "app/DocumentProblem.hpp"
 
+#include "core/storage/AtomicFile.hpp"
 #include "core/storage/DecodingError.hpp"
 #include "core/storage/RouteSetDocumentCoder.hpp"
 
-#include <cerrno>
-#include <fstream>
-#include <ios>
-#include <sstream>
 #include <string_view>
 #include <system_error>
 
@@ -35,14 +32,12 @@ bool isRouteArray(std::string_view json) {
 }  // namespace
 
 std::optional<std::string> documentProblem(const std::filesystem::path& file) {
-    errno = 0;
-    std::ifstream stream(file, std::ios::binary);
-    std::ostringstream content;
-    // A file without a byte adds nothing, which the stream takes for a failure.
-    if (!stream || (!(content << stream.rdbuf()) && errno != 0)) {
-        return std::generic_category().message(errno);
+    std::string json;
+    try {
+        json = readFile(file);
+    } catch (const std::system_error& error) {
+        return error.code().message();
     }
-    const std::string json = std::move(content).str();
     std::optional<std::string> problem = decodingProblem(json);
     return problem && isRouteArray(json) ? std::nullopt : problem;
 }

@@ -10,23 +10,23 @@ namespace {
 
 std::string objectTypeName(std::int32_t type) {
     switch (type) {
-        case -1:
+        case MIDINotification::kOther:
             return "other";
-        case 0:
+        case MIDINotification::kDevice:
             return "device";
-        case 1:
+        case MIDINotification::kEntity:
             return "entity";
-        case 2:
+        case MIDINotification::kSource:
             return "source";
-        case 3:
+        case MIDINotification::kDestination:
             return "destination";
-        case 16:
+        case MIDINotification::kExternalDevice:
             return "externalDevice";
-        case 17:
+        case MIDINotification::kExternalEntity:
             return "externalEntity";
-        case 18:
+        case MIDINotification::kExternalSource:
             return "externalSource";
-        case 19:
+        case MIDINotification::kExternalDestination:
             return "externalDestination";
         default:
             return "type " + std::to_string(type);
@@ -43,19 +43,19 @@ std::string describeAddRemoveNotification(const MIDINotification& notification, 
 
 std::string CoreMIDIRouterEngine::describe(const MIDINotification& notification) {
     switch (notification.messageID) {
-        case 1:
+        case MIDINotification::kSetupChanged:
             return "setup changed";
-        case 2:
+        case MIDINotification::kObjectAdded:
             return describeAddRemoveNotification(notification, "object added");
-        case 3:
+        case MIDINotification::kObjectRemoved:
             return describeAddRemoveNotification(notification, "object removed");
-        case 4:
+        case MIDINotification::kPropertyChanged:
             return "property changed";
-        case 5:
+        case MIDINotification::kThruConnectionsChanged:
             return "thru connections changed";
-        case 6:
+        case MIDINotification::kSerialPortOwnerChanged:
             return "serial port owner changed";
-        case 7:
+        case MIDINotification::kIOError:
             return "I/O error";
         default:
             return "message " + std::to_string(notification.messageID);
@@ -96,6 +96,7 @@ void CoreMIDIRouterEngine::reloadEndpointsOnQueue(std::string_view reason) {
         return;
     }
     for (const MIDIObjectRef source : connectedSourceRefs_) {
+        // A failure means that the source is gone or was not connected, and so asks for nothing.
         host_->disconnectSource(inputPort_, source);
     }
     sourceIDByEndpointRef_.clear();

@@ -32,18 +32,24 @@ struct MIDIPacket {
 
 /// A change of the MIDI setup, as the service reports it.
 struct MIDINotification {
-    /// Message identifiers that name objects.
+    /// Message identifiers and object types. A service may report others.
     static constexpr std::int32_t kSetupChanged = 1;
     static constexpr std::int32_t kObjectAdded = 2;
     static constexpr std::int32_t kObjectRemoved = 3;
     static constexpr std::int32_t kPropertyChanged = 4;
+    static constexpr std::int32_t kThruConnectionsChanged = 5;
+    static constexpr std::int32_t kSerialPortOwnerChanged = 6;
+    static constexpr std::int32_t kIOError = 7;
 
-    /// Object types.
     static constexpr std::int32_t kOther = -1;
     static constexpr std::int32_t kDevice = 0;
     static constexpr std::int32_t kEntity = 1;
     static constexpr std::int32_t kSource = 2;
     static constexpr std::int32_t kDestination = 3;
+    static constexpr std::int32_t kExternalDevice = 16;
+    static constexpr std::int32_t kExternalEntity = 17;
+    static constexpr std::int32_t kExternalSource = 18;
+    static constexpr std::int32_t kExternalDestination = 19;
 
     std::int32_t messageID = kSetupChanged;
     /// The object added or removed and its parent; only with `kObjectAdded` and `kObjectRemoved`.
@@ -55,7 +61,8 @@ struct MIDINotification {
 
 /// A MIDI service: the one interface through which the engine reaches the operating system's MIDI.
 ///
-/// `createClient` is called on the main thread, the dispose operations on any; all others only on the engine's queue.
+/// `setDiagnosticHandler` and `createClient` are called on the main thread, the dispose operations on any; all others
+/// only on the engine's queue.
 /// A property that cannot be read has no value.
 class MIDIHost {
 public:
@@ -78,6 +85,8 @@ public:
     /// Sets where diagnostics go. Called once, before any other operation.
     virtual void setDiagnosticHandler(DiagnosticHandler handler) = 0;
 
+    /// Creates a client, which hears of changes of the setup, and its ports: one that receives from the sources that
+    /// are connected to it, one that packets are sent from. Handlers are called until their object is disposed of.
     [[nodiscard]] virtual MIDICreation createClient(std::string_view name, NotificationHandler handler) = 0;
     [[nodiscard]] virtual MIDICreation createInputPort(MIDIObjectRef client, std::string_view name,
                                                        ReceiveHandler handler) = 0;
@@ -101,7 +110,8 @@ public:
     [[nodiscard]] virtual std::optional<std::int32_t> uniqueID(MIDIObjectRef object) = 0;
     [[nodiscard]] virtual std::optional<bool> isOffline(MIDIObjectRef object) = 0;
 
-    /// Starts and stops delivery from a source to an input port. `connection` comes back with every delivery.
+    /// Starts and stops delivery from a source to an input port. `connection` comes back with every delivery. Stopping
+    /// fails for a source that is gone or not connected, and then there is nothing to stop.
     [[nodiscard]] virtual MIDIStatus connectSource(MIDIObjectRef port, MIDIObjectRef source,
                                                    MIDIObjectRef connection) = 0;
     virtual MIDIStatus disconnectSource(MIDIObjectRef port, MIDIObjectRef source) = 0;

@@ -5,6 +5,6 @@
 namespace corvel {
 
 MIDIMessageFragment::MIDIMessageFragment(MIDIBytes givenBytes)
-    : bytes(std::move(givenBytes)), messageKind(detectMessageKind({bytes.data(), bytes.size()})) {}
+    : bytes(std::move(givenBytes)), messageKind(detectMessageKind(bytes)) {}
 
 }  // namespace corvel

@@ -11,6 +11,14 @@ inline constexpr std::uint8_t kExclusiveEnd = 0xF7;
 inline constexpr std::uint8_t kFirstStatus = 0x80;
 inline constexpr std::uint8_t kFirstRealtime = 0xF8;
 
+[[nodiscard]] constexpr bool isData(std::uint8_t byte) {
+    return byte < kFirstStatus;
+}
+
+[[nodiscard]] constexpr bool isRealtime(std::uint8_t byte) {
+    return byte >= kFirstRealtime;
+}
+
 /// The length in bytes, 1 to 3, that a message starting with `byte` has when it is complete. A data byte and every
 /// one-byte message have length 1; so has 0xF0, whose message has no fixed length.
 [[nodiscard]] constexpr std::size_t nominalMessageLength(std::uint8_t byte) {

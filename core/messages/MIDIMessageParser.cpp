@@ -10,14 +10,6 @@ namespace corvel::MIDIMessageParser {
 
 namespace {
 
-bool isRealtime(std::uint8_t byte) {
-    return byte >= kFirstRealtime;
-}
-
-bool isData(std::uint8_t byte) {
-    return byte < kFirstStatus;
-}
-
 /// One walk over a buffer.
 class Walk {
 public:

@@ -26,7 +26,7 @@ constexpr ::mode_t kDefaultPermissions = 0666;
 }
 
 /// Repeats a system call that a signal interrupts; throws if it fails.
-template <class Call>
+template <typename Call>
 auto checked(Call call) {
     for (;;) {
         const auto result = call();

@@ -82,14 +82,14 @@ public:
     [[nodiscard]] std::size_t errorPosition() const { return errorPosition_; }
 
 private:
-    template <class Value>
+    template <typename Value>
     bool add(Value value) {
         const std::size_t index = text_.nodes_.size();
         text_.nodes_.push_back({value, key_, container_, index + 1});
         return true;
     }
 
-    template <class Container>
+    template <typename Container>
     bool open(Container kind) {
         if (++depth_ > kMaxDepth) {
             return false;

@@ -1,5 +1,6 @@
 #include "core/support/Collator.hpp"
 
+#include <unicode/stringpiece.h>
 #include <unicode/ucol.h>
 #include <unicode/uloc.h>
 #include <unicode/unistr.h>

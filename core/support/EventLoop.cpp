@@ -84,6 +84,9 @@ public:
         bool mustWake = false;
         {
             const std::lock_guard lock(mutex_);
+            if (hasEnded_) {
+                return;
+            }
             timed_.emplace(std::chrono::steady_clock::now() + delay, std::move(item));
             mustWake = std::exchange(isWaiting_, false);
         }

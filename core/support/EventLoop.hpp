@@ -15,7 +15,8 @@ namespace corvel {
 /// switch in between.
 ///
 /// Releasing the last reference ends the loop after the tasks that were posted before. It waits for the loop's thread,
-/// except on that thread itself, where the loop ends on its own after the current task.
+/// except on that thread itself, where the loop ends on its own after the current task. A loop that is not being run
+/// drops its tasks instead.
 class EventLoop : public DispatchQueue {
 public:
     /// Called on the loop while the descriptor has something to read (or has failed).

@@ -5,10 +5,8 @@
 
 #include <alsa/asoundlib.h>
 
-#include <cstdlib>
 #include <limits>
 #include <map>
-#include <memory>
 #include <utility>
 
 namespace corvel::hosts {
@@ -68,15 +66,6 @@ const DeviceTree::Entity* DeviceTree::findEntity(MIDIObjectRef ref) const {
         }
     }
     return nullptr;
-}
-
-std::string soundCardName(int card) {
-    char* name = nullptr;
-    if (snd_card_get_name(card, &name) < 0) {
-        return "Sound Card " + std::to_string(card);
-    }
-    const std::unique_ptr<char, decltype(&std::free)> owned(name, &std::free);
-    return text::repairedUTF8(name);
 }
 
 }  // namespace corvel::hosts

@@ -38,7 +38,4 @@ struct DeviceTree {
     [[nodiscard]] const Entity* findEntity(MIDIObjectRef ref) const;
 };
 
-/// The name that the driver gives a sound card, its number where it gives none.
-[[nodiscard]] std::string soundCardName(int card);
-
 }  // namespace corvel::hosts

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <limits>
 #include <set>
-#include <tuple>
 
 namespace corvel::hosts {
 

@@ -33,7 +33,7 @@ struct Endpoint {
 /// Knows the sequencer's endpoints: gives each a reference that no later port ever gets, and a unique ID and a name
 /// that a returning device or program gets again.
 ///
-/// Pure bookkeeping, without a sequencer. A port lives until `portEnded`, or until a `update` does not list it.
+/// Pure bookkeeping, without a sequencer. A port lives until `portEnded`, or until an `update` does not list it.
 class EndpointRegistry {
 public:
     using CardReader = std::function<SoundCard(int card)>;

@@ -1,5 +1,7 @@
 #include "hosts/alsa/EventCoding.hpp"
 
+#include "core/messages/MIDIMessageLength.hpp"
+
 #include <algorithm>
 #include <array>
 #include <new>
@@ -8,20 +10,9 @@ namespace corvel::hosts {
 
 namespace {
 
-constexpr std::uint8_t kExclusive = 0xF0;
-constexpr std::uint8_t kEndOfExclusive = 0xF7;
-
-bool isData(std::uint8_t byte) {
-    return byte < 0x80;
-}
-
-bool isRealtime(std::uint8_t byte) {
-    return byte >= 0xF8;
-}
-
 /// Number of data bytes that a status wants; no value for those that come alone or open an exclusive message.
 std::optional<std::size_t> dataLength(std::uint8_t status) {
-    if (status < kExclusive) {
+    if (status < kExclusiveStart) {
         return status >= 0xC0 && status <= 0xDF ? 1 : 2;
     }
     switch (status) {
@@ -115,8 +106,8 @@ public:
     void run() {
         while (position_ < packet_.size()) {
             const std::uint8_t byte = packet_[position_];
-            if (byte == kExclusive || isData(byte)) {
-                takeExclusive(byte == kExclusive);
+            if (byte == kExclusiveStart || isData(byte)) {
+                takeExclusive(byte == kExclusiveStart);
             } else if (const std::optional<std::size_t> wanted = dataLength(byte)) {
                 takeMessage(byte, *wanted);
             } else {
@@ -137,7 +128,7 @@ private:
                 start = position_;
                 continue;
             }
-            if (byte == kEndOfExclusive) {
+            if (byte == kExclusiveEnd) {
                 ++position_;
                 break;
             }
@@ -165,8 +156,8 @@ private:
             }
         }
         if (count == wanted) {
-            snd_seq_event_t event = status < kExclusive ? channelEvent(status, data[0], data[1])
-                                                        : systemCommonEvent(status, data[0], data[1]);
+            snd_seq_event_t event = status < kExclusiveStart ? channelEvent(status, data[0], data[1])
+                                                             : systemCommonEvent(status, data[0], data[1]);
             visit_(event);
         }
     }

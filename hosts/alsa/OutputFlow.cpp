@@ -112,7 +112,6 @@ void OutputFlow::sendWaiting() {
     }
 }
 
-/// True when nothing waits any more.
 bool OutputFlow::sendBacklog(const PortAddress& destination, Backlog& backlog) {
     while (!backlog.events.empty()) {
         WaitingEvent& next = backlog.events.front();

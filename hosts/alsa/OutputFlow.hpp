@@ -13,7 +13,6 @@
 #include <map>
 #include <optional>
 #include <span>
-#include <string>
 
 namespace corvel::hosts {
 
@@ -87,6 +86,7 @@ private:
     [[nodiscard]] bool takeRoom(int client, const snd_seq_event_t& event);
     void ask(int client, Budget& budget, int wanted);
     void keep(const PortAddress& destination, const snd_seq_event_t& event);
+    /// True when nothing waits any more.
     [[nodiscard]] bool sendBacklog(const PortAddress& destination, Backlog& backlog);
 
     EventSink& sink_;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <compare>
-#include <cstdint>
 #include <string>
 
 namespace corvel::hosts {

@@ -6,6 +6,8 @@
 #include <poll.h>
 
 #include <cerrno>
+#include <cstddef>
+#include <string>
 
 namespace corvel::hosts {
 
@@ -52,7 +54,7 @@ std::unique_ptr<SequencerClient> SequencerClient::open(std::string_view name, in
 }
 
 SequencerClient::SequencerClient(snd_seq_t* handle) : handle_(handle), number_(snd_seq_client_id(handle)) {
-    pollfd descriptor{};
+    pollfd descriptor{-1, 0, 0};
     snd_seq_poll_descriptors(handle, &descriptor, 1, POLLIN);
     descriptor_ = descriptor.fd;
 }

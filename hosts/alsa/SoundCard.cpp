@@ -2,7 +2,11 @@
 
 #include "core/support/Text.hpp"
 
+#include <alsa/asoundlib.h>
+
+#include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <system_error>
 
 namespace corvel::hosts {
@@ -54,6 +58,15 @@ std::string SoundCard::place() const {
 SoundCard readSoundCard(int index, const std::filesystem::path& sysfs) {
     const std::filesystem::path folder = sysfs / "class" / "sound" / ("card" + std::to_string(index));
     return {.index = index, .id = readAttribute(folder / "id").value_or(""), .usb = readUSBDevice(folder)};
+}
+
+std::string soundCardName(int index) {
+    char* name = nullptr;
+    if (snd_card_get_name(index, &name) < 0) {
+        return "Sound Card " + std::to_string(index);
+    }
+    const std::unique_ptr<char, decltype(&std::free)> owned(name, &std::free);
+    return text::repairedUTF8(name);
 }
 
 }  // namespace corvel::hosts

@@ -38,4 +38,7 @@ struct SoundCard {
 /// Reads what sysfs, mounted at `sysfs`, says of a card. What cannot be read stays empty. Any thread.
 [[nodiscard]] SoundCard readSoundCard(int index, const std::filesystem::path& sysfs = "/sys");
 
+/// The name that the driver gives a sound card, its number where it gives none. Any thread.
+[[nodiscard]] std::string soundCardName(int index);
+
 }  // namespace corvel::hosts

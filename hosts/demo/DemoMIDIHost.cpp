@@ -39,7 +39,7 @@ public:
         }
         if (options_.playsByItself) {
             player_ = std::jthread([state = state_](const std::stop_token& stop) { performDemo(stop, *state); });
-            ::pthread_setname_np(player_.native_handle(), "corvel.demo");
+            ::pthread_setname_np(player_.native_handle(), "app.corvel.demo");
         }
     }
     DemoService(const DemoService&) = delete;
