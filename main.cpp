@@ -1,8 +1,11 @@
 #include "app/CommandLine.hpp"
+#include "app/DocumentCommands.hpp"
 #include "app/DocumentProblem.hpp"
 #include "app/EndpointListing.hpp"
 #include "app/HeadlessReporter.hpp"
+#include "app/InMemorySettings.hpp"
 #include "app/LineOutput.hpp"
+#include "app/MIDIRouterViewModel.hpp"
 #include "app/TerminationSignals.hpp"
 #include "app/TextLine.hpp"
 #include "core/engine/CoreMIDIRouterEngine.hpp"
@@ -83,6 +86,11 @@ public:
     [[nodiscard]] bool hasEngine() const { return engine_ != nullptr; }
     [[nodiscard]] bool isDemo() const { return selection_.isDemo; }
     [[nodiscard]] CoreMIDIRouterEngine& engine() const { return *engine_; }
+    /// A model without a settings file. It must be gone before the router is.
+    [[nodiscard]] std::shared_ptr<MIDIRouterViewModel> makeModel(std::shared_ptr<RouteStore> store) const {
+        return MIDIRouterViewModel::create(engine_, std::move(store), std::make_shared<InMemorySettings>(), clock_,
+                                           mainQueue_);
+    }
     [[nodiscard]] const std::shared_ptr<EventLoop>& mainQueue() const { return mainQueue_; }
     [[nodiscard]] const std::shared_ptr<const Clock>& clock() const { return clock_; }
 
@@ -99,77 +107,106 @@ std::filesystem::path demoFile() {
     return RouteStore::defaultFileURL().replace_filename("demo-routes.json");
 }
 
-std::vector<MIDIRoute> loadRoutes(const CommandLine& commandLine, bool isDemo) {
+/// The store of the connections file, of which it is said why it cannot be used as it is.
+std::shared_ptr<RouteStore> openStore(const CommandLine& commandLine, bool isDemo) {
     const bool isDemoFile = isDemo && !commandLine.document;
     const std::filesystem::path file =
         commandLine.document.value_or(isDemo ? demoFile() : RouteStore::defaultFileURL());
-    const RouteStore store(file);
+    auto store = std::make_shared<RouteStore>(file);
     std::error_code error;
     const bool isMissing = std::filesystem::symlink_status(file, error).type() == std::filesystem::file_type::not_found;
     if (isDemoFile && isMissing) {
-        const MIDIRouteSetDocument document = hosts::makeDemoDocument();
         try {
-            store.saveDocument(document);
+            store->saveDocument(hosts::makeDemoDocument());
         } catch (const RouteStoreError& failure) {
-            complain(failure.what());
+            complain(std::string(failure.what()) + "; an empty set is used");
         }
-        return document.selectedRouteSet().routes;
+        return store;
     }
     // A first start has no document at the usual place, which is nothing to speak of.
     const auto problem = isMissing && !commandLine.document ? std::nullopt : documentProblem(file);
-    std::vector<MIDIRoute> routes = store.load();
     if (problem) {
         complain(file.string() + ": " + *problem +
-                 (routes.empty() ? "; an empty set is used" : "; the older installation's sets are used"));
+                 (store->load().empty() ? "; an empty set is used" : "; the older installation's sets are used"));
     }
-    return routes;
+    return store;
 }
 
-int routeHeadless(const CommandLine& commandLine) {
+int perform(const CommandLine& commandLine, const CommandLine::Headless& headless) {
     const TerminationSignals signals;
     const Router router(commandLine.midi);
     if (!router.hasEngine()) {
         return EXIT_FAILURE;
     }
-    const std::vector<MIDIRoute> routes = loadRoutes(commandLine, router.isDemo());
+    const auto model = router.makeModel(openStore(commandLine, router.isDemo()));
     LineOutput errors(STDERR_FILENO, router.mainQueue());
     LineOutput output(STDOUT_FILENO, router.mainQueue());
     HeadlessReporter::LineSink activity;
-    if (commandLine.writesActivity) {
+    if (headless.writesActivity) {
         activity = [&output](std::string line) { output.write(std::move(line)); };
     }
     const auto reporter = std::make_shared<HeadlessReporter>(
-        routes, router.clock(), [&errors](std::string line) { errors.write(std::move(line)); }, std::move(activity));
+        model, router.clock(), [&errors](std::string line) { errors.write(std::move(line)); }, std::move(activity));
     signals.watch(*router.mainQueue(), [loop = router.mainQueue().get()] { loop->stop(); });
     router.engine().setDelegate(reporter);
-    router.engine().updateRoutes(routes);
-    router.engine().start();
+    model->startIfNeeded();
     router.mainQueue()->run();
     output.finish(kLastLinesLimit);
     errors.finish(kLastLinesLimit);
     return EXIT_SUCCESS;
 }
 
-int listEndpoints(const CommandLine& commandLine) {
+int perform(const CommandLine& commandLine, const CommandLine::List& list) {
     const Router router(commandLine.midi);
     if (!router.hasEngine()) {
         return EXIT_FAILURE;
     }
     const MIDIEndpoints endpoints = router.engine().endpoints();
-    return print(commandLine.writesJSON ? EndpointListing::json(endpoints) : EndpointListing::table(endpoints));
+    return print(list.writesJSON ? EndpointListing::json(endpoints) : EndpointListing::table(endpoints));
+}
+
+CommandResult answer(MIDIRouterViewModel& model, const CommandLine::Connect& connection) {
+    model.applyEndpointSnapshot();
+    return DocumentCommands::connect(model, connection.source, connection.destination, connection.channel);
+}
+
+CommandResult answer(MIDIRouterViewModel& model, const CommandLine::Disconnect& connection) {
+    model.applyEndpointSnapshot();
+    return DocumentCommands::disconnect(model, connection.source, connection.destination);
+}
+
+CommandResult answer(MIDIRouterViewModel& model, const CommandLine::SelectSet& selection) {
+    return DocumentCommands::selectSet(model, selection.set);
+}
+
+CommandResult answer(const MIDIRouterViewModel& model, const CommandLine::ListSets& /*command*/) {
+    return DocumentCommands::listSets(model);
+}
+
+/// The commands on the document: they route nothing, so the engine is not started.
+template <typename DocumentCommand>
+int perform(const CommandLine& commandLine, const DocumentCommand& command) {
+    const Router router(commandLine.midi);
+    if (!router.hasEngine()) {
+        return EXIT_FAILURE;
+    }
+    const auto model = router.makeModel(openStore(commandLine, router.isDemo()));
+    const CommandResult result = answer(*model, command);
+    if (result.exitCode != EXIT_SUCCESS) {
+        std::fprintf(stderr, "corvel: %s\n", result.text.c_str());
+        return result.exitCode;
+    }
+    return print(result.text + '\n');
+}
+
+int perform(const CommandLine& /*commandLine*/, const CommandLine::Window& /*window*/) {
+    complain("this build has no window: use --headless or --list (--help tells more)");
+    return kUsageStatus;
 }
 
 int perform(const CommandLine& commandLine) {
-    switch (commandLine.mode) {
-        case CommandLine::Mode::headless:
-            return routeHeadless(commandLine);
-        case CommandLine::Mode::list:
-            return listEndpoints(commandLine);
-        case CommandLine::Mode::window:
-            break;
-    }
-    complain("this build has no window: use --headless or --list (--help tells more)");
-    return kUsageStatus;
+    return std::visit([&commandLine](const auto& command) { return perform(commandLine, command); },
+                      commandLine.command);
 }
 
 int perform(const CommandLineText& request) {

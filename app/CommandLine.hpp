@@ -2,7 +2,6 @@
 
 #include "core/host/MIDIHostChoice.hpp"
 
-#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <span>
@@ -13,20 +12,47 @@ namespace corvel {
 
 /// What the user asks of the program.
 struct CommandLine {
-    enum class Mode : std::uint8_t {
-        /// The router window.
-        window,
-        /// Routing without a window until a signal ends it.
-        headless,
-        /// The endpoints, once.
-        list,
+    /// The router window.
+    struct Window {
+        bool operator==(const Window&) const = default;
     };
+    /// Routing without a window until a signal ends it.
+    struct Headless {
+        /// Whether every routed message is written to standard output.
+        bool writesActivity = false;
+        bool operator==(const Headless&) const = default;
+    };
+    /// The endpoints, once.
+    struct List {
+        bool writesJSON = false;
+        bool operator==(const List&) const = default;
+    };
+    /// A new connection, or another channel for one. Endpoints are given by name or ID.
+    struct Connect {
+        std::string source;
+        std::string destination;
+        /// 1 to 16.
+        std::optional<int> channel;
+        bool operator==(const Connect&) const = default;
+    };
+    /// The end of a connection.
+    struct Disconnect {
+        std::string source;
+        std::string destination;
+        bool operator==(const Disconnect&) const = default;
+    };
+    /// Another current set, given by name or ID.
+    struct SelectSet {
+        std::string set;
+        bool operator==(const SelectSet&) const = default;
+    };
+    /// The connection sets, once.
+    struct ListSets {
+        bool operator==(const ListSets&) const = default;
+    };
+    using Command = std::variant<Window, Headless, List, Connect, Disconnect, SelectSet, ListSets>;
 
-    Mode mode = Mode::window;
-    /// With `headless`: whether every routed message is written to standard output.
-    bool writesActivity = false;
-    /// With `list`: whether it is written as JSON.
-    bool writesJSON = false;
+    Command command;
     MIDIHostChoice midi = MIDIHostChoice::automatic;
     /// The connections file; the usual one when absent.
     std::optional<std::filesystem::path> document;

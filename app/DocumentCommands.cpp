@@ -35,10 +35,16 @@ CommandResult failure(std::string text) {
     return {kFailed, std::move(text)};
 }
 
+/// A name between quotes as it is listed: whatever it holds, it keeps to its line.
+std::string inQuotes(std::string_view name) {
+    return text::quoted(escapedLine(name));
+}
+
 /// The result of a command that the model has carried out.
 CommandResult outcome(const MIDIRouterViewModel& model) {
     const std::optional<std::string>& saveFailure = model.saveFailure();
-    return saveFailure ? failure(*saveFailure) : CommandResult{kSucceeded, model.statusMessage()};
+    return saveFailure ? failure(escapedLine(*saveFailure))
+                       : CommandResult{kSucceeded, escapedLine(model.statusMessage())};
 }
 
 /// `text` and the candidates, one a line.
@@ -108,11 +114,11 @@ Found findEndpoint(std::string_view argument, const std::vector<MIDIEndpointMode
         }
     }
     if (matches.empty()) {
-        return failureWithCandidates("There is no " + std::string(side.noun) + ' ' + text::quoted(argument),
+        return failureWithCandidates("There is no " + std::string(side.noun) + ' ' + inQuotes(argument),
                                      "the " + std::string(side.plural) + " are", all);
     }
     if (matches.size() > 1) {
-        return failureWithCandidates("Several " + std::string(side.plural) + " are called " + text::quoted(argument),
+        return failureWithCandidates("Several " + std::string(side.plural) + " are called " + inQuotes(argument),
                                      "give the ID of one", matches);
     }
     return id;
@@ -187,7 +193,7 @@ CommandResult connect(MIDIRouterViewModel& model, std::string_view source, std::
     }
     const MIDIRoute* const connection = findConnection(model, sourceID, destinationID);
     if (connection == nullptr || (existed && !channel)) {
-        return failure(model.statusMessage());
+        return failure(escapedLine(model.statusMessage()));
     }
     if (channel) {
         activateChannel(model, *connection, *channel);
@@ -213,15 +219,13 @@ CommandResult disconnect(MIDIRouterViewModel& model, std::string_view source, st
         }
     }
     if (found.empty()) {
-        return failureWithCandidates(
-            "There is no connection from " + text::quoted(source) + " to " + text::quoted(destination),
-            "the connections of " + text::quoted(model.selectedRouteSetName()) + " are", all);
+        return failureWithCandidates("There is no connection from " + inQuotes(source) + " to " + inQuotes(destination),
+                                     "the connections of " + inQuotes(model.selectedRouteSetName()) + " are", all);
     }
     // Connections of the same two endpoints cannot be told apart here, and all of them are meant.
     if (std::ranges::any_of(found, [&](const Candidate& other) { return other.id != found.front().id; })) {
-        return failureWithCandidates(
-            "Several connections go from " + text::quoted(source) + " to " + text::quoted(destination),
-            "give the IDs of one", found);
+        return failureWithCandidates("Several connections go from " + inQuotes(source) + " to " + inQuotes(destination),
+                                     "give the IDs of one", found);
     }
     for (const UUID& id : foundIDs) {
         model.setSelectedRouteID(id);
@@ -241,7 +245,7 @@ CommandResult selectSet(MIDIRouterViewModel& model, std::string_view set) {
         }
     }
     if (found.empty()) {
-        return failureWithCandidates("There is no set " + text::quoted(set), "the sets are", all);
+        return failureWithCandidates("There is no set " + inQuotes(set), "the sets are", all);
     }
     if (found.size() > 1) {
         std::vector<Candidate> candidates;
@@ -249,10 +253,10 @@ CommandResult selectSet(MIDIRouterViewModel& model, std::string_view set) {
         for (const MIDIRouteSet* const routeSet : found) {
             candidates.push_back({escapedLine(routeSet->name), routeSet->id.text()});
         }
-        return failureWithCandidates("Several sets are called " + text::quoted(set), "give the ID of one", candidates);
+        return failureWithCandidates("Several sets are called " + inQuotes(set), "give the ID of one", candidates);
     }
     if (found.front()->id == model.selectedRouteSetID()) {
-        return {kSucceeded, "Set " + text::quoted(found.front()->name) + " is the current one already"};
+        return {kSucceeded, "Set " + inQuotes(found.front()->name) + " is the current one already"};
     }
     model.selectRouteSet(found.front()->id);
     return outcome(model);

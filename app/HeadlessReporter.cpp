@@ -8,10 +8,13 @@
 #include <optional>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace corvel {
 
 namespace {
+
+using Property = MIDIRouterViewModel::Property;
 
 /// What an endpoint is called now; if it is away, what it was called; without a label, its ID.
 std::string endpointName(const std::vector<MIDIEndpointModel>& present, std::int32_t id,
@@ -35,21 +38,30 @@ void appendHex(std::string& line, const MIDIBytes& bytes) {
 
 }  // namespace
 
-HeadlessReporter::HeadlessReporter(const std::vector<MIDIRoute>& routes, std::shared_ptr<const Clock> clock,
+HeadlessReporter::HeadlessReporter(std::shared_ptr<MIDIRouterViewModel> model, std::shared_ptr<const Clock> clock,
                                    LineSink diagnostics, LineSink activity)
-    : routes_(routes), clock_(std::move(clock)), diagnostics_(std::move(diagnostics)), activity_(std::move(activity)) {
-    nameRoutes({});
-}
+    : model_(std::move(model)),
+      clock_(std::move(clock)),
+      diagnostics_(std::move(diagnostics)),
+      activity_(std::move(activity)),
+      observation_(model_->observe([this](Property property) {
+          areNamesStale_ |=
+              property == Property::sources || property == Property::destinations || property == Property::routes;
+      })) {}
 
 void HeadlessReporter::midiRouterEngineDidChangeEndpoints(CoreMIDIRouterEngine& engine) {
-    if (activity_) {
-        nameRoutes(engine.endpoints());
-    }
+    model_->midiRouterEngineDidChangeEndpoints(engine);
+    writeSaveFailure();
 }
 
-void HeadlessReporter::midiRouterEngineDidRoute(CoreMIDIRouterEngine& /*engine*/, const MIDIActivityEvent& event) {
+void HeadlessReporter::midiRouterEngineDidRoute(CoreMIDIRouterEngine& engine, const MIDIActivityEvent& event) {
+    model_->midiRouterEngineDidRoute(engine, event);
     if (!activity_) {
         return;
+    }
+    if (areNamesStale_) {
+        nameRoutes();
+        areNamesStale_ = false;
     }
     const RouteNames& names = names_[event.routeID];
     std::string line = timeOfDay(event.timestamp);
@@ -64,12 +76,16 @@ void HeadlessReporter::midiRouterEngineDidRoute(CoreMIDIRouterEngine& /*engine*/
     activity_(std::move(line));
 }
 
-void HeadlessReporter::midiRouterEngineDidFail(CoreMIDIRouterEngine& /*engine*/, const std::string& message) {
+void HeadlessReporter::midiRouterEngineDidFail(CoreMIDIRouterEngine& engine, const std::string& message) {
+    model_->midiRouterEngineDidFail(engine, message);
     writeDiagnostic(clock_->now(), message);
 }
 
-void HeadlessReporter::midiRouterEngineDidLog(CoreMIDIRouterEngine& /*engine*/, const MIDIDiagnosticEvent& event) {
+void HeadlessReporter::midiRouterEngineDidLog(CoreMIDIRouterEngine& engine, const MIDIDiagnosticEvent& event) {
+    model_->midiRouterEngineDidLog(engine, event);
     writeDiagnostic(event.timestamp, event.message);
+    // The model also saves as it starts, before there is anything to report; the first thing reported is logged.
+    writeSaveFailure();
 }
 
 void HeadlessReporter::writeDiagnostic(Instant instant, const std::string& message) const {
@@ -82,10 +98,18 @@ void HeadlessReporter::writeDiagnostic(Instant instant, const std::string& messa
     diagnostics_(text + escapedLine(rest) + '\n');
 }
 
-void HeadlessReporter::nameRoutes(const MIDIEndpoints& endpoints) {
-    for (const MIDIRoute& route : routes_) {
-        names_[route.id] = {endpointName(endpoints.sources, route.sourceID, route.sourceName),
-                            endpointName(endpoints.destinations, route.destinationID, route.destinationName)};
+void HeadlessReporter::writeSaveFailure() {
+    // The status line would not do: the numbers of endpoints take its place at once.
+    if (model_->saveFailure() && model_->saveFailure() != saveFailure_) {
+        writeDiagnostic(clock_->now(), *model_->saveFailure());
+    }
+    saveFailure_ = model_->saveFailure();
+}
+
+void HeadlessReporter::nameRoutes() {
+    for (const MIDIRoute& route : model_->routes()) {
+        names_[route.id] = {endpointName(model_->sources(), route.sourceID, route.sourceName),
+                            endpointName(model_->destinations(), route.destinationID, route.destinationName)};
     }
 }
 

@@ -1,18 +1,25 @@
 #pragma once
 
+#include "app/MIDIRouterViewModel.hpp"
+#include "app/Observers.hpp"
 #include "core/engine/CoreMIDIRouterEngine.hpp"
 #include "core/engine/MIDIRouterEngineDelegate.hpp"
 #include "core/support/Clock.hpp"
+#include "core/support/UUID.hpp"
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
-#include <vector>
 
 namespace corvel {
 
 /// Writes what an engine reports as lines of text: the eyes and ears of a program without a window.
+///
+/// Stands between the engine and the model as the engine's delegate and hands everything on before it writes: the
+/// model's lists of events are short, and one who looked at them now and then would miss lines. Says as well when the
+/// model could not save, since there is no status line to show it.
 ///
 /// Diagnostics and failures are "HH:mm:ss.SSS message", further lines of the message indented by two blanks. Routed
 /// messages are, separated by tabs, the time, the names of source and destination, the kind, and all bytes in
@@ -22,9 +29,14 @@ public:
     /// Takes one whole line, its line feed included.
     using LineSink = std::function<void(std::string line)>;
 
-    /// `routes` are those that the engine was given. `activity` may be empty: routed messages are then not written.
-    HeadlessReporter(const std::vector<MIDIRoute>& routes, std::shared_ptr<const Clock> clock, LineSink diagnostics,
-                     LineSink activity);
+    /// `activity` may be empty: routed messages are then not written.
+    HeadlessReporter(std::shared_ptr<MIDIRouterViewModel> model, std::shared_ptr<const Clock> clock,
+                     LineSink diagnostics, LineSink activity);
+    HeadlessReporter(const HeadlessReporter&) = delete;
+    HeadlessReporter& operator=(const HeadlessReporter&) = delete;
+    HeadlessReporter(HeadlessReporter&&) = delete;
+    HeadlessReporter& operator=(HeadlessReporter&&) = delete;
+    ~HeadlessReporter() override = default;
 
     void midiRouterEngineDidChangeEndpoints(CoreMIDIRouterEngine& engine) override;
     void midiRouterEngineDidRoute(CoreMIDIRouterEngine& engine, const MIDIActivityEvent& event) override;
@@ -38,14 +50,19 @@ private:
     };
 
     void writeDiagnostic(Instant instant, const std::string& message) const;
-    void nameRoutes(const MIDIEndpoints& endpoints);
+    void writeSaveFailure();
+    void nameRoutes();
 
-    const std::vector<MIDIRoute> routes_;
+    const std::shared_ptr<MIDIRouterViewModel> model_;
     const std::shared_ptr<const Clock> clock_;
     const LineSink diagnostics_;
     const LineSink activity_;
-    /// Made anew when the endpoints change, so that a line costs one look-up.
+    /// Made anew when endpoints or connections have changed, so that a line costs one look-up.
     std::unordered_map<UUID, RouteNames> names_;
+    bool areNamesStale_ = true;
+    /// What was said last of a failed save; none while the document is saved.
+    std::optional<std::string> saveFailure_;
+    Observation observation_;
 };
 
 }  // namespace corvel

@@ -1,18 +1,22 @@
 #include "app/HeadlessReporter.hpp"
 
+#include "app/InMemorySettings.hpp"
 #include "tests/support/FakeMIDIHost.hpp"
 #include "tests/support/ManualClock.hpp"
 #include "tests/support/ManualQueue.hpp"
 #include "tests/support/RouteBuilders.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <ctime>
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace corvel::tests {
@@ -21,6 +25,7 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
 
 class HeadlessReporterTest : public ::testing::Test {
 protected:
@@ -30,83 +35,104 @@ protected:
         host->addDestination(21, {.displayName = "Synth", .uniqueID = 2});
     }
 
-    HeadlessReporter makeReporter(const std::vector<MIDIRoute>& routes) {
-        return {routes, clock, [this](const std::string& line) { diagnostics.push_back(line); },
-                [this](const std::string& line) { activity.push_back(line); }};
+    /// A reporter on a model that begins with these connections.
+    void makeReporter(std::vector<MIDIRoute> routes = {}) {
+        store->saveDocument(MIDIRouteSetDocument::singleSet(std::move(routes), "Default"));
+        model = MIDIRouterViewModel::create(engine, store, std::make_shared<InMemorySettings>(), clock, mainQueue);
+        reporter = std::make_unique<HeadlessReporter>(
+            model, clock, [this](const std::string& line) { diagnostics.push_back(line); },
+            [this](const std::string& line) { activity.push_back(line); });
     }
 
-    void route(HeadlessReporter& reporter, const UUID& routeID, const MIDIBytes& bytes) const {
-        reporter.midiRouterEngineDidRoute(*engine, {makeID(900), routeID, ManualClock::kStart + 1234ms, bytes});
+    void changeEndpoints() { reporter->midiRouterEngineDidChangeEndpoints(*engine); }
+
+    void log(const std::string& message, Instant instant = ManualClock::kStart) {
+        reporter->midiRouterEngineDidLog(*engine, {makeID(1), instant, message});
+    }
+
+    /// From now on no save succeeds: a folder stands where the document belongs.
+    void breakStore() {
+        std::filesystem::remove(store->fileURL());
+        std::filesystem::create_directories(store->fileURL() / "in the way");
+    }
+
+    void mendStore() { std::filesystem::remove_all(store->fileURL()); }
+
+    void route(const UUID& routeID, const MIDIBytes& bytes) {
+        reporter->midiRouterEngineDidRoute(*engine, {makeID(900), routeID, ManualClock::kStart + 1234ms, bytes});
     }
 
     const ScopedEnvironment zone{"TZ", "UTC0"};
     const std::shared_ptr<FakeMIDIHost> host = std::make_shared<FakeMIDIHost>();
     const std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
+    const std::shared_ptr<ManualQueue> mainQueue = std::make_shared<ManualQueue>(ManualQueue::Current::onMakerThread);
+    const TemporaryFolder folder;
+    const std::shared_ptr<RouteStore> store = std::make_shared<RouteStore>(folder / "routes.json");
     const std::shared_ptr<CoreMIDIRouterEngine> engine =
-        CoreMIDIRouterEngine::create(host, std::make_shared<ManualQueue>(), std::make_shared<ManualQueue>(), clock);
+        CoreMIDIRouterEngine::create(host, std::make_shared<ManualQueue>(), mainQueue, clock);
+    std::shared_ptr<MIDIRouterViewModel> model;
+    std::unique_ptr<HeadlessReporter> reporter;
     std::vector<std::string> diagnostics;
     std::vector<std::string> activity;
 };
 
 TEST_F(HeadlessReporterTest, WritesADiagnosticWithItsTime) {
-    HeadlessReporter reporter = makeReporter({});
-    reporter.midiRouterEngineDidLog(*engine, {makeID(1), ManualClock::kStart + 3723004ms, "Ready"});
+    makeReporter();
+    log("Ready", ManualClock::kStart + 3723004ms);
     EXPECT_THAT(diagnostics, ElementsAre("01:02:03.004 Ready\n"));
     EXPECT_THAT(activity, IsEmpty());
 }
 
 TEST_F(HeadlessReporterTest, IndentsFurtherLinesOfADiagnostic) {
-    HeadlessReporter reporter = makeReporter({});
-    reporter.midiRouterEngineDidLog(*engine, {makeID(1), ManualClock::kStart, "Tree:\n- a\tb\n  c"});
+    makeReporter();
+    log("Tree:\n- a\tb\n  c");
     EXPECT_THAT(diagnostics, ElementsAre("00:00:00.000 Tree:\n  - a\\tb\n    c\n"));
 }
 
 TEST_F(HeadlessReporterTest, WritesAFailureWithTheTimeAtWhichItArrives) {
-    HeadlessReporter reporter = makeReporter({});
+    makeReporter();
     clock->advance(5ms);
-    reporter.midiRouterEngineDidFail(*engine, "MIDI message could not be sent (-19)");
+    reporter->midiRouterEngineDidFail(*engine, "MIDI message could not be sent (-19)");
     EXPECT_THAT(diagnostics, ElementsAre("00:00:00.005 MIDI message could not be sent (-19)\n"));
 }
 
 TEST_F(HeadlessReporterTest, WritesARoutedMessageWithTheNamesOfTheEndpointsThatAreThere) {
-    HeadlessReporter reporter =
-        makeReporter({makeRoute({.id = makeID(5), .sourceName = "Old keys", .destinationName = "Old synth"})});
-    reporter.midiRouterEngineDidChangeEndpoints(*engine);
-    route(reporter, makeID(5), {0x90, 0x3C, 0x0A});
+    makeReporter({makeRoute({.id = makeID(5), .sourceName = "Old keys", .destinationName = "Old synth"})});
+    changeEndpoints();
+    route(makeID(5), {0x90, 0x3C, 0x0A});
     EXPECT_THAT(activity, ElementsAre("00:00:01.234\tKeys\tSynth\tNote\t90 3C 0A\n"));
 }
 
 TEST_F(HeadlessReporterTest, WritesStoredLabelsForEndpointsThatAreAwayAndIDsWithoutLabels) {
-    HeadlessReporter reporter =
-        makeReporter({makeRoute({.id = makeID(5), .sourceID = 77, .destinationID = -78, .sourceName = "Old keys"})});
-    reporter.midiRouterEngineDidChangeEndpoints(*engine);
-    route(reporter, makeID(5), {0xF8});
+    makeReporter({makeRoute({.id = makeID(5), .sourceID = 77, .destinationID = -78, .sourceName = "Old keys"})});
+    changeEndpoints();
+    route(makeID(5), {0xF8});
     EXPECT_THAT(activity, ElementsAre("00:00:01.234\tOld keys\tID -78\tClock\tF8\n"));
 }
 
 TEST_F(HeadlessReporterTest, FollowsEndpointsThatAreRenamed) {
-    HeadlessReporter reporter = makeReporter({makeRoute({.id = makeID(5)})});
-    reporter.midiRouterEngineDidChangeEndpoints(*engine);
+    makeReporter({makeRoute({.id = makeID(5)})});
+    changeEndpoints();
     host->properties[11].displayName = "Piano";
-    reporter.midiRouterEngineDidChangeEndpoints(*engine);
-    route(reporter, makeID(5), {0xFE});
+    changeEndpoints();
+    route(makeID(5), {0xFE});
     EXPECT_THAT(activity, ElementsAre("00:00:01.234\tPiano\tSynth\tActive Sense\tFE\n"));
 }
 
 TEST_F(HeadlessReporterTest, KeepsALineALineWhateverADeviceCallsItself) {
     host->properties[11].displayName = "Tab\there\nand \xFF there";
-    HeadlessReporter reporter = makeReporter({makeRoute({.id = makeID(5)})});
-    reporter.midiRouterEngineDidChangeEndpoints(*engine);
-    route(reporter, makeID(5), {0xFE});
+    makeReporter({makeRoute({.id = makeID(5)})});
+    changeEndpoints();
+    route(makeID(5), {0xFE});
     EXPECT_THAT(activity, ElementsAre("00:00:01.234\tTab\\there\\nand \uFFFD there\tSynth\tActive Sense\tFE\n"));
 }
 
 TEST_F(HeadlessReporterTest, WritesAllBytesOfALongMessage) {
-    HeadlessReporter reporter = makeReporter({makeRoute({.id = makeID(5)})});
+    makeReporter({makeRoute({.id = makeID(5)})});
     MIDIBytes bytes(60'000, 0x7F);
     bytes.front() = 0xF0;
     bytes.back() = 0xF7;
-    route(reporter, makeID(5), bytes);
+    route(makeID(5), bytes);
     ASSERT_EQ(activity.size(), 1U);
     const std::string& line = activity.front();
     const std::string start = "00:00:01.234\tID 1\tID 2\tSysEx\tF0 7F 7F";
@@ -116,13 +142,70 @@ TEST_F(HeadlessReporterTest, WritesAllBytesOfALongMessage) {
     EXPECT_TRUE(line.ends_with("7F F7\n"));
 }
 
-TEST_F(HeadlessReporterTest, AsksForNoEndpointsWhenItDoesNotWriteActivity) {
-    HeadlessReporter reporter({makeRoute({.id = makeID(5)})}, clock, [](const std::string&) {}, {});
-    host->recording = FakeMIDIHost::Recording::everything;
-    host->calls.clear();
-    reporter.midiRouterEngineDidChangeEndpoints(*engine);
-    route(reporter, makeID(5), {0xFE});
-    EXPECT_THAT(host->calls, IsEmpty());
+TEST_F(HeadlessReporterTest, HandsEverythingOnToTheModel) {
+    makeReporter({makeRoute({.id = makeID(5)})});
+    changeEndpoints();
+    EXPECT_EQ(model->statusMessage(), "1 inputs, 1 outputs");
+    route(makeID(5), {0x90, 0x3C, 0x0A});
+    EXPECT_EQ(model->lastEventDescription(makeID(5)), "Note 90 3C 0A");
+    reporter->midiRouterEngineDidFail(*engine, "MIDI message could not be sent (-19)");
+    EXPECT_EQ(model->statusMessage(), "MIDI message could not be sent (-19)");
+    log("Ready");
+    ASSERT_EQ(model->diagnosticEvents().size(), 1U);
+    EXPECT_EQ(model->diagnosticEvents().front().message, "Ready");
+}
+
+TEST_F(HeadlessReporterTest, WritesNoRoutedMessagesWithoutAPlaceForThem) {
+    makeReporter({makeRoute({.id = makeID(5)})});
+    reporter = std::make_unique<HeadlessReporter>(
+        model, clock, [this](const std::string& line) { diagnostics.push_back(line); }, nullptr);
+    route(makeID(5), {0xFE});
+    EXPECT_EQ(model->activityEvents().size(), 1U);
+    EXPECT_THAT(diagnostics, IsEmpty());
+}
+
+TEST_F(HeadlessReporterTest, NamesAConnectionThatTheModelMakesLater) {
+    makeReporter();
+    changeEndpoints();
+    route(makeID(9), {0xFE});
+    model->connect(1, 2);
+    route(model->routes().front().id, {0xFE});
+    EXPECT_THAT(activity,
+                ElementsAre("00:00:01.234\t\t\tActive Sense\tFE\n", "00:00:01.234\tKeys\tSynth\tActive Sense\tFE\n"));
+}
+
+TEST_F(HeadlessReporterTest, SaysOnceThatTheModelCouldNotSaveAndAgainWhenItFailsAnew) {
+    makeReporter({makeRoute({.id = makeID(5)})});
+    breakStore();
+    const std::string line = "00:00:00.000 Could not save sets: " + store->fileURL().string() + ": Is a directory\n";
+    // The labels of the endpoints that are found are stored with the connection.
+    changeEndpoints();
+    EXPECT_EQ(model->statusMessage(), "1 inputs, 1 outputs");
+    EXPECT_THAT(diagnostics, ElementsAre(line));
+    changeEndpoints();
+    EXPECT_THAT(diagnostics, ElementsAre(line));
+
+    mendStore();
+    host->properties[11].displayName = "Piano";
+    changeEndpoints();
+    EXPECT_THAT(diagnostics, ElementsAre(line));
+
+    breakStore();
+    host->properties[11].displayName = "Organ";
+    changeEndpoints();
+    EXPECT_THAT(diagnostics, ElementsAre(line, line));
+}
+
+TEST_F(HeadlessReporterTest, SaysThatTheModelCouldNotSaveAsItStarted) {
+    makeReporter({makeRoute({.id = makeID(5)})});
+    breakStore();
+    engine->setDelegate({});
+    model->startIfNeeded();
+    EXPECT_THAT(diagnostics, IsEmpty());
+    log("Starting");
+    ASSERT_EQ(diagnostics.size(), 2U);
+    EXPECT_EQ(diagnostics.front(), "00:00:00.000 Starting\n");
+    EXPECT_THAT(diagnostics.back(), StartsWith("00:00:00.000 Could not save sets: "));
 }
 
 }  // namespace

@@ -23,6 +23,10 @@ TEST_F(CommandLineProgram, AnswersBadOptionsWithOneLineAndStatusTwo) {
                                                          {"--monitor"},
                                                          {"--list", "--headless"},
                                                          {"two\nlines"},
+                                                         {"--connect", "Demo Keyboard"},
+                                                         {"--connect", "1", "2", "--channel", "17"},
+                                                         {"--set", "Live", "--channel", "1"},
+                                                         {"--set", "Live", "--sets"},
                                                          {}};
     for (const std::vector<std::string>& arguments : mistakes) {
         ChildProcess program = start(arguments);

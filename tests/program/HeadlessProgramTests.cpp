@@ -126,6 +126,36 @@ TEST_F(HeadlessProgram, RoutesTheDocumentThatItIsGivenByARelativeName) {
     EXPECT_THAT(entries(data.path()), ElementsAre("tour.json"));
 }
 
+TEST_F(HeadlessProgram, SavesTheConnectionsThatItFindsAgainUnderNewIDs) {
+    writeFile(data / "tour.json", R"({"selectedSetID":"00000000-0000-4000-8000-000000000001","routeSets":[
+        {"id":"00000000-0000-4000-8000-000000000001","name":"Tour","routes":[
+        {"id":"00000000-0000-4000-8000-000000000011","sourceID":-5,"sourceName":"Demo Keyboard",
+         "sourceManufacturer":"Corvel Demo","destinationID":2003,"channelMode":{"asIs":{}},"isEnabled":true}]}]})");
+    ChildProcess program =
+        start({"--headless", "--monitor", "--midi", "demo", "--document", (data / "tour.json").string()});
+    EXPECT_TRUE(program.waitForOutput("\tDemo Keyboard\tDemo Recorder\tNote\t90 4C 5C\n", kDeadline));
+    const nlohmann::json document = nlohmann::json::parse(readFile(data / "tour.json"));
+    const nlohmann::json& route = document.at("routeSets").at(0).at("routes").at(0);
+    EXPECT_EQ(route.at("sourceID"), 1001);
+    EXPECT_EQ(route.at("destinationName"), "Demo Recorder");
+}
+
+TEST_F(HeadlessProgram, SaysThatItCouldNotSaveAndRoutesOn) {
+    ConnectionsFile file;
+    file.add({.sourceID = 1001, .destinationID = 2003});
+    file.write(data / "tour.json");
+    const std::string before = readFile(data / "tour.json");
+    // The devices' labels are to be added, and no file may be written.
+    ChildProcess program({"sh", "-c",
+                          R"(trap '' XFSZ; ulimit -f 0; exec "$0" --headless --monitor --midi demo --document "$1")",
+                          CORVEL_PROGRAM, (data / "tour.json").string()});
+    EXPECT_TRUE(program.waitForOutput("\tDemo Keyboard\tDemo Recorder\tNote\t90 4C 5C\n", kDeadline));
+    EXPECT_TRUE(program.waitForError(" Could not save sets: " + (data / "tour.json").string() + ": File too large\n",
+                                     kDeadline));
+    EXPECT_EQ(readFile(data / "tour.json"), before);
+    EXPECT_THAT(entries(data.path()), ElementsAre("tour.json"));
+}
+
 TEST_F(HeadlessProgram, SaysThatADocumentIsMissing) {
     const std::string file = (data / "none.json").string();
     ChildProcess program = start({"--headless", "--midi", "demo", "--document", file});
