@@ -7,6 +7,8 @@
 #include "benchmarks/wire/Router.hpp"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -49,12 +51,12 @@ struct Burst {
     Receiver receiver;
 };
 
-constexpr Burst kBursts[] = {
-    {"1,000, fast receiver", 1'000, Writing::batches, Receiver::fast},
-    {"10,000, fast receiver", 10'000, Writing::batches, Receiver::fast},
-    {"10,000 one by one, fast receiver", 10'000, Writing::one, Receiver::fast},
-    {"1,000, receiver sleeps 20 ms", 1'000, Writing::batches, Receiver::sleeping},
-    {"10,000, receiver sleeps 20 ms", 10'000, Writing::batches, Receiver::sleeping},
+constexpr std::array kBursts{
+    Burst{"1,000, fast receiver", 1'000, Writing::batches, Receiver::fast},
+    Burst{"10,000, fast receiver", 10'000, Writing::batches, Receiver::fast},
+    Burst{"10,000 one by one, fast receiver", 10'000, Writing::one, Receiver::fast},
+    Burst{"1,000, receiver sleeps 20 ms", 1'000, Writing::batches, Receiver::sleeping},
+    Burst{"10,000, receiver sleeps 20 ms", 10'000, Writing::batches, Receiver::sleeping},
 };
 
 void measure(const Router& router, Results& results) {
@@ -76,10 +78,10 @@ void measure(const Router& router, Results& results) {
 }
 
 std::string spread(const Samples& samples) {
-    char buffer[96];
-    std::snprintf(buffer, sizeof buffer, "%.0f (%.0f to %.0f)", quantile(samples, 0.5), quantile(samples, 0),
+    std::array<char, 96> buffer{};
+    std::snprintf(buffer.data(), buffer.size(), "%.0f (%.0f to %.0f)", quantile(samples, 0.5), quantile(samples, 0),
                   quantile(samples, 1));
-    return buffer;
+    return buffer.data();
 }
 
 void printLatency(const std::vector<Router>& routers, std::map<std::string, Results>& results) {
