@@ -1,5 +1,6 @@
 #include "core/engine/MIDIReportQueue.hpp"
 
+#include <mutex>
 #include <utility>
 
 namespace corvel {

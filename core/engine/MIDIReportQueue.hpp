@@ -2,13 +2,13 @@
 
 #include "core/engine/MIDIActivityEvent.hpp"
 #include "core/engine/MIDIDiagnosticEvent.hpp"
+#include "core/support/QueueMutex.hpp"
 
 #include <boost/circular_buffer.hpp>
 
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <variant>
@@ -55,7 +55,7 @@ private:
         Report report;
     };
 
-    mutable std::mutex mutex_;
+    mutable QueueMutex mutex_;
     std::uint64_t nextNumber_ = 0;
     bool isAnnounced_ = false;
     boost::circular_buffer<Numbered<MIDIActivityEvent>> activities_{kActivityLimit};

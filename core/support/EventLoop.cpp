@@ -1,5 +1,7 @@
 #include "core/support/EventLoop.hpp"
 
+#include "core/support/QueueMutex.hpp"
+
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/timerfd.h>
@@ -251,7 +253,7 @@ private:
     const Descriptor timer_{::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd_create"};
     std::atomic<std::thread::id> thread_;
 
-    std::mutex mutex_;
+    QueueMutex mutex_;
     std::vector<Task> pending_;
     std::multimap<SteadyTime, std::shared_ptr<DispatchWorkItem>> timed_;
     bool isWaiting_ = false;

@@ -50,14 +50,9 @@ bool EndpointRegistry::isEndpoint(const PortDescription& port, MIDIEndpointDirec
 void EndpointRegistry::update(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts) {
     endMissingLives(ports, mayHaveMissedPorts);
 
-    std::map<int, SoundCard> cards;
-    for (const PortDescription& port : ports) {
-        if (port.card >= 0 && !cards.contains(port.card)) {
-            cards.emplace(port.card, readCard_(port.card));
-        }
-    }
-    sources_ = describe(ports, MIDIEndpointDirection::source, cards);
-    destinations_ = describe(ports, MIDIEndpointDirection::destination, cards);
+    readCards(ports, mayHaveMissedPorts);
+    sources_ = describe(ports, MIDIEndpointDirection::source);
+    destinations_ = describe(ports, MIDIEndpointDirection::destination);
 
     places_.clear();
     for (const std::vector<Endpoint>* endpoints : {&sources_, &destinations_}) {
@@ -66,6 +61,18 @@ void EndpointRegistry::update(const std::vector<PortDescription>& ports, bool ma
             places_[endpoint.ref] = {endpoint.direction, index};
         }
     }
+}
+
+void EndpointRegistry::readCards(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts) {
+    std::map<int, SoundCard> cards;
+    for (const PortDescription& port : ports) {
+        if (port.card >= 0 && !cards.contains(port.card)) {
+            const auto known = cards_.find(port.card);
+            const bool isKnown = known != cards_.end() && !mayHaveMissedPorts;
+            cards.emplace(port.card, isKnown ? known->second : readCard_(port.card));
+        }
+    }
+    cards_ = std::move(cards);
 }
 
 void EndpointRegistry::endMissingLives(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts) {
@@ -84,15 +91,14 @@ void EndpointRegistry::endMissingLives(const std::vector<PortDescription>& ports
 }
 
 std::vector<Endpoint> EndpointRegistry::describe(const std::vector<PortDescription>& ports,
-                                                 MIDIEndpointDirection direction,
-                                                 const std::map<int, SoundCard>& cards) {
+                                                 MIDIEndpointDirection direction) {
     std::vector<Endpoint> endpoints;
     for (const PortDescription& port : ports) {
         if (!isEndpoint(port, direction)) {
             continue;
         }
-        const auto card = cards.find(port.card);
-        const SoundCard* soundCard = card != cards.end() ? &card->second : nullptr;
+        const auto card = cards_.find(port.card);
+        const SoundCard* soundCard = card != cards_.end() ? &card->second : nullptr;
         const std::string clientName = clientNameOf(port);
         const std::string portName = portNameOf(port);
         Life& portLife = life(port.address, direction);
@@ -114,11 +120,11 @@ std::vector<Endpoint> EndpointRegistry::describe(const std::vector<PortDescripti
              .isKernelClient = port.isKernelClient});
     }
     numberLikePorts(endpoints);
-    placeLikeDevices(endpoints, cards);
+    placeLikeDevices(endpoints);
     return endpoints;
 }
 
-void EndpointRegistry::placeLikeDevices(std::vector<Endpoint>& endpoints, const std::map<int, SoundCard>& cards) {
+void EndpointRegistry::placeLikeDevices(std::vector<Endpoint>& endpoints) {
     std::map<std::string, std::set<int>> cardsByName;
     for (const Endpoint& endpoint : endpoints) {
         if (endpoint.card >= 0) {
@@ -132,7 +138,7 @@ void EndpointRegistry::placeLikeDevices(std::vector<Endpoint>& endpoints, const 
         Life& portLife = life(endpoint.address, endpoint.direction);
         portLife.showsPlace = portLife.showsPlace || cardsByName[endpoint.displayName].size() > 1;
         if (portLife.showsPlace) {
-            endpoint.displayName += " (" + cards.at(endpoint.card).place() + ")";
+            endpoint.displayName += " (" + cards_.at(endpoint.card).place() + ")";
         }
     }
 }
@@ -140,6 +146,8 @@ void EndpointRegistry::placeLikeDevices(std::vector<Endpoint>& endpoints, const 
 void EndpointRegistry::portEnded(const PortAddress& address) {
     lives_.erase({address, MIDIEndpointDirection::source});
     lives_.erase({address, MIDIEndpointDirection::destination});
+    // It may have been a card's, whose number another card may get next.
+    cards_.clear();
     std::erase_if(places_, [&](const auto& entry) {
         const auto& [direction, index] = entry.second;
         return (direction == MIDIEndpointDirection::source ? sources_ : destinations_)[index].address == address;
@@ -148,6 +156,7 @@ void EndpointRegistry::portEnded(const PortAddress& address) {
 
 void EndpointRegistry::clear() {
     lives_.clear();
+    cards_.clear();
     places_.clear();
     sources_.clear();
     destinations_.clear();

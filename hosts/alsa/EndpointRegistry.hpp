@@ -79,13 +79,15 @@ private:
 
     Life& life(const PortAddress& address, MIDIEndpointDirection direction);
     void endMissingLives(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts);
+    void readCards(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts);
     [[nodiscard]] std::vector<Endpoint> describe(const std::vector<PortDescription>& ports,
-                                                 MIDIEndpointDirection direction,
-                                                 const std::map<int, SoundCard>& cards);
-    void placeLikeDevices(std::vector<Endpoint>& endpoints, const std::map<int, SoundCard>& cards);
+                                                 MIDIEndpointDirection direction);
+    void placeLikeDevices(std::vector<Endpoint>& endpoints);
     [[nodiscard]] std::int32_t freeUniqueID(std::int32_t wanted) const;
 
     CardReader readCard_;
+    /// What the cards said, kept as long as no port has ended: sysfs is slow, and asked while MIDI waits.
+    std::map<int, SoundCard> cards_;
     std::uint32_t nextGeneration_ = 0;
     std::map<Key, Life> lives_;
     std::vector<Endpoint> sources_;

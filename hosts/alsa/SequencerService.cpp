@@ -141,7 +141,7 @@ void SequencerService::handleReady() {
 }
 
 void SequencerService::readWaitingEvents() {
-    while (client_ && arrivedBytes_ < kMaximumArrivedBytes) {
+    while (client_ && isReadable_ && arrivedBytes_ < kMaximumArrivedBytes) {
         int status = 0;
         if (const snd_seq_event_t* event = client_->read(status)) {
             accept(*event);
@@ -150,6 +150,7 @@ void SequencerService::readWaitingEvents() {
         } else if (status == -EAGAIN) {
             return;
         } else {
+            isReadable_ = false;
             queue_->unwatch(client_->descriptor());
             diagnose("MIDI can no longer be read: " + std::system_category().message(-status));
             return;

@@ -119,6 +119,8 @@ private:
     std::deque<Arrival> arrivals_;
     std::size_t arrivedBytes_ = 0;
     bool isDeliveryScheduled_ = false;
+    /// False once reading has failed for good.
+    bool isReadable_ = true;
     std::size_t overrunCount_ = 0;
 
     std::vector<Announcement> announcements_;
