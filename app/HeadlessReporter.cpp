@@ -54,8 +54,8 @@ void HeadlessReporter::midiRouterEngineDidChangeEndpoints(CoreMIDIRouterEngine& 
     writeSaveFailure();
 }
 
-void HeadlessReporter::midiRouterEngineDidRoute(CoreMIDIRouterEngine& engine, const MIDIActivityEvent& event) {
-    model_->midiRouterEngineDidRoute(engine, event);
+void HeadlessReporter::midiRouterEngineDidRoute(CoreMIDIRouterEngine&, const MIDIActivityEvent& event) {
+    // Not for the model: what it keeps of the traffic is for a window to draw.
     if (!activity_) {
         return;
     }

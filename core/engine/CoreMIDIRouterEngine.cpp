@@ -128,7 +128,8 @@ void CoreMIDIRouterEngine::post(MIDIReport report) {
 
 void CoreMIDIRouterEngine::postActivity(RoutedMIDIMessage&& message) {
     if (reports_.push(MIDIActivityEvent(UUID::random(), message.routeID, clock_->now(), std::move(message.bytes)))) {
-        wakeMainThread();
+        // Nobody sees a few milliseconds, but the message's receiver would wait for them if the main thread came first.
+        mainQueue_->asyncWhenConvenient([weakEngine = weak_from_this()] { deliverReports(weakEngine); });
     }
 }
 

@@ -30,6 +30,9 @@ namespace {
 
 using SteadyTime = std::chrono::steady_clock::time_point;
 
+/// How long a task that may wait is left alone: too short to be seen, long enough for whoever is more urgent.
+constexpr std::chrono::milliseconds kConvenientDelay{5};
+
 /// An open descriptor, closed with its owner.
 class Descriptor {
 public:
@@ -79,6 +82,21 @@ public:
         }
         if (mustWake) {
             wakeUp();
+        }
+    }
+
+    void asyncWhenConvenient(Task task) {
+        const std::lock_guard lock(mutex_);
+        if (hasEnded_) {
+            return;
+        }
+        pending_.push_back(std::move(task));
+        if (isWaiting_ && !std::exchange(isWakeScheduled_, true)) {
+            const SteadyTime convenient = std::chrono::steady_clock::now() + kConvenientDelay;
+            if (!armed_ || convenient < *armed_) {
+                armed_ = convenient;
+                arm();
+            }
         }
     }
 
@@ -165,6 +183,7 @@ private:
             return std::nullopt;
         }
         isWaiting_ = pending_.empty();
+        isWakeScheduled_ = false;
         const std::optional<SteadyTime> next =
             timed_.empty() ? std::nullopt : std::optional<SteadyTime>(timed_.begin()->first);
         if (next != armed_) {
@@ -257,13 +276,14 @@ private:
     std::vector<Task> pending_;
     std::multimap<SteadyTime, std::shared_ptr<DispatchWorkItem>> timed_;
     bool isWaiting_ = false;
+    bool isWakeScheduled_ = false;
+    std::optional<SteadyTime> armed_;
     bool isStopping_ = false;
     bool hasEnded_ = false;
 
     // Loop's thread only
     std::vector<Task> running_;
     std::map<int, std::shared_ptr<EventLoop::ReadyHandler>> watched_;
-    std::optional<SteadyTime> armed_;
 };
 
 class LoopHandle final : public EventLoop {
@@ -300,6 +320,7 @@ public:
     void adoptThread() { loop_->adoptThread(); }
 
     void async(Task task) override { loop_->async(std::move(task)); }
+    void asyncWhenConvenient(Task task) override { loop_->asyncWhenConvenient(std::move(task)); }
 
     void sync(Task task) override {
         if (isCurrent()) {

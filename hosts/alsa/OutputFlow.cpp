@@ -11,8 +11,12 @@ namespace corvel::hosts {
 
 namespace {
 
-/// How long an answer about a client's room counts: others may send to it too.
-constexpr std::chrono::milliseconds kBudgetLifetime{1};
+/// How long an answer about a client's room counts before the next send has to ask: others may send to it too.
+constexpr std::chrono::milliseconds kBudgetLifetime{100};
+
+/// How old an answer may be after a send. Asking then costs the message no time, and keeps the answer for the next one
+/// as fresh as the messages are dense.
+constexpr std::chrono::milliseconds kBudgetRefresh{1};
 
 /// Bytes of an exclusive message that one cell beyond the first holds.
 constexpr unsigned kBytesPerCell = 28;
@@ -61,6 +65,7 @@ MIDIStatus OutputFlow::sendOrKeep(const PortAddress& destination, snd_seq_event_
         keep(destination, event);
         return kMIDISuccess;
     }
+    refreshRoom(destination.client);
     return result < 0 ? result : kMIDISuccess;
 }
 
@@ -79,6 +84,13 @@ bool OutputFlow::takeRoom(int client, const snd_seq_event_t& event) {
     }
     budget.cells -= wanted;
     return true;
+}
+
+void OutputFlow::refreshRoom(int client) {
+    const auto budget = budgets_.find(client);
+    if (budget != budgets_.end() && sink_.now() - budget->second.askedAt > kBudgetRefresh) {
+        ask(client, budget->second, 0);
+    }
 }
 
 void OutputFlow::ask(int client, Budget& budget, int wanted) {

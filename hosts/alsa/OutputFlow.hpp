@@ -84,6 +84,7 @@ private:
 
     MIDIStatus sendOrKeep(const PortAddress& destination, snd_seq_event_t& event);
     [[nodiscard]] bool takeRoom(int client, const snd_seq_event_t& event);
+    void refreshRoom(int client);
     void ask(int client, Budget& budget, int wanted);
     void keep(const PortAddress& destination, const snd_seq_event_t& event);
     /// True when nothing waits any more.

@@ -134,6 +134,10 @@ const snd_seq_event_t* SequencerClient::read(int& status) {
     return status >= 0 ? event : nullptr;
 }
 
+bool SequencerClient::hasBufferedEvents() const {
+    return snd_seq_event_input_pending(handle_.get(), 0) > 0;
+}
+
 int SequencerClient::sendDirectly(const PortAddress& destination, snd_seq_event_t& event) {
     snd_seq_ev_set_source(&event, static_cast<unsigned char>(outputPort_));
     snd_seq_ev_set_dest(&event, static_cast<unsigned char>(destination.client),

@@ -48,6 +48,9 @@ public:
     /// reading failed (-ENOSPC: the pool overran and what it held is lost).
     [[nodiscard]] const snd_seq_event_t* read(int& status);
 
+    /// Whether events that were read together with the last one are left.
+    [[nodiscard]] bool hasBufferedEvents() const;
+
     /// Sends to one destination at once, without waiting, from the output port.
     [[nodiscard]] int sendDirectly(const PortAddress& destination, snd_seq_event_t& event);
 

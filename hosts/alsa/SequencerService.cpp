@@ -22,6 +22,9 @@ constexpr std::size_t kMaximumArrivedBytes = std::size_t{64} << 20U;
 /// What an arrival costs beyond its bytes, so that short messages count as what they take.
 constexpr std::size_t kArrivalOverhead = 64;
 
+/// Events in one read that took long enough to look once more before going on.
+constexpr int kLongRead = 32;
+
 /// Arrivals handed on in one go, before other work of the queue gets its turn.
 constexpr int kArrivalsPerTurn = 16;
 
@@ -141,10 +144,19 @@ void SequencerService::handleReady() {
 }
 
 void SequencerService::readWaitingEvents() {
+    int count = 0;
     while (client_ && isReadable_ && arrivedBytes_ < kMaximumArrivedBytes) {
         int status = 0;
         if (const snd_seq_event_t* event = client_->read(status)) {
             accept(*event);
+            ++count;
+            if (!client_->hasBufferedEvents()) {
+                // One read takes all that waits. Only after a long one is it likely that more has come in the meantime.
+                if (count < kLongRead) {
+                    return;
+                }
+                count = 0;
+            }
         } else if (status == -ENOSPC) {
             noteOverrun();
         } else if (status == -EAGAIN) {

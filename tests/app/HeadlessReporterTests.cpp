@@ -142,12 +142,12 @@ TEST_F(HeadlessReporterTest, WritesAllBytesOfALongMessage) {
     EXPECT_TRUE(line.ends_with("7F F7\n"));
 }
 
-TEST_F(HeadlessReporterTest, HandsEverythingOnToTheModel) {
+TEST_F(HeadlessReporterTest, HandsOnToTheModelAllButTheTraffic) {
     makeReporter({makeRoute({.id = makeID(5)})});
     changeEndpoints();
     EXPECT_EQ(model->statusMessage(), "1 inputs, 1 outputs");
     route(makeID(5), {0x90, 0x3C, 0x0A});
-    EXPECT_EQ(model->lastEventDescription(makeID(5)), "Note 90 3C 0A");
+    EXPECT_EQ(model->lastEventDescription(makeID(5)), "No MIDI yet");
     reporter->midiRouterEngineDidFail(*engine, "MIDI message could not be sent (-19)");
     EXPECT_EQ(model->statusMessage(), "MIDI message could not be sent (-19)");
     log("Ready");
@@ -160,7 +160,7 @@ TEST_F(HeadlessReporterTest, WritesNoRoutedMessagesWithoutAPlaceForThem) {
     reporter = std::make_unique<HeadlessReporter>(
         model, clock, [this](const std::string& line) { diagnostics.push_back(line); }, nullptr);
     route(makeID(5), {0xFE});
-    EXPECT_EQ(model->activityEvents().size(), 1U);
+    EXPECT_THAT(activity, IsEmpty());
     EXPECT_THAT(diagnostics, IsEmpty());
 }
 
