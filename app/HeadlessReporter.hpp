@@ -18,9 +18,9 @@ namespace corvel {
 /// Writes what an engine reports as lines of text: the eyes and ears of a program without a window.
 ///
 /// Stands between the engine and the model as the engine's delegate and hands everything on before it writes, but the
-/// routed messages, which the model keeps for a window to draw: the model's lists of events are short, and one who looked
-/// at them now and then would miss lines. Says as well when the model could not save, since there is no status line to
-/// show it.
+/// routed messages, which the model keeps for a window to draw: the model's lists of events are short, and one who
+/// looked at them now and then would miss lines. Says as well when the model could not save, since there is no status
+/// line to show it.
 ///
 /// Diagnostics and failures are "HH:mm:ss.SSS message", further lines of the message indented by two blanks. Routed
 /// messages are, separated by tabs, the time, the names of source and destination, the kind, and all bytes in
