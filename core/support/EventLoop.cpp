@@ -31,7 +31,7 @@ namespace {
 using SteadyTime = std::chrono::steady_clock::time_point;
 
 /// How long a task that may wait is left alone: too short to be seen, long enough for whoever is more urgent.
-constexpr std::chrono::milliseconds kConvenientDelay{5};
+constexpr std::chrono::milliseconds kConvenientDelay{10};
 
 /// An open descriptor, closed with its owner.
 class Descriptor {

@@ -88,6 +88,39 @@ TEST(EventLoop, GoesOnAfterATaskThatThrows) {
     EXPECT_TRUE(hasRun);
 }
 
+TEST(EventLoop, RunsATaskThatMayWaitWithoutBeingWokenOtherwise) {
+    const auto loop = EventLoop::withThread("test");
+    loop->sync([] {});
+    std::promise<void> ran;
+    loop->asyncWhenConvenient([&ran] { ran.set_value(); });
+    ran.get_future().wait();
+}
+
+TEST(EventLoop, KeepsTheOrderOfTasksThatMayWaitAndThoseThatMayNot) {
+    const auto loop = EventLoop::withThread("test");
+    std::vector<int> order;
+    loop->asyncWhenConvenient([&order] { order.push_back(1); });
+    loop->async([&order] { order.push_back(2); });
+    loop->asyncWhenConvenient([&order] { order.push_back(3); });
+    loop->sync([&order] { order.push_back(4); });
+    EXPECT_EQ(order, (std::vector{1, 2, 3, 4}));
+}
+
+TEST(EventLoop, RunsWorkItemsOnTimeBesideTasksThatMayWait) {
+    const auto loop = EventLoop::withThread("test");
+    std::vector<int> order;
+    std::promise<void> done;
+    loop->sync([&] {
+        loop->asyncAfter(40ms, std::make_shared<DispatchWorkItem>([&] {
+                             order.push_back(2);
+                             done.set_value();
+                         }));
+    });
+    loop->asyncWhenConvenient([&order] { order.push_back(1); });
+    done.get_future().wait();
+    EXPECT_EQ(order, (std::vector{1, 2}));
+}
+
 TEST(EventLoop, RunsAWorkItemOnceItsDelayHasPassed) {
     const auto loop = EventLoop::withThread("test");
     const auto start = std::chrono::steady_clock::now();
