@@ -14,9 +14,9 @@ namespace {
 /// How long an answer about a client's room counts before the next send has to ask: others may send to it too.
 constexpr std::chrono::milliseconds kBudgetLifetime{100};
 
-/// How old an answer may be after a send. Asking then costs the message itself no time, but its receiver, which may have
-/// to wait for the same processor: not after every message, then.
-constexpr std::chrono::milliseconds kBudgetRefresh{20};
+/// How old an answer may be after a send. Asking then costs the message no time, and keeps the answer for the next one
+/// as fresh as the messages are dense.
+constexpr std::chrono::milliseconds kBudgetRefresh{1};
 
 /// Bytes of an exclusive message that one cell beyond the first holds.
 constexpr unsigned kBytesPerCell = 28;

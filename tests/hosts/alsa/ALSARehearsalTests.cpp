@@ -1,0 +1,179 @@
+#include "app/InMemorySettings.hpp"
+#include "app/MIDIRouterViewModel.hpp"
+#include "core/storage/RouteSetDocumentCoder.hpp"
+#include "core/storage/RouteStore.hpp"
+#include "core/support/Clock.hpp"
+#include "core/support/EventLoop.hpp"
+#include "hosts/alsa/ALSAMIDIHost.hpp"
+#include "tests/support/ConnectionsFile.hpp"
+#include "tests/support/SequencerPeer.hpp"
+#include "tests/support/TemporaryFolder.hpp"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace corvel::tests {
+namespace {
+
+/// A whole program without a window on the real sequencer, with a keyboard and two synthesizers around it.
+class ALSARehearsal : public ::testing::Test {
+protected:
+    ALSARehearsal() : keys_(keyboard_.addPort("Out", SequencerPeer::kSource)) {
+        drums_.addPort("In", SequencerPeer::kDestination);
+        plugInSynth();
+        start();
+    }
+    ALSARehearsal(const ALSARehearsal&) = delete;
+    ALSARehearsal& operator=(const ALSARehearsal&) = delete;
+    ~ALSARehearsal() override { stop(); }
+
+    /// Runs on the main thread, where the model lives, and waits.
+    void onMain(std::function<void()> work) { mainQueue_->sync(std::move(work)); }
+
+    void start() {
+        onMain([this] {
+            const auto engine = CoreMIDIRouterEngine::create(hosts::makeALSAMIDIHost(engineQueue_, mainQueue_),
+                                                             engineQueue_, mainQueue_, makeSystemClock());
+            model_ = MIDIRouterViewModel::create(engine, std::make_shared<RouteStore>(file_),
+                                                 std::make_shared<InMemorySettings>(), makeSystemClock(), mainQueue_);
+            model_->startIfNeeded();
+        });
+        // Both connected and listed: the first snapshot may be older than the ports.
+        ASSERT_TRUE(waitUntil([this] {
+            return std::ranges::any_of(model_->diagnosticEvents(), [](const MIDIDiagnosticEvent& event) {
+                return event.message.starts_with("Endpoint reload (initial load)");
+            });
+        }));
+    }
+
+    void stop() {
+        onMain([this] { model_.reset(); });
+        engineQueue_->sync([] {});
+    }
+
+    void plugInSynth() {
+        synth_.emplace("Stage Synth");
+        synth_->addPort("In", SequencerPeer::kDestination);
+    }
+
+    /// Waits until the condition, asked on the main thread, holds.
+    [[nodiscard]] bool waitUntil(const std::function<bool()>& condition) {
+        const auto deadline = std::chrono::steady_clock::now() + kDeadline;
+        bool holds = false;
+        while (!holds && std::chrono::steady_clock::now() < deadline) {
+            onMain([&] { holds = condition(); });
+            if (!holds) {
+                ::poll(nullptr, 0, 5);
+            }
+        }
+        return holds;
+    }
+
+    [[nodiscard]] bool isListed(std::int32_t destinationID) const {
+        return std::ranges::find(model_->destinations(), destinationID, &MIDIEndpointModel::id) !=
+               model_->destinations().end();
+    }
+
+    /// Carries out a command and expects its outcome: the status, and the same document on disk as in memory.
+    void perform(const std::function<void(MIDIRouterViewModel&)>& command, const std::string& status) {
+        onMain([&] {
+            command(*model_);
+            EXPECT_EQ(model_->statusMessage(), status);
+            EXPECT_EQ(RouteStore(file_).loadDocument(),
+                      MIDIRouteSetDocument(model_->selectedRouteSetID(), model_->routeSets()));
+        });
+    }
+
+    /// Plays a note and expects these bytes, and nothing more, at the receiver, and nothing at the other one.
+    void expectNoteAt(SequencerPeer& receiver, SequencerPeer& other, const Bytes& bytes) {
+        receiver.forgetReceived();
+        other.forgetReceived();
+        keyboard_.play(keys_, {0x94, 60, 100});
+        EXPECT_TRUE(receiver.readUntilBytes(bytes.size()));
+        // A second note comes behind whatever else the first may have caused.
+        keyboard_.play(keys_, {0x84, 60, 64});
+        EXPECT_TRUE(receiver.readUntilBytes(2 * bytes.size()));
+        const Bytes received = receiver.receivedBytes();
+        EXPECT_EQ(Bytes(received.begin(), received.begin() + static_cast<std::ptrdiff_t>(bytes.size())), bytes);
+        EXPECT_EQ(received.size(), 2 * bytes.size());
+        other.readWaiting();
+        EXPECT_TRUE(other.received().empty());
+    }
+
+    const std::int32_t keyboardID_ = endpointID("source", "Stage Keyboard", 0, "Out");
+    const std::int32_t synthID_ = endpointID("destination", "Stage Synth", 0, "In");
+    const std::int32_t drumsID_ = endpointID("destination", "Stage Drums", 0, "In");
+    const KeyboardShortcutSpec shortcut_{"1", {KeyboardShortcutModifier::control}};
+
+    const TemporaryFolder folder_;
+    const std::filesystem::path file_ = folder_ / "routes.json";
+    SequencerPeer keyboard_{"Stage Keyboard"};
+    SequencerPeer drums_{"Stage Drums"};
+    std::optional<SequencerPeer> synth_;
+    SequencerAddress keys_;
+    const std::shared_ptr<EventLoop> mainQueue_ = EventLoop::withThread("test main");
+    const std::shared_ptr<EventLoop> engineQueue_ = EventLoop::withThread("test engine");
+    std::shared_ptr<MIDIRouterViewModel> model_;
+};
+
+TEST_F(ALSARehearsal, PlaysFromTheFirstConnectionToTheRestart) {
+    perform([&](auto& model) { model.connect(keyboardID_, synthID_); }, "Set \"Default\" saved (1 connections)");
+    expectNoteAt(*synth_, drums_, {0x94, 60, 100});
+    perform([&](auto& model) { model.connect(keyboardID_, synthID_); }, "Connection already exists");
+
+    perform([&](auto& model) { model.addChannelAssignment(model.routes()[0].id, ChannelMode::force(3), shortcut_); },
+            "Added output channel Ch 3 with ⌃1");
+    expectNoteAt(*synth_, drums_, {0x92, 60, 100});
+    perform([](auto& model) { model.setActiveVariant(model.routes()[0].variants[0].id, model.routes()[0].id); },
+            "Selected output channel As Is");
+    expectNoteAt(*synth_, drums_, {0x94, 60, 100});
+    perform([&](auto& model) { EXPECT_TRUE(model.handleShortcut(shortcut_)); }, "Selected output channel Ch 3");
+    expectNoteAt(*synth_, drums_, {0x92, 60, 100});
+
+    perform([](auto& model) { model.createRouteSet("Live"); }, "Created set \"Live\"");
+    perform([&](auto& model) { model.connect(keyboardID_, drumsID_); }, "Set \"Live\" saved (1 connections)");
+    expectNoteAt(drums_, *synth_, {0x94, 60, 100});
+    perform([](auto& model) { model.duplicateSelectedRouteSet(""); }, "Duplicated set \"Live Copy\"");
+    expectNoteAt(drums_, *synth_, {0x94, 60, 100});
+    perform([](auto& model) { model.renameSelectedRouteSet("Encore"); }, "Renamed set \"Encore\"");
+    perform([](auto& model) { model.deleteSelectedRouteSet(); }, "Deleted set \"Encore\"");
+    perform([](auto& model) { model.selectRouteSet(model.routeSets()[0].id); }, "Loaded set \"Default\"");
+    expectNoteAt(*synth_, drums_, {0x92, 60, 100});
+
+    // The synthesizer goes while notes are on their way to it, and comes back under another client number.
+    keyboard_.playNumberedNotes(keys_, 0, 50);
+    synth_.reset();
+    ASSERT_TRUE(waitUntil([&] { return !isListed(synthID_); }));
+    onMain([&] {
+        EXPECT_EQ(model_->routeAvailability(model_->routes()[0]), RouteAvailability::missingOutput);
+        EXPECT_TRUE(model_->graphActivities(model_->routes()[0].id).empty());
+        model_->connect(keyboardID_, synthID_);
+        EXPECT_EQ(model_->statusMessage(), "Output endpoint is no longer available");
+    });
+    plugInSynth();
+    ASSERT_TRUE(waitUntil([&] { return isListed(synthID_); }));
+    expectNoteAt(*synth_, drums_, {0x92, 60, 100});
+
+    std::string beforeRestart;
+    onMain([&] { beforeRestart = RouteSetDocumentCoder::encode(RouteStore(file_).loadDocument()); });
+    stop();
+    start();
+    ASSERT_TRUE(waitUntil([&] { return isListed(synthID_); }));
+    onMain([&] {
+        EXPECT_EQ(RouteSetDocumentCoder::encode(RouteStore(file_).loadDocument()), beforeRestart);
+        EXPECT_EQ(model_->selectedRouteSetName(), "Default");
+    });
+    expectNoteAt(*synth_, drums_, {0x92, 60, 100});
+    EXPECT_TRUE(waitUntil([&] { return model_->lastEventDescription(model_->routes()[0].id) == "Note Off 82 3C 40"; }));
+}
+
+}  // namespace
+}  // namespace corvel::tests
