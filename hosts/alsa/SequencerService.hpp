@@ -9,6 +9,7 @@
 #include "hosts/alsa/OutputFlow.hpp"
 #include "hosts/alsa/SequencerClient.hpp"
 
+#include <chrono>
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -52,6 +53,9 @@ public:
     void retryFailedOutputs();
 
 private:
+    /// How soon a receiver that had no room is tried again.
+    static constexpr std::chrono::microseconds kRetryDelay{500};
+
     struct Subscription {
         MIDIObjectRef source = 0;
         MIDIObjectRef connection = 0;
@@ -69,7 +73,7 @@ private:
         PortAddress address;
     };
 
-    // Input
+    // Input (SequencerServiceTraffic.cpp)
     void handleReady();
     void readWaitingEvents();
     void accept(const snd_seq_event_t& event);
@@ -90,7 +94,7 @@ private:
                     bool isHardware);
     void notify(const MIDINotification& notification);
 
-    // Subscriptions and output
+    // Subscriptions, and output (SequencerServiceTraffic.cpp)
     void settleSubscriptions();
     [[nodiscard]] MIDIStatus subscribeOutput(const Endpoint& destination);
     void scheduleSendingWaiting();
