@@ -77,6 +77,8 @@ private:
     void handleReady();
     void readWaitingEvents();
     void accept(const snd_seq_event_t& event);
+    /// Sees to it that what has arrived is delivered, wherever it was read.
+    void scheduleDelivery();
     void deliverArrivals();
     void noteOverrun();
 

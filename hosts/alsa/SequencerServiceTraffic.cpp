@@ -31,8 +31,10 @@ constexpr unsigned kSendsPerLook = 8;
 // Input
 
 void SequencerService::handleReady() {
+    // The delivery here stands for the one that reading would post, and saves a round of the queue.
+    const bool isPosted = std::exchange(isDeliveryScheduled_, true);
     readWaitingEvents();
-    if (!isDeliveryScheduled_) {
+    if (!isPosted) {
         deliverArrivals();
     }
 }
@@ -87,6 +89,13 @@ void SequencerService::accept(const snd_seq_event_t& event) {
     if (std::optional<MIDIBytes> bytes = decoder_.decode(event)) {
         arrivedBytes_ += bytes->size() + kArrivalOverhead;
         arrivals_.push_back({subscription->second.connection, *std::move(bytes)});
+        scheduleDelivery();
+    }
+}
+
+void SequencerService::scheduleDelivery() {
+    if (!std::exchange(isDeliveryScheduled_, true)) {
+        post(&SequencerService::deliverArrivals);
     }
 }
 
@@ -100,8 +109,7 @@ void SequencerService::deliverArrivals() {
         receiveHandler_(packets, arrival.connection);
     }
     if (!arrivals_.empty()) {
-        isDeliveryScheduled_ = true;
-        post(&SequencerService::deliverArrivals);
+        scheduleDelivery();
     }
 }
 
@@ -130,9 +138,6 @@ MIDIStatus SequencerService::send(MIDIObjectRef destination, std::span<const std
     const MIDIStatus status = flow_.send(address, packet);
     if (flow_.isWaiting()) {
         scheduleSendingWaiting();
-    }
-    if (!arrivals_.empty() && !std::exchange(isDeliveryScheduled_, true)) {
-        post(&SequencerService::deliverArrivals);
     }
     return status;
 }
@@ -177,9 +182,6 @@ void SequencerService::sendWaiting() {
     }
     if (flow_.isWaiting()) {
         scheduleSendingWaiting();
-    }
-    if (!arrivals_.empty() && !std::exchange(isDeliveryScheduled_, true)) {
-        post(&SequencerService::deliverArrivals);
     }
 }
 

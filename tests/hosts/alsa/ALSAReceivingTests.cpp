@@ -78,6 +78,14 @@ TEST_F(ALSAReceiving, DeliversEveryChannelMessageAsOnePacketWithItsStatus) {
                             Bytes{0xE5, 0x00, 0x00}, Bytes{0xE5, 0x7F, 0x7F}));
 }
 
+TEST_F(ALSAReceiving, DeliversWhatALookAtThePortsReadThoughNothingComesAfterIt) {
+    corvel_.onQueue([this] {
+        peer_.play(port_, {0x90, 60, 100});
+        static_cast<void>(corvel_.host().sourceCount());
+    });
+    EXPECT_TRUE(corvel_.waitUntil([this] { return corvel_.deliveredBytes() == Bytes{0x90, 60, 100}; }));
+}
+
 TEST_F(ALSAReceiving, DeliversEverySystemMessage) {
     EXPECT_THAT(packetsOf({
                     controlEvent(SND_SEQ_EVENT_QFRAME, 0, 0, 0x35),
