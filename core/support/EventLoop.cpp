@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <exception>
 #include <future>
+#include <iterator>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -136,6 +137,18 @@ public:
         isStopping_ = false;
     }
 
+    [[nodiscard]] int readyDescriptor() const { return poll_.get(); }
+
+    void runReady() {
+        handleReadyDescriptors(0);
+        runDueItems();
+        runPendingTasks();
+        // What came meanwhile makes the descriptor ready again, so that others have their turn first.
+        if (beginRound() != -1) {
+            wakeUp();
+        }
+    }
+
     /// Lets go of all that is left, on the thread that calls; later posts are dropped.
     void end() {
         std::vector<Task> tasks;
@@ -245,14 +258,21 @@ private:
     void runPendingTasks() {
         {
             const std::lock_guard lock(mutex_);
-            running_.swap(pending_);
+            if (running_.empty()) {
+                running_.swap(pending_);
+            } else {
+                // A round inside one of the tasks: what that task's round has not run yet comes first.
+                std::ranges::move(pending_, std::back_inserter(running_));
+                pending_.clear();
+            }
         }
-        for (Task& posted : running_) {
+        while (nextRunning_ < running_.size()) {
             // Each task goes as soon as it has run, and with it what it holds.
-            Task task = std::move(posted);
+            Task task = std::move(running_[nextRunning_++]);
             guarded(task);
         }
         running_.clear();
+        nextRunning_ = 0;
     }
 
     template <typename Callable>
@@ -283,6 +303,7 @@ private:
 
     // Loop's thread only
     std::vector<Task> running_;
+    std::size_t nextRunning_ = 0;
     std::map<int, std::shared_ptr<EventLoop::ReadyHandler>> watched_;
 };
 
@@ -344,6 +365,8 @@ public:
     [[nodiscard]] bool isCurrent() const override { return loop_->isCurrent(); }
     void run() override { loop_->run(); }
     void stop() override { loop_->stop(); }
+    [[nodiscard]] int readyDescriptor() const override { return loop_->readyDescriptor(); }
+    void runReady() override { loop_->runReady(); }
     void watch(int descriptor, ReadyHandler handler) override { loop_->watch(descriptor, std::move(handler)); }
     void unwatch(int descriptor) override { loop_->unwatch(descriptor); }
 

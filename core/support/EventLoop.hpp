@@ -35,6 +35,14 @@ public:
     /// Ends `run()`. Any thread.
     virtual void stop() = 0;
 
+    /// For a thread that runs another library's loop: a descriptor that this loop makes readable when it has something
+    /// to do. That is watched from the first `runReady()` on.
+    [[nodiscard]] virtual int readyDescriptor() const = 0;
+
+    /// Does one round without waiting, instead of `run()`. A task may run the other library's loop inside itself: the
+    /// rounds in there go on with the tasks in their order.
+    virtual void runReady() = 0;
+
     /// Watches a descriptor for reading until `unwatch`. On the loop only.
     virtual void watch(int descriptor, ReadyHandler handler) = 0;
 

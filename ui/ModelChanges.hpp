@@ -1,0 +1,40 @@
+#pragma once
+
+#include "app/MIDIRouterViewModel.hpp"
+
+#include <bitset>
+#include <cstddef>
+#include <initializer_list>
+
+namespace corvel::ui {
+
+/// Which of the model's properties may have changed since a view last looked.
+class ModelChanges {
+public:
+    using Property = MIDIRouterViewModel::Property;
+
+    [[nodiscard]] static ModelChanges all() {
+        ModelChanges changes;
+        changes.properties_.set();
+        return changes;
+    }
+
+    void insert(Property property) { properties_.set(static_cast<std::size_t>(property)); }
+
+    /// Whether one of these properties is among them.
+    [[nodiscard]] bool containAny(std::initializer_list<Property> properties) const {
+        for (const Property property : properties) {
+            if (properties_.test(static_cast<std::size_t>(property))) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+private:
+    static constexpr std::size_t kPropertyCount = static_cast<std::size_t>(Property::statusMessage) + 1;
+
+    std::bitset<kPropertyCount> properties_;
+};
+
+}  // namespace corvel::ui

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "app/MIDIRouterViewModel.hpp"
+#include "ui/ModelChanges.hpp"
+
+#include <QObject>
+#include <QTimer>
+
+namespace corvel::ui {
+
+/// Tells views what to read again, once a turn of the main loop, whatever the model did in between: the model tells of a
+/// change before it happens, and a command changes several properties. Traffic alone is told at most 60 times a second.
+class ModelRefresh : public QObject {
+    Q_OBJECT
+
+public:
+    explicit ModelRefresh(MIDIRouterViewModel& model, QObject* parent = nullptr);
+
+signals:
+    void changed(const corvel::ui::ModelChanges& changes);
+
+private:
+    void note(ModelChanges::Property property);
+    void tell();
+
+    ModelChanges changes_;
+    QTimer nextTurn_;
+    QTimer traffic_;
+    Observation observation_;
+};
+
+}  // namespace corvel::ui

@@ -1,0 +1,43 @@
+#include "ui/QtText.hpp"
+
+#include "ui/Look.hpp"
+
+#include <QFontMetrics>
+#include <QTextDocument>
+#include <QWidget>
+
+namespace corvel::ui {
+
+namespace {
+
+constexpr int kToolTipWidth = 340;
+
+}  // namespace
+
+QString toQString(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+std::string toUTF8(const QString& text) {
+    return text.toStdString();
+}
+
+QString menuTitle(const QString& text) {
+    return QString(text).replace(QLatin1Char('&'), QLatin1String("&&"));
+}
+
+void setPlainToolTip(QWidget* widget, const QString& text) {
+    // Tooltips take text for markup where it looks like it, and only markup is broken into lines.
+    const int width = QFontMetrics(Look::font(12)).size(0, text).width();
+    if (width <= kToolTipWidth && !Qt::mightBeRichText(text)) {
+        widget->setToolTip(text);
+        widget->setAccessibleDescription({});
+        return;
+    }
+    const QString shape = width <= kToolTipWidth ? QString() : QStringLiteral(" width=\"%1\"").arg(kToolTipWidth);
+    widget->setToolTip(QStringLiteral("<table%1><tr><td style=\"white-space: pre-wrap\">%2</td></tr></table>")
+                           .arg(shape, text.toHtmlEscaped()));
+    widget->setAccessibleDescription(text);
+}
+
+}  // namespace corvel::ui

@@ -1,0 +1,86 @@
+#include "ui/controls/AlertDialog.hpp"
+
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QVBoxLayout>
+
+namespace corvel::ui {
+
+namespace {
+
+constexpr int kWidth = 368;
+constexpr int kPadding = 24;
+constexpr int kIconSize = 40;
+constexpr int kButtonGap = 8;
+constexpr int kMessageLineHeight = 22;
+
+QLabel* makeText(const QString& text, const QFont& font, QWidget* parent) {
+    auto* const label = new QLabel(text, parent);
+    label->setTextFormat(Qt::PlainText);
+    label->setFont(font);
+    label->setAlignment(Qt::AlignCenter);
+    label->setWordWrap(true);
+    return label;
+}
+
+}  // namespace
+
+AlertDialog::AlertDialog(const Look& look, Style style, const QString& message, const QString& informativeText,
+                         const QString& confirmation, TextButton::Role confirmationRole, QWidget* parent)
+    : SheetDialog(look, parent), accessoryPlace_(new QVBoxLayout) {
+    setWindowTitle(message);
+    setAccessibleDescription(informativeText);
+    setWindowModality(Qt::ApplicationModal);
+    setFixedWidth(kWidth);
+
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
+    layout->setSpacing(0);
+    layout->setSizeConstraint(QLayout::SetMinimumSize);
+    if (style == Style::warning) {
+        auto* const triangle = new QLabel(this);
+        triangle->setPixmap(look.icon(QStringLiteral("exclamationmark.triangle"), kIconSize, look.theme().warning,
+                                      devicePixelRatioF()));
+        triangle->setAlignment(Qt::AlignCenter);
+        layout->addWidget(triangle);
+        layout->addSpacing(12);
+    }
+    QLabel* const title = makeText(message, Look::font(17, QFont::DemiBold), this);
+    title->setMinimumHeight(kMessageLineHeight);
+    layout->addWidget(title);
+    layout->addSpacing(8);
+    layout->addWidget(makeText(informativeText, Look::font(13), this));
+    layout->addLayout(accessoryPlace_);
+    layout->addSpacing(kPadding);
+
+    auto* const buttons = new QHBoxLayout;
+    buttons->setSpacing(kButtonGap);
+    auto* const cancel = new TextButton(look, tr("Cancel"), TextButton::Role::quiet, this);
+    auto* const confirm = new TextButton(look, confirmation, confirmationRole, this);
+    for (TextButton* const button : {cancel, confirm}) {
+        button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+        buttons->addWidget(button, 1);
+    }
+    connect(confirm, &QAbstractButton::clicked, this, &QDialog::accept);
+    connect(cancel, &QAbstractButton::clicked, this, &QDialog::reject);
+    layout->addLayout(buttons);
+    setTabOrder(confirm, cancel);
+    confirm->setFocus();
+}
+
+void AlertDialog::setAccessory(QWidget* accessory) {
+    accessoryPlace_->addSpacing(20);
+    accessoryPlace_->addWidget(accessory, 0, Qt::AlignHCenter);
+    accessory->setFocus();
+}
+
+void AlertDialog::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        accept();
+        return;
+    }
+    SheetDialog::keyPressEvent(event);
+}
+
+}  // namespace corvel::ui

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "ui/controls/LookButton.hpp"
+
+#include <QSize>
+#include <QStringList>
+
+namespace corvel::ui {
+
+/// A pop-up: shows the chosen one of several texts and opens a menu of all, the chosen one ticked.
+///
+/// Shows what it is given and reports what the user chooses; choosing changes nothing by itself.
+class PopUpButton final : public LookButton {
+    Q_OBJECT
+
+public:
+    /// `isFilled` false is the quiet form of list rows, an outline without a fill.
+    PopUpButton(const Look& look, QSize size, bool isFilled, QWidget* parent = nullptr);
+
+    /// The menu's texts and the index of the chosen one, -1 for none.
+    void setItems(const QStringList& items, int chosen);
+    [[nodiscard]] const QStringList& items() const { return items_; }
+    [[nodiscard]] int chosenIndex() const { return chosen_; }
+
+    /// What the closed pop-up shows; by default the chosen item.
+    void setLabel(const QString& label);
+
+    void setFilled(bool isFilled);
+
+    [[nodiscard]] QSize sizeHint() const override { return size_; }
+    [[nodiscard]] QSize minimumSizeHint() const override { return size_; }
+
+signals:
+    /// The user chose an item, also when it is the present one.
+    void itemChosen(int index);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    void openMenu();
+
+    QSize size_;
+    bool isFilled_;
+    QStringList items_;
+    int chosen_ = -1;
+};
+
+}  // namespace corvel::ui

@@ -1,0 +1,40 @@
+#include "ui/controls/PopUpMenu.hpp"
+
+#include "ui/QtText.hpp"
+#include "ui/controls/Painting.hpp"
+
+#include <QAction>
+#include <QRegion>
+#include <QResizeEvent>
+
+namespace corvel::ui {
+
+namespace {
+
+constexpr int kCheckSize = 18;
+constexpr qreal kRadius = 8;
+
+}  // namespace
+
+PopUpMenu::PopUpMenu(const Look& look, QWidget* parent) : QMenu(parent), look_(look) {
+    setWindowFlag(Qt::FramelessWindowHint);
+    setWindowFlag(Qt::NoDropShadowWindowHint);
+    setToolTipsVisible(true);
+}
+
+QAction* PopUpMenu::addItem(const QString& text, bool isChosen) {
+    QAction* const action = addAction(menuTitle(text));
+    if (isChosen) {
+        action->setIcon(
+            look_.icon(QStringLiteral("checkmark"), kCheckSize, look_.theme().accent, devicePixelRatioF()));
+    }
+    return action;
+}
+
+void PopUpMenu::resizeEvent(QResizeEvent* event) {
+    QMenu::resizeEvent(event);
+    // Round corners also where windows cannot be see-through.
+    setMask(QRegion(roundedPath(rect(), kRadius).toFillPolygon().toPolygon()));
+}
+
+}  // namespace corvel::ui

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "ui/Look.hpp"
+
+#include <QRectF>
+#include <QVariantAnimation>
+#include <QWidget>
+
+class QPainter;
+
+namespace corvel::ui {
+
+/// Dims a window behind a sheet, and holds the sheet's shadow: a sheet is a window of its own, and draws nothing
+/// outside its card.
+class Scrim final : public QWidget {
+    Q_OBJECT
+
+public:
+    /// Covers the window until `fadeOut`, which also deletes it. `card` is the sheet's place in the window.
+    Scrim(const Look& look, QWidget& window, const QRectF& card);
+
+    void setCard(const QRectF& card);
+    void fadeOut();
+
+    /// What a window looks like behind a sheet once faded in, painted over it: for the sheet's round corners.
+    static void paint(QPainter& painter, const QRectF& whole, const QRectF& card, const Theme& theme);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void fadeTo(qreal level, int milliseconds);
+
+    const Look& look_;
+    QRectF card_;
+    QVariantAnimation fade_;
+};
+
+}  // namespace corvel::ui

@@ -1,0 +1,89 @@
+#include "ui/controls/SheetDialog.hpp"
+
+#include "ui/controls/Painting.hpp"
+#include "ui/controls/Scrim.hpp"
+
+#include <QPainter>
+#include <QTimer>
+
+namespace corvel::ui {
+
+namespace {
+
+constexpr qreal kRadius = 12;
+
+}  // namespace
+
+SheetDialog::SheetDialog(const Look& look, QWidget* parent) : QDialog(parent->window()), look_(look) {
+    setWindowFlag(Qt::FramelessWindowHint);
+    setAttribute(Qt::WA_DeleteOnClose);
+    // The colours of the window behind change first.
+    connect(&look, &Look::changed, this, [this] {
+        QTimer::singleShot(0, this, [this] {
+            takeBackdrop();
+            update();
+        });
+    });
+}
+
+SheetDialog::~SheetDialog() {
+    if (scrim_) {
+        scrim_->fadeOut();
+    }
+}
+
+QRect SheetDialog::cardInWindow() const {
+    const QWidget& window = *parentWidget();
+    return {QPoint((window.width() - width()) / 2, (window.height() - height()) / 2), size()};
+}
+
+void SheetDialog::centre() {
+    move(parentWidget()->mapToGlobal(cardInWindow().topLeft()));
+}
+
+void SheetDialog::takeBackdrop() {
+    if (scrim_) {
+        scrim_->hide();
+    }
+    backdrop_ = parentWidget()->grab(cardInWindow());
+    if (scrim_) {
+        scrim_->show();
+    }
+    QPainter painter(&backdrop_);
+    painter.translate(-cardInWindow().topLeft());
+    Scrim::paint(painter, parentWidget()->rect(), cardInWindow(), theme());
+}
+
+void SheetDialog::showEvent(QShowEvent* event) {
+    centre();
+    takeBackdrop();
+    scrim_ = new Scrim(look_, *parentWidget(), cardInWindow());
+    QDialog::showEvent(event);
+}
+
+void SheetDialog::hideEvent(QHideEvent* event) {
+    if (scrim_) {
+        scrim_->fadeOut();
+        scrim_ = nullptr;
+    }
+    QDialog::hideEvent(event);
+}
+
+void SheetDialog::resizeEvent(QResizeEvent* event) {
+    QDialog::resizeEvent(event);
+    if (scrim_) {
+        centre();
+        takeBackdrop();
+        scrim_->setCard(cardInWindow());
+    }
+}
+
+void SheetDialog::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.drawPixmap(0, 0, backdrop_);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillPath(roundedPath(rect(), kRadius), theme().sheet);
+    paintOutline(painter, rect(), kRadius, theme().edge);
+}
+
+}  // namespace corvel::ui
