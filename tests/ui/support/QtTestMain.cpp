@@ -1,0 +1,14 @@
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QString>
+
+/// Runs tests of views: with an application object and without a display.
+int main(int argumentCount, char** arguments) {
+    ::testing::InitGoogleTest(&argumentCount, arguments);
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    const QApplication application(argumentCount, arguments);
+    return RUN_ALL_TESTS();
+}
