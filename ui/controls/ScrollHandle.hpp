@@ -1,0 +1,50 @@
+#pragma once
+
+#include "ui/Look.hpp"
+
+#include <QWidget>
+#include <optional>
+
+class QScrollBar;
+
+namespace corvel::ui {
+
+/// The handle of a scroll area, in the place of the toolkit's scroll bar, whose value it shows and drags.
+class ScrollHandle final : public QWidget {
+    Q_OBJECT
+
+public:
+    ScrollHandle(const Look& look, QScrollBar& bar, QWidget* parent);
+
+    /// Puts the handle at the left or the right of the parent, so many pixels from its edge.
+    void setSide(Qt::Edge side, int distance);
+
+    /// Takes the place that the bar's value means, or hides where there is nothing to scroll.
+    void follow();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void enterEvent(QEnterEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+
+private:
+    /// Where a drag began: the pointer's height on the screen, and the bar's value.
+    struct Drag {
+        double y;
+        int value;
+    };
+
+    [[nodiscard]] int trackLength() const;
+    [[nodiscard]] int handleLength() const;
+
+    const Look& look_;
+    QScrollBar& bar_;
+    Qt::Edge side_ = Qt::RightEdge;
+    int distance_ = 4;
+    std::optional<Drag> drag_;
+};
+
+}  // namespace corvel::ui
