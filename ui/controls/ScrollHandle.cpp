@@ -85,7 +85,7 @@ void ScrollHandle::mousePressEvent(QMouseEvent* event) {
 
 void ScrollHandle::mouseMoveEvent(QMouseEvent* event) {
     const int way = trackLength() - handleLength();
-    if (drag_) {
+    if (drag_ && way > 0) {
         const double moved = event->globalPosition().y() - drag_->y;
         bar_.setValue(drag_->value + static_cast<int>(std::lround(moved * bar_.maximum() / way)));
     }
