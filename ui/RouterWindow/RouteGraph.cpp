@@ -1,0 +1,274 @@
+#include "ui/RouterWindow/RouteGraph.hpp"
+
+#include "ui/RouterWindow/RouteColorPalette.hpp"
+#include "ui/RouterWindow/RouteLinePainting.hpp"
+
+#include <QEvent>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QPaintEvent>
+#include <QPainter>
+#include <cmath>
+#include <utility>
+
+namespace corvel::ui {
+
+namespace {
+
+constexpr int kPlaceholderIcon = 56;
+constexpr int kPlaceholderGap = 16;
+/// How far any signal or ring reaches from its place.
+constexpr qreal kActivityReach = 34;
+
+}  // namespace
+
+RouteGraph::RouteGraph(MIDIRouterViewModel& model, const Look& look, std::shared_ptr<const Clock> clock,
+                       QWidget* parent)
+    : QWidget(parent),
+      model_(model),
+      look_(look),
+      ticker_(std::move(clock)),
+      placeholder_(new QLabel(QStringLiteral("Select an input and output, then connect them"), this)) {
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    setMouseTracking(true);
+    setAccessibleName(QStringLiteral("Routing stage"));
+    placeholder_->setTextFormat(Qt::PlainText);
+    placeholder_->setFont(Look::font(15));
+    placeholder_->setAlignment(Qt::AlignCenter);
+    placeholder_->setAttribute(Qt::WA_TransparentForMouseEvents);
+    applyTheme();
+    connect(&look, &Look::changed, this, &RouteGraph::applyTheme);
+    connect(&ticker_, &RouteAnimationTicker::nowChanged, this, &RouteGraph::showInstant);
+    placeLines();
+}
+
+void RouteGraph::refresh(const ModelChanges& changes) {
+    using Property = ModelChanges::Property;
+    if (changes.containAny({Property::routes, Property::sources, Property::destinations, Property::selectedRouteID})) {
+        placeLines();
+    }
+}
+
+void RouteGraph::setConnectorPositions(const EndpointConnectorYPositions& positions) {
+    positions_ = positions;
+    placeLines();
+}
+
+void RouteGraph::selectRoute(const UUID& routeID) {
+    model_.setSelectedRouteID(routeID);
+}
+
+// Lines
+
+void RouteGraph::placeLines() {
+    RouteLines lines = makeLines();
+    placeholder_->setVisible(lines.inDrawingOrder().empty());
+    if (lines == lines_) {
+        return;
+    }
+    lines_ = std::move(lines);
+    repaintLines();
+    activity_ = RouteActivity::at(ticker_.now(), lines_, model_.graphActivityEvents());
+    setHoveredRoute(underMouse() ? routeAt(mapFromGlobal(QCursor::pos())) : std::nullopt);
+}
+
+RouteLines RouteGraph::makeLines() const {
+    const std::vector<MIDIRoute>& routes = model_.routes();
+    std::vector<RouteLine> lines;
+    lines.reserve(routes.size());
+    for (std::size_t position = 0; position < routes.size(); ++position) {
+        const MIDIRoute& route = routes[position];
+        lines.push_back({.routeID = route.id,
+                         .size = size(),
+                         .startY = connectorY({MIDIEndpointDirection::source, route.sourceID}, position),
+                         .endY = connectorY({MIDIEndpointDirection::destination, route.destinationID}, position),
+                         .routeColor = RouteColorPalette::color(route.id, routes),
+                         .isSelected = model_.selectedRouteID() == route.id,
+                         .availability = model_.routeAvailability(route)});
+    }
+    return RouteLines(std::move(lines));
+}
+
+double RouteGraph::connectorY(const EndpointPositionKey& key, std::size_t position) const {
+    const auto found = positions_.find(key);
+    if (found == positions_.end()) {
+        return RouteLine::spreadY(position, model_.routes().size(), height());
+    }
+    return found->second - mapTo(window(), QPoint()).y();
+}
+
+void RouteGraph::placePlaceholder() {
+    const int textHeight = placeholder_->sizeHint().height();
+    const int top = (height() - kPlaceholderIcon - kPlaceholderGap - textHeight) / 2;
+    placeholder_->setGeometry(0, top + kPlaceholderIcon + kPlaceholderGap, width(), textHeight);
+}
+
+void RouteGraph::applyTheme() {
+    QPalette palette = placeholder_->palette();
+    palette.setColor(QPalette::WindowText, look_.theme().text2);
+    placeholder_->setPalette(palette);
+    ratio_ = 0;
+    update();
+}
+
+void RouteGraph::repaintLines() {
+    linesPicture_ = {};
+    update();
+}
+
+// Animation
+
+void RouteGraph::showInstant() {
+    RouteActivity activity = RouteActivity::at(ticker_.now(), lines_, model_.graphActivityEvents());
+    if (activity == activity_) {
+        return;
+    }
+    update(regionOf(activity_) + regionOf(activity));
+    activity_ = std::move(activity);
+}
+
+QRegion RouteGraph::regionOf(const RouteActivity& activity) const {
+    QRegion region;
+    const auto add = [&region](const QPointF& place) {
+        region += QRectF(place.x() - kActivityReach, place.y() - kActivityReach, 2 * kActivityReach, 2 * kActivityReach)
+                      .toAlignedRect();
+    };
+    for (const RouteActivity::PlacedSignal& placed : activity.activeSignals) {
+        add(placed.position);
+    }
+    for (const RouteActivity::PlacedPulse& placed : activity.outputPulses) {
+        add(placed.position);
+    }
+    return region;
+}
+
+// Pointer
+
+void RouteGraph::setHoveredRoute(std::optional<UUID> routeID) {
+    if (routeID == hoveredRoute_) {
+        return;
+    }
+    hoveredRoute_ = routeID;
+    setCursor(hoveredRoute_ ? Qt::PointingHandCursor : Qt::ArrowCursor);
+    repaintLines();
+}
+
+std::optional<UUID> RouteGraph::routeAt(const QPointF& point) const {
+    const RouteLine* const line = lines_.at(point);
+    return line != nullptr ? std::optional(line->routeID) : std::nullopt;
+}
+
+void RouteGraph::mouseMoveEvent(QMouseEvent* event) {
+    setHoveredRoute(routeAt(event->position()));
+}
+
+void RouteGraph::mousePressEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton) {
+        pressedRoute_ = routeAt(event->position());
+    }
+}
+
+void RouteGraph::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton) {
+        return;
+    }
+    const std::optional<UUID> pressed = std::exchange(pressedRoute_, std::nullopt);
+    if (pressed && pressed == routeAt(event->position())) {
+        selectRoute(*pressed);
+    }
+}
+
+void RouteGraph::leaveEvent(QEvent*) {
+    setHoveredRoute(std::nullopt);
+}
+
+// Window
+
+void RouteGraph::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    ticker_.start();
+    placeLines();
+}
+
+void RouteGraph::hideEvent(QHideEvent* event) {
+    QWidget::hideEvent(event);
+    ticker_.stop();
+}
+
+void RouteGraph::moveEvent(QMoveEvent* event) {
+    QWidget::moveEvent(event);
+    placeLines();
+}
+
+void RouteGraph::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    linesPicture_ = {};
+    placePlaceholder();
+    placeLines();
+}
+
+// Painting
+
+void RouteGraph::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    // The widget's own ratio is not the one of a picture that it is rendered to.
+    prepare(painter.deviceTransform().m11());
+    // In device pixels pictures are copied, where in logical ones they would be scaled.
+    painter.scale(1 / ratio_, 1 / ratio_);
+    painter.drawPixmap(0, 0, linesPicture_);
+    paintActivity(painter);
+}
+
+void RouteGraph::prepare(qreal devicePixelRatio) {
+    if (ratio_ != devicePixelRatio) {
+        ratio_ = devicePixelRatio;
+        sprites_ = SignalSprites(look_.mode(), ratio_);
+        linesPicture_ = {};
+    }
+    if (linesPicture_.isNull()) {
+        linesPicture_ = paintedLines();
+    }
+}
+
+QPixmap RouteGraph::paintedLines() const {
+    QPixmap picture(static_cast<int>(std::ceil(width() * ratio_)), static_cast<int>(std::ceil(height() * ratio_)));
+    picture.fill(look_.theme().stage);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.scale(ratio_, ratio_);
+    if (lines_.inDrawingOrder().empty()) {
+        paintPlaceholder(painter);
+    }
+    for (const RouteLine& line : lines_.inDrawingOrder()) {
+        const RouteGlow unselected = hoveredRoute_ == line.routeID ? RouteGlow::hovered : RouteGlow::none;
+        paintRouteLine(painter, line, line.isSelected ? RouteGlow::selected : unselected, look_.mode());
+    }
+    for (const RouteLine& line : lines_.inDrawingOrder()) {
+        paintConnectorMarks(painter, line, look_.mode());
+    }
+    return picture;
+}
+
+void RouteGraph::paintPlaceholder(QPainter& painter) const {
+    const QPixmap icon = look_.icon(QStringLiteral("link.badge.plus"), kPlaceholderIcon, look_.theme().text3, ratio_);
+    painter.drawPixmap(
+        QPointF((width() - kPlaceholderIcon) / 2.0, placeholder_->y() - kPlaceholderGap - kPlaceholderIcon), icon);
+}
+
+void RouteGraph::paintActivity(QPainter& painter) {
+    for (const RouteActivity::PlacedPulse& placed : activity_.outputPulses) {
+        const Sprite& sprite = sprites_.ring(RouteLine::signalColor(placed.pulse.messageKind), placed.pulse);
+        painter.drawPixmap(devicePlace(placed.position) - sprite.origin, sprite.pixmap);
+    }
+    for (const RouteActivity::PlacedSignal& placed : activity_.activeSignals) {
+        const Sprite& sprite = sprites_.signal(RouteLine::signalColor(placed.signal.messageKind));
+        painter.setOpacity(placed.signal.opacity);
+        painter.drawPixmap(devicePlace(placed.position) - sprite.origin, sprite.pixmap);
+    }
+}
+
+QPoint RouteGraph::devicePlace(const QPointF& point) const {
+    return (point * ratio_).toPoint();
+}
+
+}  // namespace corvel::ui

@@ -1,0 +1,106 @@
+#pragma once
+
+#include "app/MIDIRouterViewModel.hpp"
+#include "core/support/Clock.hpp"
+#include "core/support/UUID.hpp"
+#include "ui/Look.hpp"
+#include "ui/ModelChanges.hpp"
+#include "ui/RouterWindow/EndpointPositionKey.hpp"
+#include "ui/RouterWindow/RouteActivity.hpp"
+#include "ui/RouterWindow/RouteAnimationTicker.hpp"
+#include "ui/RouterWindow/RouteLines.hpp"
+#include "ui/RouterWindow/SignalSprites.hpp"
+
+#include <QPixmap>
+#include <QPoint>
+#include <QRegion>
+#include <QWidget>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <vector>
+
+class QLabel;
+
+namespace corvel::ui {
+
+/// The routing stage: a line for each connection from its input's row to its output's row, and on it a signal for each
+/// message that it carried. A click on a line selects the connection.
+///
+/// The lines are a picture that changes only with them; a tick copies the signals onto it, and where nothing moves it
+/// paints nothing.
+class RouteGraph : public QWidget {
+    Q_OBJECT
+
+public:
+    RouteGraph(MIDIRouterViewModel& model, const Look& look, std::shared_ptr<const Clock> clock,
+               QWidget* parent = nullptr);
+
+    /// Reads again what may have changed. Traffic needs no telling: every tick reads it.
+    void refresh(const ModelChanges& changes);
+
+    /// Takes the heights of the endpoint rows in the window. An endpoint without one has its connectors spread over the
+    /// stage's height.
+    void setConnectorPositions(const EndpointConnectorYPositions& positions);
+
+    /// The lines as they are placed now.
+    [[nodiscard]] const RouteLines& lines() const { return lines_; }
+
+    /// What drives the animation; runs while the stage is shown.
+    [[nodiscard]] RouteAnimationTicker& ticker() { return ticker_; }
+
+    /// Makes this connection the selected one.
+    void selectRoute(const UUID& routeID);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+
+private:
+    /// Places the lines anew, and repaints if that makes a difference.
+    void placeLines();
+    [[nodiscard]] RouteLines makeLines() const;
+    [[nodiscard]] double connectorY(const EndpointPositionKey& key, std::size_t position) const;
+    void placePlaceholder();
+    void applyTheme();
+    void repaintLines();
+
+    /// Shows the ticker's instant.
+    void showInstant();
+    [[nodiscard]] QRegion regionOf(const RouteActivity& activity) const;
+
+    void setHoveredRoute(std::optional<UUID> routeID);
+    [[nodiscard]] std::optional<UUID> routeAt(const QPointF& point) const;
+
+    void prepare(qreal devicePixelRatio);
+    [[nodiscard]] QPixmap paintedLines() const;
+    void paintPlaceholder(QPainter& painter) const;
+    void paintActivity(QPainter& painter);
+    [[nodiscard]] QPoint devicePlace(const QPointF& point) const;
+
+    MIDIRouterViewModel& model_;
+    const Look& look_;
+    RouteAnimationTicker ticker_;
+    QLabel* const placeholder_;
+
+    EndpointConnectorYPositions positions_;
+    RouteLines lines_;
+    RouteActivity activity_;
+    std::optional<UUID> hoveredRoute_;
+    std::optional<UUID> pressedRoute_;
+
+    /// Device pixels to a logical one when last painted, 0 when the appearance has changed since.
+    qreal ratio_ = 0;
+    /// Null when it has to be painted anew.
+    QPixmap linesPicture_;
+    SignalSprites sprites_;
+};
+
+}  // namespace corvel::ui

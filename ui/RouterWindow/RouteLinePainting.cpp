@@ -1,0 +1,80 @@
+#include "ui/RouterWindow/RouteLinePainting.hpp"
+
+#include "ui/controls/Painting.hpp"
+
+#include <QPainter>
+#include <QPen>
+#include <array>
+
+namespace corvel::ui {
+
+namespace {
+
+constexpr qreal kMarkRadius = 4;
+constexpr qreal kMiterLimit = 10;
+constexpr qreal kDash = 6;
+constexpr qreal kGap = 5;
+
+struct GlowStroke {
+    qreal width = 0;
+    float alpha = 0;
+};
+
+constexpr std::array<GlowStroke, 5> kGlow{{{8, .055F}, {12, .055F}, {16, .05F}, {20, .04F}, {24, .03F}}};
+
+float glowStrength(RouteGlow glow, AppAppearanceMode mode) {
+    const float full = mode == AppAppearanceMode::light ? .8F : 1;
+    switch (glow) {
+        case RouteGlow::selected:
+            return full;
+        case RouteGlow::hovered:
+            return full / 2;
+        case RouteGlow::none:
+            break;
+    }
+    return 0;
+}
+
+QPen flatPen(const QColor& color, qreal width) {
+    QPen pen(color, width);
+    pen.setCapStyle(Qt::FlatCap);
+    pen.setJoinStyle(Qt::MiterJoin);
+    pen.setMiterLimit(kMiterLimit);
+    return pen;
+}
+
+}  // namespace
+
+void paintRouteLine(QPainter& painter, const RouteLine& line, RouteGlow glow, AppAppearanceMode mode) {
+    const Theme& theme = Theme::of(mode);
+    const QPainterPath path = line.path();
+    if (glow != RouteGlow::none) {
+        QColor color = line.baseColor(theme);
+        for (const GlowStroke& stroke : kGlow) {
+            color.setAlphaF(stroke.alpha * glowStrength(glow, mode));
+            painter.strokePath(path, flatPen(color, stroke.width));
+        }
+    }
+    QPen pen = flatPen(line.lineColor(theme), line.strokeWidth());
+    if (line.isDashed()) {
+        // Patterns count in widths of the pen.
+        pen.setDashPattern({kDash / line.strokeWidth(), kGap / line.strokeWidth()});
+    }
+    painter.strokePath(path, pen);
+}
+
+void paintConnectorMarks(QPainter& painter, const RouteLine& line, AppAppearanceMode mode) {
+    const QColor color = line.markColor(Theme::of(mode));
+    painter.fillPath(startMarkPath(line.startMark()), color);
+    painter.fillPath(endMarkPath(line.endMark()), color);
+}
+
+QPainterPath startMarkPath(const QRectF& rect) {
+    return roundedPath(rect, kMarkRadius, Corners::right);
+}
+
+QPainterPath endMarkPath(const QRectF& rect) {
+    return roundedPath(rect, kMarkRadius, Corners::left);
+}
+
+}  // namespace corvel::ui

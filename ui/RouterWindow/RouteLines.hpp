@@ -1,0 +1,44 @@
+#pragma once
+
+#include "core/support/UUID.hpp"
+#include "ui/RouterWindow/RouteLine.hpp"
+
+#include <QPointF>
+#include <cstddef>
+#include <unordered_map>
+#include <vector>
+
+namespace corvel::ui {
+
+/// All lines of the stage in the order in which they are drawn: that of the list, but the selected one last, so that it
+/// lies on top.
+class RouteLines {
+public:
+    RouteLines() = default;
+
+    /// Takes the lines in the order of the list.
+    explicit RouteLines(std::vector<RouteLine> lines);
+
+    bool operator==(const RouteLines& other) const { return lines_ == other.lines_; }
+
+    [[nodiscard]] const std::vector<RouteLine>& inDrawingOrder() const { return lines_; }
+
+    /// The line that a click at this point means: of several the one on top. Null where there is none.
+    [[nodiscard]] const RouteLine* at(const QPointF& point) const;
+
+    /// Calls `action` with each line of the connection.
+    template <typename Action>
+    void forEachOf(const UUID& routeID, const Action& action) const {
+        const auto [first, last] = byRoute_.equal_range(routeID);
+        for (auto found = first; found != last; ++found) {
+            action(lines_[found->second]);
+        }
+    }
+
+private:
+    std::vector<RouteLine> lines_;
+    /// A document may hold the same connection twice.
+    std::unordered_multimap<UUID, std::size_t> byRoute_;
+};
+
+}  // namespace corvel::ui
