@@ -5,8 +5,14 @@
 #include <QPalette>
 #include <QSvgRenderer>
 #include <QToolTip>
-
 #include <cmath>
+
+/// The linker leaves out a static library's resources that nothing names. The toolkit's macro works outside of
+/// namespaces only.
+static void loadResources() {
+    Q_INIT_RESOURCE(icons);
+    Q_INIT_RESOURCE(info);
+}
 
 namespace corvel::ui {
 
@@ -55,6 +61,7 @@ QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }
 }  // namespace
 
 Look::Look(AppAppearanceMode mode, QObject* parent) : QObject(parent), mode_(mode) {
+    loadResources();
     applyToApplication();
 }
 
@@ -81,6 +88,7 @@ QFont Look::font(int pixels, QFont::Weight weight) {
     font.setFamilies({QStringLiteral("Inter"), QStringLiteral("DejaVu Sans"), QStringLiteral("sans-serif")});
     font.setPixelSize(pixels);
     font.setWeight(weight);
+    font.setHintingPreference(QFont::PreferNoHinting);
     return font;
 }
 

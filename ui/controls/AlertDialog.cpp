@@ -1,8 +1,9 @@
 #include "ui/controls/AlertDialog.hpp"
 
+#include "ui/controls/LookLabel.hpp"
+
 #include <QHBoxLayout>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QVBoxLayout>
 
 namespace corvel::ui {
@@ -15,10 +16,9 @@ constexpr int kIconSize = 40;
 constexpr int kButtonGap = 8;
 constexpr int kMessageLineHeight = 22;
 
-QLabel* makeText(const QString& text, const QFont& font, QWidget* parent) {
-    auto* const label = new QLabel(text, parent);
-    label->setTextFormat(Qt::PlainText);
-    label->setFont(font);
+LookLabel* makeText(const Look& look, const QString& text, const QFont& font, QColor Theme::*ink, QWidget* parent) {
+    auto* const label = new LookLabel(look, font, ink, parent);
+    label->setText(text);
     label->setAlignment(Qt::AlignCenter);
     label->setWordWrap(true);
     return label;
@@ -46,17 +46,17 @@ AlertDialog::AlertDialog(const Look& look, Style style, const QString& message, 
         layout->addWidget(triangle);
         layout->addSpacing(12);
     }
-    QLabel* const title = makeText(message, Look::font(17, QFont::DemiBold), this);
+    LookLabel* const title = makeText(look, message, Look::font(17, QFont::DemiBold), &Theme::text, this);
     title->setMinimumHeight(kMessageLineHeight);
     layout->addWidget(title);
     layout->addSpacing(8);
-    layout->addWidget(makeText(informativeText, Look::font(13), this));
+    layout->addWidget(makeText(look, informativeText, Look::font(13), &Theme::text2, this));
     layout->addLayout(accessoryPlace_);
     layout->addSpacing(kPadding);
 
     auto* const buttons = new QHBoxLayout;
     buttons->setSpacing(kButtonGap);
-    auto* const cancel = new TextButton(look, tr("Cancel"), TextButton::Role::quiet, this);
+    auto* const cancel = new TextButton(look, QStringLiteral("Cancel"), TextButton::Role::quiet, this);
     auto* const confirm = new TextButton(look, confirmation, confirmationRole, this);
     for (TextButton* const button : {cancel, confirm}) {
         button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);

@@ -80,7 +80,8 @@ void PopUpButton::paintEvent(QPaintEvent*) {
     }
     const QColor ink = isEnabled() ? theme().text : theme().disabled;
     painter.drawPixmap(QPointF(whole.width() - kIconPadding - kIconSize, (whole.height() - kIconSize) / 2),
-                       look().icon(QStringLiteral("chevron.up.chevron.down"), kIconSize, ink, devicePixelRatioF()));
+                       look().icon(QStringLiteral("chevron.up.chevron.down"), kIconSize,
+                                   isEnabled() ? theme().text2 : theme().disabled, devicePixelRatioF()));
     const QRectF room(kPadding, 0, whole.width() - kPadding - kIconSize - 2 * kIconPadding, whole.height());
     painter.setPen(ink);
     painter.setFont(font());

@@ -25,8 +25,7 @@ PopUpMenu::PopUpMenu(const Look& look, QWidget* parent) : QMenu(parent), look_(l
 QAction* PopUpMenu::addItem(const QString& text, bool isChosen) {
     QAction* const action = addAction(menuTitle(text));
     if (isChosen) {
-        action->setIcon(
-            look_.icon(QStringLiteral("checkmark"), kCheckSize, look_.theme().accent, devicePixelRatioF()));
+        action->setIcon(look_.icon(QStringLiteral("checkmark"), kCheckSize, look_.theme().accent, devicePixelRatioF()));
     }
     return action;
 }

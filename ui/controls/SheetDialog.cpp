@@ -3,6 +3,8 @@
 #include "ui/controls/Painting.hpp"
 #include "ui/controls/Scrim.hpp"
 
+#include <QCoreApplication>
+#include <QFocusEvent>
 #include <QPainter>
 #include <QTimer>
 
@@ -29,6 +31,15 @@ SheetDialog::SheetDialog(const Look& look, QWidget* parent) : QDialog(parent->wi
 SheetDialog::~SheetDialog() {
     if (scrim_) {
         scrim_->fadeOut();
+    }
+}
+
+void SheetDialog::setVisible(bool isVisible) {
+    QDialog::setVisible(isVisible);
+    if (QWidget* const focus = focusWidget(); isVisible && focus != nullptr) {
+        // Being shown counts as a step of the Tab key, which would draw a focus ring that nobody asked for.
+        QFocusEvent unasked(QEvent::FocusIn, Qt::OtherFocusReason);
+        QCoreApplication::sendEvent(focus, &unasked);
     }
 }
 

@@ -19,6 +19,8 @@ public:
     SheetDialog(const Look& look, QWidget* parent);
     ~SheetDialog() override;
 
+    void setVisible(bool isVisible) override;
+
 protected:
     [[nodiscard]] const Look& look() const { return look_; }
     [[nodiscard]] const Theme& theme() const { return look_.theme(); }

@@ -4,7 +4,6 @@
 
 #include <QFontMetricsF>
 #include <QPainter>
-
 #include <cmath>
 
 namespace corvel::ui {

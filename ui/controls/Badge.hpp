@@ -1,0 +1,23 @@
+#pragma once
+
+#include "ui/Look.hpp"
+
+#include <QLabel>
+
+namespace corvel::ui {
+
+/// A short, quiet remark in an outline.
+class Badge final : public QLabel {
+    Q_OBJECT
+
+public:
+    Badge(const Look& look, const QString& text, QWidget* parent);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    const Look& look_;
+};
+
+}  // namespace corvel::ui

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "ui/controls/LookButton.hpp"
+
+namespace corvel::ui {
+
+/// One of several things to choose from: icon, title, and a ring that is filled in for the chosen one.
+class ChoiceCard final : public LookButton {
+    Q_OBJECT
+
+public:
+    ChoiceCard(const Look& look, const QString& iconName, const QString& title, QWidget* parent);
+
+    void setChosen(bool isChosen);
+    [[nodiscard]] bool isChosen() const { return isChosen_; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QString iconName_;
+    bool isChosen_ = false;
+};
+
+}  // namespace corvel::ui

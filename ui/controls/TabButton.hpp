@@ -1,0 +1,30 @@
+#pragma once
+
+#include "ui/controls/LookButton.hpp"
+
+namespace corvel::ui {
+
+/// A tab: icon and title, underlined while its page is shown.
+class TabButton final : public LookButton {
+    Q_OBJECT
+
+public:
+    static constexpr int kHeight = 40;
+
+    TabButton(const Look& look, const QString& iconName, const QString& title, QWidget* parent);
+
+    void setActive(bool isActive);
+    [[nodiscard]] bool isActive() const { return isActive_; }
+
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QString iconName_;
+    bool isActive_ = false;
+};
+
+}  // namespace corvel::ui
