@@ -1,0 +1,205 @@
+#include "ui/RouterWindow/EndpointRow.hpp"
+
+#include "ui/QtText.hpp"
+#include "ui/RouterWindow/EndpointDragPayload.hpp"
+#include "ui/controls/Painting.hpp"
+
+#include <QApplication>
+#include <QDrag>
+#include <QDragEnterEvent>
+#include <QEasingCurve>
+#include <QFontMetricsF>
+#include <QMimeData>
+#include <QMouseEvent>
+#include <QPainter>
+
+namespace corvel::ui {
+
+namespace {
+
+constexpr qreal kRadius = 8;
+constexpr int kPadding = 12;
+constexpr int kIconSize = 20;
+constexpr int kDotSize = 8;
+constexpr int kDotMargin = 14;
+constexpr qreal kHollowDotWidth = 1.75;
+constexpr int kSelectionDuration = 120;
+constexpr QSize kDragPictureSize(220, EndpointRow::kHeight);
+constexpr qreal kDragPictureOpacity = 0.92;
+
+QFont nameFont(bool isSelected) {
+    return Look::font(15, isSelected ? QFont::DemiBold : QFont::Medium);
+}
+
+}  // namespace
+
+EndpointRow::EndpointRow(const Look& look, const MIDIEndpointModel& endpoint, QWidget* parent)
+    : LookButton(look, parent), endpoint_(endpoint) {
+    setFixedHeight(kHeight);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    setAcceptDrops(!isInput());
+    selection_.setEasingCurve(QEasingCurve::OutCubic);
+    selection_.setStartValue(0.0);
+    selection_.setEndValue(0.0);
+    connect(&selection_, &QVariantAnimation::valueChanged, this, [this] { update(); });
+    describe();
+}
+
+void EndpointRow::setEndpoint(const MIDIEndpointModel& endpoint) {
+    if (endpoint != endpoint_) {
+        endpoint_ = endpoint;
+        describe();
+        update();
+    }
+}
+
+void EndpointRow::setSelected(bool isSelected) {
+    if (isSelected == isSelected_) {
+        return;
+    }
+    isSelected_ = isSelected;
+    selection_.stop();
+    selection_.setStartValue(selection_.currentValue());
+    selection_.setEndValue(isSelected ? 1.0 : 0.0);
+    selection_.setDuration(animationDuration(*this, kSelectionDuration));
+    selection_.start();
+    describe();
+}
+
+void EndpointRow::describe() {
+    const QString name = toQString(endpoint_.displayName);
+    setText(name);
+    setPlainToolTip(this, name);
+    setAccessibleName(name);
+    setAccessibleDescription((isInput() ? QStringLiteral("Input") : QStringLiteral("Output")) +
+                             (endpoint_.isOnline ? QStringLiteral(", online") : QStringLiteral(", offline")) +
+                             (isSelected_ ? QStringLiteral(", selected") : QString()));
+}
+
+QSize EndpointRow::sizeHint() const {
+    return kDragPictureSize;
+}
+
+void EndpointRow::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    const QColor rest = mixed(theme().raised, theme().selected, selection_.currentValue().toReal());
+    const QColor fill = isDropTarget_ ? theme().drop
+                        : isSelected_ ? rest
+                                      : stateFill(rest, theme().raisedHover, theme().raisedPressed);
+    paint(painter, rect(),
+          {.fill = fill, .isSelected = isSelected_, .isDropTarget = isDropTarget_, .showsFocus = showsFocus()});
+}
+
+void EndpointRow::paint(QPainter& painter, const QRectF& whole, const State& state) const {
+    painter.setRenderHint(QPainter::Antialiasing);
+    const Corners corners = isInput() ? Corners::left : Corners::right;
+    const qreal inset = state.showsFocus ? kFocusInset : 0;
+    painter.fillPath(roundedPath(whole.adjusted(inset, inset, -inset, -inset), kRadius - inset, corners), state.fill);
+    if (state.isDropTarget || state.showsFocus) {
+        paintRing(painter, whole, kRadius, theme().accent, corners);
+    } else if (look().mode() == AppAppearanceMode::light) {
+        paintOutline(painter, whole, kRadius, state.isSelected ? theme().selectedEdge : theme().hairline, corners);
+    }
+    paintContent(painter, whole, state);
+}
+
+void EndpointRow::paintContent(QPainter& painter, const QRectF& whole, const State& state) const {
+    const QString icon = state.isDropTarget ? QStringLiteral("link")
+                         : isInput()        ? QStringLiteral("keyboard")
+                                            : QStringLiteral("speaker.wave.2");
+    const QColor iconInk = state.isSelected || state.isDropTarget ? theme().accent : theme().text2;
+    painter.drawPixmap(QPointF(kPadding, (whole.height() - kIconSize) / 2),
+                       look().icon(icon, kIconSize, iconInk, devicePixelRatioF()));
+
+    constexpr int kNameLeft = kPadding + kIconSize + kPadding;
+    const qreal nameWidth = whole.width() - kNameLeft - kPadding - kDotSize - kDotMargin;
+    const QFont font = nameFont(state.isSelected);
+    painter.setFont(font);
+    painter.setPen(endpoint_.isOnline || state.isSelected ? theme().text : theme().text2);
+    painter.drawText(QRectF(kNameLeft, 0, nameWidth, whole.height()),
+                     Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine,
+                     QFontMetricsF(font).elidedText(text(), Qt::ElideMiddle, nameWidth));
+    paintStatusDot(painter, whole);
+}
+
+void EndpointRow::paintStatusDot(QPainter& painter, const QRectF& whole) const {
+    const QRectF dot(whole.width() - kDotMargin - kDotSize, (whole.height() - kDotSize) / 2, kDotSize, kDotSize);
+    if (endpoint_.isOnline) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(theme().online);
+        painter.drawEllipse(dot);
+        return;
+    }
+    constexpr qreal kInset = kHollowDotWidth / 2;
+    painter.setPen(QPen(theme().offline, kHollowDotWidth));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawEllipse(dot.adjusted(kInset, kInset, -kInset, -kInset));
+}
+
+QPixmap EndpointRow::dragPicture() const {
+    QPixmap picture(kDragPictureSize * devicePixelRatioF());
+    picture.setDevicePixelRatio(devicePixelRatioF());
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setOpacity(kDragPictureOpacity);
+    paint(painter, QRectF(QPointF(), kDragPictureSize), {.fill = theme().selected, .isSelected = true});
+    return picture;
+}
+
+void EndpointRow::drag() {
+    emit dragStarted();
+    // The drag lives on until its data has been fetched, also when this row goes meanwhile.
+    auto* const drag = new QDrag(this);
+    auto* const payload = new QMimeData;
+    payload->setText(toQString(EndpointDragPayload::text(endpoint_.id)));
+    drag->setMimeData(payload);
+    drag->setPixmap(dragPicture());
+    drag->setHotSpot(QPoint(qMin(pressedAt_.x(), kDragPictureSize.width() - 1), pressedAt_.y()));
+    const QPointer<EndpointRow> stillThere(this);
+    drag->exec(Qt::CopyAction);
+    if (stillThere) {
+        setDown(false);
+    }
+}
+
+void EndpointRow::mousePressEvent(QMouseEvent* event) {
+    pressedAt_ = event->position().toPoint();
+    LookButton::mousePressEvent(event);
+}
+
+void EndpointRow::mouseMoveEvent(QMouseEvent* event) {
+    const QPoint moved = event->position().toPoint() - pressedAt_;
+    if (isInput() && isDown() && moved.manhattanLength() >= QApplication::startDragDistance()) {
+        drag();
+        return;
+    }
+    LookButton::mouseMoveEvent(event);
+}
+
+void EndpointRow::dragEnterEvent(QDragEnterEvent* event) {
+    if (event->mimeData()->hasText()) {
+        event->acceptProposedAction();
+        setDropTarget(EndpointDragPayload::sourceID(toUTF8(event->mimeData()->text())).has_value());
+    }
+}
+
+void EndpointRow::dragLeaveEvent(QDragLeaveEvent*) {
+    setDropTarget(false);
+}
+
+void EndpointRow::dropEvent(QDropEvent* event) {
+    setDropTarget(false);
+    const auto sourceID = EndpointDragPayload::sourceID(toUTF8(event->mimeData()->text()));
+    event->acceptProposedAction();
+    if (sourceID) {
+        QMetaObject::invokeMethod(
+            this, [this, id = *sourceID] { emit sourceDropped(id); }, Qt::QueuedConnection);
+    }
+}
+
+void EndpointRow::setDropTarget(bool isDropTarget) {
+    isDropTarget_ = isDropTarget;
+    update();
+}
+
+}  // namespace corvel::ui

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "core/engine/MIDIEndpointModel.hpp"
+#include "ui/Look.hpp"
+
+#include <QWidget>
+
+namespace corvel::ui {
+
+class EndpointDetailButton;
+
+/// The selected endpoint in full under its column; pressing the text copies it.
+class EndpointSelectionDetails final : public QWidget {
+    Q_OBJECT
+
+public:
+    EndpointSelectionDetails(const Look& look, QWidget* parent);
+
+    /// Hides itself without an endpoint.
+    void setEndpoint(const MIDIEndpointModel* endpoint);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    const Look& look_;
+    EndpointDetailButton* button_;
+};
+
+}  // namespace corvel::ui
