@@ -1,0 +1,60 @@
+#include "ui/RouterWindow/ApplicationMenuButton.hpp"
+
+#include "ui/QtText.hpp"
+#include "ui/controls/Painting.hpp"
+#include "ui/controls/PopUpMenu.hpp"
+
+#include <QAction>
+#include <QIcon>
+#include <QPainter>
+#include <QShortcut>
+
+namespace corvel::ui {
+
+namespace {
+
+constexpr QSize kSize(52, 36);
+constexpr qreal kRadius = 8;
+constexpr int kMarkSize = 28;
+constexpr int kMarkLeft = 4;
+constexpr int kChevronSize = 16;
+constexpr int kChevronLeft = 34;
+constexpr int kMenuWidth = 240;
+
+}  // namespace
+
+ApplicationMenuButton::ApplicationMenuButton(const Look& look, const QList<QAction*>& items, QWidget* parent)
+    : LookButton(look, parent), items_(items) {
+    setFixedSize(kSize);
+    setAccessibleName(QStringLiteral("Application menu"));
+    setPlainToolTip(this, QStringLiteral("Application menu (F10)"));
+    connect(this, &QAbstractButton::clicked, this, &ApplicationMenuButton::openMenu);
+    auto* const key = new QShortcut(QKeySequence(Qt::Key_F10), this);
+    connect(key, &QShortcut::activated, this, &ApplicationMenuButton::openMenu);
+}
+
+void ApplicationMenuButton::openMenu() {
+    auto* const menu = new PopUpMenu(look(), this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->setMinimumWidth(kMenuWidth);
+    menu->addActions(items_);
+    menu->popup(mapToGlobal(QPoint(0, height() + 2)));
+    menu->setActiveAction(items_.value(0));
+}
+
+void ApplicationMenuButton::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QColor rest = theme().raisedHover;
+    rest.setAlpha(0);
+    painter.fillPath(roundedPath(rect(), kRadius), stateFill(rest, theme().raisedHover, theme().raisedPressed));
+    const QIcon mark(QStringLiteral(":/AppIcon.svg"));
+    mark.paint(&painter, QRect(kMarkLeft, (height() - kMarkSize) / 2, kMarkSize, kMarkSize));
+    painter.drawPixmap(QPointF(kChevronLeft, (height() - kChevronSize) / 2.0),
+                       look().icon(QStringLiteral("chevron.down"), kChevronSize, theme().text2, devicePixelRatioF()));
+    if (showsFocus()) {
+        paintRing(painter, rect(), kRadius, theme().accent);
+    }
+}
+
+}  // namespace corvel::ui

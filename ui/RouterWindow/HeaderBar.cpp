@@ -1,0 +1,95 @@
+#include "ui/RouterWindow/HeaderBar.hpp"
+
+#include "ui/QtText.hpp"
+#include "ui/RouterWindow/ApplicationMenuButton.hpp"
+#include "ui/controls/Badge.hpp"
+#include "ui/controls/IconButton.hpp"
+#include "ui/controls/LookLabel.hpp"
+#include "ui/controls/TextButton.hpp"
+
+#include <QAction>
+#include <QHBoxLayout>
+
+namespace corvel::ui {
+
+namespace {
+
+constexpr int kHeight = 56;
+constexpr int kLeftPadding = 12;
+constexpr int kRightPadding = 14;
+constexpr int kButtonSide = 36;
+
+}  // namespace
+
+HeaderBar::HeaderBar(MIDIRouterViewModel& model, const Look& look, const QList<QAction*>& menu,
+                     const QString& demoReason, QWidget* parent)
+    : QWidget(parent),
+      model_(model),
+      connect_(new TextButton(look, QStringLiteral("Connect"), TextButton::Role::primary, this)),
+      delete_(new IconButton(look, QStringLiteral("trash"), QStringLiteral("Delete selected connection"), kButtonSide,
+                             this)) {
+    setFixedHeight(kHeight);
+    auto* const title = new LookLabel(look, Look::font(20, QFont::DemiBold), &Theme::text, this);
+    title->setText(QStringLiteral("Corvel"));
+    auto* const refreshButton = new IconButton(look, QStringLiteral("arrow.clockwise"),
+                                               QStringLiteral("Refresh MIDI devices"), kButtonSide, this);
+    auto* const settings =
+        new IconButton(look, QStringLiteral("gearshape"), QStringLiteral("Open settings"), kButtonSide, this);
+    connect_->setIconName(QStringLiteral("link"));
+    delete_->setRole(IconButton::Role::destructive);
+
+    auto* const layout = new QHBoxLayout(this);
+    layout->setContentsMargins(kLeftPadding, 0, kRightPadding, 0);
+    layout->setSpacing(0);
+    layout->addWidget(new ApplicationMenuButton(look, menu, this));
+    layout->addSpacing(4);
+    layout->addWidget(title);
+    if (!demoReason.isEmpty()) {
+        auto* const badge = new Badge(look, QStringLiteral("Demo devices"), this);
+        setPlainToolTip(badge, demoReason);
+        layout->addSpacing(14);
+        layout->addWidget(badge);
+    }
+    layout->addStretch();
+    layout->addWidget(refreshButton);
+    layout->addSpacing(4);
+    layout->addWidget(settings);
+    layout->addSpacing(12);
+    layout->addWidget(connect_);
+    layout->addSpacing(12);
+    layout->addWidget(delete_);
+
+    connect(refreshButton, &QAbstractButton::clicked, this, [this] { model_.refreshDevices(); });
+    connect(settings, &QAbstractButton::clicked, this, &HeaderBar::settingsRequested);
+    connect(connect_, &QAbstractButton::clicked, this, &HeaderBar::connectSelected);
+    connect(delete_, &QAbstractButton::clicked, this, [this] { model_.deleteSelectedRoute(); });
+
+    auto* const shortcut = new QAction(this);
+    shortcut->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Return), QKeySequence(Qt::CTRL | Qt::Key_Enter)});
+    connect(shortcut, &QAction::triggered, this, &HeaderBar::connectSelected);
+    addAction(shortcut);
+    refresh(ModelChanges::all());
+}
+
+bool HeaderBar::canConnect() const {
+    return model_.selectedSourceID() && model_.selectedDestinationID();
+}
+
+void HeaderBar::connectSelected() {
+    if (canConnect()) {
+        model_.connect(*model_.selectedSourceID(), *model_.selectedDestinationID());
+    }
+}
+
+void HeaderBar::refresh(const ModelChanges& changes) {
+    using Property = ModelChanges::Property;
+    if (!changes.containAny({Property::selectedSourceID, Property::selectedDestinationID, Property::selectedRouteID})) {
+        return;
+    }
+    connect_->setEnabled(canConnect());
+    setPlainToolTip(connect_, canConnect() ? QStringLiteral("Connect the selected input and output (Ctrl+Return)")
+                                           : QStringLiteral("Select an input and an output first"));
+    delete_->setEnabled(model_.selectedRouteID().has_value());
+}
+
+}  // namespace corvel::ui

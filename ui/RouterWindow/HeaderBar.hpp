@@ -1,0 +1,40 @@
+#pragma once
+
+#include "app/MIDIRouterViewModel.hpp"
+#include "ui/Look.hpp"
+#include "ui/ModelChanges.hpp"
+
+#include <QList>
+#include <QWidget>
+
+class QAction;
+
+namespace corvel::ui {
+
+class IconButton;
+class TextButton;
+
+/// The window's head: the application menu, the title, and what acts on the whole window.
+class HeaderBar final : public QWidget {
+    Q_OBJECT
+
+public:
+    /// `menu` are the application menu's items. `demoReason` says why the demo devices run, empty if they do not.
+    HeaderBar(MIDIRouterViewModel& model, const Look& look, const QList<QAction*>& menu, const QString& demoReason,
+              QWidget* parent);
+
+    void refresh(const ModelChanges& changes);
+
+signals:
+    void settingsRequested();
+
+private:
+    void connectSelected();
+    [[nodiscard]] bool canConnect() const;
+
+    MIDIRouterViewModel& model_;
+    TextButton* connect_;
+    IconButton* delete_;
+};
+
+}  // namespace corvel::ui

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "app/MIDIRouterViewModel.hpp"
+#include "core/support/Clock.hpp"
+#include "ui/Look.hpp"
+#include "ui/ModelChanges.hpp"
+#include "ui/ModelRefresh.hpp"
+#include "ui/RouterWindow/EndpointPositionKey.hpp"
+
+#include <QList>
+#include <QPointer>
+#include <QWidget>
+#include <memory>
+
+class QAction;
+
+namespace corvel::ui {
+
+class ConnectionSetBar;
+class EndpointColumn;
+class HeaderBar;
+class RouteGraph;
+class RouteList;
+class SettingsSheet;
+class ShortcutMonitor;
+class StatusBar;
+
+/// The one window of the application: inputs on the left, outputs on the right, the connections between them, and the
+/// list of connections below. Reads everything from the model, and makes each gesture one call of the model.
+class RouterWindow final : public QWidget {
+    Q_OBJECT
+
+public:
+    /// The size of the content in logical pixels.
+    static constexpr QSize kMinimumSize{980, 640};
+    static constexpr QSize kIdealSize{1180, 760};
+
+    /// `menu` are the application menu's items. `demoReason` says why the demo devices run, empty if they do not.
+    RouterWindow(MIDIRouterViewModel& model, const Look& look, std::shared_ptr<const Clock> clock,
+                 const QList<QAction*>& menu, const QString& demoReason);
+    ~RouterWindow() override;
+
+    /// Has shortcuts switch channel assignments. Nothing changes if they do already.
+    void installShortcutMonitor();
+    /// Ends that. Nothing changes if they do not.
+    void removeShortcutMonitor();
+
+    [[nodiscard]] bool isSettingsPresented() const;
+
+signals:
+    /// The window is on the screen, for the first time or again.
+    void appeared();
+    void closed();
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void refresh(const ModelChanges& changes);
+    void refreshColumns(const ModelChanges& changes);
+    void updateListHeight();
+    void updateConnectorPositions();
+    void presentSettings();
+    void connectColumns();
+
+    MIDIRouterViewModel& model_;
+    const Look& look_;
+    HeaderBar* header_;
+    ConnectionSetBar* setBar_;
+    EndpointColumn* inputs_;
+    EndpointColumn* outputs_;
+    RouteGraph* graph_;
+    RouteList* list_;
+    StatusBar* statusBar_;
+    QPointer<SettingsSheet> settings_;
+    std::unique_ptr<ShortcutMonitor> shortcutMonitor_;
+    EndpointConnectorYPositions endpointConnectorYPositions_;
+    ModelRefresh modelRefresh_;
+};
+
+}  // namespace corvel::ui

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "app/MIDIRouterViewModel.hpp"
+#include "ui/ModelChanges.hpp"
+#include "ui/controls/SheetDialog.hpp"
+
+class QStackedWidget;
+
+namespace corvel::ui {
+
+class AppearanceChoice;
+class DiagnosticsView;
+class TabButton;
+
+/// The settings, over the router window only: MIDI goes on and shortcuts keep switching channels.
+class SettingsSheet final : public SheetDialog {
+    Q_OBJECT
+
+public:
+    SettingsSheet(MIDIRouterViewModel& model, const Look& look, QWidget* parent);
+
+    void refresh(const ModelChanges& changes);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void showPage(int index);
+
+    QList<TabButton*> tabs_;
+    QStackedWidget* pages_;
+    AppearanceChoice* appearance_;
+    DiagnosticsView* diagnostics_;
+};
+
+}  // namespace corvel::ui

@@ -1,0 +1,68 @@
+#include "ui/RouterWindow/ShortcutMonitor.hpp"
+
+#include "ui/RouterWindow/KeyEventShortcut.hpp"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QWidget>
+
+namespace corvel::ui {
+
+namespace {
+
+/// Tells keys apart while they are down: by place, or by meaning where the event does not know the place.
+std::uint64_t identity(const QKeyEvent& event) {
+    return event.nativeScanCode() != 0 ? event.nativeScanCode() : static_cast<std::uint64_t>(event.key()) << 32U;
+}
+
+/// Whether keys now belong to a question, an open menu or a text.
+bool areKeysSpokenFor() {
+    const QWidget* const modal = QApplication::activeModalWidget();
+    const QWidget* const focus = QApplication::focusWidget();
+    return (modal != nullptr && modal->windowModality() == Qt::ApplicationModal) ||
+           QApplication::activePopupWidget() != nullptr ||
+           (focus != nullptr && focus->testAttribute(Qt::WA_InputMethodEnabled));
+}
+
+}  // namespace
+
+ShortcutMonitor::ShortcutMonitor(MIDIRouterViewModel& model) : model_(model) {
+    QCoreApplication::instance()->installEventFilter(this);
+}
+
+ShortcutMonitor::~ShortcutMonitor() {
+    QCoreApplication::instance()->removeEventFilter(this);
+}
+
+bool ShortcutMonitor::takes(const QKeyEvent& event) {
+    if (areKeysSpokenFor()) {
+        return false;
+    }
+    const auto shortcut = shortcutForKeyEvent(event);
+    return shortcut && model_.handleShortcut(*shortcut);
+}
+
+bool ShortcutMonitor::eventFilter(QObject* watched, QEvent* event) {
+    const QEvent::Type type = event->type();
+    if (!watched->isWindowType() ||
+        (type != QEvent::ShortcutOverride && type != QEvent::KeyPress && type != QEvent::KeyRelease)) {
+        return false;
+    }
+    const auto& key = static_cast<const QKeyEvent&>(*event);
+    if (type == QEvent::ShortcutOverride && !key.isAutoRepeat()) {
+        takenKeys_.erase(identity(key));
+        if (takes(key)) {
+            takenKeys_.insert(identity(key));
+        }
+    }
+    const bool isTaken = takenKeys_.contains(identity(key));
+    if (type == QEvent::KeyRelease && !key.isAutoRepeat()) {
+        takenKeys_.erase(identity(key));
+    }
+    if (isTaken) {
+        event->accept();
+    }
+    return isTaken;
+}
+
+}  // namespace corvel::ui
