@@ -11,8 +11,8 @@
 
 namespace corvel::ui {
 
-/// How everything in the window looks at the moment: colours, fonts and icons. One for the window, handed to every view;
-/// a view repaints on `changed`.
+/// How everything in the window looks at the moment: colours, fonts and icons. One for the window, handed to every
+/// view; a view repaints on `changed`.
 class Look : public QObject {
     Q_OBJECT
 

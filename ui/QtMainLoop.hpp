@@ -3,7 +3,6 @@
 #include "core/support/EventLoop.hpp"
 
 #include <QSocketNotifier>
-
 #include <memory>
 
 namespace corvel::ui {

@@ -1,0 +1,90 @@
+#include "ui/CorvelApp.hpp"
+
+#include "ui/AboutPanel.hpp"
+#include "ui/BundleInformation.hpp"
+
+#include <QAction>
+#include <QApplication>
+#include <QIcon>
+#include <QKeySequence>
+#include <utility>
+
+namespace corvel::ui {
+
+namespace {
+
+const QString kIconResource = QStringLiteral(":/AppIcon.png");
+
+}  // namespace
+
+CorvelApp::CorvelApp(std::shared_ptr<MIDIRouterViewModel> model, std::shared_ptr<Settings> settings,
+                     std::shared_ptr<const Clock> clock, const QString& demoReason)
+    : model_(std::move(model)),
+      look_(model_->appearanceMode()),
+      menu_(makeMenu()),
+      window_(*model_, look_, std::move(clock), menu_, demoReason),
+      frame_(window_, std::move(settings)),
+      modelRefresh_(*model_) {
+    QApplication::setWindowIcon(QIcon(kIconResource));
+    // Shortcuts of the menu work while it is closed.
+    window_.addActions(menu_);
+    connect(&window_, &RouterWindow::appeared, this, &CorvelApp::windowAppeared);
+    connect(&window_, &RouterWindow::closed, qApp, &QCoreApplication::quit);
+    connect(&modelRefresh_, &ModelRefresh::changed, this, [this](const ModelChanges& changes) {
+        if (changes.containAny({ModelChanges::Property::appearanceMode})) {
+            look_.setMode(model_->appearanceMode());
+        }
+    });
+}
+
+CorvelApp::~CorvelApp() = default;
+
+QList<QAction*> CorvelApp::makeMenu() {
+    auto* const about = new QAction(QStringLiteral("About Corvel"), this);
+    connect(about, &QAction::triggered, this, &CorvelApp::showAboutPanel);
+    // Shown, so that whoever looks for it sees that there is only one.
+    auto* const newWindow = new QAction(QStringLiteral("New Window"), this);
+    newWindow->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_N));
+    newWindow->setEnabled(false);
+    auto* const refresh = new QAction(QStringLiteral("Refresh MIDI Devices"), this);
+    refresh->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
+    connect(refresh, &QAction::triggered, this, [this] { model_->refreshDevices(); });
+    auto* const quit = new QAction(QStringLiteral("Quit Corvel"), this);
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    connect(quit, &QAction::triggered, this, [this] { window_.close(); });
+    return {about, newWindow, refresh, quit};
+}
+
+void CorvelApp::start() {
+    window_.show();
+}
+
+void CorvelApp::windowAppeared() {
+    model_->startIfNeeded();
+    activateApplicationWindow();
+}
+
+void CorvelApp::activateApplicationWindow() {
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            window_.setWindowTitle(QStringLiteral("Corvel"));
+            frame_.applyDefaultMainWindowFrameIfNeeded();
+            window_.setWindowState(window_.windowState() & ~Qt::WindowMinimized);
+            window_.show();
+            window_.raise();
+            window_.activateWindow();
+        },
+        Qt::QueuedConnection);
+}
+
+void CorvelApp::showAboutPanel() {
+    const std::optional<QPixmap> icon = aboutPanelIcon(kIconResource);
+    if (icon) {
+        QApplication::setWindowIcon(QIcon(*icon));
+    }
+    auto* const panel = new AboutPanel(look_, *makeMainBundleInformation(), icon, &window_);
+    panel->show();
+}
+
+}  // namespace corvel::ui

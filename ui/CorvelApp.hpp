@@ -1,0 +1,51 @@
+#pragma once
+
+#include "app/MIDIRouterViewModel.hpp"
+#include "app/Settings.hpp"
+#include "core/support/Clock.hpp"
+#include "ui/Look.hpp"
+#include "ui/MainWindowFrame.hpp"
+#include "ui/ModelRefresh.hpp"
+#include "ui/RouterWindow/RouterWindow.hpp"
+
+#include <QList>
+#include <QObject>
+#include <memory>
+
+class QAction;
+
+namespace corvel::ui {
+
+/// The application with a window: owns the model for the life of the process, and the one window with its menu.
+class CorvelApp final : public QObject {
+    Q_OBJECT
+
+public:
+    /// `demoReason` says in one line why the demo devices run; it is empty while the system's own MIDI does.
+    CorvelApp(std::shared_ptr<MIDIRouterViewModel> model, std::shared_ptr<Settings> settings,
+              std::shared_ptr<const Clock> clock, const QString& demoReason);
+    ~CorvelApp() override;
+
+    /// Shows the window, which starts the engine.
+    void start();
+
+    /// Brings the window to the front, on the next turn of the main loop.
+    void activateApplicationWindow();
+
+    void showAboutPanel();
+
+    [[nodiscard]] RouterWindow& window() { return window_; }
+
+private:
+    [[nodiscard]] QList<QAction*> makeMenu();
+    void windowAppeared();
+
+    const std::shared_ptr<MIDIRouterViewModel> model_;
+    Look look_;
+    QList<QAction*> menu_;
+    RouterWindow window_;
+    MainWindowFrame frame_;
+    ModelRefresh modelRefresh_;
+};
+
+}  // namespace corvel::ui
