@@ -2,7 +2,11 @@
 
 #include <QApplication>
 #include <QPainter>
+#include <QPainterPath>
 #include <QPalette>
+#include <QProxyStyle>
+#include <QRegion>
+#include <QStyleOption>
 #include <QSvgRenderer>
 #include <QToolTip>
 #include <cmath>
@@ -17,6 +21,27 @@ static void loadResources() {
 namespace corvel::ui {
 
 namespace {
+
+constexpr qreal kToolTipRadius = 6;
+
+/// The toolkit's own controls as they look everywhere, with round corners for tooltips also where windows cannot be
+/// see-through.
+class LookStyle final : public QProxyStyle {
+public:
+    LookStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
+
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* result) const override {
+        auto* const mask = qstyleoption_cast<QStyleHintReturnMask*>(result);
+        if (hint != SH_ToolTip_Mask || option == nullptr || mask == nullptr) {
+            return QProxyStyle::styleHint(hint, option, widget, result);
+        }
+        QPainterPath shape;
+        shape.addRoundedRect(option->rect, kToolTipRadius, kToolTipRadius);
+        mask->region = QRegion(shape.toFillPolygon().toPolygon());
+        return 1;
+    }
+};
 
 QPalette paletteOf(const Theme& theme) {
     QPalette palette;
@@ -41,7 +66,7 @@ QPalette paletteOf(const Theme& theme) {
 /// What palettes cannot say: menus, tooltips and scroll bars.
 QString styleSheetOf(const Theme& theme) {
     return QStringLiteral(R"(
-QToolTip { background: %1; color: %2; border: 0; border-radius: 6px; padding: 6px 10px; font-size: 12px; }
+QToolTip { background: %1; color: %2; border: 1px solid %1; border-radius: 6px; padding: 3px 4px; font-size: 12px; }
 QMenu { background: %3; color: %4; border: 1px solid %5; border-radius: 8px; padding: 4px; font-size: 14px; }
 QMenu::item { height: 32px; padding: 0 12px 0 34px; border-radius: 5px; }
 QMenu::item:selected { background: %6; }
@@ -62,6 +87,7 @@ QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }
 
 Look::Look(AppAppearanceMode mode, QObject* parent) : QObject(parent), mode_(mode) {
     loadResources();
+    QApplication::setStyle(new LookStyle);
     applyToApplication();
 }
 
@@ -75,7 +101,6 @@ void Look::setMode(AppAppearanceMode mode) {
 }
 
 void Look::applyToApplication() const {
-    QApplication::setStyle(QStringLiteral("Fusion"));
     QApplication::setPalette(paletteOf(theme()));
     QApplication::setFont(font(14));
     QToolTip::setPalette(paletteOf(theme()));

@@ -30,8 +30,7 @@ EndpointDetailButton::EndpointDetailButton(const Look& look, QWidget* parent) : 
 
 void EndpointDetailButton::setDetailText(const QString& text) {
     if (text != this->text()) {
-        setText(text);
-        setAccessibleName(text);
+        setPlainText(text);
         setAccessibleDescription(toolTip());
         updateGeometry();
         update();

@@ -68,9 +68,8 @@ void EndpointRow::setSelected(bool isSelected) {
 
 void EndpointRow::describe() {
     const QString name = toQString(endpoint_.displayName);
-    setText(name);
+    setPlainText(name);
     setPlainToolTip(this, name);
-    setAccessibleName(name);
     setAccessibleDescription((isInput() ? QStringLiteral("Input") : QStringLiteral("Output")) +
                              (endpoint_.isOnline ? QStringLiteral(", online") : QStringLiteral(", offline")) +
                              (isSelected_ ? QStringLiteral(", selected") : QString()));

@@ -30,6 +30,12 @@ LookButton::LookButton(const Look& look, QWidget* parent) : QAbstractButton(pare
     connect(&look, &Look::changed, this, [this] { update(); });
 }
 
+void LookButton::setPlainText(const QString& text) {
+    setText(text);
+    setShortcut({});
+    setAccessibleName(text);
+}
+
 qreal LookButton::hoverLevel() const {
     if (!isEnabled()) {
         return 0;

@@ -15,6 +15,9 @@ class LookButton : public QAbstractButton {
 public:
     explicit LookButton(const Look& look, QWidget* parent = nullptr);
 
+    /// A text from outside, such as a name, as the button's text and name: an ampersand in it makes no key.
+    void setPlainText(const QString& text);
+
 protected:
     [[nodiscard]] const Look& look() const { return look_; }
     [[nodiscard]] const Theme& theme() const { return look_.theme(); }

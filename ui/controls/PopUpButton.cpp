@@ -33,7 +33,7 @@ void PopUpButton::setItems(const QStringList& items, int chosen) {
 }
 
 void PopUpButton::setLabel(const QString& label) {
-    setText(label);
+    setPlainText(label);
     update();
 }
 
