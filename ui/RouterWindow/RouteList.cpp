@@ -1,21 +1,227 @@
 #include "ui/RouterWindow/RouteList.hpp"
 
-#include "ui/controls/LookLabel.hpp"
+#include "ui/RouterWindow/ChannelAssignmentDialog.hpp"
+#include "ui/RouterWindow/RouteColorPalette.hpp"
+#include "ui/RouterWindow/RouteRow.hpp"
+#include "ui/controls/LookScrollArea.hpp"
+#include "ui/controls/Painting.hpp"
 
+#include <QEasingCurve>
+#include <QLabel>
+#include <QPainter>
+#include <QScrollBar>
+#include <QVBoxLayout>
 #include <algorithm>
+#include <cmath>
+#include <unordered_map>
+#include <utility>
 
 namespace corvel::ui {
 
-RouteList::RouteList(MIDIRouterViewModel& /*model*/, const Look& look, QWidget* parent) : QWidget(parent) {
-    auto* const heading = new LookLabel(look, Look::font(13, QFont::DemiBold), &Theme::text2, this);
-    heading->setText(QStringLiteral("Connections"));
-    heading->setGeometry(16, 1, 200, 35);
+namespace {
+
+constexpr int kHeadingHeight = 36;
+constexpr int kHeadingX = 16;
+constexpr int kHandleDistance = 2;
+constexpr int kScrollDuration = 180;
+
+constexpr int kHeightWithoutRoutes = 40;
+constexpr int kLeastHeight = 180;
+constexpr double kShareOfWindow = 0.36;
+/// Header, set bar and status bar.
+constexpr int kOtherBands = 128;
+
+QEasingCurve easeInOut() {
+    QEasingCurve curve(QEasingCurve::BezierSpline);
+    curve.addCubicBezierSegment({0.42, 0}, {0.58, 1}, {1, 1});
+    return curve;
 }
 
-void RouteList::refresh(const ModelChanges& /*changes*/) {}
+}  // namespace
+
+RouteList::RouteList(MIDIRouterViewModel& model, const Look& look, QWidget* parent)
+    : QWidget(parent),
+      model_(model),
+      look_(look),
+      heading_(new QLabel(QStringLiteral("Connections"), this)),
+      scrollArea_(new LookScrollArea(look, this)) {
+    heading_->setTextFormat(Qt::PlainText);
+    heading_->setFont(Look::font(13, QFont::DemiBold));
+    scrollArea_->setScrollBarSide(Qt::RightEdge, kHandleDistance);
+
+    auto* const content = new QWidget;
+    auto* const layout = new QVBoxLayout(content);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addStretch(1);
+    scrollArea_->setWidget(content);
+
+    scrolling_.setEasingCurve(easeInOut());
+    QScrollBar* const bar = scrollArea_->verticalScrollBar();
+    connect(&scrolling_, &QVariantAnimation::valueChanged, bar,
+            [bar](const QVariant& value) { bar->setValue(value.toInt()); });
+    connect(bar, &QScrollBar::valueChanged, this, &RouteList::showStatuses);
+    connect(&look, &Look::changed, this, &RouteList::showColours);
+    showColours();
+    refresh(ModelChanges::all());
+}
 
 int RouteList::heightIn(int windowHeight, bool hasRoutes) {
-    return hasRoutes ? std::max(180, (windowHeight - 128) * 36 / 100) : 40;
+    if (!hasRoutes) {
+        return kHeightWithoutRoutes;
+    }
+    return std::max(kLeastHeight, static_cast<int>(std::lround(kShareOfWindow * (windowHeight - kOtherBands))));
+}
+
+void RouteList::showColours() {
+    QPalette palette = heading_->palette();
+    palette.setColor(QPalette::WindowText, look_.theme().text2);
+    heading_->setPalette(palette);
+    update();
+}
+
+void RouteList::refresh(const ModelChanges& changes) {
+    using Property = ModelChanges::Property;
+    if (changes.containAny({Property::routes, Property::sources, Property::destinations})) {
+        showRoutes();
+    }
+    if (changes.containAny({Property::routes, Property::selectedRouteID})) {
+        showSelection();
+    }
+    if (changes.containAny({Property::activityEvents})) {
+        showStatuses();
+    }
+    if (dialog_) {
+        dialog_->refresh();
+    }
+}
+
+void RouteList::showRoutes() {
+    std::unordered_multimap<UUID, RouteRow*> present;
+    for (RouteRow* const row : rows_) {
+        present.emplace(row->routeID(), row);
+    }
+    std::vector<RouteRow*> rows;
+    for (const MIDIRoute& route : model_.routes()) {
+        const QColor colour = RouteColorPalette::color(route.id, model_.routes());
+        if (const auto found = present.find(route.id); found != present.end()) {
+            found->second->showRoute(route, colour);
+            rows.push_back(found->second);
+            present.erase(found);
+        } else {
+            rows.push_back(makeRow(route, colour));
+        }
+    }
+    for (const auto& [id, row] : present) {
+        // Its own click may be what removed it.
+        row->hide();
+        row->deleteLater();
+    }
+    if (rows != std::exchange(rows_, rows)) {
+        orderRows();
+    }
+}
+
+RouteRow* RouteList::makeRow(const MIDIRoute& route, const QColor& colour) {
+    auto* const row = new RouteRow(model_, look_, route, colour, scrollArea_->widget());
+    connect(row, &RouteRow::neighbourRequested, this, [this, row](int offset) { selectNeighbour(row, offset); });
+    connect(row, &RouteRow::addRequested, this, [this, row] { openDialog(row->routeID(), Purpose::add); });
+    connect(row, &RouteRow::editRequested, this, [this, row] { openDialog(row->routeID(), Purpose::edit); });
+    return row;
+}
+
+void RouteList::orderRows() {
+    auto& layout = static_cast<QVBoxLayout&>(*scrollArea_->widget()->layout());
+    QWidget* previous = nullptr;
+    for (std::size_t index = 0; index < rows_.size(); ++index) {
+        layout.insertWidget(static_cast<int>(index), rows_[index]);
+        rows_[index]->show();
+        for (QWidget* const view : rows_[index]->focusViews()) {
+            if (previous != nullptr) {
+                setTabOrder(previous, view);
+            }
+            previous = view;
+        }
+    }
+    // The scroll bar's range follows at once, not on the next turn of the main loop: a new row may have to be shown.
+    QWidget& content = *scrollArea_->widget();
+    const int height = RouteRow::kHeight * static_cast<int>(rows_.size());
+    content.setMinimumHeight(height);
+    content.resize(content.width(), std::max(height, scrollArea_->viewport()->height()));
+}
+
+void RouteList::showSelection() {
+    const std::optional<UUID>& selection = model_.selectedRouteID();
+    bool isPreviousSelected = true;
+    for (RouteRow* const row : rows_) {
+        const bool isSelected = row->routeID() == selection;
+        row->setSelected(isSelected);
+        row->setHairline(!isSelected && !isPreviousSelected);
+        isPreviousSelected = isSelected;
+    }
+    if (selection == std::exchange(shownSelection_, selection) || !selection) {
+        return;
+    }
+    const auto found = std::ranges::find(rows_, *selection, &RouteRow::routeID);
+    if (found != rows_.end()) {
+        scrollTo(static_cast<int>(found - rows_.begin()));
+    }
+}
+
+void RouteList::scrollTo(int index) {
+    QScrollBar& bar = *scrollArea_->verticalScrollBar();
+    const int middle = RouteRow::kHeight * index + RouteRow::kHeight / 2;
+    scrolling_.stop();
+    scrolling_.setStartValue(bar.value());
+    scrolling_.setEndValue(std::clamp(middle - scrollArea_->viewport()->height() / 2, 0, bar.maximum()));
+    scrolling_.setDuration(animationDuration(*this, kScrollDuration));
+    scrolling_.start();
+}
+
+void RouteList::showStatuses() {
+    const int top = scrollArea_->verticalScrollBar()->value();
+    const int bottom = top + scrollArea_->viewport()->height();
+    const auto end = std::min<std::size_t>(rows_.size(), static_cast<std::size_t>(bottom / RouteRow::kHeight + 1));
+    for (auto index = static_cast<std::size_t>(top / RouteRow::kHeight); index < end; ++index) {
+        rows_[index]->showStatus();
+    }
+}
+
+void RouteList::selectNeighbour(const RouteRow* row, int offset) {
+    const auto found = std::ranges::find(rows_, row);
+    const auto neighbour = found - rows_.begin() + offset;
+    if (neighbour < 0 || neighbour >= std::ssize(rows_)) {
+        return;
+    }
+    RouteRow* const other = rows_[static_cast<std::size_t>(neighbour)];
+    model_.setSelectedRouteID(other->routeID());
+    // As if tabbed to: whoever uses the keyboard sees where it goes.
+    other->setFocus(Qt::TabFocusReason);
+}
+
+void RouteList::openDialog(const UUID& routeID, Purpose purpose) {
+    const MIDIRoute* const route = model_.route(routeID);
+    if (route == nullptr || (dialog_ && dialog_->isVisible())) {
+        return;
+    }
+    dialog_ = purpose == Purpose::add ? ChannelAssignmentDialog::forAdding(model_, look_, *route, this)
+                                      : ChannelAssignmentDialog::forEditing(model_, look_, *route, this);
+    if (dialog_) {
+        dialog_->show();
+    }
+}
+
+void RouteList::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    heading_->setGeometry(kHeadingX, 0, width() - 2 * kHeadingX, kHeadingHeight);
+    scrollArea_->setGeometry(0, kHeadingHeight, width(), std::max(0, height() - kHeadingHeight));
+    showStatuses();
+}
+
+void RouteList::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.fillRect(rect(), look_.theme().surface);
+    paintHairline(painter, {0, 0}, width(), look_.theme().hairline);
 }
 
 }  // namespace corvel::ui

@@ -3,7 +3,10 @@
 #include <QPainter>
 #include <QPen>
 #include <QStyle>
+#include <QTransform>
 #include <QWidget>
+#include <algorithm>
+#include <cmath>
 
 namespace corvel::ui {
 
@@ -51,6 +54,17 @@ void paintRing(QPainter& painter, const QRectF& rect, qreal radius, const QColor
 
 void paintOutline(QPainter& painter, const QRectF& rect, qreal radius, const QColor& colour, Corners corners) {
     strokeInside(painter, rect, radius, colour, 1, corners);
+}
+
+void paintHairline(QPainter& painter, QPointF from, qreal length, const QColor& colour) {
+    const QTransform toDevice = painter.deviceTransform();
+    const QRectF line = toDevice.mapRect(QRectF(from, QSizeF(length, 1)));
+    const QRectF snapped(std::round(line.x()), std::round(line.y()), std::round(line.width()),
+                         std::max(1.0, std::floor(line.height())));
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing, false);
+    painter.fillRect(toDevice.inverted().mapRect(snapped), colour);
+    painter.restore();
 }
 
 int animationDuration(const QWidget& widget, int milliseconds) {

@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QPainterPath>
+#include <QPointF>
 #include <QRectF>
 
 class QPainter;
@@ -26,6 +27,9 @@ void paintRing(QPainter& painter, const QRectF& rect, qreal radius, const QColor
 /// One pixel along the inside of the rectangle's edge.
 void paintOutline(QPainter& painter, const QRectF& rect, qreal radius, const QColor& colour,
                   Corners corners = Corners::all);
+
+/// A horizontal divider of whole device pixels, at whatever ratio.
+void paintHairline(QPainter& painter, QPointF from, qreal length, const QColor& colour);
 
 /// The time that a change takes, 0 where the desktop's style has animations switched off.
 [[nodiscard]] int animationDuration(const QWidget& widget, int milliseconds);

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "core/routes/ChannelMode.hpp"
+#include "core/routes/KeyboardShortcutSpec.hpp"
+#include "ui/Look.hpp"
+
+#include <QWidget>
+#include <optional>
+
+class QKeyEvent;
+class QLabel;
+
+namespace corvel::ui {
+
+class IconButton;
+class PopUpButton;
+class VerticallyCenteredLabelField;
+
+/// The editor of a channel assignment: its channel, and the shortcut that activates it.
+///
+/// While it is shown, every key press in its window that makes a shortcut becomes its shortcut, whatever has the focus;
+/// other keys do what they always do.
+class ChannelAssignmentView final : public QWidget {
+    Q_OBJECT
+
+public:
+    /// A forced channel outside 1 to 16, which the pop-up does not have, shows as "As Is".
+    ChannelAssignmentView(const Look& look, const ChannelMode& defaultChannelMode,
+                          const std::optional<KeyboardShortcutSpec>& defaultShortcut, QWidget* parent = nullptr);
+
+    [[nodiscard]] ChannelMode channelMode() const;
+    [[nodiscard]] const std::optional<KeyboardShortcutSpec>& shortcut() const { return shortcut_; }
+    void setShortcut(const std::optional<KeyboardShortcutSpec>& shortcut);
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    [[nodiscard]] bool isOwnWindow(const QObject* watched) const;
+    [[nodiscard]] bool captures(const QKeyEvent& event);
+    void layOut();
+    void showColours();
+    void showListening();
+
+    const Look& look_;
+    QLabel* channelLabel_;
+    QLabel* shortcutLabel_;
+    PopUpButton* channelPicker_;
+    VerticallyCenteredLabelField* shortcutField_;
+    IconButton* clearButton_;
+    QLabel* hintField_;
+    std::optional<KeyboardShortcutSpec> shortcut_;
+};
+
+}  // namespace corvel::ui

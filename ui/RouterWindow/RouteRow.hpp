@@ -1,0 +1,104 @@
+#pragma once
+
+#include "app/MIDIRouterViewModel.hpp"
+#include "app/RouteAvailability.hpp"
+#include "core/routes/MIDIRoute.hpp"
+#include "core/support/UUID.hpp"
+#include "ui/controls/IconButton.hpp"
+#include "ui/controls/LookButton.hpp"
+#include "ui/controls/PopUpButton.hpp"
+
+#include <QColor>
+#include <QString>
+#include <QVariantAnimation>
+#include <optional>
+#include <vector>
+
+namespace corvel::ui {
+
+class RouteNamesView;
+class RouteSwatch;
+
+/// One connection in the list: its colour, names and state, its channel assignments, and what can be done with them.
+/// A click anywhere else selects the connection.
+class RouteRow final : public LookButton {
+    Q_OBJECT
+
+public:
+    static constexpr int kHeight = 48;
+
+    /// A row for this connection, in its colour.
+    RouteRow(MIDIRouterViewModel& model, const Look& look, const MIDIRoute& route, const QColor& colour,
+             QWidget* parent);
+
+    [[nodiscard]] const UUID& routeID() const { return routeID_; }
+
+    /// Shows the connection as it is now, in its colour.
+    void showRoute(const MIDIRoute& route, const QColor& colour);
+
+    /// Shows the connection's newest message.
+    void showStatus();
+
+    void setSelected(bool isSelected);
+    [[nodiscard]] bool isSelected() const { return isSelected_; }
+
+    /// Whether a divider runs along the row's top.
+    void setHairline(bool hasHairline);
+
+    /// The row and those of its views that can have the keyboard focus, in the order in which they get it.
+    [[nodiscard]] std::vector<QWidget*> focusViews();
+
+signals:
+    void addRequested();
+    void editRequested();
+    /// An arrow key asks for the row so many places below this one.
+    void neighbourRequested(int offset);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    /// What the row shows, its newest message apart.
+    struct Shown {
+        MIDIRoute route;
+        QString input;
+        QString output;
+        RouteAvailability availability;
+        QColor colour;
+
+        bool operator==(const Shown&) const = default;
+    };
+
+    void makeButtons();
+    void showNames();
+    void showVariants();
+    void showButtons();
+    void showEmphasis();
+    void showDescription();
+    void toggleEnabled();
+    void chooseVariant(int index);
+
+    MIDIRouterViewModel& model_;
+    const UUID routeID_;
+    RouteSwatch* swatch_;
+    RouteNamesView* names_;
+    PopUpButton* variants_;
+    IconButton* addButton_;
+    IconButton* editButton_;
+    IconButton* deleteButton_;
+    IconButton* enableButton_;
+
+    /// The assignments behind the pop-up's items, and behind those of the menu that was opened last: the model may
+    /// change while it is open.
+    std::vector<UUID> variantIDs_;
+    std::vector<UUID> openedVariantIDs_;
+    /// Always there once the row is made.
+    std::optional<Shown> shown_;
+    bool isSelected_ = false;
+    bool hasHairline_ = false;
+    QVariantAnimation selection_;
+};
+
+}  // namespace corvel::ui
