@@ -4,12 +4,12 @@
 #include "ui/RouterWindow/KeyEventShortcut.hpp"
 #include "ui/RouterWindow/VerticallyCenteredLabelField.hpp"
 #include "ui/controls/IconButton.hpp"
+#include "ui/controls/LookLabel.hpp"
 #include "ui/controls/Painting.hpp"
 #include "ui/controls/PopUpButton.hpp"
 
 #include <QApplication>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QPainter>
 #include <QTimer>
 #include <QWindow>
@@ -39,10 +39,9 @@ int pickerIndex(const ChannelMode& mode) {
     return channel >= 1 && channel <= kChannels ? channel : 0;
 }
 
-QLabel* makeLabel(const QString& text, const QFont& font, QWidget* parent) {
-    auto* const label = new QLabel(text, parent);
-    label->setTextFormat(Qt::PlainText);
-    label->setFont(font);
+LookLabel* makeLabel(const Look& look, const QString& text, int size, QWidget* parent) {
+    auto* const label = new LookLabel(look, Look::font(size), &Theme::text2, parent);
+    label->setText(text);
     return label;
 }
 
@@ -53,12 +52,12 @@ ChannelAssignmentView::ChannelAssignmentView(const Look& look, const ChannelMode
                                              QWidget* parent)
     : QWidget(parent),
       look_(look),
-      channelLabel_(makeLabel(QStringLiteral("Channel"), Look::font(14), this)),
-      shortcutLabel_(makeLabel(QStringLiteral("Shortcut"), Look::font(14), this)),
+      channelLabel_(makeLabel(look, QStringLiteral("Channel"), 14, this)),
+      shortcutLabel_(makeLabel(look, QStringLiteral("Shortcut"), 14, this)),
       channelPicker_(new PopUpButton(look, kPicker.size(), true, this)),
       shortcutField_(new VerticallyCenteredLabelField(QString(), look, this)),
       clearButton_(new IconButton(look, QStringLiteral("xmark"), QStringLiteral("Clear shortcut"), kClearSide, this)),
-      hintField_(makeLabel(QStringLiteral("Use a modifier: ⌘1, ⌥⇧P"), Look::font(11), this)) {
+      hintField_(makeLabel(look, QStringLiteral("Use a modifier: ⌘1, ⌥⇧P"), 11, this)) {
     setFixedSize(kSize);
     setFocusPolicy(Qt::StrongFocus);
     setAccessibleName(QStringLiteral("Shortcut"));
@@ -78,9 +77,7 @@ ChannelAssignmentView::ChannelAssignmentView(const Look& look, const ChannelMode
         setFocus(Qt::OtherFocusReason);
         setShortcut(std::nullopt);
     });
-    connect(&look, &Look::changed, this, &ChannelAssignmentView::showColours);
-    showColours();
-    showListening();
+    connect(&look, &Look::changed, this, [this] { update(); });
     setShortcut(defaultShortcut);
     // The toolkit's own shortcuts would come before anything in this window.
     qApp->installEventFilter(this);
@@ -95,15 +92,6 @@ void ChannelAssignmentView::layOut() {
     clearButton_->move(kField.right() + 1 - kClearInset - kClearSide, kField.y() + kClearInset);
     hintField_->setGeometry(kHint);
     hintField_->setAlignment(Qt::AlignCenter);
-}
-
-void ChannelAssignmentView::showColours() {
-    QPalette palette = this->palette();
-    palette.setColor(QPalette::WindowText, look_.theme().text2);
-    for (QLabel* const label : {channelLabel_, shortcutLabel_, hintField_}) {
-        label->setPalette(palette);
-    }
-    update();
 }
 
 ChannelMode ChannelAssignmentView::channelMode() const {

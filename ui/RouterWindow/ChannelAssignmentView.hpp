@@ -8,11 +8,11 @@
 #include <optional>
 
 class QKeyEvent;
-class QLabel;
 
 namespace corvel::ui {
 
 class IconButton;
+class LookLabel;
 class PopUpButton;
 class VerticallyCenteredLabelField;
 
@@ -44,16 +44,15 @@ private:
     [[nodiscard]] bool isOwnWindow(const QObject* watched) const;
     [[nodiscard]] bool captures(const QKeyEvent& event);
     void layOut();
-    void showColours();
     void showListening();
 
     const Look& look_;
-    QLabel* channelLabel_;
-    QLabel* shortcutLabel_;
+    LookLabel* channelLabel_;
+    LookLabel* shortcutLabel_;
     PopUpButton* channelPicker_;
     VerticallyCenteredLabelField* shortcutField_;
     IconButton* clearButton_;
-    QLabel* hintField_;
+    LookLabel* hintField_;
     std::optional<KeyboardShortcutSpec> shortcut_;
 };
 

@@ -3,11 +3,11 @@
 #include "ui/RouterWindow/ChannelAssignmentDialog.hpp"
 #include "ui/RouterWindow/RouteColorPalette.hpp"
 #include "ui/RouterWindow/RouteRow.hpp"
+#include "ui/controls/LookLabel.hpp"
 #include "ui/controls/LookScrollArea.hpp"
 #include "ui/controls/Painting.hpp"
 
 #include <QEasingCurve>
-#include <QLabel>
 #include <QPainter>
 #include <QScrollBar>
 #include <QVBoxLayout>
@@ -43,10 +43,9 @@ RouteList::RouteList(MIDIRouterViewModel& model, const Look& look, QWidget* pare
     : QWidget(parent),
       model_(model),
       look_(look),
-      heading_(new QLabel(QStringLiteral("Connections"), this)),
+      heading_(new LookLabel(look, Look::font(13, QFont::DemiBold), &Theme::text2, this)),
       scrollArea_(new LookScrollArea(look, this)) {
-    heading_->setTextFormat(Qt::PlainText);
-    heading_->setFont(Look::font(13, QFont::DemiBold));
+    heading_->setText(QStringLiteral("Connections"));
     scrollArea_->setScrollBarSide(Qt::RightEdge, kHandleDistance);
 
     auto* const content = new QWidget;
@@ -58,11 +57,11 @@ RouteList::RouteList(MIDIRouterViewModel& model, const Look& look, QWidget* pare
 
     scrolling_.setEasingCurve(easeInOut());
     QScrollBar* const bar = scrollArea_->verticalScrollBar();
-    connect(&scrolling_, &QVariantAnimation::valueChanged, bar,
-            [bar](const QVariant& value) { bar->setValue(value.toInt()); });
+    scrolling_.setStartValue(0.0);
+    scrolling_.setEndValue(1.0);
+    connect(&scrolling_, &QVariantAnimation::valueChanged, this, &RouteList::scrollOn);
     connect(bar, &QScrollBar::valueChanged, this, &RouteList::showStatuses);
-    connect(&look, &Look::changed, this, &RouteList::showColours);
-    showColours();
+    connect(&look, &Look::changed, this, [this] { update(); });
     refresh(ModelChanges::all());
 }
 
@@ -71,13 +70,6 @@ int RouteList::heightIn(int windowHeight, bool hasRoutes) {
         return kHeightWithoutRoutes;
     }
     return std::max(kLeastHeight, static_cast<int>(std::lround(kShareOfWindow * (windowHeight - kOtherBands))));
-}
-
-void RouteList::showColours() {
-    QPalette palette = heading_->palette();
-    palette.setColor(QPalette::WindowText, look_.theme().text2);
-    heading_->setPalette(palette);
-    update();
 }
 
 void RouteList::refresh(const ModelChanges& changes) {
@@ -143,11 +135,6 @@ void RouteList::orderRows() {
             previous = view;
         }
     }
-    // The scroll bar's range follows at once, not on the next turn of the main loop: a new row may have to be shown.
-    QWidget& content = *scrollArea_->widget();
-    const int height = RouteRow::kHeight * static_cast<int>(rows_.size());
-    content.setMinimumHeight(height);
-    content.resize(content.width(), std::max(height, scrollArea_->viewport()->height()));
 }
 
 void RouteList::showSelection() {
@@ -162,20 +149,30 @@ void RouteList::showSelection() {
     if (selection == std::exchange(shownSelection_, selection) || !selection) {
         return;
     }
-    const auto found = std::ranges::find(rows_, *selection, &RouteRow::routeID);
-    if (found != rows_.end()) {
-        scrollTo(static_cast<int>(found - rows_.begin()));
+    if (std::ranges::find(rows_, *selection, &RouteRow::routeID) != rows_.end()) {
+        scrollToSelectedRoute();
     }
 }
 
-void RouteList::scrollTo(int index) {
-    QScrollBar& bar = *scrollArea_->verticalScrollBar();
-    const int middle = RouteRow::kHeight * index + RouteRow::kHeight / 2;
+void RouteList::scrollToSelectedRoute() {
+    scrollStart_ = scrollArea_->verticalScrollBar()->value();
     scrolling_.stop();
-    scrolling_.setStartValue(bar.value());
-    scrolling_.setEndValue(std::clamp(middle - scrollArea_->viewport()->height() / 2, 0, bar.maximum()));
-    scrolling_.setDuration(animationDuration(*this, kScrollDuration));
+    // Even where nothing moves: list and rows get their sizes when the main loop comes round again.
+    scrolling_.setDuration(std::max(1, animationDuration(*this, kScrollDuration)));
     scrolling_.start();
+}
+
+void RouteList::scrollOn(const QVariant& progress) {
+    const auto found = std::ranges::find(rows_, shownSelection_, &RouteRow::routeID);
+    if (found == rows_.end()) {
+        scrolling_.stop();
+        return;
+    }
+    QScrollBar& bar = *scrollArea_->verticalScrollBar();
+    const auto index = static_cast<int>(found - rows_.begin());
+    const int middle = RouteRow::kHeight * index + RouteRow::kHeight / 2;
+    const int target = std::clamp(middle - scrollArea_->viewport()->height() / 2, 0, bar.maximum());
+    bar.setValue(scrollStart_ + static_cast<int>(std::lround((target - scrollStart_) * progress.toReal())));
 }
 
 void RouteList::showStatuses() {

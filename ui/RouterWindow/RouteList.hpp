@@ -11,11 +11,10 @@
 #include <optional>
 #include <vector>
 
-class QLabel;
-
 namespace corvel::ui {
 
 class ChannelAssignmentDialog;
+class LookLabel;
 class LookScrollArea;
 class RouteRow;
 
@@ -39,7 +38,6 @@ protected:
 private:
     enum class Purpose { add, edit };
 
-    void showColours();
     /// Keeps the rows of the connections that are still there, whatever their place.
     void showRoutes();
     [[nodiscard]] RouteRow* makeRow(const MIDIRoute& route, const QColor& colour);
@@ -47,19 +45,23 @@ private:
     void showSelection();
     /// Shows the newest message in the rows that can be seen.
     void showStatuses();
-    void scrollTo(int index);
+    /// Moves the selected row to the middle.
+    void scrollToSelectedRoute();
+    void scrollOn(const QVariant& progress);
     void selectNeighbour(const RouteRow* row, int offset);
     void openDialog(const UUID& routeID, Purpose purpose);
 
     MIDIRouterViewModel& model_;
     const Look& look_;
-    QLabel* heading_;
+    LookLabel* heading_;
     LookScrollArea* scrollArea_;
     /// In the order of the model's connections.
     std::vector<RouteRow*> rows_;
     /// The selection that was last shown, the reason to scroll.
     std::optional<UUID> shownSelection_;
+    /// From 0 to 1 while the list scrolls by itself, and the scroll bar's value when that began.
     QVariantAnimation scrolling_;
+    int scrollStart_ = 0;
     QPointer<ChannelAssignmentDialog> dialog_;
 };
 

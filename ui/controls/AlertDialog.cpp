@@ -1,9 +1,10 @@
 #include "ui/controls/AlertDialog.hpp"
 
-#include "ui/controls/LookLabel.hpp"
+#include "ui/controls/ParagraphLabel.hpp"
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QVBoxLayout>
 
 namespace corvel::ui {
@@ -14,15 +15,9 @@ constexpr int kWidth = 368;
 constexpr int kPadding = 24;
 constexpr int kIconSize = 40;
 constexpr int kButtonGap = 8;
+constexpr int kTextWidth = kWidth - 2 * kPadding;
 constexpr int kMessageLineHeight = 22;
-
-LookLabel* makeText(const Look& look, const QString& text, const QFont& font, QColor Theme::*ink, QWidget* parent) {
-    auto* const label = new LookLabel(look, font, ink, parent);
-    label->setText(text);
-    label->setAlignment(Qt::AlignCenter);
-    label->setWordWrap(true);
-    return label;
-}
+constexpr int kTextLineHeight = 18;
 
 }  // namespace
 
@@ -46,11 +41,11 @@ AlertDialog::AlertDialog(const Look& look, Style style, const QString& message, 
         layout->addWidget(triangle);
         layout->addSpacing(12);
     }
-    LookLabel* const title = makeText(look, message, Look::font(17, QFont::DemiBold), &Theme::text, this);
-    title->setMinimumHeight(kMessageLineHeight);
-    layout->addWidget(title);
+    layout->addWidget(new ParagraphLabel(look, message, Look::font(17, QFont::DemiBold), &Theme::text, kTextWidth,
+                                         kMessageLineHeight, this));
     layout->addSpacing(8);
-    layout->addWidget(makeText(look, informativeText, Look::font(13), &Theme::text2, this));
+    layout->addWidget(
+        new ParagraphLabel(look, informativeText, Look::font(13), &Theme::text2, kTextWidth, kTextLineHeight, this));
     layout->addLayout(accessoryPlace_);
     layout->addSpacing(kPadding);
 
