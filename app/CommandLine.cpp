@@ -3,8 +3,13 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <charconv>
 #include <map>
 #include <optional>
+#include <string_view>
+#include <system_error>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace corvel {
@@ -15,6 +20,7 @@ constexpr const char* kHelp =
     R"(Corvel routes MIDI from any source to any destination.
 
 Usage:
+  corvel [--midi SERVICE] [--document FILE]
   corvel --headless [--monitor] [--midi SERVICE] [--document FILE]
   corvel --list [--json] [--midi SERVICE]
   corvel --connect SOURCE DESTINATION [--channel N] [--midi SERVICE]
@@ -22,6 +28,9 @@ Usage:
   corvel --disconnect SOURCE DESTINATION [--midi SERVICE] [--document FILE]
   corvel --set NAME [--midi SERVICE] [--document FILE]
   corvel --sets [--midi SERVICE] [--document FILE]
+  corvel --screenshot FILE [--size WxH] [--scale S] [--appearance light|dark]
+
+Without a mode, Corvel opens its window.
 
   --headless       Route the current connections without a window until SIGINT
                    or SIGTERM; diagnostics go to standard error
@@ -37,6 +46,13 @@ Usage:
   --disconnect     Delete a connection of the current set
   --set NAME       Make another connection set the current one, by name or ID
   --sets           List the connection sets, the current one marked with *
+  --screenshot FILE
+                   Draw the window with the demo devices into a PNG file; needs
+                   no display
+  --size WxH       ... with a window of this size, 980x640 to 7680x4320 points;
+                   1180x760 by default
+  --scale S        ... with S pixels to a point, 1 to 4, decimals allowed
+  --appearance A   ... light or dark; dark by default
   --midi SERVICE   alsa: the ALSA sequencer; demo: devices in memory that play by
                    themselves; auto (the default): ALSA where it can be opened,
                    the demo otherwise
@@ -44,14 +60,78 @@ Usage:
   --version        Print the version
   -h, --help       Print this help
 
-A Corvel that is running reads its connections when it starts: it does not see
-what --connect, --disconnect and --set change, and its own next save replaces it.
+One Corvel runs at a time, with or without its window: a second start brings the
+window forward. --connect, --disconnect, --set and --sets are carried out by the
+Corvel that runs, unless --document names another file than it uses; where none
+runs, they change the saved connections. With --midi demo, Corvel stays by itself
+and does not count.
 )";
+
+constexpr int kLeastWidth = 980;
+constexpr int kLeastHeight = 640;
+constexpr int kGreatestWidth = 7680;
+constexpr int kGreatestHeight = 4320;
+constexpr double kGreatestScale = 4;
+
+/// The number that is the whole text.
+template <typename Number>
+std::optional<Number> parsedNumber(std::string_view text) {
+    Number number{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+/// Width and height of "WxH".
+std::optional<std::pair<int, int>> parsedSize(std::string_view text) {
+    const std::size_t cross = text.find('x');
+    if (cross == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::optional<int> width = parsedNumber<int>(text.substr(0, cross));
+    const std::optional<int> height = parsedNumber<int>(text.substr(cross + 1));
+    return width && height ? std::optional(std::pair(*width, *height)) : std::nullopt;
+}
 
 /// An option that takes a source and a destination, whatever they begin with: IDs may be negative.
 CLI::Option* addEndpointsOption(CLI::App& app, const char* name) {
     constexpr int kEndpoints = 2;
     return app.add_option(name)->type_size(kEndpoints)->type_name("endpoints");
+}
+
+/// What is wrong with a window's size, "WxH"; nothing if it can be drawn.
+std::string sizeProblem(const std::string& text) {
+    const std::optional<std::pair<int, int>> size = parsedSize(text);
+    if (!size) {
+        return text + " is not WIDTHxHEIGHT, such as 1180x760";
+    }
+    const auto [width, height] = *size;
+    const bool fits =
+        width >= kLeastWidth && width <= kGreatestWidth && height >= kLeastHeight && height <= kGreatestHeight;
+    return fits ? "" : text + " not in range 980x640 to 7680x4320";
+}
+
+/// What is wrong with a number of pixels to a point; nothing if it can be drawn.
+std::string scaleProblem(const std::string& text) {
+    const std::optional<double> scale = parsedNumber<double>(text);
+    return scale && *scale >= 1 && *scale <= kGreatestScale ? "" : "Value " + text + " not in range 1 to 4";
+}
+
+CommandLine::Screenshot screenshot(const CLI::App& app) {
+    const auto value = [&app](const char* name) {
+        const CLI::Option* const option = app.get_option(name);
+        return option->count() > 0 ? std::optional(option->results().back()) : std::nullopt;
+    };
+    CommandLine::Screenshot result{.file = *value("--screenshot")};
+    if (const auto size = value("--size")) {
+        std::tie(result.width, result.height) = *parsedSize(*size);
+    }
+    if (const auto scale = value("--scale")) {
+        result.scale = *parsedNumber<double>(*scale);
+    }
+    if (const auto appearance = value("--appearance")) {
+        result.appearance = *appAppearanceModeFromRawValue(*appearance);
+    }
+    return result;
 }
 
 /// What the parser collected, as a command. At most one of the commands' options is there.
@@ -63,6 +143,9 @@ CommandLine::Command command(const CLI::App& app) {
     }
     if (isGiven("--list")) {
         return CommandLine::List{isGiven("--json")};
+    }
+    if (isGiven("--screenshot")) {
+        return screenshot(app);
     }
     if (isGiven("--connect")) {
         const std::optional<int> channel =
@@ -96,8 +179,10 @@ CommandLineResult parseCommandLine(std::span<const std::string> arguments, const
     CLI::Option* headless = app.add_flag("--headless");
     CLI::Option* list = app.add_flag("--list");
     CLI::Option* connect = addEndpointsOption(app, "--connect");
+    CLI::Option* screenshot = app.add_option("--screenshot")->type_size(1);
     const std::vector<CLI::Option*> commands{headless,
                                              list,
+                                             screenshot,
                                              connect,
                                              addEndpointsOption(app, "--disconnect"),
                                              app.add_option("--set")->type_size(1),
@@ -108,9 +193,17 @@ CommandLineResult parseCommandLine(std::span<const std::string> arguments, const
     app.add_flag("--monitor")->needs(headless);
     app.add_flag("--json")->needs(list);
     app.add_option("--channel")->type_size(1)->check(CLI::Range(1, kLastChannel))->take_last()->needs(connect);
+    app.add_option("--size")->type_size(1)->check(sizeProblem)->take_last()->needs(screenshot);
+    app.add_option("--scale")->type_size(1)->check(scaleProblem)->take_last()->needs(screenshot);
+    app.add_option("--appearance")
+        ->type_size(1)
+        ->check(CLI::IsMember({"light", "dark"}))
+        ->take_last()
+        ->needs(screenshot);
     app.add_option("--midi", midi)->check(CLI::IsMember(&choices))->take_last();
     CLI::Option* documentOption = app.add_option("--document", document)->take_last();
     list->excludes(documentOption);
+    screenshot->excludes(documentOption);
 
     try {
         // The parser takes its arguments from the back.
@@ -128,6 +221,14 @@ CommandLineResult parseCommandLine(std::span<const std::string> arguments, const
             return CommandLineError{"--document: the name of a file is missing"};
         }
         result.document = document;
+    }
+    if (const auto* const picture = std::get_if<CommandLine::Screenshot>(&result.command)) {
+        if (picture->file.empty()) {
+            return CommandLineError{"--screenshot: the name of a file is missing"};
+        }
+        if (result.midi == MIDIHostChoice::alsa) {
+            return CommandLineError{"--screenshot shows the demo devices: --midi alsa has no place there"};
+        }
     }
     return result;
 }

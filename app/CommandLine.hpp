@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/AppAppearanceMode.hpp"
 #include "core/host/MIDIHostChoice.hpp"
 
 #include <filesystem>
@@ -12,7 +13,7 @@ namespace corvel {
 
 /// What the user asks of the program.
 struct CommandLine {
-    /// The router window.
+    /// The router window, which is what the program is for.
     struct Window {
         bool operator==(const Window&) const = default;
     };
@@ -26,6 +27,18 @@ struct CommandLine {
     struct List {
         bool writesJSON = false;
         bool operator==(const List&) const = default;
+    };
+    /// A picture of the window on the demo devices.
+    struct Screenshot {
+        /// A PNG file, replaced if it is there.
+        std::filesystem::path file;
+        /// The window's content in points: 980 x 640 to 7680 x 4320.
+        int width = 1180;
+        int height = 760;
+        /// Pixels to a point, 1 to 4.
+        double scale = 1;
+        AppAppearanceMode appearance = AppAppearanceMode::dark;
+        bool operator==(const Screenshot&) const = default;
     };
     /// A new connection, or another channel for one. Endpoints are given by name or ID.
     struct Connect {
@@ -50,7 +63,9 @@ struct CommandLine {
     struct ListSets {
         bool operator==(const ListSets&) const = default;
     };
-    using Command = std::variant<Window, Headless, List, Connect, Disconnect, SelectSet, ListSets>;
+    /// The commands on the saved connections, or on those of the instance that runs.
+    using DocumentCommand = std::variant<Connect, Disconnect, SelectSet, ListSets>;
+    using Command = std::variant<Window, Headless, List, Screenshot, DocumentCommand>;
 
     Command command;
     MIDIHostChoice midi = MIDIHostChoice::automatic;

@@ -170,7 +170,27 @@ std::string countText(const MIDIRouteSet& routeSet) {
     return std::to_string(count) + (count == 1 ? " connection" : " connections");
 }
 
+CommandResult answer(MIDIRouterViewModel& model, const CommandLine::Connect& connection) {
+    return connect(model, connection.source, connection.destination, connection.channel);
+}
+
+CommandResult answer(MIDIRouterViewModel& model, const CommandLine::Disconnect& connection) {
+    return disconnect(model, connection.source, connection.destination);
+}
+
+CommandResult answer(MIDIRouterViewModel& model, const CommandLine::SelectSet& selection) {
+    return selectSet(model, selection.set);
+}
+
+CommandResult answer(const MIDIRouterViewModel& model, const CommandLine::ListSets& /*command*/) {
+    return listSets(model);
+}
+
 }  // namespace
+
+CommandResult perform(MIDIRouterViewModel& model, const CommandLine::DocumentCommand& command) {
+    return std::visit([&model](const auto& given) { return answer(model, given); }, command);
+}
 
 CommandResult connect(MIDIRouterViewModel& model, std::string_view source, std::string_view destination,
                       std::optional<int> channel) {
@@ -227,9 +247,13 @@ CommandResult disconnect(MIDIRouterViewModel& model, std::string_view source, st
         return failureWithCandidates("Several connections go from " + inQuotes(source) + " to " + inQuotes(destination),
                                      "give the IDs of one", found);
     }
+    const std::optional<UUID> selected = model.selectedRouteID();
     for (const UUID& id : foundIDs) {
         model.setSelectedRouteID(id);
         model.deleteSelectedRoute();
+    }
+    if (selected && model.route(*selected) != nullptr) {
+        model.setSelectedRouteID(selected);
     }
     return outcome(model);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/CommandLine.hpp"
 #include "app/MIDIRouterViewModel.hpp"
 
 #include <optional>
@@ -19,9 +20,8 @@ struct CommandResult {
     bool operator==(const CommandResult&) const = default;
 };
 
-/// The commands that work on the document without a window: each looks up what it was given, has the model do
-/// the one thing, and answers. A change that could not be saved is not carried out: nothing else would
-/// remember it.
+/// The commands of the command line: each looks up what it was given, has the model do the one thing, and answers. A
+/// change that could not be saved has failed, though a running engine routes by it.
 ///
 /// An endpoint is given by its display name, or by its unique ID in decimal with an optional sign: whatever
 /// reads as a number is an ID. Names must match exactly; one that none or several bear is answered with the
@@ -31,6 +31,9 @@ struct CommandResult {
 /// first. Main thread only.
 namespace DocumentCommands {
 
+/// Carries out the one of the commands below that was given.
+[[nodiscard]] CommandResult perform(MIDIRouterViewModel& model, const CommandLine::DocumentCommand& command);
+
 /// Connects an input to an output. Without a channel, an existing connection is refused; with one (1 to 16),
 /// the connection is made if there is none, and gets an assignment on that channel or has the one it has
 /// activated.
@@ -38,7 +41,7 @@ namespace DocumentCommands {
                                     std::optional<int> channel);
 
 /// Deletes the connection between an input and an output. Endpoints that are not there any more go by their
-/// stored names.
+/// stored names. Another connection that is selected stays so.
 [[nodiscard]] CommandResult disconnect(MIDIRouterViewModel& model, std::string_view source,
                                        std::string_view destination);
 

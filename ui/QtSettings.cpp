@@ -2,6 +2,7 @@
 
 #include "ui/QtText.hpp"
 
+#include <QFile>
 #include <QStringList>
 #include <QVariant>
 
@@ -9,6 +10,10 @@ namespace corvel::ui {
 
 QtSettings::QtSettings()
     : settings_(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Corvel"), QStringLiteral("Corvel")) {}
+
+std::filesystem::path QtSettings::file() const {
+    return QFile::encodeName(settings_.fileName()).toStdString();
+}
 
 std::optional<std::string> QtSettings::string(std::string_view key) const {
     const QVariant value = settings_.value(toQString(key));

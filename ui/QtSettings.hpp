@@ -4,12 +4,17 @@
 
 #include <QSettings>
 
+#include <filesystem>
+
 namespace corvel::ui {
 
 /// The user's settings in an INI file, `Corvel/Corvel.conf` in the configuration folder; written at once.
 class QtSettings final : public Settings {
 public:
     QtSettings();
+
+    /// Where they are kept, whether there are any or not.
+    [[nodiscard]] std::filesystem::path file() const;
 
     [[nodiscard]] std::optional<std::string> string(std::string_view key) const override;
     void set(std::string_view key, std::string_view value) override;

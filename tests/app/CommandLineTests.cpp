@@ -74,6 +74,28 @@ TEST(CommandLine, ReadsDisconnectAndTheCommandsOnSets) {
     EXPECT_EQ(parsed({"--sets"}).command, CommandLine::Command(CommandLine::ListSets{}));
 }
 
+TEST(CommandLine, ReadsTheWindowWithItsOptions) {
+    const CommandLine commandLine = parsed({"--midi", "demo", "--document", "a.json"});
+    EXPECT_EQ(commandLine.command, CommandLine::Command(CommandLine::Window{}));
+    EXPECT_EQ(commandLine.midi, MIDIHostChoice::demo);
+    EXPECT_EQ(commandLine.document, "a.json");
+}
+
+TEST(CommandLine, ReadsScreenshotWithItsOptions) {
+    const CommandLine plain = parsed({"--screenshot", "a b.png"});
+    EXPECT_EQ(plain.command, CommandLine::Command(
+                                 CommandLine::Screenshot{.file = "a b.png", .width = 1180, .height = 760, .scale = 1}));
+    EXPECT_EQ(
+        parsed({"--appearance", "light", "--scale", "1.5", "--size", "1920x1080", "--screenshot=a.png"}).command,
+        CommandLine::Command(CommandLine::Screenshot{
+            .file = "a.png", .width = 1920, .height = 1080, .scale = 1.5, .appearance = AppAppearanceMode::light}));
+    EXPECT_EQ(parsed({"--screenshot", "a.png", "--size", "980x640", "--size", "7680x4320", "--scale", "4",
+                      "--appearance", "dark", "--midi", "demo"})
+                  .command,
+              CommandLine::Command(CommandLine::Screenshot{
+                  .file = "a.png", .width = 7680, .height = 4320, .scale = 4, .appearance = AppAppearanceMode::dark}));
+}
+
 TEST(CommandLine, TakesNegativeIDsAndOddNamesForEndpoints) {
     for (const char* const odd : {"-2065501447", "-1", "--list", "-x", "--", "[a,b]", "{a}", "a=b", " ", "", "%%",
                                   "\"Keys\"", "two\nlines", "\xFF", "/x"}) {
@@ -104,7 +126,7 @@ TEST(CommandLine, TellsTheVersion) {
 TEST(CommandLine, TellsEveryOptionInTheHelp) {
     for (const char* const option :
          {"--headless", "--monitor", "--list", "--json", "--connect", "--channel", "--disconnect", "--set ", "--sets",
-          "--midi", "--document", "--version", "--help"}) {
+          "--screenshot", "--size", "--scale", "--appearance", "--midi", "--document", "--version", "--help"}) {
         EXPECT_NE(textOf({"--help"}).find(option), std::string::npos) << option;
     }
     EXPECT_EQ(textOf({"-h"}), textOf({"--help"}));
@@ -128,6 +150,31 @@ TEST(CommandLine, RefusesMissingValues) {
 TEST(CommandLine, RefusesOptionsWithoutTheirMode) {
     EXPECT_EQ(errorOf({"--monitor"}), "--monitor requires --headless");
     EXPECT_EQ(errorOf({"--headless", "--json"}), "--json requires --list");
+    EXPECT_EQ(errorOf({"--size", "1180x760"}), "--size requires --screenshot");
+    EXPECT_EQ(errorOf({"--list", "--scale", "2"}), "--scale requires --screenshot");
+    EXPECT_EQ(errorOf({"--appearance", "dark"}), "--appearance requires --screenshot");
+}
+
+TEST(CommandLine, RefusesAPictureThatCannotBeDrawn) {
+    const auto errorWith = [](const char* option, const char* value) {
+        return errorOf({"--screenshot", "a.png", option, value});
+    };
+    for (const char* const wrong : {"-1x-1", "979x640", "980x639", "7681x4320", "7680x4321"}) {
+        EXPECT_EQ(errorWith("--size", wrong), std::string("--size: ") + wrong + " not in range 980x640 to 7680x4320");
+    }
+    for (const char* const wrong : {"big", "1180", "1180x", "x760", "1180X760", "1180x760x2", "1180 x 760", "",
+                                    "99999999999x760", "1180.5x760"}) {
+        EXPECT_EQ(errorWith("--size", wrong),
+                  std::string("--size: ") + wrong + " is not WIDTHxHEIGHT, such as 1180x760");
+    }
+    for (const char* const wrong : {"0", "0.99", "4.01", "-2", "nan", "inf", "1,5", "2x", "", "1e999"}) {
+        EXPECT_EQ(errorWith("--scale", wrong), std::string("--scale: Value ") + wrong + " not in range 1 to 4");
+    }
+    EXPECT_EQ(errorWith("--appearance", "blue"), "--appearance: blue not in {light,dark}");
+    EXPECT_EQ(errorOf({"--screenshot", ""}), "--screenshot: the name of a file is missing");
+    EXPECT_EQ(errorOf({"--screenshot", "a.png", "--midi", "alsa"}),
+              "--screenshot shows the demo devices: --midi alsa has no place there");
+    EXPECT_EQ(errorOf({"--screenshot", "a.png", "--document", "b.json"}), "--screenshot excludes --document");
 }
 
 TEST(CommandLine, RefusesAChannelWithoutAConnectionOrOutsideOneToSixteen) {
@@ -151,7 +198,8 @@ TEST(CommandLine, RefusesTooFewAndTooManyEndpoints) {
 
 TEST(CommandLine, RefusesEachTwoCommandsAtOnce) {
     const std::vector<std::vector<std::string>> commands{
-        {"--headless"}, {"--list"}, {"--connect", "a", "b"}, {"--disconnect", "a", "b"}, {"--set", "a"}, {"--sets"}};
+        {"--headless"}, {"--list"}, {"--connect", "a", "b"}, {"--disconnect", "a", "b"},
+        {"--set", "a"}, {"--sets"}, {"--screenshot", "a"}};
     for (const std::vector<std::string>& first : commands) {
         for (const std::vector<std::string>& second : commands) {
             if (first != second) {

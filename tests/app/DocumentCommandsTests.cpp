@@ -49,6 +49,29 @@ TEST_F(DocumentCommandsOnModel, ConnectsOnAChannel) {
     EXPECT_EQ(connect("Keys", "Synth", 17), (CommandResult{1, "Channel 17 does not exist: channels are 1 to 16"}));
 }
 
+TEST_F(DocumentCommandsOnModel, LeavesAnotherConnectionSelectedAtADisconnection) {
+    ASSERT_EQ(connect("Keys", "Synth").exitCode, 0);
+    ASSERT_EQ(connect("Keys", "Drums").exitCode, 0);
+    ASSERT_EQ(connect("Pads", "Drums").exitCode, 0);
+    const UUID drums = model->routes()[1].id;
+    model->setSelectedRouteID(drums);
+    EXPECT_EQ(disconnect("Pads", "Drums").exitCode, 0);
+    EXPECT_EQ(model->selectedRouteID(), drums);
+    EXPECT_EQ(disconnect("Keys", "Drums").exitCode, 0);
+    EXPECT_EQ(model->selectedRouteID(), model->routes().front().id);
+}
+
+TEST_F(DocumentCommandsOnModel, PerformsWhicheverCommandWasGiven) {
+    using DocumentCommands::perform;
+    EXPECT_EQ(perform(*model, CommandLine::Connect{"Keys", "Synth", 3}),
+              (CommandResult{0, "Added output channel Ch 3"}));
+    EXPECT_EQ(perform(*model, CommandLine::ListSets{}), (CommandResult{0, "* Default (1 connection)"}));
+    EXPECT_EQ(perform(*model, CommandLine::Disconnect{"Keys", "Synth"}),
+              (CommandResult{0, "Set \"Default\" saved (0 connections)"}));
+    EXPECT_EQ(perform(*model, CommandLine::SelectSet{"Default"}),
+              (CommandResult{0, "Set \"Default\" is the current one already"}));
+}
+
 TEST_F(DocumentCommandsOnModel, AnswersAnUnknownOrAmbiguousNameWithTheCandidates) {
     EXPECT_EQ(connect("Organ", "Synth"), (CommandResult{1,
                                                         "There is no input \"Organ\"; the inputs are:\n"

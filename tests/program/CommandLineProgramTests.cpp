@@ -27,7 +27,8 @@ TEST_F(CommandLineProgram, AnswersBadOptionsWithOneLineAndStatusTwo) {
                                                          {"--connect", "1", "2", "--channel", "17"},
                                                          {"--set", "Live", "--channel", "1"},
                                                          {"--set", "Live", "--sets"},
-                                                         {}};
+                                                         {"--size", "1180x760"},
+                                                         {"--screenshot", "a.png", "--scale", "5"}};
     for (const std::vector<std::string>& arguments : mistakes) {
         ChildProcess program = start(arguments);
         EXPECT_EQ(program.wait(kDeadline), 2);

@@ -64,6 +64,7 @@ protected:
         const std::filesystem::path document = folder_ / "routes.json";
         file_.write(document);
         std::vector<std::string> arguments = launcher;
+        arguments.insert(arguments.end(), {"env", "XDG_CONFIG_HOME=" + folder_.path().string()});
         arguments.insert(arguments.end(),
                          {CORVEL_PROGRAM, "--headless", "--midi", "alsa", "--document", document.string()});
         arguments.insert(arguments.end(), options.begin(), options.end());

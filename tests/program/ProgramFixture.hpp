@@ -9,12 +9,14 @@
 
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace corvel::tests {
 
-/// The program itself, run as a user would, with an empty folder for its data.
+/// The program itself, run as a user would who has nothing: empty folders for its data and settings, no display.
+/// Programs of different tests know nothing of each other.
 class ProgramFixture : public ::testing::Test {
 protected:
     /// Longer than anything takes on a loaded machine; a test that waits this long fails.
@@ -28,7 +30,12 @@ protected:
     [[nodiscard]] static bool hasSequencer() { return std::filesystem::exists("/dev/snd/seq"); }
 
     const TemporaryFolder data;
+    const TemporaryFolder configuration;
     const ScopedEnvironment dataHome{"XDG_DATA_HOME", data.path().string()};
+    const ScopedEnvironment configurationHome{"XDG_CONFIG_HOME", configuration.path().string()};
+    const ScopedEnvironment display{"DISPLAY", std::nullopt};
+    const ScopedEnvironment waylandDisplay{"WAYLAND_DISPLAY", std::nullopt};
+    const ScopedEnvironment platform{"QT_QPA_PLATFORM", std::nullopt};
 };
 
 }  // namespace corvel::tests

@@ -1,0 +1,62 @@
+#include "app/RunningInstance.hpp"
+
+#include <cstdlib>
+#include <system_error>
+#include <utility>
+#include <variant>
+
+namespace corvel {
+
+namespace {
+
+/// The file's one name: without links, whether it exists or not.
+std::filesystem::path resolved(const std::filesystem::path& file) {
+    std::error_code error;
+    std::filesystem::path result = std::filesystem::weakly_canonical(file, error);
+    return error ? file.lexically_normal() : result;
+}
+
+}  // namespace
+
+RunningInstance::RunningInstance(std::shared_ptr<MIDIRouterViewModel> model, std::filesystem::path document,
+                                 bool isDemo, std::function<void()> bringForward)
+    : model_(std::move(model)),
+      document_(std::move(document)),
+      isDemo_(isDemo),
+      bringForward_(std::move(bringForward)) {}
+
+InstanceAnswer RunningInstance::answer(const InstanceRequest& request) const {
+    const CommandLineResult parsed = parseCommandLine(request.arguments, {});
+    const auto* const commandLine = std::get_if<CommandLine>(&parsed);
+    if (commandLine == nullptr) {
+        return std::nullopt;
+    }
+    if (std::holds_alternative<CommandLine::Window>(commandLine->command)) {
+        return answerWindow();
+    }
+    if (std::holds_alternative<CommandLine::Headless>(commandLine->command)) {
+        return CommandResult{EXIT_FAILURE, "Corvel is running already; two would play every note twice"};
+    }
+    const auto* const command = std::get_if<CommandLine::DocumentCommand>(&commandLine->command);
+    if (command == nullptr || !concerns(*commandLine, request.folder)) {
+        return std::nullopt;
+    }
+    return DocumentCommands::perform(*model_, *command);
+}
+
+CommandResult RunningInstance::answerWindow() const {
+    if (!bringForward_) {
+        return {EXIT_FAILURE, "Corvel is running already, without a window (--headless); end it to open the window"};
+    }
+    bringForward_();
+    return {EXIT_SUCCESS, "Corvel is running already; its window comes to the front"};
+}
+
+bool RunningInstance::concerns(const CommandLine& commandLine, const std::filesystem::path& folder) const {
+    if (commandLine.midi == MIDIHostChoice::demo || (commandLine.midi == MIDIHostChoice::alsa && isDemo_)) {
+        return false;
+    }
+    return !commandLine.document || resolved(folder / *commandLine.document) == resolved(document_);
+}
+
+}  // namespace corvel

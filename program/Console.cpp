@@ -1,0 +1,41 @@
+#include "program/Console.hpp"
+
+#include "app/TextLine.hpp"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace corvel {
+
+void complain(const std::string& message) {
+    std::fprintf(stderr, "corvel: %s\n", escapedLine(message).c_str());
+}
+
+int print(const std::string& text) {
+    const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    if (!isWritten) {
+        complain("standard output could not be written");
+    }
+    return isWritten ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+int report(const CommandResult& result) {
+    if (result.exitCode != EXIT_SUCCESS) {
+        std::fprintf(stderr, "corvel: %s\n", result.text.c_str());
+        return result.exitCode;
+    }
+    return print(result.text + '\n');
+}
+
+void openStandardDescriptors() {
+    int descriptor = -1;
+    do {
+        descriptor = ::open("/dev/null", O_RDWR);
+    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    ::close(descriptor);
+}
+
+}  // namespace corvel

@@ -1,0 +1,58 @@
+#include "ui/InstanceConnection.hpp"
+
+#include "app/InstanceMessage.hpp"
+
+#include <poll.h>
+
+#include <QByteArray>
+#include <utility>
+#include <variant>
+
+namespace corvel::ui {
+
+InstanceConnection::InstanceConnection(QLocalSocket& socket, Handler handler, QObject* parent)
+    : QObject(parent), socket_(socket), handler_(std::move(handler)) {
+    socket_.setParent(this);
+    socket_.setReadBufferSize(static_cast<qint64>(kMaxRequestSize));
+    limit_.setSingleShot(true);
+    limit_.setInterval(kLimit);
+    QObject::connect(&limit_, &QTimer::timeout, this, &InstanceConnection::drop);
+    QObject::connect(&socket_, &QLocalSocket::disconnected, this, &InstanceConnection::ended);
+    QObject::connect(&socket_, &QLocalSocket::readyRead, this, &InstanceConnection::read);
+    limit_.start();
+}
+
+void InstanceConnection::drop() {
+    socket_.abort();
+}
+
+void InstanceConnection::read() {
+    const QByteArray bytes = socket_.readAll();
+    if (!isWaiting_) {
+        return;
+    }
+    received_.append(bytes.data(), static_cast<std::size_t>(bytes.size()));
+    const auto request = InstanceMessage::decodedRequest(received_, kMaxRequestSize);
+    if (const auto* const complete = std::get_if<InstanceRequest>(&request); complete != nullptr && !hasHungUp()) {
+        answer(*complete);
+    } else if (!std::holds_alternative<InstanceMessage::Incomplete>(request)) {
+        // Who has given up waiting has been told that nothing was done.
+        drop();
+    }
+}
+
+void InstanceConnection::answer(const InstanceRequest& request) {
+    isWaiting_ = false;
+    limit_.stop();
+    const std::string message = InstanceMessage::encoded(handler_(request));
+    limit_.start();
+    socket_.write(message.data(), static_cast<qint64>(message.size()));
+    socket_.disconnectFromServer();
+}
+
+bool InstanceConnection::hasHungUp() const {
+    pollfd state{static_cast<int>(socket_.socketDescriptor()), POLLRDHUP, 0};
+    return ::poll(&state, 1, 0) > 0;
+}
+
+}  // namespace corvel::ui
