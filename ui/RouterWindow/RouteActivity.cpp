@@ -7,10 +7,14 @@ namespace corvel::ui {
 
 namespace {
 
+/// What an event of an earlier instant showed has passed at `now`.
+Instant oldestLive(Instant now) {
+    return now - RouteLine::kSignalDuration - std::max(RouteLine::kSignalFadeDuration, RouteLine::kOutputPulseDuration);
+}
+
 /// The events that can show anything at `now`, the oldest first.
 std::vector<const MIDIActivityEvent*> liveEvents(Instant now, const MIDIRouterViewModel::ActivityEvents& events) {
-    const Instant oldest =
-        now - RouteLine::kSignalDuration - std::max(RouteLine::kSignalFadeDuration, RouteLine::kOutputPulseDuration);
+    const Instant oldest = oldestLive(now);
     std::vector<const MIDIActivityEvent*> live;
     for (const MIDIActivityEvent& event : events) {
         if (event.timestamp >= oldest && event.timestamp <= now) {
@@ -37,6 +41,11 @@ RouteActivity RouteActivity::at(Instant now, const RouteLines& lines,
         });
     }
     return activity;
+}
+
+bool RouteActivity::hasPassed(Instant now, const MIDIRouterViewModel::ActivityEvents& events) {
+    return std::ranges::all_of(
+        events, [oldest = oldestLive(now)](const MIDIActivityEvent& event) { return event.timestamp < oldest; });
 }
 
 }  // namespace corvel::ui

@@ -37,6 +37,9 @@ struct RouteActivity {
     /// have no line, and of a time to come, as when the clock was set back, show nothing.
     [[nodiscard]] static RouteActivity at(Instant now, const RouteLines& lines,
                                           const MIDIRouterViewModel::ActivityEvents& events);
+
+    /// Whether none of the events shows anything at `now` or later.
+    [[nodiscard]] static bool hasPassed(Instant now, const MIDIRouterViewModel::ActivityEvents& events);
 };
 
 }  // namespace corvel::ui

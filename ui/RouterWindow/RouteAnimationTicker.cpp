@@ -1,29 +1,27 @@
 #include "ui/RouterWindow/RouteAnimationTicker.hpp"
 
-#include <array>
+#include <chrono>
 #include <utility>
 
 namespace corvel::ui {
 
 namespace {
 
-/// Timers count whole milliseconds; these three come to three sixtieths of a second.
-constexpr std::array<int, 3> kIntervals{17, 17, 16};
+/// A sixtieth of a second. Timers count whole milliseconds; 17 would skip a picture of the screen now and then.
+constexpr std::chrono::milliseconds kInterval(16);
 
 }  // namespace
 
 RouteAnimationTicker::RouteAnimationTicker(std::shared_ptr<const Clock> clock, QObject* parent)
     : QObject(parent), clock_(std::move(clock)), now_(clock_->now()) {
     timer_.setTimerType(Qt::PreciseTimer);
-    connect(&timer_, &QTimer::timeout, this, [this] {
-        startInterval();
-        tick();
-    });
+    timer_.setInterval(kInterval);
+    connect(&timer_, &QTimer::timeout, this, &RouteAnimationTicker::tick);
 }
 
 void RouteAnimationTicker::start() {
     if (!timer_.isActive()) {
-        startInterval();
+        timer_.start();
     }
 }
 
@@ -34,11 +32,6 @@ void RouteAnimationTicker::stop() {
 void RouteAnimationTicker::tick() {
     now_ = clock_->now();
     emit nowChanged();
-}
-
-void RouteAnimationTicker::startInterval() {
-    intervalIndex_ = (intervalIndex_ + 1) % kIntervals.size();
-    timer_.start(kIntervals[intervalIndex_]);
 }
 
 }  // namespace corvel::ui

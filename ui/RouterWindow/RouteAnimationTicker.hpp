@@ -4,7 +4,6 @@
 
 #include <QObject>
 #include <QTimer>
-#include <cstddef>
 #include <memory>
 
 namespace corvel::ui {
@@ -36,11 +35,8 @@ signals:
     void nowChanged();
 
 private:
-    void startInterval();
-
     const std::shared_ptr<const Clock> clock_;
     QTimer timer_;
-    std::size_t intervalIndex_ = 0;
     Instant now_;
 };
 

@@ -1,6 +1,8 @@
 #include "ui/RouterWindow/RouteGraph.hpp"
 
+#include "ui/QtText.hpp"
 #include "ui/RouterWindow/RouteColorPalette.hpp"
+#include "ui/RouterWindow/RouteGraphAccessible.hpp"
 #include "ui/RouterWindow/RouteLinePainting.hpp"
 
 #include <QEvent>
@@ -8,7 +10,11 @@
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <algorithm>
 #include <cmath>
+#include <functional>
+#include <iterator>
+#include <numeric>
 #include <utility>
 
 namespace corvel::ui {
@@ -17,8 +23,12 @@ namespace {
 
 constexpr int kPlaceholderIcon = 56;
 constexpr int kPlaceholderGap = 16;
-/// How far any signal or ring reaches from its place.
-constexpr qreal kActivityReach = 34;
+/// How far a signal and a ring reach from their places.
+constexpr qreal kSignalReach = 22;
+constexpr qreal kPulseReach = 34;
+/// With more than so many moving parts their bounds are painted as one rectangle: the toolkit copies pictures several
+/// times faster into a rectangle than into many.
+constexpr std::size_t kExactRegionLimit = 24;
 
 }  // namespace
 
@@ -32,6 +42,7 @@ RouteGraph::RouteGraph(MIDIRouterViewModel& model, const Look& look, std::shared
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMouseTracking(true);
     setAccessibleName(QStringLiteral("Routing stage"));
+    installRouteGraphAccessibility();
     placeholder_->setTextFormat(Qt::PlainText);
     placeholder_->setFont(Look::font(15));
     placeholder_->setAlignment(Qt::AlignCenter);
@@ -52,6 +63,35 @@ void RouteGraph::refresh(const ModelChanges& changes) {
 void RouteGraph::setConnectorPositions(const EndpointConnectorYPositions& positions) {
     positions_ = positions;
     placeLines();
+}
+
+std::vector<UUID> RouteGraph::routeIDs() const {
+    std::vector<UUID> ids;
+    std::ranges::transform(model_.routes(), std::back_inserter(ids), &MIDIRoute::id);
+    return ids;
+}
+
+QString RouteGraph::routeName(const UUID& routeID) const {
+    const MIDIRoute* const route = model_.route(routeID);
+    if (route == nullptr) {
+        return {};
+    }
+    return QStringLiteral("%1 to %2")
+        .arg(toQString(MIDIRouterViewModel::endpointName(route->sourceID, model_.sources(), route->sourceName)),
+             toQString(MIDIRouterViewModel::endpointName(route->destinationID, model_.destinations(),
+                                                         route->destinationName)));
+}
+
+QRect RouteGraph::routeRect(const UUID& routeID) const {
+    QRect rect;
+    lines_.forEachOf(routeID, [&rect](const RouteLine& line) {
+        rect |= (line.startMark() | line.endMark() | line.path().boundingRect()).toAlignedRect();
+    });
+    return rect;
+}
+
+bool RouteGraph::isSelected(const UUID& routeID) const {
+    return model_.selectedRouteID() == routeID;
 }
 
 void RouteGraph::selectRoute(const UUID& routeID) {
@@ -119,27 +159,42 @@ void RouteGraph::repaintLines() {
 // Animation
 
 void RouteGraph::showInstant() {
-    RouteActivity activity = RouteActivity::at(ticker_.now(), lines_, model_.graphActivityEvents());
-    if (activity == activity_) {
+    if (hasPassed_ && isAsWhenPassed()) {
         return;
     }
-    update(regionOf(activity_) + regionOf(activity));
-    activity_ = std::move(activity);
+    const MIDIRouterViewModel::ActivityEvents& events = model_.graphActivityEvents();
+    RouteActivity activity = RouteActivity::at(ticker_.now(), lines_, events);
+    if (activity != activity_) {
+        update(regionOf(activity_, activity));
+        activity_ = std::move(activity);
+    }
+    hasPassed_ = RouteActivity::hasPassed(ticker_.now(), events);
+    passedAt_ = ticker_.now();
+    newestPassed_ = events.empty() ? UUID() : events.back().id;
 }
 
-QRegion RouteGraph::regionOf(const RouteActivity& activity) const {
-    QRegion region;
-    const auto add = [&region](const QPointF& place) {
-        region += QRectF(place.x() - kActivityReach, place.y() - kActivityReach, 2 * kActivityReach, 2 * kActivityReach)
-                      .toAlignedRect();
+bool RouteGraph::isAsWhenPassed() const {
+    const MIDIRouterViewModel::ActivityEvents& events = model_.graphActivityEvents();
+    return ticker_.now() >= passedAt_ && (events.empty() || events.back().id == newestPassed_);
+}
+
+QRegion RouteGraph::regionOf(const RouteActivity& before, const RouteActivity& after) {
+    std::vector<QRect> rects;
+    const auto add = [&rects](const QPointF& place, qreal reach) {
+        rects.push_back(QRectF(place.x() - reach, place.y() - reach, 2 * reach, 2 * reach).toAlignedRect());
     };
-    for (const RouteActivity::PlacedSignal& placed : activity.activeSignals) {
-        add(placed.position);
+    for (const RouteActivity* const activity : {&before, &after}) {
+        for (const RouteActivity::PlacedSignal& placed : activity->activeSignals) {
+            add(placed.position, kSignalReach);
+        }
+        for (const RouteActivity::PlacedPulse& placed : activity->outputPulses) {
+            add(placed.position, kPulseReach);
+        }
     }
-    for (const RouteActivity::PlacedPulse& placed : activity.outputPulses) {
-        add(placed.position);
+    if (rects.size() <= kExactRegionLimit) {
+        return std::accumulate(rects.begin(), rects.end(), QRegion());
     }
-    return region;
+    return std::accumulate(rects.begin(), rects.end(), QRect(), std::bit_or<>());
 }
 
 // Pointer

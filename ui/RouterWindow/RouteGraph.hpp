@@ -13,7 +13,9 @@
 
 #include <QPixmap>
 #include <QPoint>
+#include <QRect>
 #include <QRegion>
+#include <QString>
 #include <QWidget>
 #include <cstddef>
 #include <memory>
@@ -49,6 +51,17 @@ public:
     /// What drives the animation; runs while the stage is shown.
     [[nodiscard]] RouteAnimationTicker& ticker() { return ticker_; }
 
+    /// The connections in the order of the list.
+    [[nodiscard]] std::vector<UUID> routeIDs() const;
+
+    /// A connection's endpoints in words: "Keys to Synth".
+    [[nodiscard]] QString routeName(const UUID& routeID) const;
+
+    /// The bounds of a connection's line; empty if it has none.
+    [[nodiscard]] QRect routeRect(const UUID& routeID) const;
+
+    [[nodiscard]] bool isSelected(const UUID& routeID) const;
+
     /// Makes this connection the selected one.
     void selectRoute(const UUID& routeID);
 
@@ -74,7 +87,9 @@ private:
 
     /// Shows the ticker's instant.
     void showInstant();
-    [[nodiscard]] QRegion regionOf(const RouteActivity& activity) const;
+    /// Whether no event has come since all had passed, so that looking through them again would find nothing.
+    [[nodiscard]] bool isAsWhenPassed() const;
+    [[nodiscard]] static QRegion regionOf(const RouteActivity& before, const RouteActivity& after);
 
     void setHoveredRoute(std::optional<UUID> routeID);
     [[nodiscard]] std::optional<UUID> routeAt(const QPointF& point) const;
@@ -93,6 +108,10 @@ private:
     EndpointConnectorYPositions positions_;
     RouteLines lines_;
     RouteActivity activity_;
+    /// Whether all events had passed at the latest tick, and the newest of them then.
+    bool hasPassed_ = false;
+    Instant passedAt_;
+    UUID newestPassed_;
     std::optional<UUID> hoveredRoute_;
     std::optional<UUID> pressedRoute_;
 

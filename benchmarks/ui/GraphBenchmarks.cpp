@@ -1,0 +1,277 @@
+// What the routing stage costs: the time of a frame and the processor's share with as much traffic as the model keeps,
+// at the usual device pixel ratios, and the processor's share while nothing is played.
+
+#include "app/InMemorySettings.hpp"
+#include "app/MIDIRouterViewModel.hpp"
+#include "benchmarks/support/HandDrivenQueue.hpp"
+#include "core/routes/MIDIRouteSetDocument.hpp"
+#include "core/storage/RouteStore.hpp"
+#include "tests/support/FakeMIDIHost.hpp"
+#include "tests/support/ManualClock.hpp"
+#include "tests/support/RouteBuilders.hpp"
+#include "tests/support/TemporaryFolder.hpp"
+#include "ui/Look.hpp"
+#include "ui/RouterWindow/RouteGraph.hpp"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <QApplication>
+#include <QEventLoop>
+#include <QTimer>
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace corvel::benchmarks {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::uint32_t kConnections = 64;
+constexpr std::int32_t kEndpoints = 16;
+constexpr std::int32_t kFirstDestination = 1000;
+/// The stage of a window of 1180 by 760.
+constexpr QSize kStage(578, 404);
+/// As long as an event shows anything: the signal's way and the ring.
+constexpr std::chrono::nanoseconds kEventLife = 892'500us;
+constexpr std::chrono::nanoseconds kFrame = 16'666'667ns;
+constexpr std::chrono::nanoseconds kEventGap = kEventLife / MIDIRouterViewModel::kGraphActivityLimit;
+
+/// A shown stage with its connections between sixteen inputs and sixteen outputs.
+class StageRig {
+public:
+    explicit StageRig(std::shared_ptr<const Clock> clock) : clock_(std::move(clock)) {
+        host_->recording = tests::FakeMIDIHost::Recording::nothing;
+        ui::EndpointConnectorYPositions positions;
+        for (std::int32_t index = 0; index < kEndpoints; ++index) {
+            const double height = 12 + 24.0 * index;
+            addEndpoint(index + 1, height, positions);
+        }
+        const auto store = std::make_shared<RouteStore>(folder_ / "routes.json");
+        store->saveDocument(MIDIRouteSetDocument::singleSet(makeRoutes(), "Set"));
+        engine_ = CoreMIDIRouterEngine::create(host_, queue_, mainQueue_, clock_);
+        model_ = MIDIRouterViewModel::create(engine_, store, std::make_shared<InMemorySettings>(), clock_, mainQueue_);
+        model_->startIfNeeded();
+        queue_->runAll();
+        mainQueue_->runAll();
+        model_->setSelectedRouteID(tests::makeID(1));
+        graph_ = std::make_unique<ui::RouteGraph>(*model_, look_, clock_);
+        graph_->resize(kStage);
+        graph_->setConnectorPositions(positions);
+        graph_->show();
+        QCoreApplication::processEvents();
+    }
+
+    [[nodiscard]] ui::RouteGraph& graph() { return *graph_; }
+
+    /// Plays the next message, on every connection in turn.
+    void play(Instant instant) {
+        static constexpr std::uint8_t kStatuses[] = {0x90, 0xB0, 0xC0, 0xE0};
+        const std::uint32_t number = played_++;
+        const MIDIBytes bytes{kStatuses[number / kConnections % 4], 60, 100};
+        model_->midiRouterEngineDidRoute(
+            *engine_, MIDIActivityEvent(UUID::random(), tests::makeID(number % kConnections + 1), instant, bytes));
+    }
+
+    void select(std::uint32_t connection) {
+        model_->setSelectedRouteID(tests::makeID(connection));
+        graph_->refresh(ui::ModelChanges::all());
+    }
+
+private:
+    static std::vector<MIDIRoute> makeRoutes() {
+        std::vector<MIDIRoute> routes;
+        for (std::uint32_t index = 0; index < kConnections; ++index) {
+            // Every input goes to four outputs, far and near.
+            const auto input = static_cast<std::int32_t>(index % kEndpoints);
+            const auto output = static_cast<std::int32_t>((index * 5 + index / kEndpoints) % kEndpoints);
+            routes.push_back(tests::makeRoute({.id = tests::makeID(index + 1),
+                                               .sourceID = input + 1,
+                                               .destinationID = kFirstDestination + output + 1}));
+        }
+        return routes;
+    }
+
+    void addEndpoint(std::int32_t id, double height, ui::EndpointConnectorYPositions& positions) {
+        const std::int32_t destination = kFirstDestination + id;
+        host_->addSource(static_cast<MIDIObjectRef>(id), {.displayName = "Input", .uniqueID = id});
+        host_->addDestination(static_cast<MIDIObjectRef>(destination),
+                              {.displayName = "Output", .uniqueID = destination});
+        positions[{MIDIEndpointDirection::source, id}] = height;
+        positions[{MIDIEndpointDirection::destination, destination}] = height;
+    }
+
+    tests::TemporaryFolder folder_;
+    const std::shared_ptr<const Clock> clock_;
+    const std::shared_ptr<tests::FakeMIDIHost> host_ = std::make_shared<tests::FakeMIDIHost>();
+    const std::shared_ptr<HandDrivenQueue> queue_ = std::make_shared<HandDrivenQueue>();
+    const std::shared_ptr<HandDrivenQueue> mainQueue_ = std::make_shared<HandDrivenQueue>();
+    std::shared_ptr<CoreMIDIRouterEngine> engine_;
+    std::shared_ptr<MIDIRouterViewModel> model_;
+    const ui::Look look_{AppAppearanceMode::dark};
+    std::unique_ptr<ui::RouteGraph> graph_;
+    std::uint32_t played_ = 0;
+};
+
+void printFigure(const std::string& what, double figure, const char* unit, double limit) {
+    std::printf("%-50s %8.3f %s, %.2f of the limit of %g\n", what.c_str(), figure, unit, figure / limit, limit);
+}
+
+double processorSeconds() {
+    std::timespec time{};
+    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+/// How long actions took, in milliseconds: by the clock, and of the processor's time, in which other work on the
+/// machine shows little.
+class Durations {
+public:
+    template <typename Action>
+    void measure(const Action& action) {
+        const double processor = processorSeconds();
+        const auto start = std::chrono::steady_clock::now();
+        action();
+        const std::chrono::duration<double, std::milli> passed = std::chrono::steady_clock::now() - start;
+        elapsed_.push_back(passed.count());
+        processor_.push_back(1000 * (processorSeconds() - processor));
+    }
+
+    void print(const std::string& what, const std::string& at, double limit) {
+        printPercentiles(what + at + ", elapsed", elapsed_, limit);
+        printPercentiles(what + at + ", processor", processor_, limit);
+    }
+
+private:
+    static void printPercentiles(const std::string& what, std::vector<double>& values, double limit) {
+        std::ranges::sort(values);
+        printFigure(what + ", p50", values[values.size() / 2], "ms", limit);
+        printFigure(what + ", p99", values[values.size() * 99 / 100], "ms", limit);
+    }
+
+    std::vector<double> elapsed_;
+    std::vector<double> processor_;
+};
+
+/// The processor's share, in percent of a core, over some seconds of the program's own loop.
+double processorShare(std::chrono::milliseconds duration) {
+    QEventLoop loop;
+    QTimer::singleShot(duration, &loop, &QEventLoop::quit);
+    const double before = processorSeconds();
+    const auto start = std::chrono::steady_clock::now();
+    loop.exec();
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+    return 100 * (processorSeconds() - before) / passed.count();
+}
+
+void measureFrames(const std::string& at, double limit) {
+    const auto clock = std::make_shared<tests::ManualClock>();
+    StageRig rig(clock);
+    rig.graph().ticker().stop();
+    Instant next = clock->now();
+    Durations frames;
+    constexpr int kWarmFrames = 120;
+    constexpr int kFrames = 1200;
+    for (int frame = 0; frame < kWarmFrames + kFrames; ++frame) {
+        clock->advance(kFrame);
+        for (; next <= clock->now(); next += kEventGap) {
+            rig.play(next);
+        }
+        const auto show = [&rig] {
+            rig.graph().ticker().tick();
+            QCoreApplication::processEvents();
+        };
+        if (frame < kWarmFrames) {
+            show();
+        } else {
+            frames.measure(show);
+        }
+    }
+    frames.print("frame", at, limit);
+}
+
+/// What a frame takes in which the lines themselves change: here another one is selected.
+void measureLines(const std::string& at, double limit) {
+    StageRig rig(std::make_shared<tests::ManualClock>());
+    rig.graph().ticker().stop();
+    Durations frames;
+    for (std::uint32_t frame = 0; frame < 2 * kConnections; ++frame) {
+        frames.measure([&] {
+            rig.select(frame % kConnections + 1);
+            QCoreApplication::processEvents();
+        });
+    }
+    frames.print("frame with new lines", at, limit);
+}
+
+void measureTraffic(const std::string& at) {
+    const std::shared_ptr<const Clock> clock = makeSystemClock();
+    StageRig rig(clock);
+    Instant next = clock->now() - kEventLife;
+    QTimer player;
+    player.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&player, &QTimer::timeout, &player, [&] {
+        for (const Instant now = clock->now(); next <= now; next += kEventGap) {
+            rig.play(next);
+        }
+    });
+    player.start(10ms);
+    printFigure("processor with 512 live events" + at, processorShare(5s), "% of a core", 100);
+}
+
+void measureRest(const std::string& at) {
+    const std::shared_ptr<const Clock> clock = makeSystemClock();
+    StageRig rig(clock);
+    for (std::size_t index = 0; index < MIDIRouterViewModel::kGraphActivityLimit; ++index) {
+        rig.play(clock->now() - 2s);
+    }
+    processorShare(200ms);
+    printFigure("processor without traffic" + at, processorShare(10s), "% of a core", .5);
+}
+
+/// Runs a measurement in a process of its own: a device pixel ratio is one for a process's life.
+template <typename Measurement>
+bool runAt(const char* ratio, const Measurement& measurement) {
+    std::fflush(stdout);
+    const ::pid_t child = ::fork();
+    if (child == 0) {
+        ::setenv("QT_SCALE_FACTOR", ratio, 1);
+        ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+        std::string name = "graph_benchmarks";
+        char* arguments[] = {name.data(), nullptr};
+        int count = 1;
+        {
+            const QApplication application(count, arguments);
+            measurement(std::string(", ratio ") + ratio);
+        }
+        std::fflush(stdout);
+        ::_exit(0);
+    }
+    int status = 0;
+    return child > 0 && ::waitpid(child, &status, 0) == child && status == 0;
+}
+
+}  // namespace
+
+}  // namespace corvel::benchmarks
+
+int main() {
+    using namespace corvel::benchmarks;
+    bool isComplete = true;
+    for (const auto& [ratio, limit] : {std::pair{"1", 4.0}, std::pair{"2", 8.0}}) {
+        isComplete &= runAt(ratio, [limit](const std::string& at) { measureFrames(at, limit); });
+        isComplete &= runAt(ratio, [limit](const std::string& at) { measureLines(at, limit); });
+        isComplete &= runAt(ratio, measureTraffic);
+        isComplete &= runAt(ratio, measureRest);
+    }
+    return isComplete ? 0 : 1;
+}
