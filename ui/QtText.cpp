@@ -26,18 +26,21 @@ QString menuTitle(const QString& text) {
     return QString(text).replace(QLatin1Char('&'), QLatin1String("&&"));
 }
 
-void setPlainToolTip(QWidget* widget, const QString& text) {
+QString plainToolTip(const QString& text) {
     // Tooltips take text for markup where it looks like it, and only markup is broken into lines.
     const int width = QFontMetrics(Look::font(12)).size(0, text).width();
     if (width <= kToolTipWidth && !Qt::mightBeRichText(text)) {
-        widget->setToolTip(text);
-        widget->setAccessibleDescription({});
-        return;
+        return text;
     }
     const QString shape = width <= kToolTipWidth ? QString() : QStringLiteral(" width=\"%1\"").arg(kToolTipWidth);
-    widget->setToolTip(QStringLiteral("<table%1><tr><td style=\"white-space: pre-wrap\">%2</td></tr></table>")
-                           .arg(shape, text.toHtmlEscaped()));
-    widget->setAccessibleDescription(text);
+    return QStringLiteral("<table%1><tr><td style=\"white-space: pre-wrap\">%2</td></tr></table>")
+        .arg(shape, text.toHtmlEscaped());
+}
+
+void setPlainToolTip(QWidget* widget, const QString& text) {
+    const QString toolTip = plainToolTip(text);
+    widget->setToolTip(toolTip);
+    widget->setAccessibleDescription(toolTip == text ? QString() : text);
 }
 
 }  // namespace corvel::ui

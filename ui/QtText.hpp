@@ -16,6 +16,9 @@ namespace corvel::ui {
 /// The text as a menu item's title: an ampersand is shown, not taken for a key.
 [[nodiscard]] QString menuTitle(const QString& text);
 
+/// The text as a tooltip that shows every character as it is, broken into lines where it is wide.
+[[nodiscard]] QString plainToolTip(const QString& text);
+
 /// Gives the widget a tooltip that shows every character as it is, broken into lines where it is wide.
 void setPlainToolTip(QWidget* widget, const QString& text);
 

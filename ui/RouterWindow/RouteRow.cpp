@@ -1,6 +1,7 @@
 #include "ui/RouterWindow/RouteRow.hpp"
 
 #include "ui/QtText.hpp"
+#include "ui/RouterWindow/KeyEventShortcut.hpp"
 #include "ui/RouterWindow/RouteNamesView.hpp"
 #include "ui/RouterWindow/RouteSwatch.hpp"
 #include "ui/RouterWindow/RouteTexts.hpp"
@@ -108,12 +109,15 @@ void RouteRow::showVariants() {
     const MIDIRoute& route = shown_->route;
     const MIDIRouteVariant* const active = route.activeVariant();
     QStringList items;
+    QStringList helps;
     variantIDs_.clear();
     for (const MIDIRouteVariant& variant : route.variants) {
         items << channelPickerTitle(variant);
+        helps << (variant.shortcut ? shortcutInWords(*variant.shortcut) : QString());
         variantIDs_.push_back(variant.id);
     }
     variants_->setItems(items, active != nullptr ? static_cast<int>(active - route.variants.data()) : -1);
+    variants_->setItemHelps(helps);
     if (active == nullptr) {
         variants_->setLabel(QStringLiteral("Output"));
     }

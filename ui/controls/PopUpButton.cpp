@@ -1,5 +1,6 @@
 #include "ui/controls/PopUpButton.hpp"
 
+#include "ui/QtText.hpp"
 #include "ui/controls/Painting.hpp"
 #include "ui/controls/PopUpMenu.hpp"
 
@@ -48,6 +49,7 @@ void PopUpButton::openMenu() {
     menu->setMinimumWidth(width());
     for (qsizetype index = 0; index < items_.size(); ++index) {
         QAction* const action = menu->addItem(items_[index], index == chosen_);
+        action->setToolTip(plainToolTip(itemHelps_.value(index)));
         connect(action, &QAction::triggered, this, [this, index] { emit itemChosen(static_cast<int>(index)); });
     }
     menu->popup(mapToGlobal(QPoint(0, height() + 2)));

@@ -19,6 +19,8 @@ public:
 
     /// The menu's texts and the index of the chosen one, -1 for none.
     void setItems(const QStringList& items, int chosen);
+    /// The items' tooltips, in their order; none where the text is empty.
+    void setItemHelps(const QStringList& helps) { itemHelps_ = helps; }
     [[nodiscard]] const QStringList& items() const { return items_; }
     [[nodiscard]] int chosenIndex() const { return chosen_; }
 
@@ -44,6 +46,7 @@ private:
     QSize size_;
     bool isFilled_;
     QStringList items_;
+    QStringList itemHelps_;
     int chosen_ = -1;
 };
 

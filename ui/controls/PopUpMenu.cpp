@@ -12,6 +12,7 @@ namespace corvel::ui {
 namespace {
 
 constexpr int kCheckSize = 18;
+constexpr int kPaddingAfterCheck = 11;
 constexpr qreal kRadius = 8;
 
 }  // namespace
@@ -23,6 +24,10 @@ PopUpMenu::PopUpMenu(const Look& look, QWidget* parent) : QMenu(parent), look_(l
 }
 
 QAction* PopUpMenu::addItem(const QString& text, bool isChosen) {
+    // The column of ticks comes on top of the padding that items without one have.
+    setStyleSheet(QStringLiteral("QMenu { icon-size: %1px; } QMenu::item { padding-left: %2px; }")
+                      .arg(kCheckSize)
+                      .arg(kPaddingAfterCheck));
     QAction* const action = addAction(menuTitle(text));
     if (isChosen) {
         action->setIcon(look_.icon(QStringLiteral("checkmark"), kCheckSize, look_.theme().accent, devicePixelRatioF()));
