@@ -4,6 +4,7 @@
 #include "app/InMemorySettings.hpp"
 #include "app/MIDIRouterViewModel.hpp"
 #include "benchmarks/support/HandDrivenQueue.hpp"
+#include "benchmarks/ui/Figures.hpp"
 #include "core/routes/MIDIRouteSetDocument.hpp"
 #include "core/storage/RouteStore.hpp"
 #include "tests/support/FakeMIDIHost.hpp"
@@ -17,14 +18,11 @@
 #include <unistd.h>
 
 #include <QApplication>
-#include <QEventLoop>
 #include <QTimer>
-#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <memory>
 #include <string>
 #include <utility>
@@ -122,16 +120,6 @@ private:
     std::uint32_t played_ = 0;
 };
 
-void printFigure(const std::string& what, double figure, const char* unit, double limit) {
-    std::printf("%-50s %8.3f %s, %.2f of the limit of %g\n", what.c_str(), figure, unit, figure / limit, limit);
-}
-
-double processorSeconds() {
-    std::timespec time{};
-    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
 /// How long actions took, in milliseconds: by the clock, and of the processor's time, in which other work on the
 /// machine shows little.
 class Durations {
@@ -147,28 +135,20 @@ public:
     }
 
     void print(const std::string& what, const std::string& at, double limit) {
-        printPercentiles(what + at + ", elapsed", elapsed_, limit);
-        printPercentiles(what + at + ", processor", processor_, limit);
+        printPercentiles(what + at + ", elapsed", elapsed_, "ms", limit);
+        printPercentiles(what + at + ", processor", processor_, "ms", limit);
     }
 
 private:
-    static void printPercentiles(const std::string& what, std::vector<double>& values, double limit) {
-        std::ranges::sort(values);
-        printFigure(what + ", p50", values[values.size() / 2], "ms", limit);
-        printFigure(what + ", p99", values[values.size() * 99 / 100], "ms", limit);
-    }
-
     std::vector<double> elapsed_;
     std::vector<double> processor_;
 };
 
 /// The processor's share, in percent of a core, over some seconds of the program's own loop.
 double processorShare(std::chrono::milliseconds duration) {
-    QEventLoop loop;
-    QTimer::singleShot(duration, &loop, &QEventLoop::quit);
     const double before = processorSeconds();
     const auto start = std::chrono::steady_clock::now();
-    loop.exec();
+    runLoop(duration);
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
     return 100 * (processorSeconds() - before) / passed.count();
 }
