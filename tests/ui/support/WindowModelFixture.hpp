@@ -20,7 +20,7 @@ protected:
     WindowModelFixture(const WindowModelFixture&) = delete;
     WindowModelFixture& operator=(const WindowModelFixture&) = delete;
     // The observation ends before the model does.
-    ~WindowModelFixture() override { refresh_.reset(); }
+    ~WindowModelFixture() override { stopFollowing(); }
 
     /// Has the view follow the model that there is now.
     template <typename View>
@@ -30,17 +30,23 @@ protected:
                          [&view](const ui::ModelChanges& changes) { view.refresh(changes); });
     }
 
+    /// Before another model is made.
+    void stopFollowing() { refresh_.reset(); }
+
     /// Runs what waits in the model's queues and in Qt's, deletions included. No traffic is told of yet.
     void turn() {
-        settle();
-        QCoreApplication::processEvents();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        // Views hear of a change in the first round, and get their places in the second.
+        for (int round = 0; round < 2; ++round) {
+            settle();
+            QCoreApplication::processEvents();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        }
     }
 
-    /// Turns until the condition holds; false if it does not within two seconds.
+    /// Turns until the condition holds; false if it does not in that time.
     template <typename Condition>
-    [[nodiscard]] bool turnUntil(Condition&& holds) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    [[nodiscard]] bool turnUntil(Condition&& holds, std::chrono::milliseconds patience = std::chrono::seconds(2)) {
+        const auto deadline = std::chrono::steady_clock::now() + patience;
         do {
             turn();
             if (holds()) {
