@@ -7,16 +7,24 @@
 #include "app/RunningInstance.hpp"
 #include "app/TerminationSignals.hpp"
 #include "program/Console.hpp"
+#include "program/Display.hpp"
 #include "program/OpenStore.hpp"
 #include "program/QtArguments.hpp"
 #include "program/Router.hpp"
+#include "program/ScratchStore.hpp"
+#include "ui/CorvelApp.hpp"
 #include "ui/QtMainLoop.hpp"
 #include "ui/QtSettings.hpp"
+#include "ui/QtText.hpp"
+#include "ui/Screenshot.hpp"
 #include "ui/SingleInstance.hpp"
 
 #include <unistd.h>
 
+#include <QApplication>
 #include <QCoreApplication>
+#include <QSize>
+#include <QString>
 #include <QTimer>
 #include <chrono>
 #include <cstdlib>
@@ -125,7 +133,7 @@ int perform(const Start& start, const CommandLine::Headless& headless) {
         model, router.clock(), [&errors](std::string line) { errors.write(std::move(line)); }, std::move(activity));
     router.engine().setDelegate(reporter);
     model->startIfNeeded();
-    const RunningInstance self(model, store->fileURL(), router.isDemo(), {});
+    const RunningInstance self(model, std::filesystem::absolute(store->fileURL()), router.isDemo(), {});
     instance.serve([&self](const InstanceRequest& request) { return self.answer(request); });
     runMainLoop(router, termination, &QCoreApplication::exec);
     output.finish(kLastLinesLimit);
@@ -163,14 +171,48 @@ int perform(const Start& start, const CommandLine::DocumentCommand& command) {
     return report(DocumentCommands::perform(*model, command));
 }
 
-int perform(const Start& /*start*/, const CommandLine::Window& /*window*/) {
-    complain("this build has no window: use --headless or --list (--help tells more)");
-    return kUsageStatus;
+int perform(const Start& start, const CommandLine::Window& /*window*/) {
+    const TerminationSignals termination;
+    const std::unique_ptr<QApplication> application = openDisplay(start.qtArguments);
+    if (!application) {
+        return EXIT_FAILURE;
+    }
+    const auto settings = std::make_shared<ui::QtSettings>();
+    SingleInstance instance(settings->file());
+    if (const std::optional<int> status = settledStatusOfRouter(meetOthers(instance, start))) {
+        return *status;
+    }
+    const Router router(start.commandLine.midi);
+    if (!router.hasEngine()) {
+        return EXIT_FAILURE;
+    }
+    const auto store = openStore(start.commandLine.document, router.isDemo());
+    const auto model = router.makeModel(store, settings);
+    ui::CorvelApp app(model, settings, router.clock(), ui::toQString(router.demoReason()));
+    app.start();
+    const RunningInstance self(model, std::filesystem::absolute(store->fileURL()), router.isDemo(),
+                               [&app] { app.activateApplicationWindow(); });
+    instance.serve([&self](const InstanceRequest& request) { return self.answer(request); });
+    runMainLoop(router, termination, &QApplication::exec);
+    return EXIT_SUCCESS;
 }
 
-int perform(const Start& /*start*/, const CommandLine::Screenshot& /*screenshot*/) {
-    complain("this build has no window to draw");
-    return kUsageStatus;
+int perform(const Start& start, const CommandLine::Screenshot& screenshot) {
+    const std::unique_ptr<QApplication> application = openDrawing(start.qtArguments, screenshot.scale);
+    const ScratchStore scratch;
+    const Router router(MIDIHostChoice::demo);
+    const auto model = router.makeModel(scratch.store(), std::make_shared<InMemorySettings>());
+    const ui::QtMainLoop loop(router.mainQueue());
+    const std::optional<QString> problem =
+        ui::takeScreenshot(*model, router.clock(), ui::toQString(router.demoReason()),
+                           {.file = screenshot.file,
+                            .size = QSize(screenshot.width, screenshot.height),
+                            .appearance = screenshot.appearance});
+    if (problem) {
+        complain(screenshot.file.string() + ": " + ui::toUTF8(*problem));
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
 }
 
 int perform(const CommandLineText& request) {

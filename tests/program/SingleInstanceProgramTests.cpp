@@ -227,5 +227,14 @@ TEST_F(SingleInstanceProgram, CommandsAtTheSameTimeLoseNothing) {
     EXPECT_EQ(document().at("routeSets").at(0).at("routes").size(), 6U);
 }
 
+TEST_F(SingleInstanceProgram, HasNoWindowToShowWhereTheOneThatRunsHasNone) {
+    const auto router = startRouter();
+    ChildProcess window({"env", "QT_QPA_PLATFORM=offscreen", CORVEL_PROGRAM});
+    EXPECT_EQ(window.wait(kDeadline), 1);
+    EXPECT_EQ(window.standardOutput(), "");
+    EXPECT_EQ(window.standardError(),
+              "corvel: Corvel is running already, without a window (--headless); end it to open the window\n");
+}
+
 }  // namespace
 }  // namespace corvel::tests

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "core/storage/RouteStore.hpp"
+
+#include <filesystem>
+#include <memory>
+
+namespace corvel {
+
+/// A store of the demo's connections in a folder of its own, which goes with this object.
+class ScratchStore {
+public:
+    /// Throws `std::system_error` or `RouteStoreError` where temporary files cannot be written.
+    ScratchStore();
+    ScratchStore(const ScratchStore&) = delete;
+    ScratchStore& operator=(const ScratchStore&) = delete;
+    ~ScratchStore();
+
+    [[nodiscard]] const std::shared_ptr<RouteStore>& store() const { return store_; }
+
+private:
+    std::filesystem::path folder_;
+    std::shared_ptr<RouteStore> store_;
+};
+
+}  // namespace corvel
