@@ -75,14 +75,3 @@ class WindowFrame(WindowTestCase):
         windows.resize(router.corvel.window, 400, 300)
         wait_for(lambda: (router.box.width, router.box.height) == (980, 640),
                  lambda: f"the smallest size, not {router.box}")
-
-    def test_a_frame_on_a_screen_that_is_gone_comes_back_into_sight(self):
-        router = self.start()
-        windows.move(router.corvel.window, WIDTH - 60, HEIGHT - 60)
-        wait_for(lambda: router.box.x > WIDTH - 100, "the window to move nearly out of sight")
-        pointing.press_keys("ctrl+q")
-        self.assertEqual(router.corvel.wait_ended(), 0)
-        again = self.start()
-        box = again.box
-        self.assertLess(box.x, WIDTH)
-        self.assertLess(box.y, HEIGHT)

@@ -47,12 +47,9 @@ class Element:
         return "focused" in self.states
 
     @property
-    def is_checked(self):
-        return "checked" in self.states
-
-    @property
-    def is_selected(self):
-        return "selected" in self.states
+    def is_chosen(self):
+        """Whether it is the selected one of its kind, as its description says."""
+        return not {"Selected", "selected", "Chosen"}.isdisjoint(self.description.split(", "))
 
     @property
     def is_showing(self):
@@ -61,7 +58,10 @@ class Element:
     @property
     def extents(self):
         """Left, top, width, height on the screen."""
-        box = self.accessible.queryComponent().getExtents(_library().DESKTOP_COORDS)
+        try:
+            box = self.accessible.queryComponent().getExtents(_library().DESKTOP_COORDS)
+        except NotImplementedError:
+            return 0, 0, 0, 0
         return box.x, box.y, box.width, box.height
 
     @property
@@ -115,10 +115,31 @@ def _names(role):
 
 
 class Accessibility:
-    """The tree of one process."""
+    """The tree of one process, and the menu that it opened last.
+
+    Qt leaves pop-up menus out of the tree: a screen reader learns of them when they are shown, and so does this.
+    """
 
     def __init__(self, pid):
         self._pid = pid
+        self._menu = None
+        _library().Registry.registerEventListener(self._menu_shown, "object:state-changed:showing")
+
+    def _menu_shown(self, event):
+        if event.detail1 and event.source_role == _library().ROLE_POPUP_MENU and \
+                event.host_application.get_process_id() == self._pid:
+            self._menu = event.source
+
+    def menu(self):
+        """The open menu, or nothing."""
+        _take_events()
+        try:
+            menu = _read(self._menu, None) if self._menu else None
+            return menu if menu and menu.is_showing else None
+        except Exception as error:
+            if not _is_passing(error):
+                raise
+            return None
 
     def tree(self):
         """The whole tree, read anew; nothing while the program is not on the bus or takes something away meanwhile."""
@@ -136,8 +157,7 @@ class Accessibility:
         return None
 
     def all(self, **wanted):
-        tree = self.tree()
-        return tree.find(**wanted) if tree else []
+        return [found for tree in (self.tree(), self.menu()) if tree for found in tree.find(**wanted)]
 
     def find(self, **wanted):
         """The only element that is so, as soon as there is one."""
@@ -159,7 +179,6 @@ class Accessibility:
 
     def outline(self):
         """The tree as text, for the message of a failure."""
-        tree = self.tree()
         lines = []
 
         def add(element, depth):
@@ -167,8 +186,9 @@ class Accessibility:
             for child in element.children:
                 add(child, depth + 1)
 
-        if tree:
-            add(tree, 0)
+        for tree in (self.tree(), self.menu()):
+            if tree:
+                add(tree, 0)
         return "\n".join(lines)
 
 
@@ -187,6 +207,12 @@ def _read(accessible, parent):
         if child is not None:
             element.children.append(_read(child, element))
     return element
+
+
+def _take_events():
+    from gi.repository import GLib
+    while GLib.MainContext.default().iteration(False):
+        pass
 
 
 def _is_passing(error):

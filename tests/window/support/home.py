@@ -25,7 +25,7 @@ class Home:
 
     @property
     def settings_file(self):
-        return self.path("config", "Corvel", "Corvel.conf")
+        return self.path("config", "Corvel", "Corvel.ini")
 
     def settings(self):
         try:

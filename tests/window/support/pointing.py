@@ -50,7 +50,7 @@ def drag(start, end):
 def press_keys(*keys):
     """Presses keys or combinations one after the other, by the names of their symbols: "Tab", "ctrl+Return"."""
     for key in keys:
-        _xdotool("key", "--clearmodifiers", key)
+        _xdotool("key", key)
 
 
 def press_physical_key(key, *modifiers):

@@ -140,8 +140,7 @@ class RouterWindow:
         pointing.click((left + 70, top + height // 2))
 
     def wait_selected_connection(self, index):
-        wait_for(lambda: [row.is_selected for row in self.connection_rows()].index(True) == index
-                 if any(row.is_selected for row in self.connection_rows()) else False,
+        wait_for(lambda: [at for at, row in enumerate(self.connection_rows()) if row.is_chosen] == [index],
                  lambda: f"connection {index} to be selected in\n{self.accessibility.outline()}")
 
     def press_connection_by_action(self, index):
@@ -182,9 +181,8 @@ class RouterWindow:
         self.press("Open settings")
         settings = Dialog(self, "Settings")
         if tab:
-            pointing.click(settings.element.find(name=tab, role="page tab")[0].middle)
-            wait_for(lambda: settings.again().shows({"General": "Appearance", "Debug": "Diagnostics"}[tab]),
-                     f"the tab {tab}")
+            settings.press(tab)
+            wait_for(lambda: settings.again().button(tab).is_chosen, f"the tab {tab}")
         return settings
 
     def wait_reloads(self, count):
@@ -192,7 +190,7 @@ class RouterWindow:
         settings = self.open_settings("Debug")
 
         def reloads():
-            return sum(element.name.startswith("Endpoint reload (") for element in settings.again().element)
+            return sum(" Endpoint reload (" in element.name for element in settings.again().element)
 
         wait_for(lambda: reloads() == count, lambda: f"{count} reloads, not {reloads()}")
         settings.again().press("Done")
@@ -201,7 +199,7 @@ class RouterWindow:
     def open_dialog_channels(self, dialog):
         pop_up = [element for element in dialog.again().element
                   if "focusable" in element.states and element.extents[2] == 160]
-        pointing.click(pop_up[0].middle)
+        dialog.click(pop_up[0])
         wait_for(self.menu_items, "the channels")
 
     def dialog_channel_choices(self, dialog):
@@ -218,6 +216,7 @@ class Dialog:
 
     def __init__(self, router, message):
         self._accessibility = router.accessibility
+        self._pid = router.corvel.pid
         self.message = message
         self.element = wait_for(self._look, lambda: f"the dialog {message!r} in\n{self._accessibility.outline()}")
         self.wait_focus()
@@ -225,7 +224,7 @@ class Dialog:
     def _look(self):
         tree = self._accessibility.tree()
         for window in tree.children if tree else []:
-            if window.role in ("dialog", "alert") and window.is_showing and window.find(name=self.message):
+            if window.role == "dialog" and window.is_showing and window.find(name=self.message):
                 return window
         return None
 
@@ -256,7 +255,20 @@ class Dialog:
         return found[0]
 
     def press(self, name):
-        pointing.click(self.button(name).middle)
+        self.click(self.button(name))
+
+    def click(self, element):
+        """Clicks where the element is in the dialog's window, wherever the program believes that to be."""
+        shown = windows.content(self.window)
+        left, top, _, _ = self.element.extents
+        x, y = element.middle
+        pointing.click((x - left + shown.x, y - top + shown.y))
+
+    @property
+    def window(self):
+        """The number of its window."""
+        return wait_for(lambda: windows.shown_windows(self._pid, self.element.name),
+                        f"the window of {self.message!r}")[0]
 
     def wait_closed(self):
         wait_for(lambda: self._accessibility.tree() and not self._look(), f"the dialog {self.message!r} to close")

@@ -2,8 +2,11 @@
 
 import ctypes
 import os
+import struct
 
 _libc = ctypes.CDLL("libc.so.6", use_errno=True)
+# Leaving one name and taking another alternate, so that the kernel does not merge equal events into one.
+_IN_MOVE = 0x40 | 0x80
 _IN_MOVED_TO = 0x80
 
 
@@ -13,7 +16,7 @@ class SaveCounter:
     def __init__(self, path):
         self._name = os.path.basename(path).encode()
         self._watch = _libc.inotify_init1(os.O_NONBLOCK)
-        if _libc.inotify_add_watch(self._watch, os.path.dirname(path).encode(), _IN_MOVED_TO) < 0:
+        if _libc.inotify_add_watch(self._watch, os.path.dirname(path).encode(), _IN_MOVE) < 0:
             raise OSError(ctypes.get_errno(), "inotify")
         self._count = 0
 
@@ -25,8 +28,8 @@ class SaveCounter:
             events = b""
         at = 0
         while at < len(events):
-            length = int.from_bytes(events[at + 12:at + 16], "little")
-            self._count += events[at + 16:at + 16 + length].rstrip(b"\0") == self._name
+            _, mask, _, length = struct.unpack_from("iIII", events, at)
+            self._count += mask & _IN_MOVED_TO != 0 and events[at + 16:at + 16 + length].rstrip(b"\0") == self._name
             at += 16 + length
         return self._count
 
