@@ -1,0 +1,221 @@
+"""What a screen reader sees of the program, and what it can do there."""
+
+from dataclasses import dataclass, field
+
+from .waiting import wait_for
+
+# The libraries underneath connect to the bus while they are imported, so they are imported after the desktop is there.
+_pyatspi = None
+
+
+def _library():
+    global _pyatspi
+    if _pyatspi is None:
+        import pyatspi
+        _pyatspi = pyatspi
+        pyatspi.setTimeout(2000, 5000)
+    return _pyatspi
+
+
+@dataclass
+class Element:
+    """One element of the tree as it was when it was read."""
+
+    name: str
+    role: str
+    description: str
+    states: frozenset
+    parent: "Element | None"
+    accessible: object = field(repr=False)
+    children: list = field(default_factory=list, repr=False)
+
+    def __str__(self):
+        return f"{self.role} {self.name!r}" + (f" ({self.description!r})" if self.description else "")
+
+    def __iter__(self):
+        """This element and everything under it, in the order of the tree."""
+        yield self
+        for child in self.children:
+            yield from child
+
+    @property
+    def is_enabled(self):
+        return "enabled" in self.states and "sensitive" in self.states
+
+    @property
+    def is_focused(self):
+        return "focused" in self.states
+
+    @property
+    def is_chosen(self):
+        """Whether it is the selected one of its kind, as its description says."""
+        return not {"Selected", "selected", "Chosen"}.isdisjoint(self.description.split(", "))
+
+    @property
+    def is_showing(self):
+        return "showing" in self.states and "visible" in self.states
+
+    @property
+    def extents(self):
+        """Left, top, width, height on the screen."""
+        try:
+            box = self.accessible.queryComponent().getExtents(_library().DESKTOP_COORDS)
+        except NotImplementedError:
+            return 0, 0, 0, 0
+        return box.x, box.y, box.width, box.height
+
+    @property
+    def middle(self):
+        left, top, width, height = self.extents
+        return left + width // 2, top + height // 2
+
+    @property
+    def text(self):
+        """The text of a field or a label."""
+        try:
+            text = self.accessible.queryText()
+            return text.getText(0, text.characterCount)
+        except NotImplementedError:
+            return self.name
+
+    @property
+    def actions(self):
+        try:
+            action = self.accessible.queryAction()
+        except NotImplementedError:
+            return []
+        return [action.getName(index) for index in range(action.nActions)]
+
+    def perform(self, name):
+        actions = self.actions
+        if name not in actions:
+            raise AssertionError(f"{self} has no action {name}, only {actions}")
+        self.accessible.queryAction().doAction(actions.index(name))
+
+    def press(self):
+        self.perform("Press")
+
+    def focus(self):
+        self.perform("SetFocus")
+
+    def enter(self, text):
+        self.accessible.queryEditableText().setTextContents(text)
+
+    def find(self, **wanted):
+        return [element for element in self if element.matches(**wanted)]
+
+    def matches(self, name=None, role=None, description=None, showing=True):
+        return ((name is None or name == self.name) and (role is None or self.role in _names(role))
+                and (description is None or description == self.description)
+                and (not showing or self.is_showing))
+
+
+def _names(role):
+    return (role,) if isinstance(role, str) else role
+
+
+class Accessibility:
+    """The tree of one process, and the menu that it opened last.
+
+    Qt leaves pop-up menus out of the tree: a screen reader learns of them when they are shown, and so does this.
+    """
+
+    def __init__(self, pid):
+        self._pid = pid
+        self._menu = None
+        _library().Registry.registerEventListener(self._menu_shown, "object:state-changed:showing")
+
+    def _menu_shown(self, event):
+        if event.detail1 and event.source_role == _library().ROLE_POPUP_MENU and \
+                event.host_application.get_process_id() == self._pid:
+            self._menu = event.source
+
+    def menu(self):
+        """The open menu, or nothing."""
+        _take_events()
+        try:
+            menu = _read(self._menu, None) if self._menu else None
+            return menu if menu and menu.is_showing else None
+        except Exception as error:
+            if not _is_passing(error):
+                raise
+            return None
+
+    def tree(self):
+        """The whole tree, read anew; nothing while the program is not on the bus or takes something away meanwhile."""
+        library = _library()
+        try:
+            desktop = library.Registry.getDesktop(0)
+            desktop.clearCache()
+            for index in range(desktop.childCount):
+                application = desktop.getChildAtIndex(index)
+                if application is not None and application.get_process_id() == self._pid:
+                    return _read(application, None)
+        except Exception as error:
+            if not _is_passing(error):
+                raise
+        return None
+
+    def all(self, **wanted):
+        return [found for tree in (self.tree(), self.menu()) if tree for found in tree.find(**wanted)]
+
+    def find(self, **wanted):
+        """The only element that is so, as soon as there is one."""
+        found = []
+
+        def look():
+            found[:] = self.all(**wanted)
+            return len(found) == 1
+
+        wait_for(look, lambda: f"one {wanted}, not {len(found)}, in\n{self.outline()}")
+        return found[0]
+
+    def wait_gone(self, **wanted):
+        def is_gone():
+            tree = self.tree()
+            return tree is not None and not tree.find(**wanted)
+
+        wait_for(is_gone, lambda: f"no {wanted} in\n{self.outline()}")
+
+    def outline(self):
+        """The tree as text, for the message of a failure."""
+        lines = []
+
+        def add(element, depth):
+            lines.append("  " * depth + str(element) + ("" if element.is_showing else " (hidden)"))
+            for child in element.children:
+                add(child, depth + 1)
+
+        for tree in (self.tree(), self.menu()):
+            if tree:
+                add(tree, 0)
+        return "\n".join(lines)
+
+
+def _read(accessible, parent):
+    library = _library()
+    accessible.clearCache()
+    element = Element(
+        name=accessible.name,
+        role=accessible.getRoleName(),
+        description=accessible.description,
+        states=frozenset(library.stateToString(state) for state in accessible.getState().getStates()),
+        parent=parent,
+        accessible=accessible)
+    for index in range(accessible.childCount):
+        child = accessible.getChildAtIndex(index)
+        if child is not None:
+            element.children.append(_read(child, element))
+    return element
+
+
+def _take_events():
+    from gi.repository import GLib
+    while GLib.MainContext.default().iteration(False):
+        pass
+
+
+def _is_passing(error):
+    # A dialog that closes between two questions: the next reading will not see it.
+    from gi.repository import GLib
+    return isinstance(error, (GLib.Error, LookupError, AttributeError))

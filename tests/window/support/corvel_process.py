@@ -1,0 +1,80 @@
+"""The program, started as a user starts it."""
+
+import os
+import signal
+import subprocess
+
+from . import processes, windows
+from .accessibility import Accessibility
+from .waiting import DEADLINE, wait_for
+
+
+def program():
+    """The program under test, as CTest names it."""
+    path = os.environ.get("CORVEL_PROGRAM", "")
+    if not os.access(path, os.X_OK):
+        raise RuntimeError("set CORVEL_PROGRAM to the corvel to test")
+    return path
+
+
+def environment(home):
+    kept = {name: value for name, value in os.environ.items() if not name.startswith(("QT_", "LC_"))}
+    return {**kept, **home.environment, "LANG": "C.UTF-8", "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}
+
+
+def run_corvel(home, *arguments, deadline=DEADLINE):
+    """Runs the program to its end: status, standard output, standard error."""
+    result = subprocess.run([program(), *arguments], env=environment(home), stdin=subprocess.DEVNULL,
+                            stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=deadline, cwd=home.folder)
+    return result.returncode, result.stdout.decode(), result.stderr.decode()
+
+
+class CorvelProcess:
+    """A running program with its window."""
+
+    def __init__(self, home, *arguments):
+        self._error_path = home.path("stderr.txt")
+        with open(self._error_path, "wb") as errors:
+            self._process = processes.start([program(), *arguments], env=environment(home), cwd=home.folder,
+                                            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=errors)
+        self.pid = self._process.pid
+        self.accessibility = Accessibility(self.pid)
+        self.window = None
+
+    @property
+    def errors(self):
+        with open(self._error_path, encoding="utf-8", errors="replace") as file:
+            return file.read()
+
+    @property
+    def is_running(self):
+        return self._process.poll() is None
+
+    def wait_shown(self):
+        """Waits for the window, and until it has the keyboard and is known to screen readers."""
+        def shown():
+            if not self.is_running:
+                raise AssertionError(f"ended with {self._process.returncode} before it showed a window: {self.errors}")
+            return windows.shown_windows(self.pid, "Corvel")
+
+        self.window = wait_for(shown, "the window")[-1]
+        wait_for(lambda: windows.active_window() == self.window, "the window to have the keyboard")
+        wait_for(self.accessibility.tree, "the program on the accessibility bus")
+        return self
+
+    def wait_ended(self, deadline=DEADLINE):
+        """The exit status; negative for the number of a signal."""
+        try:
+            return self._process.wait(deadline)
+        except subprocess.TimeoutExpired:
+            raise AssertionError(f"still running after {deadline:g} s") from None
+
+    def terminate(self):
+        self._process.send_signal(signal.SIGTERM)
+
+    def kill(self):
+        self._process.kill()
+        self._process.wait()
+
+    def stop(self):
+        processes.stop(self._process)

@@ -1,0 +1,93 @@
+"""A desktop of its own: an X server without a screen, a session bus with accessibility, a window manager."""
+
+import atexit
+import os
+import select
+import shutil
+import subprocess
+import tempfile
+
+from . import processes
+from .waiting import DEADLINE, wait_for
+
+WIDTH = 2000
+HEIGHT = 1300
+
+
+class Desktop:
+    """One per process: accessibility connects to the bus that it finds first, and keeps to it."""
+
+    _current = None
+
+    @classmethod
+    def current(cls):
+        if cls._current is None:
+            cls._current = cls()
+            atexit.register(cls._current.stop)
+        return cls._current
+
+    def __init__(self):
+        # Short: the paths of sockets have little room.
+        self.folder = tempfile.mkdtemp(prefix="corvel-window.")
+        self._running = []
+        try:
+            self._start_x_server()
+            self._start_session_bus()
+            self._start("openbox")
+            wait_for(self._is_managed, "the window manager")
+            # Out of the way of every window, so that nothing looks hovered.
+            processes.output("xdotool", "mousemove", str(WIDTH - 1), str(HEIGHT - 1))
+        except BaseException:
+            self.stop()
+            raise
+
+    def stop(self):
+        for process in reversed(self._running):
+            processes.stop(process)
+        self._running.clear()
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def _start(self, *command, **options):
+        log = open(os.path.join(self.folder, os.path.basename(command[0]) + ".log"), "wb")
+        process = processes.start(command, stdin=subprocess.DEVNULL, stderr=log, **{"stdout": log, **options})
+        log.close()
+        self._running.append(process)
+        return process
+
+    def _start_x_server(self):
+        # The server picks a free display itself and says which, so that two never want the same.
+        reading, writing = os.pipe()
+        self._start("Xvfb", "-displayfd", str(writing), "-screen", "0", f"{WIDTH}x{HEIGHT}x24", "-dpi", "96",
+                    "-nolisten", "tcp", "-noreset", pass_fds=[writing])
+        os.close(writing)
+        with os.fdopen(reading, "rb") as pipe:
+            os.environ["DISPLAY"] = ":" + _line(pipe, "the X server")
+
+    def _start_session_bus(self):
+        runtime = os.path.join(self.folder, "run")
+        os.mkdir(runtime, 0o700)
+        os.environ["XDG_RUNTIME_DIR"] = runtime
+        os.environ["XDG_CONFIG_HOME"] = os.path.join(self.folder, "config")
+        os.environ["XDG_CACHE_HOME"] = os.path.join(self.folder, "cache")
+        os.environ.pop("AT_SPI_BUS_ADDRESS", None)
+        bus = self._start("dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address",
+                          f"--address=unix:dir={self.folder}", stdout=subprocess.PIPE)
+        with bus.stdout as pipe:
+            os.environ["DBUS_SESSION_BUS_ADDRESS"] = _line(pipe, "the session bus")
+        self._start("/usr/libexec/at-spi-bus-launcher", "--launch-immediately", "--a11y=1")
+        wait_for(lambda: "true" in processes.output(
+            "dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus", "/",
+            "org.freedesktop.DBus.NameHasOwner", "string:org.a11y.Bus"), "the accessibility bus")
+
+    @staticmethod
+    def _is_managed():
+        return "window id" in processes.output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK", check=False)
+
+
+def _line(pipe, what):
+    if not select.select([pipe], [], [], DEADLINE)[0]:
+        raise AssertionError(f"{what} did not say where it is")
+    line = pipe.readline().decode().strip()
+    if not line:
+        raise AssertionError(f"{what} did not start")
+    return line

@@ -1,0 +1,40 @@
+"""The folders of one user."""
+
+import json
+import os
+import tempfile
+
+
+class Home:
+    """Where a program keeps what it saves: folders of their own for each test."""
+
+    def __init__(self, desktop):
+        self.folder = tempfile.mkdtemp(prefix="home.", dir=desktop.folder)
+
+    def path(self, *names):
+        return os.path.join(self.folder, *names)
+
+    @property
+    def environment(self):
+        return {"HOME": self.folder, "XDG_CONFIG_HOME": self.path("config"), "XDG_DATA_HOME": self.path("data"),
+                "XDG_CACHE_HOME": self.path("cache"), "XDG_STATE_HOME": self.path("state")}
+
+    @property
+    def demo_document(self):
+        return self.path("data", "Corvel", "demo-routes.json")
+
+    @property
+    def settings_file(self):
+        return self.path("config", "Corvel", "Corvel.ini")
+
+    def settings(self):
+        try:
+            with open(self.settings_file, encoding="utf-8") as file:
+                return file.read()
+        except FileNotFoundError:
+            return ""
+
+    def write_demo_document(self, document):
+        os.makedirs(os.path.dirname(self.demo_document), exist_ok=True)
+        with open(self.demo_document, "w", encoding="utf-8") as file:
+            json.dump(document, file)

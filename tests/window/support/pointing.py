@@ -1,0 +1,75 @@
+"""A real mouse and a real keyboard, as the X server sees them."""
+
+from .desktop import HEIGHT, WIDTH
+from .processes import output
+
+# Physical keys by number, so that a test means the same key under every layout.
+KEY_CODES = {"1": 10, "2": 11, "3": 12, "q": 24, "r": 27, "p": 33, "a": 38, "n": 57}
+
+
+def _xdotool(*arguments):
+    output("xdotool", *(str(argument) for argument in arguments))
+
+
+def move_pointer(point):
+    _xdotool("mousemove", *point)
+
+
+def park_pointer():
+    """Where nothing is hovered."""
+    move_pointer((WIDTH - 1, HEIGHT - 1))
+
+
+def click(point):
+    _xdotool("mousemove", *point, "sleep", ".03", "click", "1")
+
+
+def press_button(point):
+    _xdotool("mousemove", *point, "sleep", ".03", "mousedown", "1")
+
+
+def release_button():
+    _xdotool("mouseup", "1")
+
+
+def start_drag(start, end):
+    """Takes what is at the start and holds it over the end: far enough at first to be a drag and no click."""
+    (x0, y0), (x1, y1) = start, end
+    steps = []
+    for x, y, pause in ((x0 + 6, y0, ".02"), (x0 + 14, y0, ".1"), ((x0 + x1) // 2, (y0 + y1) // 2, ".05"),
+                        (x1 - 2, y1, ".05"), (x1, y1, ".1")):
+        steps += ["mousemove", x, y, "sleep", pause]
+    _xdotool("mousemove", x0, y0, "sleep", ".05", "mousedown", "1", "sleep", ".05", *steps)
+
+
+def drag(start, end):
+    start_drag(start, end)
+    release_button()
+
+
+def press_keys(*keys):
+    """Presses keys or combinations one after the other, by the names of their symbols: "Tab", "ctrl+Return"."""
+    for key in keys:
+        _xdotool("key", key)
+
+
+def press_physical_key(key, *modifiers):
+    """Presses the key at this position of a US keyboard whatever the layout: press_physical_key("1", "ctrl")."""
+    _xdotool("key", "+".join((*modifiers, str(KEY_CODES[key]))))
+
+
+def hold_physical_key(key, *modifiers, seconds):
+    """Holds the key down until the X server repeats it."""
+    for modifier in modifiers:
+        _xdotool("keydown", modifier)
+    _xdotool("keydown", KEY_CODES[key], "sleep", seconds, "keyup", KEY_CODES[key])
+    for modifier in reversed(modifiers):
+        _xdotool("keyup", modifier)
+
+
+def type_text(text):
+    _xdotool("type", "--delay", "8", "--", text)
+
+
+def set_keyboard_layout(layout):
+    output("setxkbmap", layout)
