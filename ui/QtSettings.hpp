@@ -8,7 +8,7 @@
 
 namespace corvel::ui {
 
-/// The user's settings in an INI file, `Corvel/Corvel.conf` in the configuration folder; written at once.
+/// The user's settings in an INI file, `Corvel/Corvel.ini` in the configuration folder; written at once.
 class QtSettings final : public Settings {
 public:
     QtSettings();

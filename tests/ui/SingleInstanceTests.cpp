@@ -143,7 +143,7 @@ protected:
     char program[7] = "corvel";
     char* arguments[2] = {program, nullptr};
     const TemporaryFolder folder;
-    const std::filesystem::path settings = folder / "Corvel/Corvel.conf";
+    const std::filesystem::path settings = folder / "Corvel/Corvel.ini";
     std::unique_ptr<QCoreApplication> application = std::make_unique<QCoreApplication>(argumentCount, arguments);
     std::optional<SingleInstance> instance{std::in_place, settings};
     std::vector<InstanceRequest> requests;
@@ -174,15 +174,15 @@ TEST_F(SingleInstances, SaysThatARequestIsNoneOfItsBusiness) {
 
 TEST_F(SingleInstances, EachPlaceOfSettingsHasItsOwn) {
     serve();
-    SingleInstance other(folder / "Other/Corvel.conf");
+    SingleInstance other(folder / "Other/Corvel.ini");
     EXPECT_TRUE(isTaken(other.takeOrAsk({}, kShortLimit)));
 }
 
 TEST_F(SingleInstances, APlaceOfSettingsIsTheSameByAnyName) {
     std::filesystem::create_directories(folder / "Corvel");
     std::filesystem::create_directory_symlink(folder / "Corvel", folder / "link");
-    EXPECT_EQ(SingleInstance(folder / "link/Corvel.conf").name(), instance->name());
-    EXPECT_EQ(SingleInstance(folder / "nowhere/../Corvel/Corvel.conf").name(), instance->name());
+    EXPECT_EQ(SingleInstance(folder / "link/Corvel.ini").name(), instance->name());
+    EXPECT_EQ(SingleInstance(folder / "nowhere/../Corvel/Corvel.ini").name(), instance->name());
 }
 
 TEST_F(SingleInstances, ThePlaceIsFreeWhenTheInstanceHasEnded) {
