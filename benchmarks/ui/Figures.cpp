@@ -18,8 +18,12 @@ double secondsOf(::clockid_t clock) {
 
 }  // namespace
 
-void printFigure(const std::string& what, double figure, const char* unit, double limit) {
-    std::printf("%-50s %8.3f %s, %.2f of the limit of %g\n", what.c_str(), figure, unit, figure / limit, limit);
+void printFigure(const std::string& what, double figure, const char* unit, std::optional<double> limit) {
+    std::printf("%-50s %8.3f %s", what.c_str(), figure, unit);
+    if (limit) {
+        std::printf(", %.2f of the limit of %g", figure / *limit, *limit);
+    }
+    std::printf("\n");
 }
 
 double processorSeconds() {
@@ -30,7 +34,8 @@ double threadProcessorSeconds() {
     return secondsOf(CLOCK_THREAD_CPUTIME_ID);
 }
 
-void printPercentiles(const std::string& what, std::vector<double> values, const char* unit, double limit) {
+void printPercentiles(const std::string& what, std::vector<double> values, const char* unit,
+                      std::optional<double> limit) {
     std::ranges::sort(values);
     printFigure(what + ", p50", values[values.size() / 2], unit, limit);
     printFigure(what + ", p99", values[values.size() * 99 / 100], unit, limit);

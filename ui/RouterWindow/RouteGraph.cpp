@@ -4,9 +4,11 @@
 #include "ui/RouterWindow/RouteColorPalette.hpp"
 #include "ui/RouterWindow/RouteGraphAccessible.hpp"
 #include "ui/RouterWindow/RouteLinePainting.hpp"
+#include "ui/RouterWindow/UndividedPainting.hpp"
+#include "ui/controls/LookLabel.hpp"
 
 #include <QEvent>
-#include <QLabel>
+#include <QImage>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
@@ -38,17 +40,15 @@ RouteGraph::RouteGraph(MIDIRouterViewModel& model, const Look& look, std::shared
       model_(model),
       look_(look),
       ticker_(std::move(clock)),
-      placeholder_(new QLabel(QStringLiteral("Select an input and output, then connect them"), this)) {
+      placeholder_(new LookLabel(look, Look::font(15), &Theme::text2, this)) {
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMouseTracking(true);
     setAccessibleName(QStringLiteral("Routing stage"));
     installRouteGraphAccessibility();
-    placeholder_->setTextFormat(Qt::PlainText);
-    placeholder_->setFont(Look::font(15));
+    placeholder_->setLine(QStringLiteral("Select an input and output, then connect them"));
     placeholder_->setAlignment(Qt::AlignCenter);
     placeholder_->setAttribute(Qt::WA_TransparentForMouseEvents);
-    applyTheme();
-    connect(&look, &Look::changed, this, &RouteGraph::applyTheme);
+    connect(&look, &Look::changed, this, &RouteGraph::forgetPictures);
     connect(&ticker_, &RouteAnimationTicker::nowChanged, this, &RouteGraph::showInstant);
     placeLines();
 }
@@ -143,10 +143,7 @@ void RouteGraph::placePlaceholder() {
     placeholder_->setGeometry(0, top + kPlaceholderIcon + kPlaceholderGap, width(), textHeight);
 }
 
-void RouteGraph::applyTheme() {
-    QPalette palette = placeholder_->palette();
-    palette.setColor(QPalette::WindowText, look_.theme().text2);
-    placeholder_->setPalette(palette);
+void RouteGraph::forgetPictures() {
     ratio_ = 0;
     update();
 }
@@ -264,14 +261,27 @@ void RouteGraph::resizeEvent(QResizeEvent* event) {
 
 // Painting
 
-void RouteGraph::paintEvent(QPaintEvent*) {
+void RouteGraph::paintEvent(QPaintEvent* event) {
     QPainter painter(this);
     // The widget's own ratio is not the one of a picture that it is rendered to.
     prepare(painter.deviceTransform().m11());
+    for (const QRect& rect : event->region()) {
+        // A part at a time: within one rectangle pictures are copied, within several they are painted.
+        painter.setClipRect(rect);
+        paintPart(painter);
+    }
+}
+
+void RouteGraph::paintPart(QPainter& painter) {
+    painter.save();
     // In device pixels pictures are copied, where in logical ones they would be scaled.
     painter.scale(1 / ratio_, 1 / ratio_);
     painter.drawPixmap(0, 0, linesPicture_);
     paintActivity(painter);
+    painter.restore();
+    if (lines_.inDrawingOrder().empty()) {
+        paintPlaceholderIcon(painter);
+    }
 }
 
 void RouteGraph::prepare(qreal devicePixelRatio) {
@@ -281,19 +291,19 @@ void RouteGraph::prepare(qreal devicePixelRatio) {
         linesPicture_ = {};
     }
     if (linesPicture_.isNull()) {
-        linesPicture_ = paintedLines();
+        QImage picture;
+        paintUndivided([this, &picture] { picture = paintedLines(); });
+        linesPicture_ = QPixmap::fromImage(std::move(picture));
     }
 }
 
-QPixmap RouteGraph::paintedLines() const {
-    QPixmap picture(static_cast<int>(std::ceil(width() * ratio_)), static_cast<int>(std::ceil(height() * ratio_)));
+QImage RouteGraph::paintedLines() const {
+    QImage picture(static_cast<int>(std::ceil(width() * ratio_)), static_cast<int>(std::ceil(height() * ratio_)),
+                   QImage::Format_RGB32);
     picture.fill(look_.theme().stage);
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.scale(ratio_, ratio_);
-    if (lines_.inDrawingOrder().empty()) {
-        paintPlaceholder(painter);
-    }
     for (const RouteLine& line : lines_.inDrawingOrder()) {
         const RouteGlow unselected = hoveredRoute_ == line.routeID ? RouteGlow::hovered : RouteGlow::none;
         paintRouteLine(painter, line, line.isSelected ? RouteGlow::selected : unselected, look_.mode());
@@ -304,10 +314,10 @@ QPixmap RouteGraph::paintedLines() const {
     return picture;
 }
 
-void RouteGraph::paintPlaceholder(QPainter& painter) const {
+void RouteGraph::paintPlaceholderIcon(QPainter& painter) const {
     const QPixmap icon = look_.icon(QStringLiteral("link.badge.plus"), kPlaceholderIcon, look_.theme().text3, ratio_);
-    painter.drawPixmap(
-        QPointF((width() - kPlaceholderIcon) / 2.0, placeholder_->y() - kPlaceholderGap - kPlaceholderIcon), icon);
+    const QPointF place((width() - kPlaceholderIcon) / 2.0, placeholder_->y() - kPlaceholderGap - kPlaceholderIcon);
+    painter.drawPixmap(place, icon);
 }
 
 void RouteGraph::paintActivity(QPainter& painter) {

@@ -22,9 +22,9 @@
 #include <optional>
 #include <vector>
 
-class QLabel;
-
 namespace corvel::ui {
+
+class LookLabel;
 
 /// The routing stage: a line for each connection from its input's row to its output's row, and on it a signal for each
 /// message that it carried. A click on a line selects the connection.
@@ -82,7 +82,8 @@ private:
     [[nodiscard]] RouteLines makeLines() const;
     [[nodiscard]] double connectorY(const EndpointPositionKey& key, std::size_t position) const;
     void placePlaceholder();
-    void applyTheme();
+    /// Has everything painted anew, lines and sprites.
+    void forgetPictures();
     void repaintLines();
 
     /// Shows the ticker's instant.
@@ -95,15 +96,16 @@ private:
     [[nodiscard]] std::optional<UUID> routeAt(const QPointF& point) const;
 
     void prepare(qreal devicePixelRatio);
-    [[nodiscard]] QPixmap paintedLines() const;
-    void paintPlaceholder(QPainter& painter) const;
+    [[nodiscard]] QImage paintedLines() const;
+    void paintPart(QPainter& painter);
+    void paintPlaceholderIcon(QPainter& painter) const;
     void paintActivity(QPainter& painter);
     [[nodiscard]] QPoint devicePlace(const QPointF& point) const;
 
     MIDIRouterViewModel& model_;
     const Look& look_;
     RouteAnimationTicker ticker_;
-    QLabel* const placeholder_;
+    LookLabel* const placeholder_;
 
     EndpointConnectorYPositions positions_;
     RouteLines lines_;
@@ -115,7 +117,7 @@ private:
     std::optional<UUID> hoveredRoute_;
     std::optional<UUID> pressedRoute_;
 
-    /// Device pixels to a logical one when last painted, 0 when the appearance has changed since.
+    /// Device pixels to a logical one in the pictures, 0 when there are none in this appearance.
     qreal ratio_ = 0;
     /// Null when it has to be painted anew.
     QPixmap linesPicture_;

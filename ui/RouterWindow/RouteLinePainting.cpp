@@ -1,9 +1,8 @@
 #include "ui/RouterWindow/RouteLinePainting.hpp"
 
-#include "ui/controls/Painting.hpp"
-
 #include <QPainter>
 #include <QPen>
+#include <QTransform>
 #include <array>
 
 namespace corvel::ui {
@@ -70,11 +69,19 @@ void paintConnectorMarks(QPainter& painter, const RouteLine& line, AppAppearance
 }
 
 QPainterPath startMarkPath(const QRectF& rect) {
-    return roundedPath(rect, kMarkRadius, Corners::right);
+    const QSizeF corner(2 * kMarkRadius, 2 * kMarkRadius);
+    QPainterPath path(rect.topLeft());
+    path.arcTo(QRectF(QPointF(rect.right() - corner.width(), rect.top()), corner), 90, -90);
+    path.arcTo(QRectF(QPointF(rect.right() - corner.width(), rect.bottom() - corner.height()), corner), 0, -90);
+    path.lineTo(rect.bottomLeft());
+    path.closeSubpath();
+    return path;
 }
 
 QPainterPath endMarkPath(const QRectF& rect) {
-    return roundedPath(rect, kMarkRadius, Corners::left);
+    const QPointF middle = rect.center();
+    const auto mirror = QTransform::fromTranslate(middle.x(), 0).scale(-1, 1).translate(-middle.x(), 0);
+    return mirror.map(startMarkPath(rect));
 }
 
 }  // namespace corvel::ui
