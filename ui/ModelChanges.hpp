@@ -2,6 +2,7 @@
 
 #include "app/MIDIRouterViewModel.hpp"
 
+#include <algorithm>
 #include <bitset>
 #include <cstddef>
 #include <initializer_list>
@@ -23,12 +24,8 @@ public:
 
     /// Whether one of these properties is among them.
     [[nodiscard]] bool containAny(std::initializer_list<Property> properties) const {
-        for (const Property property : properties) {
-            if (properties_.test(static_cast<std::size_t>(property))) {
-                return true;
-            }
-        }
-        return false;
+        return std::ranges::any_of(
+            properties, [this](Property property) { return properties_.test(static_cast<std::size_t>(property)); });
     }
 
 private:

@@ -11,7 +11,6 @@
 #include <QApplication>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QTimer>
 #include <QWindow>
 
 namespace corvel::ui {
@@ -79,6 +78,8 @@ ChannelAssignmentView::ChannelAssignmentView(const Look& look, const ChannelMode
     });
     connect(&look, &Look::changed, this, [this] { update(); });
     setShortcut(defaultShortcut);
+    takeFocus_.setSingleShot(true);
+    connect(&takeFocus_, &QTimer::timeout, this, [this] { setFocus(Qt::OtherFocusReason); });
     // The toolkit's own shortcuts would come before anything in this window.
     qApp->installEventFilter(this);
 }
@@ -112,7 +113,7 @@ void ChannelAssignmentView::setShortcut(const std::optional<KeyboardShortcutSpec
 void ChannelAssignmentView::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     // Whoever shows the window gives the focus to some view of it first.
-    QTimer::singleShot(0, this, [this] { setFocus(Qt::OtherFocusReason); });
+    takeFocus_.start();
 }
 
 void ChannelAssignmentView::focusInEvent(QFocusEvent* event) {

@@ -4,6 +4,7 @@
 #include "core/routes/KeyboardShortcutSpec.hpp"
 #include "ui/Look.hpp"
 
+#include <QTimer>
 #include <QWidget>
 #include <optional>
 
@@ -54,6 +55,7 @@ private:
     IconButton* clearButton_;
     LookLabel* hintField_;
     std::optional<KeyboardShortcutSpec> shortcut_;
+    QTimer takeFocus_;
 };
 
 }  // namespace corvel::ui

@@ -83,7 +83,7 @@ void RouteList::refresh(const ModelChanges& changes) {
     if (changes.containAny({Property::activityEvents})) {
         showStatuses();
     }
-    if (dialog_) {
+    if (dialog_ != nullptr) {
         dialog_->refresh();
     }
 }
@@ -198,14 +198,20 @@ void RouteList::selectNeighbour(const RouteRow* row, int offset) {
 
 void RouteList::openDialog(const UUID& routeID, Purpose purpose) {
     const MIDIRoute* const route = model_.route(routeID);
-    if (route == nullptr || (dialog_ && dialog_->isVisible())) {
+    if (route == nullptr || (dialog_ != nullptr && dialog_->isVisible())) {
         return;
     }
     dialog_ = purpose == Purpose::add ? ChannelAssignmentDialog::forAdding(model_, look_, *route, this)
                                       : ChannelAssignmentDialog::forEditing(model_, look_, *route, this);
-    if (dialog_) {
-        dialog_->show();
+    if (dialog_ == nullptr) {
+        return;
     }
+    connect(dialog_, &QObject::destroyed, this, [this](const QObject* gone) {
+        if (gone == dialog_) {
+            dialog_ = nullptr;
+        }
+    });
+    dialog_->show();
 }
 
 void RouteList::resizeEvent(QResizeEvent* event) {

@@ -5,7 +5,6 @@
 #include "ui/Look.hpp"
 #include "ui/ModelChanges.hpp"
 
-#include <QPointer>
 #include <QVariantAnimation>
 #include <QWidget>
 #include <optional>
@@ -62,7 +61,8 @@ private:
     /// From 0 to 1 while the list scrolls by itself, and the scroll bar's value when that began.
     QVariantAnimation scrolling_;
     int scrollStart_ = 0;
-    QPointer<ChannelAssignmentDialog> dialog_;
+    /// The last dialog that was opened, as long as it exists.
+    ChannelAssignmentDialog* dialog_ = nullptr;
 };
 
 }  // namespace corvel::ui
