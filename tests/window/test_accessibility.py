@@ -4,6 +4,7 @@ from support import pointing
 from support.documents import KEYBOARD, PADS, RECORDER, SYNTH, connection, shortcut
 from support.waiting import wait_for
 from support.window_test_case import WindowTestCase
+from support.windows import content
 
 CONTROLS = {"push button", "toggle button", "radio button", "check box", "combo box", "button menu", "text", "entry",
             "menu item", "check menu item", "radio menu item", "list item", "page tab", "slider", "spin button", "link"}
@@ -67,6 +68,33 @@ class Names(WindowTestCase):
         self.assertNamed(at_least=4)
 
 
+class Places(WindowTestCase):
+    """What can be seen is told to be where it is, so that magnifiers and pointers find it."""
+
+    def test_the_window_is_a_frame(self):
+        router = self.start()
+        window = wait_for(router.accessibility.tree, "the tree").find(name="Corvel", role="frame")
+        self.assertEqual(len(window), 1, router.accessibility.outline())
+        box = router.box
+        self.assertEqual(window[0].extents, (box.x, box.y, box.width, box.height))
+
+    def test_a_dialog_is_where_it_says_every_time_it_opens(self):
+        router = self.start()
+        for _ in range(8):
+            for button, message in (("Create connection set", "New Connection Set"), ("Open settings", "Settings")):
+                router.press(button)
+                dialog = router.dialog(message)
+
+                def places():
+                    box = content(dialog.window)
+                    return dialog.again().element.extents, (box.x, box.y, box.width, box.height)
+
+                wait_for(lambda: len(set(places())) == 1, lambda: f"{message!r} to be where it says: {places()}",
+                         deadline=5)
+                pointing.press_keys("Escape")
+                dialog.wait_closed()
+
+
 class WithoutAMouse(WindowTestCase):
     """From nothing to two sets with connections, by keys alone."""
 
@@ -87,16 +115,19 @@ class WithoutAMouse(WindowTestCase):
         found = [element for element in self.router.accessibility.all() if element.is_focused]
         return found[-1] if found else None
 
-    def select_endpoint(self, direction, name):
-        raise NotImplementedError
+    def arrow_to(self, name):
+        """Goes on with the arrow keys inside the group of controls that has the focus."""
+        return self.tab_to(name, keys=("Down",))
 
     def test_connecting_making_a_set_switching_and_deleting(self):
         self.router = self.start_with(("First", []))
         self.router.wait_text("3 inputs, 3 outputs")
-        self.tab_to("Demo Pads")
+        self.tab_to("Demo Keyboard")
+        self.arrow_to("Demo Pads")
         pointing.press_keys("space")
         self.router.wait_details("Demo Pads\nCorvel Demo\nsource\nID 1002")
-        self.tab_to("Demo Recorder")
+        self.tab_to("Demo Drums")
+        self.arrow_to("Demo Recorder")
         pointing.press_keys("space")
         self.router.wait_enabled("Connect")
         self.tab_to("Connect")
@@ -128,7 +159,7 @@ class WithoutAMouse(WindowTestCase):
         dialog.wait_closed()
         self.wait_saved(set_names=["Second"], connections=[(PADS, RECORDER)])
 
-        self.router.reach_connection(self, 0)
+        self.tab_to("Demo Pads to Demo Recorder")
         pointing.press_keys("space")
         self.router.wait_selected_connection(0)
         self.tab_to("Delete selected connection", keys=("shift+Tab",))

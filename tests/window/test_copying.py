@@ -40,8 +40,9 @@ class Copying(WindowTestCase):
         text = self.copy_diagnostics()
         self.assertFalse(text.endswith("\n"))
         lines = text.split("\n")
-        heads = [LINE.match(line) for line in lines if not line.startswith(" ")]
-        self.assertNotIn(None, heads)
+        heads = [head for head in map(LINE.match, lines) if head]
+        self.assertEqual([line for line in lines if not LINE.match(line) and not line.lstrip().startswith(("- device[",
+                          "entity[", "source[", "destination["))], [])
         times = [head.group(1) for head in heads]
         self.assertEqual(times, sorted(times, reverse=True))
         messages = [head.group(2) for head in heads]
@@ -51,9 +52,9 @@ class Copying(WindowTestCase):
     def test_a_diagnostic_of_many_lines_keeps_them_and_their_blanks(self):
         text = self.copy_diagnostics()
         self.assertIn("Device tree: 6 devices, 0 external devices\n"
-                      "  - device[0] Demo Keyboard online, 1 entities\n"
-                      "    entity[0] Demo Keyboard: 1 sources, 0 destinations\n"
-                      "      source[0] Demo Keyboard\n", text)
+                      "- device[0] Demo Keyboard online, 1 entities\n"
+                      "  entity[0] Demo Keyboard: 1 sources, 0 destinations\n"
+                      "    source[0] Demo Keyboard\n", text)
 
     def test_a_refresh_comes_on_top(self):
         self.router.press("Refresh MIDI devices")

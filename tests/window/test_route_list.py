@@ -1,6 +1,6 @@
 """The list of connections, the curves above it and the output-channel dialog."""
 
-from support import pointing
+from support import pointing, windows
 from support.documents import DRUMS, KEYBOARD, PADS, RECORDER, SEQUENCER, SYNTH, connection, shortcut
 from support.waiting import wait_for
 from support.window_test_case import WindowTestCase
@@ -158,6 +158,19 @@ class ChannelDialog(WindowTestCase):
         dialog.again().press("OK")
         self.wait_saved(channels=[12])
         self.router.wait_text("Added output channel Ch 12")
+
+    def test_its_pop_up_opens_where_it_stands(self):
+        for _ in range(6):
+            dialog = self.add()
+            self.router.open_dialog_channels(dialog)
+            box = windows.content(dialog.window)
+            left, top, width, height = self.router.accessibility.menu().extents
+            self.assertTrue(box.x <= left and left + width <= box.x + box.width, (left, box))
+            self.assertTrue(top <= box.y + box.height and top + height >= box.y, (top, height, box))
+            pointing.press_keys("Escape")
+            wait_for(lambda: not self.router.menu_items(), "the menu to close")
+            pointing.press_keys("Escape")
+            dialog.wait_closed()
 
     def test_return_accepts_and_a_key_without_a_modifier_is_no_shortcut(self):
         dialog = self.add()

@@ -117,43 +117,43 @@ def _names(role):
 class Accessibility:
     """The tree of one process, and the menu that it opened last.
 
-    Qt leaves pop-up menus out of the tree: a screen reader learns of them when they are shown, and so does this.
+    Qt leaves pop-up menus out of the tree: a screen reader learns of them when they are shown or when one of their
+    items gets the focus, and so does this.
     """
 
     def __init__(self, pid):
         self._pid = pid
+        self._announced = []
         self._menu = None
-        _library().Registry.registerEventListener(self._menu_shown, "object:state-changed:showing")
-
-    def _menu_shown(self, event):
-        if event.detail1 and event.source_role == _library().ROLE_POPUP_MENU and \
-                event.host_application.get_process_id() == self._pid:
-            self._menu = event.source
+        _library().Registry.registerEventListener(lambda event: self._announced.append(event.source),
+                                                  "object:state-changed:showing", "object:state-changed:focused")
 
     def menu(self):
         """The open menu, or nothing."""
         _take_events()
-        try:
-            menu = _read(self._menu, None) if self._menu else None
-            return menu if menu and menu.is_showing else None
-        except Exception as error:
-            if not _is_passing(error):
-                raise
+        announced, self._announced[:] = list(self._announced), []
+        for accessible in announced:
+            self._menu = _passing(lambda: self._menu_of(accessible)) or self._menu
+        menu = _passing(lambda: _read(self._menu, None)) if self._menu else None
+        return menu if menu and menu.is_showing else None
+
+    def _menu_of(self, accessible):
+        if accessible.get_process_id() != self._pid:
             return None
+        menu = accessible if accessible.getRole() != _library().ROLE_MENU_ITEM else accessible.get_parent()
+        return menu if menu.getRole() == _library().ROLE_POPUP_MENU else None
 
     def tree(self):
         """The whole tree, read anew; nothing while the program is not on the bus or takes something away meanwhile."""
-        library = _library()
-        try:
-            desktop = library.Registry.getDesktop(0)
-            desktop.clearCache()
-            for index in range(desktop.childCount):
-                application = desktop.getChildAtIndex(index)
-                if application is not None and application.get_process_id() == self._pid:
-                    return _read(application, None)
-        except Exception as error:
-            if not _is_passing(error):
-                raise
+        return _passing(self._read_tree)
+
+    def _read_tree(self):
+        desktop = _library().Registry.getDesktop(0)
+        desktop.clearCache()
+        for index in range(desktop.childCount):
+            application = desktop.getChildAtIndex(index)
+            if application is not None and application.get_process_id() == self._pid:
+                return _read(application, None)
         return None
 
     def all(self, **wanted):
@@ -215,7 +215,10 @@ def _take_events():
         pass
 
 
-def _is_passing(error):
-    # A dialog that closes between two questions: the next reading will not see it.
+def _passing(read):
+    """What is read, or nothing where that went away meanwhile, as a dialog that closes does."""
     from gi.repository import GLib
-    return isinstance(error, (GLib.Error, LookupError, AttributeError))
+    try:
+        return read()
+    except (GLib.Error, LookupError, AttributeError):
+        return None

@@ -259,10 +259,15 @@ class Dialog:
 
     def click(self, element):
         """Clicks where the element is in the dialog's window, wherever the program believes that to be."""
+        (left, top), (x, y) = wait_for(lambda: self._where(element), f"{element} to stay in its place")
         shown = windows.content(self.window)
-        left, top, _, _ = self.element.extents
-        x, y = element.middle
         pointing.click((x - left + shown.x, y - top + shown.y))
+
+    def _where(self, element):
+        """The corner of the dialog and the middle of an element of it, both read at the same place."""
+        before = self.element.extents
+        middle = element.middle
+        return (before[:2], middle) if self.element.extents == before else None
 
     @property
     def window(self):
