@@ -5,7 +5,6 @@
 
 #include <QAccessible>
 #include <QAccessibleWidget>
-#include <QPointer>
 #include <algorithm>
 #include <unordered_map>
 #include <vector>
@@ -14,18 +13,16 @@ namespace corvel::ui {
 
 namespace {
 
-/// One line, for as long as its connection is in the list.
+/// One line, for as long as its connection is in the list. The stage's own interface owns it.
 class RouteLineAccessible final : public QAccessibleInterface, public QAccessibleActionInterface {
 public:
-    RouteLineAccessible(RouteGraph* graph, const UUID& routeID) : graph_(graph), routeID_(routeID) {}
+    RouteLineAccessible(RouteGraph& graph, const UUID& routeID) : graph_(graph), routeID_(routeID) {}
 
-    [[nodiscard]] bool isValid() const override {
-        return !graph_.isNull() && std::ranges::count(graph_->routeIDs(), routeID_) > 0;
-    }
+    [[nodiscard]] bool isValid() const override { return std::ranges::count(graph_.routeIDs(), routeID_) > 0; }
     [[nodiscard]] QObject* object() const override { return nullptr; }
-    [[nodiscard]] QWindow* window() const override { return graph_->window()->windowHandle(); }
+    [[nodiscard]] QWindow* window() const override { return graph_.window()->windowHandle(); }
     [[nodiscard]] QAccessibleInterface* parent() const override {
-        return QAccessible::queryAccessibleInterface(graph_.data());
+        return QAccessible::queryAccessibleInterface(&graph_);
     }
     [[nodiscard]] QAccessibleInterface* child(int) const override { return nullptr; }
     [[nodiscard]] int childCount() const override { return 0; }
@@ -33,19 +30,19 @@ public:
     [[nodiscard]] QAccessibleInterface* childAt(int, int) const override { return nullptr; }
 
     [[nodiscard]] QString text(QAccessible::Text kind) const override {
-        return kind == QAccessible::Name ? graph_->routeName(routeID_) : QString();
+        return kind == QAccessible::Name ? graph_.routeName(routeID_) : QString();
     }
     void setText(QAccessible::Text, const QString&) override {}
     [[nodiscard]] QAccessible::Role role() const override { return QAccessible::Button; }
 
     [[nodiscard]] QRect rect() const override {
-        const QRect inside = graph_->routeRect(routeID_);
-        return {graph_->mapToGlobal(inside.topLeft()), inside.size()};
+        const QRect inside = graph_.routeRect(routeID_);
+        return {graph_.mapToGlobal(inside.topLeft()), inside.size()};
     }
     [[nodiscard]] QAccessible::State state() const override {
         QAccessible::State state;
         state.selectable = 1U;
-        state.selected = graph_->isSelected(routeID_) ? 1U : 0U;
+        state.selected = graph_.isSelected(routeID_) ? 1U : 0U;
         return state;
     }
 
@@ -55,13 +52,13 @@ public:
     [[nodiscard]] QStringList actionNames() const override { return {pressAction()}; }
     void doAction(const QString& name) override {
         if (name == pressAction()) {
-            graph_->selectRoute(routeID_);
+            graph_.selectRoute(routeID_);
         }
     }
     [[nodiscard]] QStringList keyBindingsForAction(const QString&) const override { return {}; }
 
 private:
-    const QPointer<RouteGraph> graph_;
+    RouteGraph& graph_;
     const UUID routeID_;
 };
 
@@ -114,7 +111,8 @@ private:
     [[nodiscard]] QAccessibleInterface* lineOf(const UUID& routeID) const {
         const auto [found, isNew] = lines_.try_emplace(routeID);
         if (isNew) {
-            found->second = QAccessible::registerAccessibleInterface(new RouteLineAccessible(&graph(), routeID));
+            // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the toolkit's registry owns it
+            found->second = QAccessible::registerAccessibleInterface(new RouteLineAccessible(graph(), routeID));
         }
         return QAccessible::accessibleInterface(found->second);
     }

@@ -28,6 +28,12 @@ namespace corvel::tests {
 /// | 4 | Drum Pads, 60 | Light Desk, which is missing | |
 /// | 5 | Stage Piano, 108 | Bass Module, 60 | |
 class GraphFixture : public ModelFixture {
+public:
+    GraphFixture(const GraphFixture&) = delete;
+    GraphFixture& operator=(const GraphFixture&) = delete;
+    // The view goes before the model.
+    ~GraphFixture() override { graph.reset(); }
+
 protected:
     using Direction = MIDIEndpointDirection;
 
@@ -54,11 +60,6 @@ protected:
         model->setSelectedRouteID(makeID(2));
         tell();
     }
-    GraphFixture(const GraphFixture&) = delete;
-    GraphFixture& operator=(const GraphFixture&) = delete;
-    // The view goes before the model.
-    ~GraphFixture() override { graph.reset(); }
-
     /// Starts the model and its view on these connections.
     void showRoutes(std::vector<MIDIRoute> routes) {
         graph.reset();
