@@ -19,16 +19,17 @@
 #include <QDeadlineTimer>
 #include <QDialog>
 #include <QEventLoop>
-#include <QThread>
 #include <QTimer>
 #include <algorithm>
-#include <atomic>
+#include <barrier>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <cstring>
 #include <functional>
+#include <future>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -113,15 +114,12 @@ protected:
 
     /// Another start on these settings, in a thread of its own while the event loop runs here.
     [[nodiscard]] Outcome startAnother(const InstanceRequest& request, milliseconds limit = kDeadline) {
-        std::optional<Outcome> outcome;
-        const std::unique_ptr<QThread> thread(QThread::create([&] {
+        std::future<Outcome> outcome = std::async(std::launch::async, [&] {
             SingleInstance other(settings);
-            outcome = other.takeOrAsk(request, limit);
-        }));
-        thread->start();
-        EXPECT_TRUE(runUntil([&] { return thread->isFinished(); }));
-        thread->wait();
-        return outcome.value();
+            return other.takeOrAsk(request, limit);
+        });
+        EXPECT_TRUE(runUntil([&] { return outcome.wait_for(seconds(0)) == std::future_status::ready; }));
+        return outcome.get();
     }
 
     /// Takes the place and answers every request with its arguments.
@@ -220,33 +218,28 @@ TEST_F(SingleInstances, DoesNotDoLaterWhatAStartHasGivenUp) {
 
 TEST_F(SingleInstances, OfManyThatStartAtTheSameTimeOneTakesThePlace) {
     constexpr int kStarts = 16;
-    std::atomic<int> waiting = kStarts;
-    std::atomic<bool> isOver = false;
-    std::vector<std::unique_ptr<QThread>> threads;
-    std::vector<std::optional<Outcome>> outcomes(kStarts);
-    for (std::optional<Outcome>& outcome : outcomes) {
-        threads.emplace_back(QThread::create([&] {
+    std::barrier<> start(kStarts);
+    std::barrier<> end(kStarts);
+    std::vector<std::future<Outcome>> starts;
+    std::generate_n(std::back_inserter(starts), kStarts, [&] {
+        return std::async(std::launch::async, [&] {
             SingleInstance other(settings);
-            --waiting;
-            while (waiting > 0) {
-                QThread::yieldCurrentThread();
-            }
-            outcome = other.takeOrAsk({}, milliseconds(300));
-            --waiting;
-            while (!isOver) {
-                QThread::msleep(1);
-            }
-        }));
-        threads.back()->start();
+            start.arrive_and_wait();
+            Outcome outcome = other.takeOrAsk({}, milliseconds(300));
+            // Whoever has the place keeps it until all have tried.
+            end.arrive_and_wait();
+            return outcome;
+        });
+    });
+    int taken = 0;
+    int silent = 0;
+    for (std::future<Outcome>& other : starts) {
+        const Outcome outcome = other.get();
+        taken += isTaken(outcome) ? 1 : 0;
+        silent += std::holds_alternative<SingleInstance::Silent>(outcome) ? 1 : 0;
     }
-    EXPECT_TRUE(runUntil([&] { return waiting == -kStarts; }));
-    isOver = true;
-    std::ranges::for_each(threads, [](const std::unique_ptr<QThread>& thread) { thread->wait(); });
-    EXPECT_EQ(std::ranges::count_if(outcomes, [](const auto& outcome) { return isTaken(*outcome); }), 1);
-    EXPECT_EQ(
-        std::ranges::count_if(
-            outcomes, [](const auto& outcome) { return std::holds_alternative<SingleInstance::Silent>(*outcome); }),
-        kStarts - 1);
+    EXPECT_EQ(taken, 1);
+    EXPECT_EQ(silent, kStarts - 1);
 }
 
 TEST_F(SingleInstances, LetsGoOfWhoSpeaksNonsense) {
