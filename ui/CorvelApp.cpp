@@ -79,6 +79,10 @@ void CorvelApp::activateApplicationWindow() {
 }
 
 void CorvelApp::showAboutPanel() {
+    if (auto* const open = window_.findChild<AboutPanel*>(); open != nullptr && open->isVisible()) {
+        open->activateWindow();
+        return;
+    }
     const std::optional<QPixmap> icon = aboutPanelIcon(kIconResource);
     if (icon) {
         QApplication::setWindowIcon(QIcon(*icon));

@@ -23,7 +23,7 @@ std::string toUTF8(const QString& text) {
 }
 
 QString menuTitle(const QString& text) {
-    return QString(text).replace(QLatin1Char('&'), QLatin1String("&&"));
+    return QString(text).replace(QLatin1Char('&'), QLatin1String("&&")).replace(QLatin1Char('\t'), QLatin1Char(' '));
 }
 
 QString plainToolTip(const QString& text) {

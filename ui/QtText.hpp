@@ -13,7 +13,8 @@ namespace corvel::ui {
 [[nodiscard]] QString toQString(std::string_view text);
 [[nodiscard]] std::string toUTF8(const QString& text);
 
-/// The text as a menu item's title: an ampersand is shown, not taken for a key.
+/// The text as a menu item's title: an ampersand is shown, not taken for a key, and a tab is a blank: what follows
+/// one is taken for a shortcut.
 [[nodiscard]] QString menuTitle(const QString& text);
 
 /// The text as a tooltip that shows every character as it is, broken into lines where it is wide.

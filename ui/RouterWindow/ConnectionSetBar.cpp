@@ -81,9 +81,15 @@ void ConnectionSetBar::refresh(const ModelChanges& changes) {
     }
 }
 
-void ConnectionSetBar::open(AlertDialog* question) {
+void ConnectionSetBar::open(AlertDialog* question, std::function<void()> apply) {
     question_ = question;
     questionedSetID_ = model_.selectedRouteSetID();
+    connect(question, &QDialog::accepted, this, [this, apply = std::move(apply)] {
+        // The answer may come before the news of another set.
+        if (questionedSetID_ == model_.selectedRouteSetID()) {
+            apply();
+        }
+    });
     question->show();
 }
 
@@ -93,9 +99,7 @@ void ConnectionSetBar::askForName(const QString& message, const QString& informa
                                            QStringLiteral("OK"), TextButton::Role::primary, this);
     auto* const field = new NameField(look_, toQString(name), question);
     question->setAccessory(field);
-    connect(question, &QDialog::accepted, this,
-            [field, apply = std::move(apply)] { apply(text::trimmed(toUTF8(field->text()))); });
-    open(question);
+    open(question, [field, apply = std::move(apply)] { apply(text::trimmed(toUTF8(field->text()))); });
 }
 
 void ConnectionSetBar::createSet() {
@@ -121,8 +125,7 @@ void ConnectionSetBar::deleteSet() {
     auto* const question =
         new AlertDialog(look_, AlertDialog::Style::warning, QStringLiteral("Delete Connection Set"), toQString(text),
                         QStringLiteral("Delete"), TextButton::Role::destructive, this);
-    connect(question, &QDialog::accepted, this, [this] { model_.deleteSelectedRouteSet(); });
-    open(question);
+    open(question, [this] { model_.deleteSelectedRouteSet(); });
 }
 
 void ConnectionSetBar::paintEvent(QPaintEvent*) {

@@ -33,8 +33,9 @@ private:
     void deleteSet();
     void askForName(const QString& message, const QString& informativeText, const std::string& name,
                     std::function<void(const std::string& name)> apply);
-    /// Shows the question, which goes away unanswered if another set becomes the current one: it spoke of this one.
-    void open(AlertDialog* question);
+    /// Shows the question, and applies it when it is answered. It goes away unanswered if another set becomes the
+    /// current one: it spoke of this one.
+    void open(AlertDialog* question, std::function<void()> apply);
 
     MIDIRouterViewModel& model_;
     const Look& look_;

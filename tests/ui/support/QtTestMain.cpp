@@ -3,11 +3,11 @@
 #include <QApplication>
 #include <QString>
 
-/// Runs tests of views: with an application object and without a display.
+/// Runs tests of views: with an application object and without a display, on a screen that has room for the window.
 int main(int argumentCount, char** arguments) {
     ::testing::InitGoogleTest(&argumentCount, arguments);
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+        qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" CORVEL_TEST_SCREEN);
     }
     const QApplication application(argumentCount, arguments);
     return RUN_ALL_TESTS();
