@@ -19,7 +19,8 @@ class ApplicationMenu(WindowTestCase):
 
     def open(self):
         pointing.press_keys("F10")
-        wait_for(lambda: list(self.items()) == ITEMS, lambda: f"the items of the menu, not {list(self.items())}")
+        wait_for(lambda: list(self.items()) == ITEMS, lambda: f"the items of the menu, not {list(self.items())}",
+                 deadline=5)
         return self.items()
 
     def wait_closed(self):
@@ -29,6 +30,11 @@ class ApplicationMenu(WindowTestCase):
         self.open()
         pointing.press_keys("Escape")
         self.wait_closed()
+
+    def test_it_can_be_read_each_time_it_opens(self):
+        for _ in range(3):
+            self.open()
+            self.router.leave_menu()
 
     def test_a_click_on_the_mark_opens_it(self):
         self.router.press("Application menu")

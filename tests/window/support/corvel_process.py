@@ -11,7 +11,7 @@ from .waiting import DEADLINE, wait_for
 
 def program():
     """The program under test, as CTest names it."""
-    path = os.environ.get("CORVEL_PROGRAM", "")
+    path = os.path.abspath(os.environ.get("CORVEL_PROGRAM", ""))
     if not os.access(path, os.X_OK):
         raise RuntimeError("set CORVEL_PROGRAM to the corvel to test")
     return path

@@ -96,7 +96,7 @@ class RouterWindow:
 
     def set_choices(self):
         pointing.click(self.set_pop_up().middle)
-        return self._leave_menu()
+        return self.leave_menu()
 
     def choose_set(self, name):
         pointing.click(self.set_pop_up().middle)
@@ -112,12 +112,14 @@ class RouterWindow:
         item = wait_for(lambda: self.menu_items().get(name),
                         lambda: f"the choice {name!r} in\n{self.accessibility.outline()}")
         pointing.click(item.middle)
-        wait_for(lambda: not self.menu_items(), "the menu to close")
+        wait_for(lambda: not self.accessibility.menu(), "the menu to close")
 
-    def _leave_menu(self):
-        choices = list(wait_for(self.menu_items, "the menu"))
+    def leave_menu(self):
+        """Closes the open menu; its titles."""
+        wait_for(self.accessibility.menu, "the menu")
+        choices = list(self.menu_items())
         pointing.press_keys("Escape")
-        wait_for(lambda: not self.menu_items(), "the menu to close")
+        wait_for(lambda: not self.accessibility.menu(), "the menu to close")
         return choices
 
     # The connections
@@ -163,7 +165,7 @@ class RouterWindow:
 
     def channel_choices(self, index):
         self.open_channel_menu(index)
-        return self._leave_menu()
+        return self.leave_menu()
 
     def choose_channel(self, index, title):
         self.open_channel_menu(index)
@@ -204,7 +206,7 @@ class RouterWindow:
 
     def dialog_channel_choices(self, dialog):
         self.open_dialog_channels(dialog)
-        return self._leave_menu()
+        return self.leave_menu()
 
     def choose_dialog_channel(self, dialog, title):
         self.open_dialog_channels(dialog)
