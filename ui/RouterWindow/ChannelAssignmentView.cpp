@@ -173,7 +173,7 @@ bool ChannelAssignmentView::eventFilter(QObject* watched, QEvent* event) {
     const bool isReturn = keyEvent.key() == Qt::Key_Return || keyEvent.key() == Qt::Key_Enter;
     if (event->type() == QEvent::KeyPress && isReturn && (watched == channelPicker_ || watched == clearButton_)) {
         // These answer to the space bar; Return is for the dialog.
-        event->ignore();
+        event->accept();
         QCoreApplication::sendEvent(window(), event);
         return true;
     }

@@ -211,6 +211,8 @@ TEST_F(ChannelAssignmentDialogTests, IsAnsweredByReturnAndEscapeWhateverHasTheFo
         EXPECT_EQ(dialog(), nullptr) << view;
         EXPECT_EQ(openMenu(), nullptr) << view;
         EXPECT_EQ(assignments().back(), "Ch " + std::to_string(channel) + " ⌘1*");
+        EXPECT_EQ(model->statusMessage(), "Added output channel Ch " + std::to_string(channel) + " with ⌘1")
+            << "it is added once";
         ++channel;
     }
 }
