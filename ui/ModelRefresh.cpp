@@ -6,7 +6,8 @@ namespace corvel::ui {
 
 namespace {
 
-constexpr int kTrafficInterval = 16;
+/// A little over a sixtieth of a second.
+constexpr int kTrafficInterval = 17;
 
 }  // namespace
 

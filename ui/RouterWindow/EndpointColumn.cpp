@@ -74,7 +74,7 @@ EndpointRow* EndpointColumn::makeRow(const MIDIEndpointModel& endpoint) {
 }
 
 void EndpointColumn::setEndpoints(const std::vector<MIDIEndpointModel>& endpoints) {
-    std::unordered_map<std::int32_t, EndpointRow*> former;
+    std::unordered_multimap<std::int32_t, EndpointRow*> former;
     for (EndpointRow* const row : std::exchange(rows_, {})) {
         former.emplace(row->endpoint().id, row);
     }

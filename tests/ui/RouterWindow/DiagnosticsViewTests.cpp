@@ -41,12 +41,6 @@ protected:
         ::tzset();
     }
 
-    /// The rows are laid out as well.
-    void turn() {
-        WindowModelFixture::turn();
-        QCoreApplication::processEvents();
-    }
-
     void log(std::chrono::nanoseconds sinceMidnight, const std::string& message) {
         model->midiRouterEngineDidLog(
             *engine, MIDIDiagnosticEvent{UUID::random(), tests::ManualClock::kStart + sinceMidnight, message});

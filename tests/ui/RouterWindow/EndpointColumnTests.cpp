@@ -133,6 +133,7 @@ TEST_F(EndpointColumnTests, ShowsARowForEachOfTwoEndpointsWithOneID) {
     inputs.setEndpoints({makeInput(1, "Pads")});
     turn();
     EXPECT_THAT(names(inputs), ElementsAre("Pads"));
+    EXPECT_EQ(inputs.findChildren<EndpointRow*>().size(), 1);
     inputs.setEndpoints({});
     turn();
     EXPECT_THAT(names(inputs), IsEmpty());

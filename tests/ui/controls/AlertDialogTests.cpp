@@ -101,6 +101,15 @@ TEST_F(AlertDialogTests, IsAcceptedByReturnWhereverTheFieldIsFilledIn) {
     EXPECT_TRUE(isGone());
 }
 
+TEST_F(AlertDialogTests, DoesWhatTheFocusedButtonSaysOnReturn) {
+    open();
+    QTest::keyClick(dialog->windowHandle(), Qt::Key_Tab);
+    EXPECT_TRUE(tests::button(*dialog, "Cancel").hasFocus());
+    QTest::keyClick(dialog->windowHandle(), Qt::Key_Return);
+    EXPECT_EQ(results, std::vector<int>{QDialog::Rejected});
+    EXPECT_TRUE(isGone());
+}
+
 TEST_F(AlertDialogTests, IsAnsweredOnce) {
     open();
     QTest::keyClick(dialog->windowHandle(), Qt::Key_Return);

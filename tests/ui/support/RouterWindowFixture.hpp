@@ -36,12 +36,6 @@ protected:
         turn();
     }
 
-    /// The views are laid out as well.
-    void turn() {
-        WindowModelFixture::turn();
-        QCoreApplication::processEvents();
-    }
-
     [[nodiscard]] ui::EndpointColumn& column(MIDIEndpointDirection direction) const {
         const auto columns = window->findChildren<ui::EndpointColumn*>();
         const bool isFirstLeft = isLeftOf(*columns.at(0), *columns.at(1));
