@@ -38,6 +38,7 @@ constexpr std::chrono::milliseconds kQuietTime(400);
 
 const QColor kHairline(0x2A3038);
 const QColor kSelectedQuiet(0x182636);
+const QColor kSelectedEdge(0x35608F);
 
 TEST_F(RouteListTests, TakesItsShareOfTheWindow) {
     EXPECT_EQ(ui::RouteList::heightIn(640, true), 184);
@@ -95,19 +96,22 @@ TEST_F(RouteListTests, DeletesTheRowsOfConnectionsThatGo) {
 }
 
 TEST_F(RouteListTests, TabsThroughTheRowsInTheirOrder) {
-    show(manyRoutes(2));
-    model->createRouteSet("Other");
-    model->connect(1011, 1021);
-    model->connect(1012, 1022);
+    // The second set has the first one's connection as well, between others: its row is older than theirs.
+    showSets({MIDIRouteSet(makeID(9000), "One", {route(2, {{}})}),
+              MIDIRouteSet(makeID(9001), "Two", {route(1, {{}}), route(2, {{}}), route(3, {{}})})});
+    const ui::RouteRow* const older = &row(0);
+    model->selectRouteSet(makeID(9001));
     turn();
+    ASSERT_EQ(&row(1), older);
     row(0).setFocus(Qt::TabFocusReason);
     std::vector<QWidget*> visited;
-    for (int step = 0; step < 5; ++step) {
+    for (int step = 0; step < 6; ++step) {
         visited.push_back(QApplication::focusWidget());
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
     }
     // As Is can be neither edited nor deleted.
-    EXPECT_THAT(visited, ElementsAre(&row(0), &picker(row(0)), &addButton(row(0)), &enableButton(row(0)), &row(1)));
+    EXPECT_THAT(visited, ElementsAre(&row(0), &picker(row(0)), &addButton(row(0)), &enableButton(row(0)), &row(1),
+                                     &picker(row(1))));
 }
 
 TEST_F(RouteListTests, SelectsTheConnectionThatIsClicked) {
@@ -128,9 +132,9 @@ TEST_F(RouteListTests, ShowsTheSelectionAsACardBetweenRowsWithoutDividers) {
     show(manyRoutes(4));
     model->setSelectedRouteID(makeID(2));
     // Row by row, x 600 is beside all texts and controls.
-    ASSERT_TRUE(turnUntil([&] { return pixel(600, 108) == kSelectedQuiet; }));
+    ASSERT_TRUE(turnUntil([&] { return pixel(600, 84) == kSelectedEdge; })) << "selected row";
+    EXPECT_EQ(pixel(600, 108), kSelectedQuiet);
     EXPECT_EQ(pixel(600, 36), QColor(0x15181D)) << "first row";
-    EXPECT_EQ(pixel(600, 84), QColor(0x35608F)) << "selected row";
     EXPECT_EQ(pixel(600, 132), QColor(0x15181D)) << "row under it";
     EXPECT_EQ(pixel(600, 180), kHairline) << "last row";
     EXPECT_EQ(pixel(55, 180), QColor(0x15181D));
@@ -191,17 +195,7 @@ TEST_F(RouteListTests, ScrollsToAConnectionThatIsNew) {
 }
 
 TEST_F(RouteListTests, ScrollsToTheMiddleOfTheHeightThatItGetsAfterwards) {
-    show({}, {1180, 40});
-    const MIDIRouteSet other(makeID(9001), "Other", manyRoutes(40));
-    list.reset();
-    stopFollowing();
-    makeModel(MIDIRouteSetDocument(makeID(9000), {MIDIRouteSet(makeID(9000), "Set", {}), other}));
-    startModel();
-    list = std::make_unique<ui::RouteList>(*model, look);
-    follow(*list);
-    list->resize(1180, 40);
-    list->show();
-    turn();
+    showSets({MIDIRouteSet(makeID(9000), "None", {}), MIDIRouteSet(makeID(9001), "Many", manyRoutes(40))}, {1180, 40});
     model->selectRouteSet(makeID(9001));
     model->setSelectedRouteID(makeID(21));
     turn();
@@ -216,10 +210,11 @@ TEST_F(RouteListTests, StaysWhereItIsUnlessTheSelectionChanges) {
     scrollArea().verticalScrollBar()->setValue(100);
     model->setRouteEnabled(makeID(21), false);
     model->setSelectedRouteID(makeID(21));
+    EXPECT_FALSE(turnUntil([&] { return scrollValue() != 100; }, kQuietTime)) << "the same selection";
     model->setSelectedRouteID(std::nullopt);
     turn();
     model->setSelectedRouteID(makeID(777));
-    ASSERT_FALSE(turnUntil([&] { return scrollValue() != 100; }, kQuietTime));
+    EXPECT_FALSE(turnUntil([&] { return scrollValue() != 100; }, kQuietTime)) << "none in the list";
 }
 
 TEST_F(RouteListTests, ScrollsInAFifthOfASecond) {

@@ -28,6 +28,9 @@ namespace corvel::tests {
 /// The list of connections in a window of its own, following the model.
 class RouteListFixture : public WindowModelFixture {
 protected:
+    /// The list's in a window of its ideal size: four rows.
+    static constexpr QSize kSize{1180, 228};
+
     /// What a test wants to say of an assignment: no channel passes channels on.
     struct Assignment {
         std::optional<int> channel = std::nullopt;
@@ -54,10 +57,15 @@ protected:
     }
 
     /// The window shows these connections on the endpoints there are.
-    void show(const std::vector<MIDIRoute>& routes, QSize size = {1180, 228}) {
+    void show(const std::vector<MIDIRoute>& routes, QSize size = kSize) {
+        showSets({MIDIRouteSet(makeID(9000), "Set", routes)}, size);
+    }
+
+    /// The window shows the first of these sets.
+    void showSets(const std::vector<MIDIRouteSet>& sets, QSize size = kSize) {
         list.reset();
         stopFollowing();
-        makeModel(MIDIRouteSetDocument(makeID(9000), {MIDIRouteSet(makeID(9000), "Set", routes)}));
+        makeModel(MIDIRouteSetDocument(sets.front().id, sets));
         startModel();
         list = std::make_unique<ui::RouteList>(*model, look);
         follow(*list);
