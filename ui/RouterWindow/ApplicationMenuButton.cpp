@@ -24,8 +24,10 @@ constexpr int kMenuWidth = 240;
 }  // namespace
 
 ApplicationMenuButton::ApplicationMenuButton(const Look& look, const QList<QAction*>& items, QWidget* parent)
-    : LookButton(look, parent), items_(items) {
+    : LookButton(look, parent), menu_(new PopUpMenu(look, this)) {
     setFixedSize(kSize);
+    menu_->setMinimumWidth(kMenuWidth);
+    menu_->addActions(items);
     setAccessibleName(QStringLiteral("Application menu"));
     setPlainToolTip(this, QStringLiteral("Application menu (F10)"));
     connect(this, &QAbstractButton::clicked, this, &ApplicationMenuButton::openMenu);
@@ -34,12 +36,8 @@ ApplicationMenuButton::ApplicationMenuButton(const Look& look, const QList<QActi
 }
 
 void ApplicationMenuButton::openMenu() {
-    auto* const menu = new PopUpMenu(look(), this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->setMinimumWidth(kMenuWidth);
-    menu->addActions(items_);
-    menu->popup(mapToGlobal(QPoint(0, height() + 2)));
-    menu->setActiveAction(items_.value(0));
+    menu_->popup(mapToGlobal(QPoint(0, height() + 2)));
+    menu_->setActiveAction(menu_->actions().value(0));
 }
 
 void ApplicationMenuButton::paintEvent(QPaintEvent*) {

@@ -8,6 +8,8 @@ class QAction;
 
 namespace corvel::ui {
 
+class PopUpMenu;
+
 /// The application's mark, which opens the application menu; so does F10.
 class ApplicationMenuButton final : public LookButton {
     Q_OBJECT
@@ -21,7 +23,8 @@ protected:
 private:
     void openMenu();
 
-    QList<QAction*> items_;
+    /// One for good: screen readers lose an item whose menu goes before it.
+    PopUpMenu* menu_;
 };
 
 }  // namespace corvel::ui

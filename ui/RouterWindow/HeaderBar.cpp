@@ -41,7 +41,8 @@ HeaderBar::HeaderBar(MIDIRouterViewModel& model, const Look& look, const QList<Q
     auto* const layout = new QHBoxLayout(this);
     layout->setContentsMargins(kLeftPadding, 0, kRightPadding, 0);
     layout->setSpacing(0);
-    layout->addWidget(new ApplicationMenuButton(look, menu, this));
+    auto* const mark = new ApplicationMenuButton(look, menu, this);
+    layout->addWidget(mark);
     layout->addSpacing(4);
     layout->addWidget(title);
     if (!demoReason.isEmpty()) {
@@ -58,6 +59,11 @@ HeaderBar::HeaderBar(MIDIRouterViewModel& model, const Look& look, const QList<Q
     layout->addWidget(connect_);
     layout->addSpacing(12);
     layout->addWidget(delete_);
+
+    setTabOrder(mark, refreshButton);
+    setTabOrder(refreshButton, settings);
+    setTabOrder(settings, connect_);
+    setTabOrder(connect_, delete_);
 
     connect(refreshButton, &QAbstractButton::clicked, this, [this] { model_.refreshDevices(); });
     connect(settings, &QAbstractButton::clicked, this, &HeaderBar::settingsRequested);

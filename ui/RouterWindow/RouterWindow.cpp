@@ -36,7 +36,8 @@ RouterWindow::RouterWindow(MIDIRouterViewModel& model, const Look& look, std::sh
     band->addWidget(inputs_);
     band->addWidget(graph_, 1);
     band->addWidget(outputs_);
-    auto* const layout = new QVBoxLayout(this);
+    auto* const content = new QWidget;
+    auto* const layout = new QVBoxLayout(content);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(header_);
@@ -44,6 +45,7 @@ RouterWindow::RouterWindow(MIDIRouterViewModel& model, const Look& look, std::sh
     layout->addLayout(band, 1);
     layout->addWidget(list_);
     layout->addWidget(statusBar_);
+    setCentralWidget(content);
 
     connectColumns();
     connect(header_, &HeaderBar::settingsRequested, this, &RouterWindow::presentSettings);
@@ -131,23 +133,23 @@ void RouterWindow::presentSettings() {
 }
 
 void RouterWindow::showEvent(QShowEvent* event) {
-    QWidget::showEvent(event);
+    QMainWindow::showEvent(event);
     installShortcutMonitor();
     emit appeared();
 }
 
 void RouterWindow::hideEvent(QHideEvent* event) {
     removeShortcutMonitor();
-    QWidget::hideEvent(event);
+    QMainWindow::hideEvent(event);
 }
 
 void RouterWindow::closeEvent(QCloseEvent* event) {
     emit closed();
-    QWidget::closeEvent(event);
+    QMainWindow::closeEvent(event);
 }
 
 void RouterWindow::resizeEvent(QResizeEvent* event) {
-    QWidget::resizeEvent(event);
+    QMainWindow::resizeEvent(event);
     updateListHeight();
 }
 

@@ -8,8 +8,8 @@
 #include "ui/RouterWindow/EndpointPositionKey.hpp"
 
 #include <QList>
+#include <QMainWindow>
 #include <QPointer>
-#include <QWidget>
 #include <memory>
 
 class QAction;
@@ -27,7 +27,7 @@ class StatusBar;
 
 /// The one window of the application: inputs on the left, outputs on the right, the connections between them, and the
 /// list of connections below. Reads everything from the model, and makes each gesture one call of the model.
-class RouterWindow final : public QWidget {
+class RouterWindow final : public QMainWindow {
     Q_OBJECT
 
 public:

@@ -20,6 +20,7 @@ public:
     Scrim(const Look& look, QWidget& window, const QRectF& card);
 
     void setCard(const QRectF& card);
+    [[nodiscard]] const QRectF& card() const { return card_; }
     void fadeOut();
 
     /// What a window looks like behind a sheet once faded in, painted over it: for the sheet's round corners.

@@ -35,6 +35,13 @@ SheetDialog::~SheetDialog() {
 }
 
 void SheetDialog::setVisible(bool isVisible) {
+    if (isVisible && !this->isVisible()) {
+        // All before the system knows of the window: one that moves while it appears may end up where nobody told it.
+        adjustSize();
+        centre();
+        takeBackdrop();
+        scrim_ = new Scrim(look_, *parentWidget(), cardInWindow());
+    }
     QDialog::setVisible(isVisible);
     if (QWidget* const focus = focusWidget(); isVisible && focus != nullptr) {
         // Being shown counts as a step of the Tab key, which would draw a focus ring that nobody asked for.
@@ -65,13 +72,6 @@ void SheetDialog::takeBackdrop() {
     Scrim::paint(painter, parentWidget()->rect(), cardInWindow(), theme());
 }
 
-void SheetDialog::showEvent(QShowEvent* event) {
-    centre();
-    takeBackdrop();
-    scrim_ = new Scrim(look_, *parentWidget(), cardInWindow());
-    QDialog::showEvent(event);
-}
-
 void SheetDialog::hideEvent(QHideEvent* event) {
     if (scrim_) {
         scrim_->fadeOut();
@@ -82,7 +82,7 @@ void SheetDialog::hideEvent(QHideEvent* event) {
 
 void SheetDialog::resizeEvent(QResizeEvent* event) {
     QDialog::resizeEvent(event);
-    if (scrim_) {
+    if (isVisible() && event->size() != event->oldSize() && scrim_ && scrim_->card() != cardInWindow()) {
         centre();
         takeBackdrop();
         scrim_->setCard(cardInWindow());

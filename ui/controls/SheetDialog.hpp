@@ -25,7 +25,6 @@ protected:
     [[nodiscard]] const Look& look() const { return look_; }
     [[nodiscard]] const Theme& theme() const { return look_.theme(); }
 
-    void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
