@@ -50,7 +50,7 @@ TEST_F(RouteListTests, TakesItsShareOfTheWindow) {
 
 TEST_F(RouteListTests, HasAHeadingUnderADivider) {
     show({});
-    QLabel* const heading = list->findChild<QLabel*>();
+    auto* const heading = list->findChild<QLabel*>();
     EXPECT_EQ(heading->text(), "Connections");
     EXPECT_EQ(heading->font().pixelSize(), 13);
     EXPECT_EQ(heading->font().weight(), QFont::DemiBold);

@@ -16,12 +16,6 @@ namespace corvel::tests {
 /// Qt's loop stands still as well, until a test asks for a turn.
 class WindowModelFixture : public ModelFixture {
 protected:
-    WindowModelFixture() = default;
-    WindowModelFixture(const WindowModelFixture&) = delete;
-    WindowModelFixture& operator=(const WindowModelFixture&) = delete;
-    // The observation ends before the model does.
-    ~WindowModelFixture() override { stopFollowing(); }
-
     /// Has the view follow the model that there is now.
     template <typename View>
     void follow(View& view) {
@@ -59,6 +53,7 @@ protected:
     ui::Look look{AppAppearanceMode::dark};
 
 private:
+    /// Goes before the model that it observes.
     std::unique_ptr<ui::ModelRefresh> refresh_;
 };
 
