@@ -17,8 +17,8 @@
 #include <stdexcept>
 #include <string>
 
-/// Failures show a text as a text.
-inline void PrintTo(const QString& text, std::ostream* stream) {
+/// Failures show a text as a text. GoogleTest looks for this name.
+inline void PrintTo(const QString& text, std::ostream* stream) {  // NOLINT(readability-identifier-naming)
     *stream << '"' << text.toStdString() << '"';
 }
 
@@ -32,7 +32,7 @@ namespace corvel::tests {
 
 /// The tooltip as it appears on the screen, with markup carried out.
 [[nodiscard]] inline QString shownToolTip(const QWidget& widget) {
-    const QString tip = widget.toolTip();
+    QString tip = widget.toolTip();
     if (!Qt::mightBeRichText(tip)) {
         return tip;
     }
@@ -40,7 +40,7 @@ namespace corvel::tests {
     document.setHtml(tip);
     // A table has an empty line before and after it that takes no room.
     const bool isTable = !document.rootFrame()->childFrames().isEmpty();
-    const QString text = document.toPlainText();
+    QString text = document.toPlainText();
     return isTable ? text.sliced(1).chopped(1) : text;
 }
 
