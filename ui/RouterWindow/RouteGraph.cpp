@@ -28,8 +28,8 @@ constexpr int kPlaceholderGap = 16;
 /// How far a signal and a ring reach from their places.
 constexpr qreal kSignalReach = 22;
 constexpr qreal kPulseReach = 34;
-/// With more than so many moving parts their bounds are painted as one rectangle: the toolkit copies pictures several
-/// times faster into a rectangle than into many.
+/// With more than so many moving parts their bounds are painted as one rectangle: every rectangle costs a look at every
+/// part.
 constexpr std::size_t kExactRegionLimit = 24;
 
 }  // namespace
@@ -266,13 +266,13 @@ void RouteGraph::paintEvent(QPaintEvent* event) {
     // The widget's own ratio is not the one of a picture that it is rendered to.
     prepare(painter.deviceTransform().m11());
     for (const QRect& rect : event->region()) {
-        // A part at a time: within one rectangle pictures are copied, within several they are painted.
+        // One at a time: the toolkit copies pictures many times faster into one rectangle than into several.
         painter.setClipRect(rect);
-        paintPart(painter);
+        paintClip(painter);
     }
 }
 
-void RouteGraph::paintPart(QPainter& painter) {
+void RouteGraph::paintClip(QPainter& painter) {
     painter.save();
     // In device pixels pictures are copied, where in logical ones they would be scaled.
     painter.scale(1 / ratio_, 1 / ratio_);

@@ -97,7 +97,8 @@ private:
 
     void prepare(qreal devicePixelRatio);
     [[nodiscard]] QImage paintedLines() const;
-    void paintPart(QPainter& painter);
+    /// Paints everything within the painter's clip.
+    void paintClip(QPainter& painter);
     void paintPlaceholderIcon(QPainter& painter) const;
     void paintActivity(QPainter& painter);
     [[nodiscard]] QPoint devicePlace(const QPointF& point) const;
