@@ -1,0 +1,100 @@
+"""The base of the tests with both a real window and the real sequencer."""
+
+import json
+import os
+import re
+
+from support import documents, pointing, windows
+from support.router_window import RouterWindow
+from support.waiting import wait_for
+from support.window_test_case import WindowTestCase
+
+from . import glance
+from .raw_midi import Keyboard, Synth
+
+# The IDs are made of the card and the device and the same on every machine.
+KEYBOARD = "Virtual Raw MIDI 0-0 VirMIDI 0-0"
+SYNTH = "Virtual Raw MIDI 0-1 VirMIDI 0-1"
+KEYBOARD_ID = -762804485
+SYNTH_ID = 1044841681
+
+
+class SequencerTestCase(WindowTestCase):
+    """A keyboard and a synthesizer on the sequencer, the first two of the virtual devices."""
+
+    def setUp(self):
+        super().setUp()
+        self.open_devices()
+        self.addCleanup(self.close_devices)
+
+    def open_devices(self):
+        self.keyboard = Keyboard(0)
+        self.synth = Synth(1)
+
+    def close_devices(self):
+        self.keyboard.close()
+        self.synth.close()
+
+    def hear(self, played):
+        """Plays, and hears exactly that."""
+        self.keyboard.play(played)
+        self.synth.wait_heard(played)
+        self.synth.forget()
+
+    @property
+    def document_path(self):
+        return self.home.path("data", "Corvel", "routes.json")
+
+    def saved(self):
+        wait_for(lambda: os.path.exists(self.document_path), "the first save")
+        return documents.SavedDocument(self.document_path)
+
+    def write_document(self, *sets):
+        os.makedirs(os.path.dirname(self.document_path), exist_ok=True)
+        with open(self.document_path, "w", encoding="utf-8") as file:
+            json.dump(documents.document(*sets), file)
+
+    def start(self):
+        """Starts the program on the sequencer and waits until its window has the keyboard."""
+        corvel = self.launch("--midi", "alsa")
+
+        def shown():
+            if not corvel.is_running:
+                raise AssertionError(f"ended before it showed a window: {corvel.errors}")
+            return windows.shown_windows(corvel.pid, "Corvel")
+
+        corvel.window = wait_for(shown, "the window")[-1]
+        wait_for(lambda: windows.active_window() == corvel.window, "the window to have the keyboard")
+        return RouterWindow(corvel)
+
+    def start_connected(self, *assignments):
+        """The same with a connection from the keyboard to the synthesizer, and waits until it routes."""
+        self.write_document(("Live", [documents.connection(
+            KEYBOARD_ID, SYNTH_ID, *assignments, source_name=KEYBOARD, destination_name=SYNTH)]))
+        router = self.start()
+        self.wait_routing()
+        return router
+
+    @staticmethod
+    def wait_routing():
+        """Waits until what the keyboard plays goes to the program."""
+        def is_subscribed():
+            with open("/proc/asound/seq/clients", encoding="utf-8", errors="replace") as file:
+                clients = re.split(r"^Client ", file.read(), flags=re.MULTILINE)
+            return any('"Virtual Raw MIDI 0-0"' in client and "Connecting To" in client for client in clients)
+
+        wait_for(is_subscribed, "the keyboard to be connected")
+
+    @staticmethod
+    def connection_row(router):
+        """The row of the connection from the keyboard to the synthesizer. Its line has the same name, but no text."""
+        return glance.find(router.corvel.pid, f"{KEYBOARD} to {SYNTH}", " / ", from_the_end=True)
+
+    def move_and_resize(self, router):
+        """To another place and size; the frame there."""
+        window = router.corvel.window
+        windows.move(window, 130, 80)
+        windows.resize(window, 1320, 820)
+        wait_for(lambda: windows.content(window).x < 200 and windows.content(window).width == 1320,
+                 "the window to take its place and size")
+        return windows.frame(window)

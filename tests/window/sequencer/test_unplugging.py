@@ -1,0 +1,67 @@
+"""Devices that are unplugged and plugged in again while the window is shown."""
+
+import os
+
+from support.waiting import wait_for
+
+from . import glance
+from .raw_midi import note
+from .sequencer_test_case import KEYBOARD, SYNTH, SequencerTestCase
+
+DRIVER = "/sys/bus/platform/drivers/snd_virmidi"
+DEVICES = {f"Virtual Raw MIDI 0-{device} VirMIDI 0-{device}" for device in range(4)}
+
+
+class Unplugging(SequencerTestCase):
+    def setUp(self):
+        super().setUp()
+        self.is_plugged_in = True
+        self.addCleanup(self.plug_in)
+
+    def test_devices_leave_the_window_and_come_back_and_notes_flow_again(self):
+        router = self.start_connected()
+        self.hear(note(60))
+        row = self.connection_row(router)
+        columns = [glance.find(router.corvel.pid, name, f"{direction}, online").parent
+                   for direction, name in (("Input", KEYBOARD), ("Output", SYNTH))]
+        for key in (61, 62):
+            self.pull_out()
+            row.wait_description(lambda text: "As Is / Offline / " in text, "a connection without its devices")
+            for column in columns:
+                self.wait_rows(column, lambda names: not names & DEVICES, "no virtual devices")
+                self.wait_rows(column, lambda names: "Midi Through Port-0" in names, "what was not unplugged")
+            self.plug_in()
+            row.wait_description(lambda text: "As Is / Active / " in text, "the connection again")
+            for column in columns:
+                self.wait_rows(column, lambda names: names >= DEVICES, "all virtual devices")
+            self.wait_routing()
+            self.hear(note(key))
+            row.wait_description(lambda text: text.endswith(f" / Active / Note Off 80 {key:02X} 40"), "the last event")
+        self.assertTrue(router.corvel.is_running)
+        router.corvel.terminate()
+        self.assertEqual(router.corvel.wait_ended(), 0)
+
+    def pull_out(self):
+        # The kernel waits until nobody has a device open.
+        self.close_devices()
+        self.tell_driver("unbind")
+        self.is_plugged_in = False
+
+    def plug_in(self):
+        if not self.is_plugged_in:
+            self.tell_driver("bind")
+            self.is_plugged_in = True
+            wait_for(lambda: all(os.path.exists(f"/dev/snd/midiC0D{device}") for device in range(4)), "the devices")
+            self.open_devices()
+
+    @staticmethod
+    def tell_driver(what):
+        with open(f"{DRIVER}/{what}", "w", encoding="ascii") as file:
+            file.write("snd_virmidi.0")
+
+    @staticmethod
+    def wait_rows(column, is_wanted, what):
+        def names():
+            return {row.name for row in column.children}
+
+        wait_for(lambda: is_wanted(names()), lambda: f"{what}, not {names()}")
