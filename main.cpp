@@ -19,13 +19,13 @@
 #include "ui/Screenshot.hpp"
 #include "ui/SingleInstance.hpp"
 
-#include <unistd.h>
-
 #include <QApplication>
 #include <QCoreApplication>
 #include <QSize>
 #include <QString>
 #include <QTimer>
+#include <unistd.h>
+
 #include <chrono>
 #include <cstdlib>
 #include <exception>

@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <QString>
 #include <QtGlobal>
+
 #include <cstdlib>
 #include <string>
 

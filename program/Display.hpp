@@ -3,6 +3,7 @@
 #include "program/QtArguments.hpp"
 
 #include <QApplication>
+
 #include <memory>
 
 namespace corvel {

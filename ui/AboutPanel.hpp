@@ -4,6 +4,7 @@
 #include "ui/controls/SheetDialog.hpp"
 
 #include <QPixmap>
+
 #include <optional>
 
 namespace corvel::ui {

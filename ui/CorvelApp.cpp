@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QIcon>
 #include <QKeySequence>
+
 #include <utility>
 
 namespace corvel::ui {

@@ -10,6 +10,7 @@
 
 #include <QList>
 #include <QObject>
+
 #include <memory>
 
 class QAction;

@@ -2,9 +2,9 @@
 
 #include "app/InstanceMessage.hpp"
 
+#include <QByteArray>
 #include <poll.h>
 
-#include <QByteArray>
 #include <utility>
 #include <variant>
 

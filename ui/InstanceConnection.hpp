@@ -5,6 +5,7 @@
 #include <QLocalSocket>
 #include <QObject>
 #include <QTimer>
+
 #include <chrono>
 #include <cstddef>
 #include <functional>

@@ -9,6 +9,7 @@
 #include <QStyleOption>
 #include <QSvgRenderer>
 #include <QToolTip>
+
 #include <cmath>
 
 /// The linker leaves out a static library's resources that nothing names. The toolkit's macro works outside of

@@ -8,6 +8,7 @@
 #include <QScreen>
 #include <QWidget>
 #include <QWindow>
+
 #include <algorithm>
 #include <string_view>
 #include <utility>

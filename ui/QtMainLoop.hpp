@@ -3,6 +3,7 @@
 #include "core/support/EventLoop.hpp"
 
 #include <QSocketNotifier>
+
 #include <memory>
 
 namespace corvel::ui {

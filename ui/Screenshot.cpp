@@ -6,6 +6,7 @@
 #include <QEventLoop>
 #include <QImageWriter>
 #include <QTimer>
+
 #include <utility>
 
 namespace corvel::ui {

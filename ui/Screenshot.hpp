@@ -6,6 +6,7 @@
 
 #include <QSize>
 #include <QString>
+
 #include <filesystem>
 #include <memory>
 #include <optional>

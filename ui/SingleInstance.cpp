@@ -3,13 +3,13 @@
 #include "core/support/ApplicationIdentifier.hpp"
 #include "ui/QtText.hpp"
 
+#include <QByteArray>
+#include <QCryptographicHash>
+#include <QDeadlineTimer>
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <QByteArray>
-#include <QCryptographicHash>
-#include <QDeadlineTimer>
 #include <deque>
 #include <optional>
 #include <system_error>

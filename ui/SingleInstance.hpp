@@ -6,6 +6,7 @@
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QString>
+
 #include <chrono>
 #include <cstddef>
 #include <deque>

@@ -2,6 +2,7 @@
 
 #include <QEventLoop>
 #include <QTimer>
+
 #include <algorithm>
 #include <cstdio>
 #include <ctime>

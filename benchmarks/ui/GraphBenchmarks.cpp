@@ -14,11 +14,11 @@
 #include "ui/Look.hpp"
 #include "ui/RouterWindow/RouteGraph.hpp"
 
+#include <QApplication>
+#include <QTimer>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <QApplication>
-#include <QTimer>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>

@@ -17,6 +17,7 @@
 #include <QApplication>
 #include <QEvent>
 #include <QTimer>
+
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>

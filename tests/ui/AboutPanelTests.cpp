@@ -3,12 +3,12 @@
 #include "tests/support/TemporaryFolder.hpp"
 #include "tests/ui/support/ViewProbe.hpp"
 
-#include <gtest/gtest.h>
-
 #include <QDir>
 #include <QImage>
 #include <QPointer>
 #include <QTest>
+#include <gtest/gtest.h>
+
 #include <optional>
 #include <string>
 #include <string_view>

@@ -9,6 +9,7 @@
 #include <QPalette>
 #include <QPointer>
 #include <QTimer>
+
 #include <algorithm>
 #include <functional>
 #include <string>

@@ -2,13 +2,13 @@
 
 #include "app/InMemorySettings.hpp"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWidget>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <chrono>
 #include <memory>
 #include <optional>

@@ -3,6 +3,7 @@
 #include "tests/ui/support/WindowModelFixture.hpp"
 
 #include <QElapsedTimer>
+
 #include <optional>
 #include <string>
 #include <vector>

@@ -2,10 +2,10 @@
 
 #include "tests/support/TemporaryFolder.hpp"
 
+#include <QSettings>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <QSettings>
 #include <optional>
 #include <string>
 

@@ -2,9 +2,9 @@
 
 #include "tests/ui/support/ViewProbe.hpp"
 
+#include <QWidget>
 #include <gtest/gtest.h>
 
-#include <QWidget>
 #include <string>
 
 namespace corvel::ui {

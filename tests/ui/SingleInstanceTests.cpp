@@ -5,6 +5,12 @@
 #include "ui/QtMainLoop.hpp"
 #include "ui/QtText.hpp"
 
+#include <QApplication>
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDialog>
+#include <QEventLoop>
+#include <QTimer>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -14,12 +20,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <QApplication>
-#include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QDialog>
-#include <QEventLoop>
-#include <QTimer>
 #include <algorithm>
 #include <barrier>
 #include <cerrno>

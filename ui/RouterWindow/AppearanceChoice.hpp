@@ -5,6 +5,7 @@
 #include "ui/ModelChanges.hpp"
 
 #include <QWidget>
+
 #include <utility>
 #include <vector>
 

@@ -6,6 +6,7 @@
 
 #include <QPointer>
 #include <QWidget>
+
 #include <functional>
 #include <vector>
 

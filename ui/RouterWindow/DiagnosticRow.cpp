@@ -6,6 +6,7 @@
 
 #include <QFontMetrics>
 #include <QPainter>
+
 #include <limits>
 
 namespace corvel::ui {

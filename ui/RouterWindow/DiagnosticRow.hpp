@@ -5,6 +5,7 @@
 
 #include <QString>
 #include <QWidget>
+
 #include <vector>
 
 namespace corvel::ui {

@@ -13,6 +13,7 @@
 #include <QHBoxLayout>
 #include <QPainter>
 #include <QVBoxLayout>
+
 #include <ranges>
 #include <string>
 #include <utility>

@@ -9,6 +9,7 @@
 #include <QPainter>
 #include <QScrollBar>
 #include <QVBoxLayout>
+
 #include <algorithm>
 #include <utility>
 

@@ -5,6 +5,7 @@
 #include "ui/RouterWindow/EndpointPositionKey.hpp"
 
 #include <QWidget>
+
 #include <cstdint>
 #include <optional>
 #include <unordered_map>

@@ -4,6 +4,7 @@
 
 #include <QRectF>
 #include <QString>
+
 #include <vector>
 
 namespace corvel::ui {

@@ -5,6 +5,7 @@
 
 #include <QPoint>
 #include <QVariantAnimation>
+
 #include <cstdint>
 
 namespace corvel::ui {

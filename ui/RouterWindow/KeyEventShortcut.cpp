@@ -5,6 +5,7 @@
 #include <QChar>
 #include <QKeyEvent>
 #include <QStringList>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>

@@ -3,6 +3,7 @@
 #include "core/routes/KeyboardShortcutSpec.hpp"
 
 #include <QString>
+
 #include <optional>
 
 class QKeyEvent;

@@ -7,6 +7,7 @@
 #include "ui/RouterWindow/RouteSignal.hpp"
 
 #include <QPointF>
+
 #include <vector>
 
 namespace corvel::ui {

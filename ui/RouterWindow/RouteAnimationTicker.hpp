@@ -4,6 +4,7 @@
 
 #include <QObject>
 #include <QTimer>
+
 #include <memory>
 
 namespace corvel::ui {

@@ -4,6 +4,7 @@
 #include "core/support/UUID.hpp"
 
 #include <QColor>
+
 #include <cstddef>
 #include <span>
 

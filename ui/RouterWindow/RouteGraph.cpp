@@ -12,6 +12,7 @@
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
+
 #include <algorithm>
 #include <cmath>
 #include <functional>

@@ -17,6 +17,7 @@
 #include <QRegion>
 #include <QString>
 #include <QWidget>
+
 #include <cstddef>
 #include <memory>
 #include <optional>

@@ -5,6 +5,7 @@
 
 #include <QAccessible>
 #include <QAccessibleWidget>
+
 #include <algorithm>
 #include <unordered_map>
 #include <vector>

@@ -14,6 +14,7 @@
 #include <QPointF>
 #include <QRectF>
 #include <QSizeF>
+
 #include <chrono>
 #include <cstddef>
 #include <optional>

@@ -3,6 +3,7 @@
 #include <QPainter>
 #include <QPen>
 #include <QTransform>
+
 #include <array>
 
 namespace corvel::ui {

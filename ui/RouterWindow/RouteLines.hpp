@@ -4,6 +4,7 @@
 #include "ui/RouterWindow/RouteLine.hpp"
 
 #include <QPointF>
+
 #include <cstddef>
 #include <unordered_map>
 #include <vector>

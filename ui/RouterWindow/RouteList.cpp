@@ -11,6 +11,7 @@
 #include <QPainter>
 #include <QScrollBar>
 #include <QVBoxLayout>
+
 #include <algorithm>
 #include <cmath>
 #include <unordered_map>

@@ -7,6 +7,7 @@
 
 #include <QVariantAnimation>
 #include <QWidget>
+
 #include <optional>
 #include <vector>
 

@@ -3,6 +3,7 @@
 #include <QFontMetricsF>
 #include <QPaintEvent>
 #include <QPainter>
+
 #include <algorithm>
 #include <cmath>
 

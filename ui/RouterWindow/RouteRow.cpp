@@ -11,6 +11,7 @@
 #include <QKeyEvent>
 #include <QPainter>
 #include <QStringList>
+
 #include <cstddef>
 #include <utility>
 

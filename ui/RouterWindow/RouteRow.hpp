@@ -11,6 +11,7 @@
 #include <QColor>
 #include <QString>
 #include <QVariantAnimation>
+
 #include <optional>
 #include <vector>
 

@@ -5,6 +5,7 @@
 #include "ui/RouterWindow/KeyEventShortcut.hpp"
 
 #include <QStringList>
+
 #include <optional>
 
 namespace corvel::ui {

@@ -11,6 +11,7 @@
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
+
 #include <utility>
 
 namespace corvel::ui {

@@ -3,6 +3,7 @@
 #include "app/MIDIRouterViewModel.hpp"
 
 #include <QObject>
+
 #include <cstdint>
 #include <set>
 

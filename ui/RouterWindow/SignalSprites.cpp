@@ -7,6 +7,7 @@
 #include <QPainter>
 #include <QPen>
 #include <QRadialGradient>
+
 #include <cmath>
 
 namespace corvel::ui {

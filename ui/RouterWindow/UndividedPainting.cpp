@@ -1,6 +1,7 @@
 #include "ui/RouterWindow/UndividedPainting.hpp"
 
 #include <QThreadPool>
+
 #include <atomic>
 #include <semaphore>
 

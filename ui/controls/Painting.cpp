@@ -5,6 +5,7 @@
 #include <QStyle>
 #include <QTransform>
 #include <QWidget>
+
 #include <algorithm>
 #include <cmath>
 

@@ -4,6 +4,7 @@
 
 #include <QLabel>
 #include <QString>
+
 #include <vector>
 
 namespace corvel::ui {

@@ -3,6 +3,7 @@
 #include "ui/Look.hpp"
 
 #include <QWidget>
+
 #include <optional>
 
 class QScrollBar;

@@ -4,6 +4,7 @@
 
 #include <QFontMetricsF>
 #include <QPainter>
+
 #include <cmath>
 
 namespace corvel::ui {

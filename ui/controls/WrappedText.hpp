@@ -2,6 +2,7 @@
 
 #include <QFont>
 #include <QString>
+
 #include <vector>
 
 namespace corvel::ui {

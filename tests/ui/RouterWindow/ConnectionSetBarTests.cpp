@@ -10,6 +10,7 @@
 #include <QApplication>
 #include <QPointer>
 #include <QTest>
+
 #include <string>
 #include <vector>
 

@@ -8,6 +8,7 @@
 #include <QGuiApplication>
 #include <QMimeData>
 #include <QPointer>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>

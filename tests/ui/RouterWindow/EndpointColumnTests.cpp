@@ -7,13 +7,13 @@
 #include "ui/RouterWindow/EndpointSelectionDetails.hpp"
 #include "ui/controls/LookScrollArea.hpp"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <QPointer>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <string>
 #include <utility>

@@ -4,13 +4,13 @@
 #include "tests/ui/support/EndpointBuilders.hpp"
 #include "tests/ui/support/ViewProbe.hpp"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <QDrag>
 #include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>

@@ -3,13 +3,13 @@
 #include "tests/ui/support/EndpointBuilders.hpp"
 #include "tests/ui/support/ViewProbe.hpp"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QMimeData>
 #include <QTest>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <string>
 
 namespace corvel::ui {

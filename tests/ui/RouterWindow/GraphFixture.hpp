@@ -10,6 +10,7 @@
 
 #include <QCoreApplication>
 #include <QImage>
+
 #include <chrono>
 #include <cstdint>
 #include <memory>

@@ -6,6 +6,7 @@
 
 #include <QSignalSpy>
 #include <QTest>
+
 #include <memory>
 
 namespace corvel::ui {

@@ -1,8 +1,8 @@
 #include "ui/RouterWindow/KeyEventShortcut.hpp"
 
+#include <QKeyEvent>
 #include <gtest/gtest.h>
 
-#include <QKeyEvent>
 #include <optional>
 #include <string>
 #include <utility>

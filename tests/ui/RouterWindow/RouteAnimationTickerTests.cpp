@@ -2,9 +2,9 @@
 
 #include "tests/support/ManualClock.hpp"
 
+#include <QCoreApplication>
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
 #include <chrono>
 #include <memory>
 #include <vector>

@@ -2,13 +2,13 @@
 
 #include "tests/ui/RouterWindow/GraphFixture.hpp"
 
-#include <gtest/gtest.h>
-
 #include <QAccessible>
 #include <QLabel>
 #include <QPaintEvent>
 #include <QScreen>
 #include <QTest>
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>

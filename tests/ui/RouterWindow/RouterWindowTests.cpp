@@ -14,6 +14,7 @@
 #include <QPointer>
 #include <QScrollBar>
 #include <QSignalSpy>
+
 #include <string>
 
 namespace corvel::ui {

@@ -10,6 +10,7 @@
 #include <QTest>
 #include <QWidget>
 #include <QWindow>
+
 #include <memory>
 #include <optional>
 #include <string>

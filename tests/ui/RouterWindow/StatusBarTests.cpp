@@ -4,6 +4,7 @@
 #include "tests/ui/support/WindowModelFixture.hpp"
 
 #include <QStringList>
+
 #include <string>
 
 namespace corvel::ui {

@@ -2,6 +2,7 @@
 #include "ui/RouterWindow/SettingsSheet.hpp"
 
 #include <QAccessible>
+
 #include <algorithm>
 #include <string>
 #include <vector>

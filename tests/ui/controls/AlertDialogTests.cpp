@@ -2,12 +2,12 @@
 
 #include "tests/ui/support/ViewProbe.hpp"
 
-#include <gtest/gtest.h>
-
 #include <QLineEdit>
 #include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
+#include <gtest/gtest.h>
+
 #include <memory>
 
 namespace corvel::ui {

@@ -2,10 +2,9 @@
 
 #include "ui/controls/ScrollHandle.hpp"
 
-#include <gtest/gtest.h>
-
 #include <QScrollBar>
 #include <QTest>
+#include <gtest/gtest.h>
 
 namespace corvel::ui {
 namespace {

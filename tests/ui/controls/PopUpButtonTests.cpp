@@ -3,10 +3,10 @@
 #include "tests/ui/support/OpenMenu.hpp"
 #include "tests/ui/support/ViewProbe.hpp"
 
+#include <QTest>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <QTest>
 #include <vector>
 
 namespace corvel::ui {

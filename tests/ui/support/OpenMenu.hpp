@@ -8,6 +8,7 @@
 #include <QStringList>
 #include <QTest>
 #include <QTimer>
+
 #include <chrono>
 #include <functional>
 #include <stdexcept>

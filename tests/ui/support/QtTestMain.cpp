@@ -1,7 +1,6 @@
-#include <gtest/gtest.h>
-
 #include <QApplication>
 #include <QString>
+#include <gtest/gtest.h>
 
 /// Runs tests of views: with an application object and without a display, on a screen that has room for the window.
 int main(int argumentCount, char** arguments) {

@@ -16,6 +16,7 @@
 #include <QMenu>
 #include <QScrollBar>
 #include <QTest>
+
 #include <algorithm>
 #include <memory>
 #include <optional>

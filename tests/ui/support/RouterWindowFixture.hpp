@@ -9,6 +9,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QTest>
+
 #include <memory>
 #include <stdexcept>
 

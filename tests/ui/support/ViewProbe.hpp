@@ -11,6 +11,7 @@
 #include <QTextDocument>
 #include <QTextFrame>
 #include <QWidget>
+
 #include <algorithm>
 #include <chrono>
 #include <ostream>

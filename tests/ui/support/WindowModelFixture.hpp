@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <QObject>
+
 #include <chrono>
 #include <memory>
 
