@@ -42,10 +42,11 @@ RouteGraph::RouteGraph(MIDIRouterViewModel& model, const Look& look, std::shared
       look_(look),
       ticker_(std::move(clock)),
       placeholder_(new LookLabel(look, Look::font(15), &Theme::text2, this)) {
+    // Before the name: whoever listens asks for the stage's interface as soon as it gets one.
+    installRouteGraphAccessibility();
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMouseTracking(true);
     setAccessibleName(QStringLiteral("Routing stage"));
-    installRouteGraphAccessibility();
     placeholder_->setLine(QStringLiteral("Select an input and output, then connect them"));
     placeholder_->setAlignment(Qt::AlignCenter);
     placeholder_->setAttribute(Qt::WA_TransparentForMouseEvents);

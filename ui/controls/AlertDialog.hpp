@@ -10,8 +10,8 @@ class QVBoxLayout;
 namespace corvel::ui {
 
 /// A question to the user, which holds up the application until it is answered: a message, a text that explains it,
-/// possibly something to fill in, and two buttons. Return presses the first, which is the only one that applies; Escape
-/// the second.
+/// possibly something to fill in, and two buttons. Return presses the first, which is the only one that applies, unless
+/// the second has the focus; Escape presses the second.
 class AlertDialog : public SheetDialog {
     Q_OBJECT
 
