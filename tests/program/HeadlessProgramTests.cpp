@@ -53,17 +53,6 @@ private:
 
 class HeadlessProgram : public ProgramFixture {
 protected:
-    /// Waits until the condition holds, for as long as the program runs; false past the deadline.
-    template <typename Condition>
-    [[nodiscard]] static bool waitUntil(ChildProcess& program, Condition condition) {
-        const auto deadline = std::chrono::steady_clock::now() + kDeadline;
-        while (!condition()) {
-            if (program.wait(std::chrono::milliseconds(10)) || std::chrono::steady_clock::now() > deadline) {
-                return false;
-            }
-        }
-        return true;
-    }
 };
 
 TEST_F(HeadlessProgram, RoutesTheDemoAndWritesWhatItRoutes) {

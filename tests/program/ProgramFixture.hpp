@@ -27,6 +27,18 @@ protected:
         return ChildProcess(arguments);
     }
 
+    /// Waits until the condition holds, for as long as the program runs; false past the deadline.
+    template <typename Condition>
+    [[nodiscard]] static bool waitUntil(ChildProcess& program, Condition condition) {
+        const auto deadline = std::chrono::steady_clock::now() + kDeadline;
+        while (!condition()) {
+            if (program.wait(std::chrono::milliseconds(10)) || std::chrono::steady_clock::now() > deadline) {
+                return false;
+            }
+        }
+        return true;
+    }
+
     [[nodiscard]] static bool hasSequencer() { return std::filesystem::exists("/dev/snd/seq"); }
 
     const TemporaryFolder data;

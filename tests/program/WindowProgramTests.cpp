@@ -24,18 +24,6 @@ using ::testing::StartsWith;
 /// The program with its window, which Qt draws in memory.
 class WindowProgram : public ProgramFixture {
 protected:
-    /// Waits until the condition holds, for as long as the program runs; false past the deadline.
-    template <typename Condition>
-    [[nodiscard]] static bool waitUntil(ChildProcess& program, Condition condition) {
-        const auto deadline = std::chrono::steady_clock::now() + kDeadline;
-        while (!condition()) {
-            if (program.wait(std::chrono::milliseconds(10)) || std::chrono::steady_clock::now() > deadline) {
-                return false;
-            }
-        }
-        return true;
-    }
-
     /// Width and height that a PNG file tells of itself.
     [[nodiscard]] static std::pair<std::uint32_t, std::uint32_t> pictureSize(const std::filesystem::path& file) {
         const std::string head = readFile(file).substr(0, 24);
