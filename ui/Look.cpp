@@ -12,8 +12,8 @@
 
 #include <cmath>
 
-/// The linker leaves out a static library's resources that nothing names. The toolkit's macro works outside of
-/// namespaces only.
+/// The linker leaves out a static library's resources that nothing names.
+// NOLINTNEXTLINE(misc-use-anonymous-namespace): the toolkit's macro works outside of namespaces only
 static void loadResources() {
     Q_INIT_RESOURCE(icons);
     Q_INIT_RESOURCE(info);

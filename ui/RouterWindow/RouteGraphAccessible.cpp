@@ -112,7 +112,6 @@ private:
     [[nodiscard]] QAccessibleInterface* lineOf(const UUID& routeID) const {
         const auto [found, isNew] = lines_.try_emplace(routeID);
         if (isNew) {
-            // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the toolkit's registry owns it
             found->second = QAccessible::registerAccessibleInterface(new RouteLineAccessible(graph(), routeID));
         }
         return QAccessible::accessibleInterface(found->second);
