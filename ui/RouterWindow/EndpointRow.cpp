@@ -13,6 +13,8 @@
 #include <QMouseEvent>
 #include <QPainter>
 
+#include <utility>
+
 namespace corvel::ui {
 
 namespace {
@@ -33,8 +35,8 @@ QFont nameFont(bool isSelected) {
 
 }  // namespace
 
-EndpointRow::EndpointRow(const Look& look, const MIDIEndpointModel& endpoint, QWidget* parent)
-    : LookButton(look, parent), endpoint_(endpoint) {
+EndpointRow::EndpointRow(const Look& look, MIDIEndpointModel endpoint, QWidget* parent)
+    : LookButton(look, parent), endpoint_(std::move(endpoint)) {
     setFixedHeight(kHeight);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setAcceptDrops(!isInput());

@@ -17,7 +17,7 @@ class EndpointRow final : public LookButton {
 public:
     static constexpr int kHeight = 40;
 
-    EndpointRow(const Look& look, const MIDIEndpointModel& endpoint, QWidget* parent);
+    EndpointRow(const Look& look, MIDIEndpointModel endpoint, QWidget* parent);
 
     [[nodiscard]] const MIDIEndpointModel& endpoint() const { return endpoint_; }
     void setEndpoint(const MIDIEndpointModel& endpoint);
