@@ -4,6 +4,8 @@
 
 #include <QPainter>
 
+#include <utility>
+
 namespace corvel::ui {
 
 namespace {
@@ -19,8 +21,8 @@ constexpr qreal kRadius = 8;
 
 }  // namespace
 
-ChoiceCard::ChoiceCard(const Look& look, const QString& iconName, const QString& title, QWidget* parent)
-    : LookButton(look, parent), iconName_(iconName) {
+ChoiceCard::ChoiceCard(const Look& look, QString iconName, const QString& title, QWidget* parent)
+    : LookButton(look, parent), iconName_(std::move(iconName)) {
     setText(title);
     setFixedHeight(kHeight);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);

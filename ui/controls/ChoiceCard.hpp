@@ -9,7 +9,7 @@ class ChoiceCard final : public LookButton {
     Q_OBJECT
 
 public:
-    ChoiceCard(const Look& look, const QString& iconName, const QString& title, QWidget* parent);
+    ChoiceCard(const Look& look, QString iconName, const QString& title, QWidget* parent);
 
     void setChosen(bool isChosen);
     [[nodiscard]] bool isChosen() const { return isChosen_; }

@@ -5,6 +5,8 @@
 
 #include <QPainter>
 
+#include <utility>
+
 namespace corvel::ui {
 
 namespace {
@@ -14,8 +16,8 @@ constexpr qreal kRadius = 8;
 
 }  // namespace
 
-IconButton::IconButton(const Look& look, const QString& iconName, const QString& help, int side, QWidget* parent)
-    : LookButton(look, parent), iconName_(iconName), side_(side) {
+IconButton::IconButton(const Look& look, QString iconName, const QString& help, int side, QWidget* parent)
+    : LookButton(look, parent), iconName_(std::move(iconName)), side_(side) {
     setFixedSize(side, side);
     setHelp(help);
 }

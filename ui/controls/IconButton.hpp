@@ -18,7 +18,7 @@ public:
         destructive,
     };
 
-    IconButton(const Look& look, const QString& iconName, const QString& help, int side, QWidget* parent = nullptr);
+    IconButton(const Look& look, QString iconName, const QString& help, int side, QWidget* parent = nullptr);
 
     void setIconName(const QString& name);
     void setRole(Role role) { role_ = role; }

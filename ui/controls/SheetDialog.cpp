@@ -82,7 +82,7 @@ void SheetDialog::hideEvent(QHideEvent* event) {
 
 void SheetDialog::resizeEvent(QResizeEvent* event) {
     QDialog::resizeEvent(event);
-    if (isVisible() && event->size() != event->oldSize() && scrim_ && scrim_->card() != cardInWindow()) {
+    if (isVisible() && event->size() != event->oldSize() && scrim_ != nullptr && scrim_->card() != cardInWindow()) {
         centre();
         takeBackdrop();
         scrim_->setCard(cardInWindow());

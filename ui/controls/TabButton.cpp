@@ -6,6 +6,7 @@
 #include <QPainter>
 
 #include <cmath>
+#include <utility>
 
 namespace corvel::ui {
 
@@ -23,8 +24,8 @@ QFont titleFont(bool isActive) {
 
 }  // namespace
 
-TabButton::TabButton(const Look& look, const QString& iconName, const QString& title, QWidget* parent)
-    : LookButton(look, parent), iconName_(iconName) {
+TabButton::TabButton(const Look& look, QString iconName, const QString& title, QWidget* parent)
+    : LookButton(look, parent), iconName_(std::move(iconName)) {
     setText(title);
     setFixedHeight(kHeight);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);

@@ -11,7 +11,7 @@ class TabButton final : public LookButton {
 public:
     static constexpr int kHeight = 40;
 
-    TabButton(const Look& look, const QString& iconName, const QString& title, QWidget* parent);
+    TabButton(const Look& look, QString iconName, const QString& title, QWidget* parent);
 
     void setActive(bool isActive);
     [[nodiscard]] bool isActive() const { return isActive_; }
