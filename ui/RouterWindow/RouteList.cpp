@@ -204,15 +204,9 @@ void RouteList::openDialog(const UUID& routeID, Purpose purpose) {
     }
     dialog_ = purpose == Purpose::add ? ChannelAssignmentDialog::forAdding(model_, look_, *route, this)
                                       : ChannelAssignmentDialog::forEditing(model_, look_, *route, this);
-    if (dialog_ == nullptr) {
-        return;
+    if (dialog_ != nullptr) {
+        dialog_->show();
     }
-    connect(dialog_, &QObject::destroyed, this, [this](const QObject* gone) {
-        if (gone == dialog_) {
-            dialog_ = nullptr;
-        }
-    });
-    dialog_->show();
 }
 
 void RouteList::resizeEvent(QResizeEvent* event) {

@@ -5,6 +5,7 @@
 #include "ui/Look.hpp"
 #include "ui/ModelChanges.hpp"
 
+#include <QPointer>
 #include <QVariantAnimation>
 #include <QWidget>
 
@@ -63,7 +64,7 @@ private:
     QVariantAnimation scrolling_;
     int scrollStart_ = 0;
     /// The last dialog that was opened, as long as it exists.
-    ChannelAssignmentDialog* dialog_ = nullptr;
+    QPointer<ChannelAssignmentDialog> dialog_;
 };
 
 }  // namespace corvel::ui
