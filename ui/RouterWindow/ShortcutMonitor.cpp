@@ -49,16 +49,13 @@ bool ShortcutMonitor::eventFilter(QObject* watched, QEvent* event) {
         return false;
     }
     const auto& key = static_cast<const QKeyEvent&>(*event);
-    if (type == QEvent::ShortcutOverride && !key.isAutoRepeat()) {
+    if (type == QEvent::ShortcutOverride && !key.isAutoRepeat() && !repetitions_.contain(key)) {
         takenKeys_.erase(identity(key));
         if (takes(key)) {
             takenKeys_.insert(identity(key));
         }
     }
     const bool isTaken = takenKeys_.contains(identity(key));
-    if (type == QEvent::KeyRelease && !key.isAutoRepeat()) {
-        takenKeys_.erase(identity(key));
-    }
     if (isTaken) {
         event->accept();
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/MIDIRouterViewModel.hpp"
+#include "ui/RouterWindow/X11KeyRepetitions.hpp"
 
 #include <QObject>
 
@@ -30,7 +31,8 @@ private:
     [[nodiscard]] bool takes(const QKeyEvent& event);
 
     MIDIRouterViewModel& model_;
-    /// The keys that are down and belong to a shortcut.
+    X11KeyRepetitions repetitions_;
+    /// The keys whose latest press was a shortcut's. A release does not end that: it may be half of a repetition.
     std::set<std::uint64_t> takenKeys_;
 };
 

@@ -2,6 +2,7 @@
 
 #include "tests/ui/support/WindowModelFixture.hpp"
 
+#include <QAbstractEventDispatcher>
 #include <QAction>
 #include <QDialog>
 #include <QKeyEvent>
@@ -10,7 +11,9 @@
 #include <QTest>
 #include <QWidget>
 #include <QWindow>
+#include <xcb/xcb.h>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -68,8 +71,10 @@ protected:
     }
 
     /// One press of a key, or its repetition, as a window gets it. True if nobody else may have it for a shortcut.
-    static bool press(QWidget& in, int key, Qt::KeyboardModifiers modifiers, quint32 place, bool isRepeated = false) {
+    static bool press(QWidget& in, int key, Qt::KeyboardModifiers modifiers, quint32 place, bool isRepeated = false,
+                      quint64 instant = 0) {
         QKeyEvent override(QEvent::ShortcutOverride, key, modifiers, place, 0, 0, QString(), isRepeated);
+        override.setTimestamp(instant);
         override.ignore();
         QCoreApplication::sendEvent(in.windowHandle(), &override);
         QKeyEvent event(QEvent::KeyPress, key, modifiers, place, 0, 0, QString(), isRepeated);
@@ -80,6 +85,16 @@ protected:
     static void release(QWidget& in, int key, Qt::KeyboardModifiers modifiers, quint32 place, bool isRepeated = false) {
         QKeyEvent event(QEvent::KeyRelease, key, modifiers, place, 0, 0, QString(), isRepeated);
         QCoreApplication::sendEvent(in.windowHandle(), &event);
+    }
+
+    /// An event as the X server tells it to the program.
+    static void sendFromX11(std::uint8_t type, xcb_keycode_t place, xcb_timestamp_t instant) {
+        xcb_key_press_event_t event{};
+        event.response_type = type;
+        event.detail = place;
+        event.time = instant;
+        qintptr result = 0;
+        QCoreApplication::eventDispatcher()->filterNativeEvent("xcb_generic_event_t", &event, &result);
     }
 
     [[nodiscard]] std::string channel() const { return model->routes()[0].channelMode.title(); }
@@ -146,6 +161,22 @@ TEST_F(ShortcutMonitorTests, SwitchesOnceWhileTheKeyIsHeld) {
 
     release(window, Qt::Key_1, Qt::ControlModifier, kPlaceOf1);
     press(window, Qt::Key_1, Qt::ControlModifier, kPlaceOf1);
+    EXPECT_EQ(channel(), "Ch 1");
+}
+
+TEST_F(ShortcutMonitorTests, KnowsARepetitionWhereTheToolkitMissesIt) {
+    press(window, Qt::Key_1, Qt::ControlModifier, kPlaceOf1, false, 1000);
+    reset();
+    sendFromX11(XCB_KEY_RELEASE, kPlaceOf1, 1660);
+    sendFromX11(XCB_KEY_PRESS, kPlaceOf1, 1660);
+    release(window, Qt::Key_1, Qt::ControlModifier, kPlaceOf1);
+    EXPECT_TRUE(press(window, Qt::Key_1, Qt::ControlModifier, kPlaceOf1, false, 1660));
+    EXPECT_EQ(channel(), "Ch 4");
+    EXPECT_THAT(sink.pressed, IsEmpty());
+
+    sendFromX11(XCB_KEY_RELEASE, kPlaceOf1, 1720);
+    sendFromX11(XCB_KEY_PRESS, kPlaceOf1, 1721);
+    press(window, Qt::Key_1, Qt::ControlModifier, kPlaceOf1, false, 1721);
     EXPECT_EQ(channel(), "Ch 1");
 }
 
