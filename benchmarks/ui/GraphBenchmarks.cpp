@@ -210,6 +210,11 @@ void measureTraffic(const std::string& at) {
 }
 
 void measureRest(const std::string& at) {
+    QTimer bareTicker;
+    bareTicker.setTimerType(Qt::PreciseTimer);
+    bareTicker.start(16ms);
+    printFigure("processor of a bare timer" + at, processorShare(10s), "% of a core", std::nullopt);
+    bareTicker.stop();
     const std::shared_ptr<const Clock> clock = makeSystemClock();
     StageRig rig(clock);
     for (std::size_t index = 0; index < MIDIRouterViewModel::kGraphActivityLimit; ++index) {
