@@ -10,38 +10,39 @@ bool MIDIReportQueue::push(MIDIReport report) {
         return push(std::move(*activity));
     }
     const std::lock_guard lock(mutex_);
-    others_.push_back({nextNumber_++, std::move(report)});
+    pushed_.others.push_back({nextNumber_++, std::move(report)});
     return !std::exchange(isAnnounced_, true);
 }
 
 bool MIDIReportQueue::push(MIDIActivityEvent&& activity) {
     const std::lock_guard lock(mutex_);
-    activities_.push_back({nextNumber_++, std::move(activity)});
+    pushed_.activities.push_back({nextNumber_++, std::move(activity)});
     return !std::exchange(isAnnounced_, true);
 }
 
 std::optional<MIDIReport> MIDIReportQueue::pop() {
-    const std::lock_guard lock(mutex_);
-    if (activities_.empty() && others_.empty()) {
-        isAnnounced_ = false;
-        return std::nullopt;
+    if (taken_.size() == 0) {
+        const std::lock_guard lock(mutex_);
+        std::swap(taken_, pushed_);
+        isAnnounced_ = taken_.size() > 0;
     }
+    auto& [activities, others] = taken_;
     const bool isActivityNext =
-        others_.empty() || (!activities_.empty() && activities_.front().number < others_.front().number);
+        !activities.empty() && (others.empty() || activities.front().number < others.front().number);
     std::optional<MIDIReport> report;
     if (isActivityNext) {
-        report.emplace(std::move(activities_.front().report));
-        activities_.pop_front();
-    } else {
-        report.emplace(std::move(others_.front().report));
-        others_.pop_front();
+        report.emplace(std::move(activities.front().report));
+        activities.pop_front();
+    } else if (!others.empty()) {
+        report.emplace(std::move(others.front().report));
+        others.pop_front();
     }
     return report;
 }
 
 std::size_t MIDIReportQueue::size() const {
     const std::lock_guard lock(mutex_);
-    return activities_.size() + others_.size();
+    return taken_.size() + pushed_.size();
 }
 
 }  // namespace corvel

@@ -3,15 +3,17 @@
 #include "core/host/MIDIHost.hpp"
 #include "core/support/DispatchQueue.hpp"
 #include "core/support/EventLoop.hpp"
+#include "core/support/WarmRing.hpp"
 #include "hosts/alsa/DeviceTree.hpp"
 #include "hosts/alsa/EndpointRegistry.hpp"
 #include "hosts/alsa/EventCoding.hpp"
 #include "hosts/alsa/OutputFlow.hpp"
 #include "hosts/alsa/SequencerClient.hpp"
 
+#include <boost/circular_buffer.hpp>
+
 #include <chrono>
 #include <cstddef>
-#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -55,6 +57,9 @@ public:
 private:
     /// How soon a receiver that had no room is tried again.
     static constexpr std::chrono::microseconds kRetryDelay{500};
+
+    /// Arrivals that there is always memory for: eight times what the sequencer keeps.
+    static constexpr std::size_t kUsualBurst = 16'384;
 
     struct Subscription {
         MIDIObjectRef source = 0;
@@ -122,7 +127,7 @@ private:
     int announcementPort_ = -1;
 
     EventDecoder decoder_;
-    std::deque<Arrival> arrivals_;
+    boost::circular_buffer<Arrival> arrivals_ = makeWarmRing(kUsualBurst, Arrival{});
     std::size_t arrivedBytes_ = 0;
     bool isDeliveryScheduled_ = false;
     /// False once reading has failed for good.

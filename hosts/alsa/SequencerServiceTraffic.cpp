@@ -88,6 +88,9 @@ void SequencerService::accept(const snd_seq_event_t& event) {
     }
     if (std::optional<MIDIBytes> bytes = decoder_.decode(event)) {
         arrivedBytes_ += bytes->size() + kArrivalOverhead;
+        if (arrivals_.full()) {
+            arrivals_.set_capacity(2 * arrivals_.capacity());
+        }
         arrivals_.push_back({subscription->second.connection, *std::move(bytes)});
         scheduleDelivery();
     }

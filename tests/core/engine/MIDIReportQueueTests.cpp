@@ -74,6 +74,17 @@ TEST(MIDIReportQueue, GivesReportsOfAllKindsInTheOrderInWhichTheyWereMade) {
     EXPECT_EQ(queue.size(), 0U);
 }
 
+TEST(MIDIReportQueue, GivesWhatWasPushedBeforeTheFirstWasTakenAheadOfTheRest) {
+    MIDIReportQueue queue;
+    (void)queue.push(activity(1));
+    (void)queue.push(failure("a"));
+    EXPECT_EQ(describe(queue.pop().value()), "activity 0001");
+    (void)queue.push(activity(2));
+    (void)queue.push(diagnostic("b"));
+    EXPECT_EQ(queue.size(), 3U);
+    EXPECT_THAT(takeAll(queue), ElementsAre("failure a", "activity 0002", "diagnostic b"));
+}
+
 TEST(MIDIReportQueue, GivesReportsUnchanged) {
     MIDIReportQueue queue;
     const MIDIActivityEvent event(makeID(7), makeID(8), ManualClock::kStart, {0xF0, 1, 0xF7});

@@ -227,6 +227,25 @@ TEST_F(ALSAReceiving, LosesNothingOfABurst) {
     EXPECT_THAT(corvel_.diagnostics(), IsEmpty());
 }
 
+TEST_F(ALSAReceiving, KeepsAllThatItReadsWhileItsQueueIsBusy) {
+    // Beyond what there is memory for from the start.
+    constexpr unsigned kCount = 40'000;
+    constexpr unsigned kPortion = 1'000;
+    const MIDIObjectRef elsewhere = corvel_.destination("Midi Through Port-0").ref;
+    corvel_.onQueue([&] {
+        for (unsigned number = 0; number < kCount; number += kPortion) {
+            peer_.playNumberedNotes(port_, number, kPortion);
+            // It looks for input between sends.
+            for (int send = 0; send < 8; ++send) {
+                EXPECT_EQ(corvel_.send(elsewhere, {0xFE}), kMIDISuccess);
+            }
+        }
+    });
+    ASSERT_TRUE(corvel_.waitUntil([&] { return corvel_.deliveries().size() >= kCount; }));
+    EXPECT_EQ(corvel_.deliveredBytes(), numberedNotes(kCount));
+    EXPECT_THAT(corvel_.diagnostics(), IsEmpty());
+}
+
 TEST_F(ALSAReceiving, ReportsAnOverrunAsksForARescanAndGoesOn) {
     for (int time = 1; time <= 2; ++time) {
         const auto release = corvel_.holdQueue();
