@@ -43,9 +43,8 @@ void ApplicationMenuButton::openMenu() {
 void ApplicationMenuButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QColor rest = theme().raisedHover;
-    rest.setAlpha(0);
-    painter.fillPath(roundedPath(rect(), kRadius), stateFill(rest, theme().raisedHover, theme().raisedPressed));
+    painter.fillPath(roundedPath(rect(), kRadius),
+                     stateFill(transparent(theme().raisedHover), theme().raisedHover, theme().raisedPressed));
     const QIcon mark(QStringLiteral(":/AppIcon.svg"));
     mark.paint(&painter, QRect(kMarkLeft, (height() - kMarkSize) / 2, kMarkSize, kMarkSize));
     painter.drawPixmap(QPointF(kChevronLeft, (height() - kChevronSize) / 2.0),

@@ -60,9 +60,8 @@ int EndpointDetailButton::heightForWidth(int width) const {
 void EndpointDetailButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QColor rest = theme().raisedHover;
-    rest.setAlpha(0);
-    painter.fillPath(roundedPath(rect(), kRadius), stateFill(rest, theme().raisedHover, theme().raisedPressed));
+    painter.fillPath(roundedPath(rect(), kRadius),
+                     stateFill(transparent(theme().raisedHover), theme().raisedHover, theme().raisedPressed));
     if (showsFocus()) {
         paintRing(painter, rect(), kRadius, theme().accent);
     }

@@ -32,11 +32,6 @@ constexpr int kCardInset = 8;
 constexpr qreal kRadius = 8;
 constexpr int kSelectionFade = 120;
 
-QColor transparent(QColor colour) {
-    colour.setAlpha(0);
-    return colour;
-}
-
 }  // namespace
 
 RouteRow::RouteRow(MIDIRouterViewModel& model, const Look& look, const MIDIRoute& route, const QColor& colour,

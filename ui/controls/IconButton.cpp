@@ -47,11 +47,9 @@ QColor IconButton::ink() const {
 void IconButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QColor transparent = theme().raisedHover;
-    transparent.setAlpha(0);
     if (isEnabled()) {
         painter.fillPath(roundedPath(rect(), kRadius),
-                         stateFill(transparent, theme().raisedHover, theme().raisedPressed));
+                         stateFill(transparent(theme().raisedHover), theme().raisedHover, theme().raisedPressed));
     }
     const int offset = (side_ - kIconSize) / 2;
     painter.drawPixmap(offset, offset, look().icon(iconName_, kIconSize, ink(), devicePixelRatioF()));

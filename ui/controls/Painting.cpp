@@ -49,6 +49,11 @@ QColor mixed(const QColor& from, const QColor& to, qreal level) {
                             between(from.blueF(), to.blueF()), between(from.alphaF(), to.alphaF()));
 }
 
+QColor transparent(QColor colour) {
+    colour.setAlpha(0);
+    return colour;
+}
+
 void paintRing(QPainter& painter, const QRectF& rect, qreal radius, const QColor& colour, Corners corners) {
     strokeInside(painter, rect, radius, colour, 2, corners);
 }

@@ -20,6 +20,9 @@ enum class Corners { all, left, right };
 /// The colour that lies between two, `level` 0 being the first and 1 the second.
 [[nodiscard]] QColor mixed(const QColor& from, const QColor& to, qreal level);
 
+/// The colour as if it were not there, to fade it in from.
+[[nodiscard]] QColor transparent(QColor colour);
+
 /// Two pixels along the inside of the rectangle's edge.
 void paintRing(QPainter& painter, const QRectF& rect, qreal radius, const QColor& colour,
                Corners corners = Corners::all);

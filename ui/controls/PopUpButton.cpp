@@ -68,10 +68,7 @@ void PopUpButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF whole = rect();
-    QColor rest = isFilled_ ? theme().raised : theme().raisedHover;
-    if (!isFilled_) {
-        rest.setAlpha(0);
-    }
+    const QColor rest = isFilled_ ? theme().raised : transparent(theme().raisedHover);
     const qreal inset = showsFocus() ? kFocusInset : 0;
     painter.fillPath(roundedPath(whole.adjusted(inset, inset, -inset, -inset), kRadius - inset),
                      stateFill(rest, theme().raisedHover, theme().raisedPressed));
