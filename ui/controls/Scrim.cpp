@@ -9,7 +9,6 @@ namespace corvel::ui {
 
 namespace {
 
-constexpr int kFadeIn = 140;
 constexpr int kFadeOut = 100;
 constexpr qreal kCardRadius = 12;
 constexpr int kShadowLayers = 6;
@@ -36,7 +35,8 @@ void Scrim::setCard(const QRectF& card) {
     update();
 }
 
-void Scrim::fadeOut() {
+void Scrim::fadeOut(const QPixmap& sheet) {
+    leavingSheet_ = sheet;
     connect(&fade_, &QVariantAnimation::finished, this, &QObject::deleteLater);
     fadeTo(0, kFadeOut);
 }
@@ -65,6 +65,7 @@ void Scrim::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setOpacity(fade_.currentValue().toReal());
     paint(painter, rect(), card_, look_.theme());
+    painter.drawPixmap(card_.topLeft(), leavingSheet_);
 }
 
 bool Scrim::eventFilter(QObject* watched, QEvent* event) {

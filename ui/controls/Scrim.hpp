@@ -2,6 +2,7 @@
 
 #include "ui/Look.hpp"
 
+#include <QPixmap>
 #include <QRectF>
 #include <QVariantAnimation>
 #include <QWidget>
@@ -16,12 +17,17 @@ class Scrim final : public QWidget {
     Q_OBJECT
 
 public:
-    /// Covers the window until `fadeOut`, which also deletes it. `card` is the sheet's place in the window.
+    /// Milliseconds in which it, and the sheet over it, fades in.
+    static constexpr int kFadeIn = 140;
+
+    /// Covers the window until `fadeOut`. `card` is the sheet's place in the window.
     Scrim(const Look& look, QWidget& window, const QRectF& card);
 
     void setCard(const QRectF& card);
     [[nodiscard]] const QRectF& card() const { return card_; }
-    void fadeOut();
+
+    /// Fades out together with the sheet's last picture, if it had one, and deletes itself.
+    void fadeOut(const QPixmap& sheet);
 
     /// What a window looks like behind a sheet once faded in, painted over it: for the sheet's round corners.
     static void paint(QPainter& painter, const QRectF& whole, const QRectF& card, const Theme& theme);
@@ -35,6 +41,7 @@ private:
 
     const Look& look_;
     QRectF card_;
+    QPixmap leavingSheet_;
     QVariantAnimation fade_;
 };
 

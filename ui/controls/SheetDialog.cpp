@@ -2,6 +2,7 @@
 
 #include "ui/controls/Painting.hpp"
 #include "ui/controls/Scrim.hpp"
+#include "ui/controls/SheetEntrance.hpp"
 
 #include <QCoreApplication>
 #include <QFocusEvent>
@@ -30,7 +31,7 @@ SheetDialog::SheetDialog(const Look& look, QWidget* parent) : QDialog(parent->wi
 
 SheetDialog::~SheetDialog() {
     if (scrim_) {
-        scrim_->fadeOut();
+        scrim_->fadeOut({});
     }
 }
 
@@ -40,6 +41,7 @@ void SheetDialog::setVisible(bool isVisible) {
         adjustSize();
         centre();
         takeBackdrop();
+        new SheetEntrance(*this, windowBehind(), grab());
         scrim_ = new Scrim(look_, *parentWidget(), cardInWindow());
     }
     QDialog::setVisible(isVisible);
@@ -59,14 +61,19 @@ void SheetDialog::centre() {
     move(parentWidget()->mapToGlobal(cardInWindow().topLeft()));
 }
 
-void SheetDialog::takeBackdrop() {
+QPixmap SheetDialog::windowBehind() const {
     if (scrim_) {
         scrim_->hide();
     }
-    backdrop_ = parentWidget()->grab(cardInWindow());
+    QPixmap picture = parentWidget()->grab(cardInWindow());
     if (scrim_) {
         scrim_->show();
     }
+    return picture;
+}
+
+void SheetDialog::takeBackdrop() {
+    backdrop_ = windowBehind();
     QPainter painter(&backdrop_);
     painter.translate(-cardInWindow().topLeft());
     Scrim::paint(painter, parentWidget()->rect(), cardInWindow(), theme());
@@ -74,7 +81,7 @@ void SheetDialog::takeBackdrop() {
 
 void SheetDialog::hideEvent(QHideEvent* event) {
     if (scrim_) {
-        scrim_->fadeOut();
+        scrim_->fadeOut(grab());
         scrim_ = nullptr;
     }
     QDialog::hideEvent(event);

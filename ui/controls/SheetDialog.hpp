@@ -32,6 +32,8 @@ protected:
 private:
     [[nodiscard]] QRect cardInWindow() const;
     void centre();
+    /// The window's picture at the card's place, without the scrim.
+    [[nodiscard]] QPixmap windowBehind() const;
     void takeBackdrop();
 
     const Look& look_;

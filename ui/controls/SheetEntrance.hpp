@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QPixmap>
+#include <QVariantAnimation>
+#include <QWidget>
+
+namespace corvel::ui {
+
+/// A sheet's first moments: it fades in over what its window showed before, and rises a little. Lies over the sheet as
+/// a picture that takes neither mouse nor keys, and deletes itself.
+class SheetEntrance final : public QWidget {
+    Q_OBJECT
+
+public:
+    /// `behind` is the window's picture at the sheet's place, `picture` the sheet's own.
+    SheetEntrance(QWidget& sheet, QPixmap behind, QPixmap picture);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    const QPixmap behind_;
+    const QPixmap picture_;
+    QVariantAnimation level_;
+};
+
+}  // namespace corvel::ui
