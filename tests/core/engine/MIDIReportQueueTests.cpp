@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <atomic>
 #include <cstddef>
@@ -119,6 +120,26 @@ TEST(MIDIReportQueue, FindingItEmptyTwiceStillAsksForOneWakeUp) {
     (void)queue.pop();
     EXPECT_TRUE(queue.push(activity(1)));
     EXPECT_FALSE(queue.push(activity(2)));
+}
+
+TEST(MIDIReportQueue, TouchesNoNewMemoryForItsFirstActivities) {
+    const auto pageFaults = [] {
+        rusage usage{};
+        getrusage(RUSAGE_THREAD, &usage);
+        return usage.ru_minflt;
+    };
+    MIDIReportQueue queue;
+    // What the test itself needs for the first time is not counted.
+    (void)queue.push(activity(0));
+    const auto before = pageFaults();
+    for (int round = 0; round < 2; ++round) {
+        for (std::uint32_t number = 0; number < 4096; ++number) {
+            (void)queue.push(activity(number));
+        }
+        (void)queue.pop();
+    }
+    // The reports of a round fill more than sixty pages.
+    EXPECT_LT(pageFaults() - before, 20);
 }
 
 TEST(MIDIReportQueue, Keeps4096Activities) {
