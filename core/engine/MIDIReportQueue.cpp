@@ -23,7 +23,9 @@ bool MIDIReportQueue::push(MIDIActivityEvent&& activity) {
 std::optional<MIDIReport> MIDIReportQueue::pop() {
     if (taken_.size() == 0) {
         const std::lock_guard lock(mutex_);
-        std::swap(taken_, pushed_);
+        // Each by itself: moving a deque as a whole takes memory from the heap.
+        taken_.activities.swap(pushed_.activities);
+        taken_.others.swap(pushed_.others);
         isAnnounced_ = taken_.size() > 0;
     }
     auto& [activities, others] = taken_;

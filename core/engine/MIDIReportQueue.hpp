@@ -49,7 +49,7 @@ public:
     /// The oldest report, taken out; none when empty. Taking none makes the next push ask for a wake-up.
     [[nodiscard]] std::optional<MIDIReport> pop();
 
-    /// How many reports wait.
+    /// How many reports wait. For the one who takes.
     [[nodiscard]] std::size_t size() const;
 
 private:

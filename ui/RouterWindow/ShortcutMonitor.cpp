@@ -49,7 +49,7 @@ bool ShortcutMonitor::eventFilter(QObject* watched, QEvent* event) {
         return false;
     }
     const auto& key = static_cast<const QKeyEvent&>(*event);
-    if (type == QEvent::ShortcutOverride && !key.isAutoRepeat() && !repetitions_.contain(key)) {
+    if (type == QEvent::ShortcutOverride && !repetitions_.contain(key) && !key.isAutoRepeat()) {
         takenKeys_.erase(identity(key));
         if (takes(key)) {
             takenKeys_.insert(identity(key));
