@@ -23,7 +23,7 @@ SheetDialog::SheetDialog(const Look& look, QWidget* parent) : QDialog(parent->wi
     // The colours of the window behind change first.
     connect(&look, &Look::changed, this, [this] {
         QTimer::singleShot(0, this, [this] {
-            takeBackdrop();
+            setBackdrop(windowBehind());
             update();
         });
     });
@@ -40,8 +40,9 @@ void SheetDialog::setVisible(bool isVisible) {
         // All before the system knows of the window: one that moves while it appears may end up where nobody told it.
         adjustSize();
         centre();
-        takeBackdrop();
-        new SheetEntrance(*this, windowBehind(), grab());
+        const QPixmap behind = windowBehind();
+        setBackdrop(behind);
+        new SheetEntrance(*this, behind, grab());
         scrim_ = new Scrim(look_, *parentWidget(), cardInWindow());
     }
     QDialog::setVisible(isVisible);
@@ -72,8 +73,8 @@ QPixmap SheetDialog::windowBehind() const {
     return picture;
 }
 
-void SheetDialog::takeBackdrop() {
-    backdrop_ = windowBehind();
+void SheetDialog::setBackdrop(const QPixmap& behind) {
+    backdrop_ = behind;
     QPainter painter(&backdrop_);
     painter.translate(-cardInWindow().topLeft());
     Scrim::paint(painter, parentWidget()->rect(), cardInWindow(), theme());
@@ -91,7 +92,7 @@ void SheetDialog::resizeEvent(QResizeEvent* event) {
     QDialog::resizeEvent(event);
     if (isVisible() && event->size() != event->oldSize() && scrim_ != nullptr && scrim_->card() != cardInWindow()) {
         centre();
-        takeBackdrop();
+        setBackdrop(windowBehind());
         scrim_->setCard(cardInWindow());
     }
 }

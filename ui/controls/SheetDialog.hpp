@@ -34,7 +34,8 @@ private:
     void centre();
     /// The window's picture at the card's place, without the scrim.
     [[nodiscard]] QPixmap windowBehind() const;
-    void takeBackdrop();
+    /// Dims what is behind for the card's round corners.
+    void setBackdrop(const QPixmap& behind);
 
     const Look& look_;
     QPointer<Scrim> scrim_;
