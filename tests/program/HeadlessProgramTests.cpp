@@ -51,9 +51,7 @@ private:
     int descriptor_ = -1;
 };
 
-class HeadlessProgram : public ProgramFixture {
-protected:
-};
+class HeadlessProgram : public ProgramFixture {};
 
 TEST_F(HeadlessProgram, RoutesTheDemoAndWritesWhatItRoutes) {
     ChildProcess program = start({"--headless", "--monitor", "--midi", "demo"});

@@ -56,16 +56,7 @@ class SequencerTestCase(WindowTestCase):
 
     def start(self):
         """Starts the program on the sequencer and waits until its window has the keyboard."""
-        corvel = self.launch("--midi", "alsa")
-
-        def shown():
-            if not corvel.is_running:
-                raise AssertionError(f"ended before it showed a window: {corvel.errors}")
-            return windows.shown_windows(corvel.pid, "Corvel")
-
-        corvel.window = wait_for(shown, "the window")[-1]
-        wait_for(lambda: windows.active_window() == corvel.window, "the window to have the keyboard")
-        return RouterWindow(corvel)
+        return RouterWindow(self.launch("--midi", "alsa").wait_window())
 
     def start_connected(self, *assignments):
         """The same with a connection from the keyboard to the synthesizer, and waits until it routes."""

@@ -50,8 +50,8 @@ class CorvelProcess:
     def is_running(self):
         return self._process.poll() is None
 
-    def wait_shown(self):
-        """Waits for the window, and until it has the keyboard and is known to screen readers."""
+    def wait_window(self):
+        """Waits for the window, and until it has the keyboard."""
         def shown():
             if not self.is_running:
                 raise AssertionError(f"ended with {self._process.returncode} before it showed a window: {self.errors}")
@@ -59,6 +59,11 @@ class CorvelProcess:
 
         self.window = wait_for(shown, "the window")[-1]
         wait_for(lambda: windows.active_window() == self.window, "the window to have the keyboard")
+        return self
+
+    def wait_shown(self):
+        """The same, and until the window is known to screen readers."""
+        self.wait_window()
         wait_for(self.accessibility.tree, "the program on the accessibility bus")
         return self
 
