@@ -3,7 +3,7 @@
 
 #include "benchmarks/Benchmarks.hpp"
 #include "benchmarks/support/EngineRig.hpp"
-#include "benchmarks/support/HeapCounter.hpp"
+#include "tests/support/HeapCounter.hpp"
 
 #include <benchmark/benchmark.h>
 
@@ -43,11 +43,11 @@ void countAllocations(benchmark::State& state, std::size_t size) {
     };
     route();
     const std::size_t routedBefore = rig.delegate().routed;
-    const std::size_t allocatedBefore = heapAllocationCount();
+    const std::size_t allocatedBefore = tests::heapAllocationCount();
     for ([[maybe_unused]] const auto _ : state) {
         route();
     }
-    const std::size_t allocated = heapAllocationCount() - allocatedBefore;
+    const std::size_t allocated = tests::heapAllocationCount() - allocatedBefore;
     const std::size_t routed = rig.delegate().routed - routedBefore;
     setUnitsPerIteration(state, static_cast<double>(kPacketsPerIteration * kFanOut));
     state.counters[kAllocations] = static_cast<double>(allocated) / static_cast<double>(routed);

@@ -94,11 +94,7 @@ void CoreMIDIRouterEngine::startPortsOnQueue(MIDIObjectRef client) {
                                    if (connection == 0) {
                                        return;
                                    }
-                                   PacketBytes copies;
-                                   copies.reserve(packets.size());
-                                   for (const std::span<const std::uint8_t> packet : packets) {
-                                       copies.emplace_back(packet.begin(), packet.end());
-                                   }
+                                   PacketBytes copies(packets);
                                    if (const auto engine = weakEngine.lock()) {
                                        engine->handle(std::move(copies), connection);
                                    }
@@ -120,14 +116,14 @@ void CoreMIDIRouterEngine::startPortsOnQueue(MIDIObjectRef client) {
     }
 }
 
-void CoreMIDIRouterEngine::post(MIDIReport report) {
-    if (reports_.push(std::move(report))) {
+void CoreMIDIRouterEngine::post(MIDINotice notice) {
+    if (reports_.push(std::move(notice))) {
         wakeMainThread();
     }
 }
 
 void CoreMIDIRouterEngine::postActivity(RoutedMIDIMessage&& message) {
-    if (reports_.push(MIDIActivityEvent(UUID::random(), message.routeID, clock_->now(), std::move(message.bytes)))) {
+    if (reports_.push(std::move(message), clock_->now())) {
         // Nobody sees a few milliseconds, but the message's receiver would wait for them if the main thread came first.
         mainQueue_->asyncWhenConvenient([weakEngine = weak_from_this()] { deliverReports(weakEngine); });
     }
@@ -140,20 +136,17 @@ void CoreMIDIRouterEngine::wakeMainThread() {
 void CoreMIDIRouterEngine::deliverReports(const std::weak_ptr<CoreMIDIRouterEngine>& weakEngine) {
     // No more than now wait, or a flood would keep the main thread from everything else. The one extra look finds the
     // queue empty, which is what makes the next report ask for a wake-up.
-    std::size_t remaining = 0;
-    if (const auto engine = weakEngine.lock()) {
-        remaining = engine->reports_.size() + 1;
+    const auto engine = weakEngine.lock();
+    if (!engine) {
+        return;
     }
-    for (; remaining > 0; --remaining) {
-        // Held for one report at a time: a delegate may release the engine, and then hears no more of it.
-        const auto engine = weakEngine.lock();
-        if (!engine || !engine->deliverNextReport()) {
+    for (std::size_t remaining = engine->reports_.size() + 1; remaining > 0; --remaining) {
+        // A delegate may release the engine, and then hears no more of it.
+        if (!engine->deliverNextReport() || engine.use_count() == 1) {
             return;
         }
     }
-    if (const auto engine = weakEngine.lock()) {
-        engine->wakeMainThread();
-    }
+    engine->wakeMainThread();
 }
 
 bool CoreMIDIRouterEngine::deliverNextReport() {
@@ -180,6 +173,7 @@ void CoreMIDIRouterEngine::deliver(const MIDIReport& report) {
         MIDIRouterEngineDelegate& delegate;
 
         void operator()(const MIDIActivityEvent& event) const { delegate.midiRouterEngineDidRoute(engine, event); }
+        void operator()(const MIDINotice& notice) const { std::visit(*this, notice); }
         void operator()(const MIDIEndpointsReport&) const { delegate.midiRouterEngineDidChangeEndpoints(engine); }
         void operator()(const MIDIFailureReport& failure) const {
             delegate.midiRouterEngineDidFail(engine, failure.message);
@@ -227,7 +221,7 @@ void CoreMIDIRouterEngine::updateRoutes(std::vector<MIDIRoute> routes) {
     });
 }
 
-void CoreMIDIRouterEngine::handle(PacketBytes packets, MIDIObjectRef source) {
+void CoreMIDIRouterEngine::handle(PacketBytes&& packets, MIDIObjectRef source) {
     auto delivery = [weakEngine = weak_from_this(), packets = std::move(packets), source] {
         if (const auto engine = weakEngine.lock()) {
             engine->deliverOnQueue(packets, source);
@@ -246,10 +240,10 @@ void CoreMIDIRouterEngine::deliverOnQueue(const PacketBytes& packets, MIDIObject
     if (routes == routesBySourceID_.end()) {
         return;
     }
-    for (const MIDIBytes& bytes : packets) {
+    packets.forEach([&](const MIDIBytes& bytes) {
         RouteProcessor::forEachRoutedMessage(sourceID->second, bytes, routes->second,
                                              [this](RoutedMIDIMessage&& message) { send(std::move(message)); });
-    }
+    });
 }
 
 void CoreMIDIRouterEngine::send(RoutedMIDIMessage&& message) {

@@ -4,7 +4,7 @@
 #include "core/engine/MIDIReportQueue.hpp"
 #include "core/engine/MIDIRouterEngineDelegate.hpp"
 #include "core/host/MIDIHost.hpp"
-#include "core/messages/MIDIBytes.hpp"
+#include "core/messages/PacketBytes.hpp"
 #include "core/messages/RoutedMIDIMessage.hpp"
 #include "core/routes/MIDIRoute.hpp"
 #include "core/support/Clock.hpp"
@@ -78,14 +78,6 @@ public:
     void reloadEndpoints();
 
 private:
-    /// Packets on their way to the queue. Moving them never throws, which the library's list says of few elements only;
-    /// a task that holds them then needs no heap memory.
-    class PacketBytes : public boost::container::small_vector<MIDIBytes, 1> {
-    public:
-        PacketBytes() = default;
-        PacketBytes(PacketBytes&&) noexcept = default;
-    };
-
     /// Connections by the unique ID of their source, each source's in the user's order: what a packet has to look at
     /// does not grow with the connections of other sources.
     using RoutesBySource = std::unordered_map<std::int32_t, std::vector<MIDIRoute>>;
@@ -93,7 +85,7 @@ private:
     // Lifecycle and reports
     void startOnMainThread();
     void startPortsOnQueue(MIDIObjectRef client);
-    void post(MIDIReport report);
+    void post(MIDINotice notice);
     void postActivity(RoutedMIDIMessage&& message);
     void wakeMainThread();
     static void deliverReports(const std::weak_ptr<CoreMIDIRouterEngine>& weakEngine);
@@ -104,7 +96,7 @@ private:
     void takeHostDiagnostic(std::string message);
 
     // Packet path
-    void handle(PacketBytes packets, MIDIObjectRef source);
+    void handle(PacketBytes&& packets, MIDIObjectRef source);
     void deliverOnQueue(const PacketBytes& packets, MIDIObjectRef source);
     void send(RoutedMIDIMessage&& message);
 

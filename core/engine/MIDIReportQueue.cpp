@@ -5,18 +5,15 @@
 
 namespace corvel {
 
-bool MIDIReportQueue::push(MIDIReport report) {
-    if (auto* activity = std::get_if<MIDIActivityEvent>(&report)) {
-        return push(std::move(*activity));
-    }
+bool MIDIReportQueue::push(RoutedMIDIMessage&& sent, Instant sentAt) {
     const std::lock_guard lock(mutex_);
-    pushed_.others.push_back({nextNumber_++, std::move(report)});
+    pushed_.activities.push_back({nextNumber_++, sent.routeID, sentAt, std::move(sent.bytes)});
     return !std::exchange(isAnnounced_, true);
 }
 
-bool MIDIReportQueue::push(MIDIActivityEvent&& activity) {
+bool MIDIReportQueue::push(MIDINotice notice) {
     const std::lock_guard lock(mutex_);
-    pushed_.activities.push_back({nextNumber_++, std::move(activity)});
+    pushed_.notices.push_back({nextNumber_++, std::move(notice)});
     return !std::exchange(isAnnounced_, true);
 }
 
@@ -25,19 +22,20 @@ std::optional<MIDIReport> MIDIReportQueue::pop() {
         const std::lock_guard lock(mutex_);
         // Each by itself: moving a deque as a whole takes memory from the heap.
         taken_.activities.swap(pushed_.activities);
-        taken_.others.swap(pushed_.others);
+        taken_.notices.swap(pushed_.notices);
         isAnnounced_ = taken_.size() > 0;
     }
-    auto& [activities, others] = taken_;
+    auto& [activities, notices] = taken_;
     const bool isActivityNext =
-        !activities.empty() && (others.empty() || activities.front().number < others.front().number);
+        !activities.empty() && (notices.empty() || activities.front().number < notices.front().number);
     std::optional<MIDIReport> report;
     if (isActivityNext) {
-        report.emplace(std::move(activities.front().report));
+        Activity& next = activities.front();
+        report.emplace(MIDIActivityEvent(UUID::random(), next.routeID, next.sentAt, std::move(next.bytes)));
         activities.pop_front();
-    } else if (!others.empty()) {
-        report.emplace(std::move(others.front().report));
-        others.pop_front();
+    } else if (!notices.empty()) {
+        report.emplace(std::move(notices.front().notice));
+        notices.pop_front();
     }
     return report;
 }

@@ -3,6 +3,7 @@
 #include "core/engine/MIDIActivityEvent.hpp"
 #include "core/engine/MIDIDiagnosticEvent.hpp"
 #include "core/messages/MIDIBytes.hpp"
+#include "core/messages/RoutedMIDIMessage.hpp"
 #include "core/support/Clock.hpp"
 #include "core/support/QueueMutex.hpp"
 #include "core/support/UUID.hpp"
@@ -27,24 +28,26 @@ struct MIDIFailureReport {
     std::string message;
 };
 
-using MIDIReport = std::variant<MIDIActivityEvent, MIDIEndpointsReport, MIDIFailureReport, MIDIDiagnosticEvent>;
+/// What is reported now and then, and never lost.
+using MIDINotice = std::variant<MIDIEndpointsReport, MIDIFailureReport, MIDIDiagnosticEvent>;
+
+using MIDIReport = std::variant<MIDIActivityEvent, MIDINotice>;
 
 /// Holds an engine's reports until the main thread takes them, in the order in which they were made.
 ///
-/// Of the activity reports only the newest `kActivityLimit` are kept, so that a main thread that stands still does not
-/// let memory grow with the traffic; all other reports are kept until taken. Any thread pushes, one at a time takes; a
-/// queue of its own, hence the lock. Pushing an activity of up to 16 bytes allocates nothing.
+/// Of the activities only the newest `kActivityLimit` are kept, so that a main thread that stands still does not let
+/// memory grow with the traffic; notices are kept until taken. Any thread pushes, one at a time takes; a queue of its
+/// own, hence the lock. Pushing the activity of up to 16 bytes allocates nothing.
 class MIDIReportQueue {
 public:
     static constexpr std::size_t kActivityLimit = 4096;
 
-    /// Adds a report. True if the main thread has to be woken: nobody has been told since it last found the queue
-    /// empty.
-    [[nodiscard]] bool push(MIDIReport report);
+    /// Adds the activity of a message that was sent at this time. True if the main thread has to be woken: nobody has
+    /// been told since it last found the queue empty.
+    [[nodiscard]] bool push(RoutedMIDIMessage&& sent, Instant sentAt);
 
-    /// The same for an activity, the one report that comes with every message, without a detour through the others'
-    /// common form.
-    [[nodiscard]] bool push(MIDIActivityEvent&& activity);
+    /// Adds a notice, with the same answer.
+    [[nodiscard]] bool push(MIDINotice notice);
 
     /// The oldest report, taken out; none when empty. Taking none makes the next push ask for a wake-up.
     [[nodiscard]] std::optional<MIDIReport> pop();
@@ -53,18 +56,24 @@ public:
     [[nodiscard]] std::size_t size() const;
 
 private:
-    template <typename Report>
-    struct Numbered {
+    /// What the thread that routes knows of an activity. Its identity and kind are for whoever takes it to find out.
+    struct Activity {
         std::uint64_t number;
-        Report report;
+        UUID routeID;
+        Instant sentAt;
+        MIDIBytes bytes;
+    };
+
+    struct NumberedNotice {
+        std::uint64_t number;
+        MIDINotice notice;
     };
 
     struct Reports {
-        boost::circular_buffer<Numbered<MIDIActivityEvent>> activities =
-            makeWarmRing(kActivityLimit, Numbered<MIDIActivityEvent>{0, {UUID(), UUID(), Instant(), MIDIBytes()}});
-        std::deque<Numbered<MIDIReport>> others;
+        boost::circular_buffer<Activity> activities = makeWarmRing(kActivityLimit, Activity{0, {}, {}, MIDIBytes(1)});
+        std::deque<NumberedNotice> notices;
 
-        [[nodiscard]] std::size_t size() const { return activities.size() + others.size(); }
+        [[nodiscard]] std::size_t size() const { return activities.size() + notices.size(); }
     };
 
     mutable QueueMutex mutex_;

@@ -100,7 +100,7 @@ snd_seq_event_t systemCommonEvent(std::uint8_t status, std::uint8_t first, std::
 /// Walks a packet and hands out its events.
 class Encoder {
 public:
-    Encoder(std::span<const std::uint8_t> packet, const std::function<void(snd_seq_event_t&)>& visit)
+    Encoder(std::span<const std::uint8_t> packet, absl::FunctionRef<void(snd_seq_event_t&)> visit)
         : packet_(packet), visit_(visit) {}
 
     void run() {
@@ -187,7 +187,7 @@ private:
     }
 
     std::span<const std::uint8_t> packet_;
-    const std::function<void(snd_seq_event_t&)>& visit_;
+    absl::FunctionRef<void(snd_seq_event_t&)> visit_;
     std::size_t position_ = 0;
 };
 
@@ -208,16 +208,17 @@ std::optional<MIDIBytes> EventDecoder::decode(const snd_seq_event_t& event) {
         return MIDIBytes(bytes, bytes + event.data.ext.len);
     }
     // The longest is a parameter number with its 14-bit value: four controllers.
-    std::array<std::uint8_t, 16> bytes{};
+    MIDIBytes bytes(16);
     snd_midi_event_reset_decode(coder_.get());
     const long count = snd_midi_event_decode(coder_.get(), bytes.data(), static_cast<long>(bytes.size()), &event);
     if (count <= 0) {
         return std::nullopt;
     }
-    return MIDIBytes(bytes.begin(), bytes.begin() + count);
+    bytes.resize(static_cast<std::size_t>(count));
+    return bytes;
 }
 
-void encodeEvents(std::span<const std::uint8_t> packet, const std::function<void(snd_seq_event_t&)>& visit) {
+void encodeEvents(std::span<const std::uint8_t> packet, absl::FunctionRef<void(snd_seq_event_t&)> visit) {
     Encoder(packet, visit).run();
 }
 

@@ -2,11 +2,11 @@
 
 #include "core/messages/MIDIBytes.hpp"
 
+#include <absl/functional/function_ref.h>
 #include <alsa/asoundlib.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -38,6 +38,6 @@ inline constexpr std::size_t kMaximumRawEventSize = 1024;
 /// pieces of exclusive messages, stray data and undefined bytes become raw events that point into `packet`. Incomplete
 /// messages, which the sequencer cannot carry, are left out. Realtime bytes inside a message keep their place before or
 /// between its pieces.
-void encodeEvents(std::span<const std::uint8_t> packet, const std::function<void(snd_seq_event_t&)>& visit);
+void encodeEvents(std::span<const std::uint8_t> packet, absl::FunctionRef<void(snd_seq_event_t&)> visit);
 
 }  // namespace corvel::hosts

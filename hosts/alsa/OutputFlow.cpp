@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
+#include <limits>
 #include <utility>
 
 namespace corvel::hosts {
@@ -15,8 +16,9 @@ namespace {
 constexpr std::chrono::milliseconds kBudgetLifetime{100};
 
 /// How old an answer may be after a send. Asking then costs the message no time, and keeps the answer for the next one
-/// as fresh as the messages are dense.
-constexpr std::chrono::milliseconds kBudgetRefresh{1};
+/// nearly as fresh as the messages are dense. What another sender at the speed of a MIDI cable adds meanwhile, some
+/// ten messages, is less than what is left to others.
+constexpr std::chrono::milliseconds kBudgetRefresh{10};
 
 /// Bytes of an exclusive message that one cell beyond the first holds.
 constexpr unsigned kBytesPerCell = 28;
@@ -55,7 +57,9 @@ MIDIStatus OutputFlow::send(const PortAddress& destination, std::span<const std:
 }
 
 MIDIStatus OutputFlow::sendOrKeep(const PortAddress& destination, snd_seq_event_t& event) {
-    if (waiting_.contains(destination) || !takeRoom(destination.client, event)) {
+    Budget& budget = budgets_[destination.client];
+    const SteadyTime now = sink_.now();
+    if (waiting_.contains(destination) || !takeRoom(destination.client, budget, event, now)) {
         keep(destination, event);
         return kMIDISuccess;
     }
@@ -65,19 +69,16 @@ MIDIStatus OutputFlow::sendOrKeep(const PortAddress& destination, snd_seq_event_
         keep(destination, event);
         return kMIDISuccess;
     }
-    refreshRoom(destination.client);
+    if (now - budget.askedAt > kBudgetRefresh) {
+        ask(destination.client, budget, 0);
+    }
     return result < 0 ? result : kMIDISuccess;
 }
 
-bool OutputFlow::takeRoom(int client, const snd_seq_event_t& event) {
+bool OutputFlow::takeRoom(int client, Budget& budget, const snd_seq_event_t& event, SteadyTime now) {
     const int wanted = cellsOf(event);
-    const auto [entry, isNew] = budgets_.try_emplace(client);
-    Budget& budget = entry->second;
-    if (isNew || budget.cells < wanted || sink_.now() - budget.askedAt > kBudgetLifetime) {
+    if (budget.cells < wanted || now - budget.askedAt > kBudgetLifetime) {
         ask(client, budget, wanted);
-    }
-    if (budget.isUnlimited) {
-        return true;
     }
     if (budget.cells < wanted) {
         return false;
@@ -86,23 +87,17 @@ bool OutputFlow::takeRoom(int client, const snd_seq_event_t& event) {
     return true;
 }
 
-void OutputFlow::refreshRoom(int client) {
-    const auto budget = budgets_.find(client);
-    if (budget != budgets_.end() && sink_.now() - budget->second.askedAt > kBudgetRefresh) {
-        ask(client, budget->second, 0);
-    }
-}
-
 void OutputFlow::ask(int client, Budget& budget, int wanted) {
     const std::optional<InputRoom> room = sink_.inputRoom(client);
     budget.askedAt = sink_.now();
-    budget.isUnlimited = !room;
-    if (room) {
-        budget.cells = room->free - marginOf(*room);
-        // A pool too small for the event and the margin takes it when it is empty, or it would wait for ever.
-        if (budget.cells < wanted && room->free == room->size) {
-            budget.cells = wanted;
-        }
+    if (!room) {
+        budget.cells = std::numeric_limits<int>::max();
+        return;
+    }
+    budget.cells = room->free - marginOf(*room);
+    // A pool too small for the event and the margin takes it when it is empty, or it would wait for ever.
+    if (budget.cells < wanted && room->free == room->size) {
+        budget.cells = wanted;
     }
 }
 
@@ -130,7 +125,7 @@ bool OutputFlow::sendBacklog(const PortAddress& destination, Backlog& backlog) {
         if (snd_seq_ev_is_variable(&next.event)) {
             next.event.data.ext.ptr = next.bytes.data();
         }
-        if (!takeRoom(destination.client, next.event)) {
+        if (!takeRoom(destination.client, budgets_[destination.client], next.event, sink_.now())) {
             return false;
         }
         const int result = sink_.sendDirectly(destination, next.event);

@@ -78,13 +78,11 @@ private:
     /// What may still be sent to a client before it is asked again.
     struct Budget {
         int cells = 0;
-        bool isUnlimited = false;
         SteadyTime askedAt{};
     };
 
     MIDIStatus sendOrKeep(const PortAddress& destination, snd_seq_event_t& event);
-    [[nodiscard]] bool takeRoom(int client, const snd_seq_event_t& event);
-    void refreshRoom(int client);
+    [[nodiscard]] bool takeRoom(int client, Budget& budget, const snd_seq_event_t& event, SteadyTime now);
     void ask(int client, Budget& budget, int wanted);
     void keep(const PortAddress& destination, const snd_seq_event_t& event);
     /// True when nothing waits any more.

@@ -1,5 +1,6 @@
 #include "core/engine/MIDIReportQueue.hpp"
 
+#include "core/messages/RoutedMIDIMessage.hpp"
 #include "tests/support/ManualClock.hpp"
 #include "tests/support/RouteBuilders.hpp"
 
@@ -12,6 +13,7 @@
 #include <cstdint>
 #include <string>
 #include <thread>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -20,24 +22,27 @@ namespace {
 
 using ::testing::ElementsAre;
 
-MIDIReport activity(std::uint32_t number) {
-    return MIDIActivityEvent(makeID(number), makeID(1), ManualClock::kStart, {0x90, 60, 100});
+/// Pushes the activity of a message that went through the connection of this number.
+bool pushActivity(MIDIReportQueue& queue, std::uint32_t number) {
+    return queue.push(RoutedMIDIMessage{makeID(number), 21, {0x90, 60, 100}}, ManualClock::kStart);
 }
 
-MIDIReport failure(std::string text) {
+MIDINotice failure(std::string text) {
     return MIDIFailureReport{std::move(text)};
 }
 
-MIDIReport diagnostic(std::string text) {
+MIDINotice diagnostic(std::string text) {
     return MIDIDiagnosticEvent{makeID(1), ManualClock::kStart, std::move(text)};
 }
 
-/// "activity " and the last four digits of its identity, "endpoints", "failure " or "diagnostic " and the text.
+/// "activity " and the last four digits of its connection's identity, "endpoints", "failure " or "diagnostic " and the
+/// text.
 std::string describe(const MIDIReport& report) {
     struct Describer {
         std::string operator()(const MIDIActivityEvent& event) const {
-            return "activity " + event.id.text().substr(32);
+            return "activity " + event.routeID.text().substr(32);
         }
+        std::string operator()(const MIDINotice& notice) const { return std::visit(*this, notice); }
         std::string operator()(const MIDIEndpointsReport&) const { return "endpoints"; }
         std::string operator()(const MIDIFailureReport& failed) const { return "failure " + failed.message; }
         std::string operator()(const MIDIDiagnosticEvent& event) const { return "diagnostic " + event.message; }
@@ -62,13 +67,13 @@ TEST(MIDIReportQueue, IsEmptyAtFirst) {
 TEST(MIDIReportQueue, GivesReportsOfAllKindsInTheOrderInWhichTheyWereMade) {
     MIDIReportQueue queue;
     (void)queue.push(diagnostic("a"));
-    (void)queue.push(activity(1));
+    (void)pushActivity(queue, 1);
     (void)queue.push(failure("b"));
-    (void)queue.push(activity(2));
-    (void)queue.push(activity(3));
+    (void)pushActivity(queue, 2);
+    (void)pushActivity(queue, 3);
     (void)queue.push(MIDIEndpointsReport{});
     (void)queue.push(MIDIEndpointsReport{});
-    (void)queue.push(activity(4));
+    (void)pushActivity(queue, 4);
     EXPECT_EQ(queue.size(), 8U);
     EXPECT_THAT(takeAll(queue), ElementsAre("diagnostic a", "activity 0001", "failure b", "activity 0002",
                                             "activity 0003", "endpoints", "endpoints", "activity 0004"));
@@ -77,32 +82,41 @@ TEST(MIDIReportQueue, GivesReportsOfAllKindsInTheOrderInWhichTheyWereMade) {
 
 TEST(MIDIReportQueue, GivesWhatWasPushedBeforeTheFirstWasTakenAheadOfTheRest) {
     MIDIReportQueue queue;
-    (void)queue.push(activity(1));
+    (void)pushActivity(queue, 1);
     (void)queue.push(failure("a"));
     EXPECT_EQ(describe(queue.pop().value()), "activity 0001");
-    (void)queue.push(activity(2));
+    (void)pushActivity(queue, 2);
     (void)queue.push(diagnostic("b"));
     EXPECT_EQ(queue.size(), 3U);
     EXPECT_THAT(takeAll(queue), ElementsAre("failure a", "activity 0002", "diagnostic b"));
 }
 
-TEST(MIDIReportQueue, GivesReportsUnchanged) {
+TEST(MIDIReportQueue, MakesAnEventWithAnIdentityOfItsOwnOfEverySentMessage) {
     MIDIReportQueue queue;
-    const MIDIActivityEvent event(makeID(7), makeID(8), ManualClock::kStart, {0xF0, 1, 0xF7});
+    const RoutedMIDIMessage message{makeID(8), 21, {0xF0, 1, 0xF7}};
+    (void)queue.push(RoutedMIDIMessage(message), ManualClock::kStart);
+    (void)queue.push(RoutedMIDIMessage(message), ManualClock::kStart);
+    const auto first = std::get<MIDIActivityEvent>(queue.pop().value());
+    const auto second = std::get<MIDIActivityEvent>(queue.pop().value());
+    EXPECT_EQ(first, MIDIActivityEvent(first.id, makeID(8), ManualClock::kStart, {0xF0, 1, 0xF7}));
+    EXPECT_NE(first.id, UUID());
+    EXPECT_NE(first.id, second.id);
+}
+
+TEST(MIDIReportQueue, GivesNoticesUnchanged) {
+    MIDIReportQueue queue;
     const MIDIDiagnosticEvent line{makeID(9), ManualClock::kStart, "two\nlines"};
-    (void)queue.push(event);
     (void)queue.push(line);
-    EXPECT_EQ(std::get<MIDIActivityEvent>(queue.pop().value()), event);
-    EXPECT_EQ(std::get<MIDIDiagnosticEvent>(queue.pop().value()), line);
+    EXPECT_EQ(std::get<MIDIDiagnosticEvent>(std::get<MIDINotice>(queue.pop().value())), line);
 }
 
 TEST(MIDIReportQueue, AsksForOneWakeUpUntilItWasFoundEmpty) {
     MIDIReportQueue queue;
-    EXPECT_TRUE(queue.push(activity(1)));
-    EXPECT_FALSE(queue.push(activity(2)));
+    EXPECT_TRUE(pushActivity(queue, 1));
+    EXPECT_FALSE(pushActivity(queue, 2));
     EXPECT_FALSE(queue.push(failure("a")));
     (void)queue.pop();
-    EXPECT_FALSE(queue.push(activity(3)));
+    EXPECT_FALSE(pushActivity(queue, 3));
     (void)queue.pop();
     (void)queue.pop();
     EXPECT_EQ(describe(queue.pop().value()), "activity 0003");
@@ -118,8 +132,8 @@ TEST(MIDIReportQueue, FindingItEmptyTwiceStillAsksForOneWakeUp) {
     MIDIReportQueue queue;
     (void)queue.pop();
     (void)queue.pop();
-    EXPECT_TRUE(queue.push(activity(1)));
-    EXPECT_FALSE(queue.push(activity(2)));
+    EXPECT_TRUE(pushActivity(queue, 1));
+    EXPECT_FALSE(pushActivity(queue, 2));
 }
 
 TEST(MIDIReportQueue, TouchesNoNewMemoryForItsFirstActivities) {
@@ -131,7 +145,7 @@ TEST(MIDIReportQueue, TouchesNoNewMemoryForItsFirstActivities) {
     const auto fillTwice = [](MIDIReportQueue& queue) {
         for (int round = 0; round < 2; ++round) {
             for (std::uint32_t number = 0; number < 4096; ++number) {
-                (void)queue.push(activity(number));
+                (void)pushActivity(queue, number);
             }
             (void)queue.pop();
         }
@@ -149,7 +163,7 @@ TEST(MIDIReportQueue, TouchesNoNewMemoryForItsFirstActivities) {
 TEST(MIDIReportQueue, Keeps4096Activities) {
     MIDIReportQueue queue;
     for (std::uint32_t number = 0; number < 4096; ++number) {
-        (void)queue.push(activity(number));
+        (void)pushActivity(queue, number);
     }
     EXPECT_EQ(queue.size(), 4096U);
     EXPECT_EQ(describe(queue.pop().value()), "activity 0000");
@@ -161,7 +175,7 @@ TEST(MIDIReportQueue, Keeps4096Activities) {
 TEST(MIDIReportQueue, LetsTheOldestActivityGiveWayToThe4097th) {
     MIDIReportQueue queue;
     for (std::uint32_t number = 0; number < 4097; ++number) {
-        (void)queue.push(activity(number));
+        (void)pushActivity(queue, number);
     }
     EXPECT_EQ(queue.size(), 4096U);
     const std::vector<std::string> reports = takeAll(queue);
@@ -173,7 +187,7 @@ TEST(MIDIReportQueue, LetsTheOldestActivityGiveWayToThe4097th) {
 TEST(MIDIReportQueue, NeverDropsAnotherReportAndKeepsTheOrderWhenActivitiesGiveWay) {
     MIDIReportQueue queue;
     for (std::uint32_t number = 0; number < 6000; ++number) {
-        (void)queue.push(activity(number));
+        (void)pushActivity(queue, number);
         (void)queue.push(failure(std::to_string(number)));
     }
     EXPECT_EQ(queue.size(), 10'096U);

@@ -201,14 +201,28 @@ TEST_F(OutputFlowTest, SendsAnEventThatOnlyAnEmptyPoolCanTake) {
 TEST_F(OutputFlowTest, AsksAgainAfterAWhileBecauseOthersSendThereToo) {
     sendNotes(kSynth, 10);
     sink_.usedCells[128] = 199;
-    sink_.time += std::chrono::milliseconds(2);
+    sink_.time += std::chrono::milliseconds(11);
     sendNotes(kSynth, 10);
+    EXPECT_FALSE(sink_.overran[128]);
+    EXPECT_TRUE(flow_.isWaiting());
+}
+
+TEST_F(OutputFlowTest, LeavesRoomForWhatOthersSendBeforeItAsksAgain) {
+    sendNotes(kSynth, 10);
+    sink_.usedCells[128] += 20;
+    sink_.time += std::chrono::milliseconds(9);
+    sendNotes(kSynth, 300);
     EXPECT_FALSE(sink_.overran[128]);
     EXPECT_TRUE(flow_.isWaiting());
 }
 
 TEST_F(OutputFlowTest, DoesNotAskForEveryEvent) {
     sendNotes(kSynth, 100);
+    EXPECT_LT(sink_.questions, 10);
+}
+
+TEST_F(OutputFlowTest, DoesNotAskForEveryEventToTheKernelsClients) {
+    sendNotes(kHardware, 5'000);
     EXPECT_LT(sink_.questions, 10);
 }
 

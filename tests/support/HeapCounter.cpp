@@ -1,4 +1,4 @@
-#include "benchmarks/support/HeapCounter.hpp"
+#include "tests/support/HeapCounter.hpp"
 
 #include <atomic>
 #include <cstdlib>
@@ -22,13 +22,13 @@ void* allocate(std::size_t size, std::size_t alignment) {
 
 }  // namespace
 
-namespace corvel::benchmarks {
+namespace corvel::tests {
 
 std::size_t heapAllocationCount() {
     return allocationCount.load(std::memory_order_relaxed);
 }
 
-}  // namespace corvel::benchmarks
+}  // namespace corvel::tests
 
 // The library's other forms of new and delete come down to these.
 void* operator new(std::size_t size) {
