@@ -71,7 +71,7 @@ public:
 
     [[nodiscard]] bool isCurrent() const { return thread_.load() == std::this_thread::get_id(); }
 
-    void async(Task task) {
+    void async(Task&& task) {
         bool mustWake = false;
         {
             const std::lock_guard lock(mutex_);
@@ -79,14 +79,14 @@ public:
                 return;
             }
             pending_.push_back(std::move(task));
-            mustWake = std::exchange(isWaiting_, false);
+            mustWake = isWaiting_.exchange(false);
         }
         if (mustWake) {
             wakeUp();
         }
     }
 
-    void asyncWhenConvenient(Task task) {
+    void asyncWhenConvenient(Task&& task) {
         const std::lock_guard lock(mutex_);
         if (hasEnded_) {
             return;
@@ -109,7 +109,7 @@ public:
                 return;
             }
             timed_.emplace(std::chrono::steady_clock::now() + delay, std::move(item));
-            mustWake = std::exchange(isWaiting_, false);
+            mustWake = isWaiting_.exchange(false);
         }
         if (mustWake) {
             wakeUp();
@@ -127,12 +127,14 @@ public:
 
     void run() {
         while (const std::optional<int> timeout = beginRound()) {
-            handleReadyDescriptors(*timeout);
-            runDueItems();
-            runPendingTasks();
+            runRound(*timeout);
         }
         // What was posted before the end is owed; what these last tasks post is not, or an end might never come.
-        runPendingTasks();
+        {
+            const std::lock_guard lock(mutex_);
+            takePendingTasks();
+        }
+        runTakenTasks();
         const std::lock_guard lock(mutex_);
         isStopping_ = false;
     }
@@ -140,9 +142,7 @@ public:
     [[nodiscard]] int readyDescriptor() const { return poll_.get(); }
 
     void runReady() {
-        handleReadyDescriptors(0);
-        runDueItems();
-        runPendingTasks();
+        runRound(0);
         // What came meanwhile makes the descriptor ready again, so that others have their turn first.
         if (beginRound() != -1) {
             wakeUp();
@@ -218,13 +218,18 @@ private:
         ::timerfd_settime(timer_.get(), TFD_TIMER_ABSTIME, &setting, nullptr);
     }
 
+    void runRound(int timeout) {
+        handleReadyDescriptors(timeout);
+        while (const std::shared_ptr<DispatchWorkItem> item = takeDueItemOrTasks()) {
+            guarded([&item] { item->perform(); });
+        }
+        runTakenTasks();
+    }
+
     void handleReadyDescriptors(int timeout) {
         std::array<epoll_event, 16> events{};
         const int count = ::epoll_wait(poll_.get(), events.data(), static_cast<int>(events.size()), timeout);
-        {
-            const std::lock_guard lock(mutex_);
-            isWaiting_ = false;
-        }
+        isWaiting_ = false;
         for (int index = 0; index < count; ++index) {
             const int descriptor = events.at(static_cast<std::size_t>(index)).data.fd;
             if (descriptor == wake_.get()) {
@@ -239,15 +244,11 @@ private:
         }
     }
 
-    void runDueItems() {
-        while (const std::shared_ptr<DispatchWorkItem> item = takeDueItem()) {
-            guarded([&item] { item->perform(); });
-        }
-    }
-
-    [[nodiscard]] std::shared_ptr<DispatchWorkItem> takeDueItem() {
+    /// The next item that is due. Once there is none, takes the pending tasks, all with one lock.
+    [[nodiscard]] std::shared_ptr<DispatchWorkItem> takeDueItemOrTasks() {
         const std::lock_guard lock(mutex_);
         if (timed_.empty() || timed_.begin()->first > std::chrono::steady_clock::now()) {
+            takePendingTasks();
             return nullptr;
         }
         std::shared_ptr<DispatchWorkItem> item = std::move(timed_.begin()->second);
@@ -255,17 +256,18 @@ private:
         return item;
     }
 
-    void runPendingTasks() {
-        {
-            const std::lock_guard lock(mutex_);
-            if (running_.empty()) {
-                running_.swap(pending_);
-            } else {
-                // A round inside one of the tasks: what that task's round has not run yet comes first.
-                std::ranges::move(pending_, std::back_inserter(running_));
-                pending_.clear();
-            }
+    /// With the lock held.
+    void takePendingTasks() {
+        if (running_.empty()) {
+            running_.swap(pending_);
+        } else {
+            // A round inside one of the tasks: what that task's round has not run yet comes first.
+            std::ranges::move(pending_, std::back_inserter(running_));
+            pending_.clear();
         }
+    }
+
+    void runTakenTasks() {
         while (nextRunning_ < running_.size()) {
             // Each task goes as soon as it has run, and with it what it holds.
             Task task = std::move(running_[nextRunning_++]);
@@ -295,7 +297,8 @@ private:
     QueueMutex mutex_;
     std::vector<Task> pending_;
     std::multimap<SteadyTime, std::shared_ptr<DispatchWorkItem>> timed_;
-    bool isWaiting_ = false;
+    /// Set and asked with the lock held; the loop alone takes it back without, as a wake-up too many does no harm.
+    std::atomic<bool> isWaiting_ = false;
     bool isWakeScheduled_ = false;
     std::optional<SteadyTime> armed_;
     bool isStopping_ = false;
