@@ -21,7 +21,9 @@ namespace corvel::benchmarks {
 namespace {
 
 constexpr int kRounds = 9;
-constexpr std::size_t kLatencyNotes = 300;
+/// A machine's speed changes from one second to the next: in each round the routers take turns, in changing order.
+constexpr std::size_t kLatencyTurns = 6;
+constexpr std::size_t kNotesPerTurn = 50;
 constexpr std::size_t kFloodMessages = 10'000;
 /// Corvel's median latency may be this many times that of the least router.
 constexpr double kLatencyLimit = 1.2;
@@ -59,17 +61,35 @@ constexpr std::array kBursts{
     Burst{"10,000, receiver sleeps 20 ms", 10'000, Writing::batches, Receiver::sleeping},
 };
 
-void measure(const Router& router, Results& results) {
+void measureTurn(const Router& router, Samples& times) {
     Wire wire;
     const RunningRouter running = router.start(wire.sender(), wire.source(), wire.destination());
     wire.waitForRouter();
-    Samples times;
-    for (const auto time : wire.latencies(kLatencyNotes)) {
+    for (const auto time : wire.latencies(kNotesPerTurn)) {
         times.push_back(static_cast<double>(time.count()) / 1000);
     }
-    results.p50.push_back(quantile(times, 0.5));
-    results.p99.push_back(quantile(times, 0.99));
-    results.lostNotes.push_back(static_cast<double>(kLatencyNotes - times.size()));
+}
+
+void measureLatencies(const std::vector<Router>& routers, std::map<std::string, Results>& results) {
+    std::map<std::string, Samples> times;
+    for (std::size_t turn = 0; turn < kLatencyTurns; ++turn) {
+        for (std::size_t place = 0; place < routers.size(); ++place) {
+            const Router& router = routers[(place + turn) % routers.size()];
+            measureTurn(router, times[router.name]);
+        }
+    }
+    for (const auto& [name, all] : times) {
+        Results& own = results[name];
+        own.p50.push_back(quantile(all, 0.5));
+        own.p99.push_back(quantile(all, 0.99));
+        own.lostNotes.push_back(static_cast<double>(kLatencyTurns * kNotesPerTurn - all.size()));
+    }
+}
+
+void measureLoad(const Router& router, Results& results) {
+    Wire wire;
+    const RunningRouter running = router.start(wire.sender(), wire.source(), wire.destination());
+    wire.waitForRouter();
     results.rate.push_back(wire.floodRate(kFloodMessages));
     for (const Burst& burst : kBursts) {
         results.lost[burst.name].push_back(
@@ -129,8 +149,9 @@ int run(int rounds, const std::filesystem::path& programs) {
     const std::vector<Router> routers = makeRouters(programs, CORVEL_PROGRAM);
     std::map<std::string, Results> results;
     for (int round = 1; round <= rounds; ++round) {
+        measureLatencies(routers, results);
         for (const Router& router : routers) {
-            measure(router, results[router.name]);
+            measureLoad(router, results[router.name]);
             const Results& own = results[router.name];
             std::printf("round %d, %s: p50 %.0f us, %.0f messages/s\n", round, router.name.c_str(), own.p50.back(),
                         own.rate.back());
