@@ -15,10 +15,13 @@ namespace {
 /// How long an answer about a client's room counts before the next send has to ask: others may send to it too.
 constexpr std::chrono::milliseconds kBudgetLifetime{100};
 
-/// How old an answer may be after a send. Asking then costs the message no time, and keeps the answer for the next one
-/// nearly as fresh as the messages are dense. What another sender at the speed of a MIDI cable adds meanwhile, some
-/// ten messages, is less than what is left to others.
+/// How old an answer may be after a send, as long as little was sent on it. Asking then costs the message no time, but
+/// its receiver may have to wait for the processor.
 constexpr std::chrono::milliseconds kBudgetRefresh{10};
+
+/// How old it may be once more than so many cells were taken: others who send there as well may be just as busy.
+constexpr std::chrono::milliseconds kBusyBudgetRefresh{1};
+constexpr int kLittle = 8;
 
 /// Bytes of an exclusive message that one cell beyond the first holds.
 constexpr unsigned kBytesPerCell = 28;
@@ -69,7 +72,7 @@ MIDIStatus OutputFlow::sendOrKeep(const PortAddress& destination, snd_seq_event_
         keep(destination, event);
         return kMIDISuccess;
     }
-    if (now - budget.askedAt > kBudgetRefresh) {
+    if (now - budget.askedAt > (budget.spent > kLittle ? kBusyBudgetRefresh : kBudgetRefresh)) {
         ask(destination.client, budget, 0);
     }
     return result < 0 ? result : kMIDISuccess;
@@ -84,12 +87,14 @@ bool OutputFlow::takeRoom(int client, Budget& budget, const snd_seq_event_t& eve
         return false;
     }
     budget.cells -= wanted;
+    budget.spent += wanted;
     return true;
 }
 
 void OutputFlow::ask(int client, Budget& budget, int wanted) {
     const std::optional<InputRoom> room = sink_.inputRoom(client);
     budget.askedAt = sink_.now();
+    budget.spent = 0;
     if (!room) {
         budget.cells = std::numeric_limits<int>::max();
         return;

@@ -78,6 +78,8 @@ private:
     /// What may still be sent to a client before it is asked again.
     struct Budget {
         int cells = 0;
+        /// Cells that were taken since.
+        int spent = 0;
         SteadyTime askedAt{};
     };
 

@@ -125,7 +125,7 @@ void SequencerService::handleAnnouncements() {
 void SequencerService::catchUp() {
     if (mayHaveMissedPorts_) {
         rescan();
-    } else if (!announcements_.empty()) {
+    } else {
         handleAnnouncements();
     }
 }

@@ -201,10 +201,20 @@ TEST_F(OutputFlowTest, SendsAnEventThatOnlyAnEmptyPoolCanTake) {
 TEST_F(OutputFlowTest, AsksAgainAfterAWhileBecauseOthersSendThereToo) {
     sendNotes(kSynth, 10);
     sink_.usedCells[128] = 199;
-    sink_.time += std::chrono::milliseconds(11);
+    sink_.time += std::chrono::milliseconds(2);
     sendNotes(kSynth, 10);
     EXPECT_FALSE(sink_.overran[128]);
     EXPECT_TRUE(flow_.isWaiting());
+}
+
+TEST_F(OutputFlowTest, AsksAgainLaterWhereItSendsLittle) {
+    sendNotes(kSynth, 2);
+    sink_.usedCells[128] = 199;
+    sink_.time += std::chrono::milliseconds(11);
+    sendNotes(kSynth, 2);
+    EXPECT_FALSE(sink_.overran[128]);
+    EXPECT_TRUE(flow_.isWaiting());
+    EXPECT_EQ(sink_.questions, 3);
 }
 
 TEST_F(OutputFlowTest, LeavesRoomForWhatOthersSendBeforeItAsksAgain) {
@@ -219,6 +229,25 @@ TEST_F(OutputFlowTest, LeavesRoomForWhatOthersSendBeforeItAsksAgain) {
 TEST_F(OutputFlowTest, DoesNotAskForEveryEvent) {
     sendNotes(kSynth, 100);
     EXPECT_LT(sink_.questions, 10);
+}
+
+TEST_F(OutputFlowTest, DoesNotAskForEveryNoteOfAPerformance) {
+    for (unsigned number = 0; number < 16; ++number) {
+        ASSERT_EQ(sendNote(kSynth, number), 0);
+        sink_.read(128);
+    }
+    EXPECT_LT(sink_.questions, 8);
+}
+
+TEST_F(OutputFlowTest, KeepsWhatTheSequencerHasNoPlaceForAheadOfWhatFollows) {
+    sink_.failures[kSynth] = -EAGAIN;
+    ASSERT_EQ(sendNote(kSynth, 0), 0);
+    sink_.failures.clear();
+    ASSERT_EQ(sendNote(kSynth, 1), 0);
+    EXPECT_EQ(countSentTo(kSynth), 0U);
+    flow_.sendWaiting();
+    EXPECT_FALSE(flow_.isWaiting());
+    expectNotesInOrder(kSynth, 2);
 }
 
 TEST_F(OutputFlowTest, DoesNotAskForEveryEventToTheKernelsClients) {
