@@ -22,8 +22,8 @@ namespace {
 
 constexpr int kRounds = 9;
 /// A machine's speed changes from one second to the next: in each round the routers take turns, in changing order.
-constexpr std::size_t kLatencyTurns = 6;
-constexpr std::size_t kNotesPerTurn = 50;
+constexpr std::size_t kLatencyTurns = 8;
+constexpr std::size_t kNotesPerTurn = 40;
 constexpr std::size_t kFloodMessages = 10'000;
 /// Corvel's median latency may be this many times that of the least router.
 constexpr double kLatencyLimit = 1.2;

@@ -134,12 +134,12 @@ void CoreMIDIRouterEngine::wakeMainThread() {
 }
 
 void CoreMIDIRouterEngine::deliverReports(const std::weak_ptr<CoreMIDIRouterEngine>& weakEngine) {
-    // No more than now wait, or a flood would keep the main thread from everything else. The one extra look finds the
-    // queue empty, which is what makes the next report ask for a wake-up.
     const auto engine = weakEngine.lock();
     if (!engine) {
         return;
     }
+    // No more than now wait, or a flood would keep the main thread from everything else. The one extra look finds the
+    // queue empty, which is what makes the next report ask for a wake-up.
     for (std::size_t remaining = engine->reports_.size() + 1; remaining > 0; --remaining) {
         // A delegate may release the engine, and then hears no more of it.
         if (!engine->deliverNextReport() || engine.use_count() == 1) {
@@ -173,7 +173,6 @@ void CoreMIDIRouterEngine::deliver(const MIDIReport& report) {
         MIDIRouterEngineDelegate& delegate;
 
         void operator()(const MIDIActivityEvent& event) const { delegate.midiRouterEngineDidRoute(engine, event); }
-        void operator()(const MIDINotice& notice) const { std::visit(*this, notice); }
         void operator()(const MIDIEndpointsReport&) const { delegate.midiRouterEngineDidChangeEndpoints(engine); }
         void operator()(const MIDIFailureReport& failure) const {
             delegate.midiRouterEngineDidFail(engine, failure.message);
@@ -240,7 +239,7 @@ void CoreMIDIRouterEngine::deliverOnQueue(const PacketBytes& packets, MIDIObject
     if (routes == routesBySourceID_.end()) {
         return;
     }
-    packets.forEach([&](const MIDIBytes& bytes) {
+    packets.forEach([&](std::span<const std::uint8_t> bytes) {
         RouteProcessor::forEachRoutedMessage(sourceID->second, bytes, routes->second,
                                              [this](RoutedMIDIMessage&& message) { send(std::move(message)); });
     });

@@ -34,7 +34,7 @@ std::optional<MIDIReport> MIDIReportQueue::pop() {
         report.emplace(MIDIActivityEvent(UUID::random(), next.routeID, next.sentAt, std::move(next.bytes)));
         activities.pop_front();
     } else if (!notices.empty()) {
-        report.emplace(std::move(notices.front().notice));
+        report = std::visit([](auto& notice) { return MIDIReport(std::move(notice)); }, notices.front().notice);
         notices.pop_front();
     }
     return report;

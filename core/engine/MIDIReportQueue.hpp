@@ -31,13 +31,15 @@ struct MIDIFailureReport {
 /// What is reported now and then, and never lost.
 using MIDINotice = std::variant<MIDIEndpointsReport, MIDIFailureReport, MIDIDiagnosticEvent>;
 
-using MIDIReport = std::variant<MIDIActivityEvent, MIDINotice>;
+/// What an engine tells its delegate.
+using MIDIReport = std::variant<MIDIActivityEvent, MIDIEndpointsReport, MIDIFailureReport, MIDIDiagnosticEvent>;
 
 /// Holds an engine's reports until the main thread takes them, in the order in which they were made.
 ///
 /// Of the activities only the newest `kActivityLimit` are kept, so that a main thread that stands still does not let
 /// memory grow with the traffic; notices are kept until taken. Any thread pushes, one at a time takes; a queue of its
-/// own, hence the lock. Pushing the activity of up to 16 bytes allocates nothing.
+/// own, hence the lock. Pushing the activity of a message of up to 16 bytes
+/// allocates nothing.
 class MIDIReportQueue {
 public:
     static constexpr std::size_t kActivityLimit = 4096;
@@ -56,7 +58,8 @@ public:
     [[nodiscard]] std::size_t size() const;
 
 private:
-    /// What the thread that routes knows of an activity. Its identity and kind are for whoever takes it to find out.
+    /// What the thread that routes knows of an activity. Whoever takes it makes its identity and kind: the next message
+    /// must not wait for them.
     struct Activity {
         std::uint64_t number;
         UUID routeID;
@@ -70,6 +73,7 @@ private:
     };
 
     struct Reports {
+        // The filler has a byte: g++ 12 warns of the unused bytes that an empty one copies.
         boost::circular_buffer<Activity> activities = makeWarmRing(kActivityLimit, Activity{0, {}, {}, MIDIBytes(1)});
         std::deque<NumberedNotice> notices;
 

@@ -10,8 +10,8 @@
 
 namespace corvel {
 
-/// Copies of packets that arrived together, in their order: one short packet needs no heap memory, and moving them
-/// costs no more than copying that many bytes.
+/// Copies of packets that arrived together, in their order. One short packet needs no heap memory, and moving never
+/// throws, so that a task can hold them in itself.
 class PacketBytes {
 public:
     explicit PacketBytes(std::span<const std::span<const std::uint8_t>> packets) {
@@ -27,7 +27,7 @@ public:
         const std::uint8_t* start = bytes_.data();
         for (const std::size_t end : ends_) {
             const std::uint8_t* const next = bytes_.data() + end;
-            visit(MIDIBytes(start, next));
+            visit(std::span<const std::uint8_t>(start, next));
             start = next;
         }
     }

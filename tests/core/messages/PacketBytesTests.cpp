@@ -16,7 +16,7 @@ using ::testing::IsEmpty;
 
 std::vector<MIDIBytes> packetsOf(const PacketBytes& packets) {
     std::vector<MIDIBytes> copies;
-    packets.forEach([&](const MIDIBytes& bytes) { copies.push_back(bytes); });
+    packets.forEach([&](std::span<const std::uint8_t> bytes) { copies.emplace_back(bytes.begin(), bytes.end()); });
     return copies;
 }
 
@@ -36,6 +36,10 @@ TEST(PacketBytes, KeepsAPacketWithoutBytes) {
 }
 
 TEST(PacketBytes, KeepsItsBytesWhenItIsMoved) {
+    PacketBytes note = copyOf({{0x90, 60, 100}});
+    const PacketBytes moved = std::move(note);
+    EXPECT_THAT(packetsOf(moved), ElementsAre(MIDIBytes{0x90, 60, 100}));
+
     const std::vector<std::uint8_t> exclusive(1000, 0x11);
     PacketBytes first = copyOf({exclusive, {0x90, 60, 100}});
     const PacketBytes second = std::move(first);

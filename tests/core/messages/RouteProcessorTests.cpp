@@ -111,7 +111,7 @@ TEST(RouteProcessor, VisitsTheSameMessagesThatItLists) {
         makeRoute({.id = makeID(2), .sourceID = kKeys, .destinationID = kSynth, .isEnabled = false}),
         makeRoute({.id = makeID(3), .sourceID = kKeys, .destinationID = kDrums, .channelMode = ChannelMode::force(1)})};
     std::vector<RoutedMIDIMessage> visited;
-    RouteProcessor::forEachRoutedMessage(kKeys, {0x8A, 0x3C, 0x00}, routes,
+    RouteProcessor::forEachRoutedMessage(kKeys, MIDIBytes{0x8A, 0x3C, 0x00}, routes,
                                          [&](RoutedMIDIMessage message) { visited.push_back(std::move(message)); });
     EXPECT_THAT(visited, ElementsAre(RoutedMIDIMessage{makeID(1), kSynth, {0x8A, 0x3C, 0x00}},
                                      RoutedMIDIMessage{makeID(3), kDrums, {0x80, 0x3C, 0x00}}));
