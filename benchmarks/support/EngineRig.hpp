@@ -2,7 +2,7 @@
 
 #include "benchmarks/support/HandDrivenQueue.hpp"
 #include "core/engine/CoreMIDIRouterEngine.hpp"
-#include "core/engine/MIDIRouterEngineDelegate.hpp"
+#include "tests/support/CountingDelegate.hpp"
 #include "tests/support/FakeMIDIHost.hpp"
 
 #include <cstddef>
@@ -12,18 +12,6 @@
 #include <vector>
 
 namespace corvel::benchmarks {
-
-/// Counts an engine's reports.
-class CountingDelegate final : public MIDIRouterEngineDelegate {
-public:
-    std::size_t routed = 0;
-    std::size_t failed = 0;
-
-    void midiRouterEngineDidChangeEndpoints(CoreMIDIRouterEngine&) override {}
-    void midiRouterEngineDidRoute(CoreMIDIRouterEngine&, const MIDIActivityEvent&) override { ++routed; }
-    void midiRouterEngineDidFail(CoreMIDIRouterEngine&, const std::string&) override { ++failed; }
-    void midiRouterEngineDidLog(CoreMIDIRouterEngine&, const MIDIDiagnosticEvent&) override {}
-};
 
 /// The connections of a measurement.
 struct RoutingLayout {
@@ -59,12 +47,12 @@ public:
     void takeReports() { mainQueue_->runAll(); }
 
     [[nodiscard]] std::size_t sent() const { return host_->sentCount; }
-    [[nodiscard]] const CountingDelegate& delegate() const { return *delegate_; }
+    [[nodiscard]] const tests::CountingDelegate& delegate() const { return *delegate_; }
 
 private:
     std::shared_ptr<tests::FakeMIDIHost> host_ = std::make_shared<tests::FakeMIDIHost>();
     std::shared_ptr<HandDrivenQueue> mainQueue_ = std::make_shared<HandDrivenQueue>();
-    std::shared_ptr<CountingDelegate> delegate_ = std::make_shared<CountingDelegate>();
+    std::shared_ptr<tests::CountingDelegate> delegate_ = std::make_shared<tests::CountingDelegate>();
     std::shared_ptr<CoreMIDIRouterEngine> engine_;
 };
 

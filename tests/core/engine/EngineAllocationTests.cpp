@@ -1,4 +1,5 @@
 #include "tests/core/engine/EngineFixture.hpp"
+#include "tests/support/CountingDelegate.hpp"
 #include "tests/support/HeapCounter.hpp"
 
 #include <array>
@@ -8,16 +9,6 @@
 
 namespace corvel::tests {
 namespace {
-
-class CountingDelegate final : public MIDIRouterEngineDelegate {
-public:
-    std::size_t routed = 0;
-
-    void midiRouterEngineDidChangeEndpoints(CoreMIDIRouterEngine&) override {}
-    void midiRouterEngineDidRoute(CoreMIDIRouterEngine&, const MIDIActivityEvent&) override { ++routed; }
-    void midiRouterEngineDidFail(CoreMIDIRouterEngine&, const std::string&) override {}
-    void midiRouterEngineDidLog(CoreMIDIRouterEngine&, const MIDIDiagnosticEvent&) override {}
-};
 
 class EngineAllocation : public EngineFixture {
 protected:

@@ -107,6 +107,16 @@ protected:
         EXPECT_EQ(number, count);
     }
 
+    /// Sends so many notes before and after a time in which others fill the receiver's pool all but one place.
+    void expectNoOverrunWhereOthersLeaveOnePlace(unsigned count, std::chrono::milliseconds time) {
+        sendNotes(kSynth, count);
+        sink_.usedCells[kSynth.client] = sink_.poolSizes[kSynth.client] - 1;
+        sink_.time += time;
+        sendNotes(kSynth, count);
+        EXPECT_FALSE(sink_.overran[kSynth.client]);
+        EXPECT_TRUE(flow_.isWaiting());
+    }
+
     FakeSink sink_;
     OutputFlow flow_{sink_};
 };
@@ -199,21 +209,11 @@ TEST_F(OutputFlowTest, SendsAnEventThatOnlyAnEmptyPoolCanTake) {
 }
 
 TEST_F(OutputFlowTest, AsksAgainAfterAWhileBecauseOthersSendThereToo) {
-    sendNotes(kSynth, 10);
-    sink_.usedCells[128] = 199;
-    sink_.time += std::chrono::milliseconds(2);
-    sendNotes(kSynth, 10);
-    EXPECT_FALSE(sink_.overran[128]);
-    EXPECT_TRUE(flow_.isWaiting());
+    expectNoOverrunWhereOthersLeaveOnePlace(10, std::chrono::milliseconds(2));
 }
 
 TEST_F(OutputFlowTest, AsksAgainLaterWhereItSendsLittle) {
-    sendNotes(kSynth, 2);
-    sink_.usedCells[128] = 199;
-    sink_.time += std::chrono::milliseconds(11);
-    sendNotes(kSynth, 2);
-    EXPECT_FALSE(sink_.overran[128]);
-    EXPECT_TRUE(flow_.isWaiting());
+    expectNoOverrunWhereOthersLeaveOnePlace(2, std::chrono::milliseconds(11));
     EXPECT_EQ(sink_.questions, 3);
 }
 
