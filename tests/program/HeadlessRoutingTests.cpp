@@ -9,15 +9,18 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sched.h>
 
 #include <algorithm>
 #include <cctype>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <span>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace corvel::tests {
@@ -25,9 +28,11 @@ namespace corvel::tests {
 namespace {
 
 using std::chrono::milliseconds;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using testing::Pair;
 
 const Bytes kMark{0xFB};
 
@@ -65,12 +70,34 @@ protected:
         file_.write(document);
         std::vector<std::string> arguments = launcher;
         arguments.insert(arguments.end(), {"env", "XDG_CONFIG_HOME=" + folder_.path().string()});
-        arguments.insert(arguments.end(),
-                         {CORVEL_PROGRAM, "--headless", "--midi", "alsa", "--document", document.string()});
+        arguments.insert(arguments.end(), {CORVEL_PROGRAM, "--headless", "--document", document.string()});
         arguments.insert(arguments.end(), options.begin(), options.end());
         corvel_.emplace(arguments);
         ASSERT_TRUE(corvel_->waitForError("Endpoint reload (initial load)", kDeadline)) << corvel_->standardError();
         ASSERT_EQ(keyboard_.subscribers(keys_).size(), 1U);
+    }
+
+    /// The program's threads that take turns at real-time priority, by name, with that priority.
+    std::vector<std::pair<std::string, int>> realtimeThreads() const {
+        std::vector<std::pair<std::string, int>> threads;
+        const std::filesystem::path tasks = "/proc/" + std::to_string(corvel_->pid()) + "/task";
+        for (const auto& task : std::filesystem::directory_iterator(tasks)) {
+            const pid_t id = std::stoi(task.path().filename());
+            sched_param parameters{};
+            if (::sched_getscheduler(id) == SCHED_RR && ::sched_getparam(id, &parameters) == 0) {
+                std::string name;
+                std::getline(std::ifstream(task.path() / "comm"), name);
+                threads.emplace_back(name, parameters.sched_priority);
+            }
+        }
+        return threads;
+    }
+
+    /// Lets programs of other users use the sequencer and the test's folder.
+    void openToEverybody() const {
+        using std::filesystem::perms;
+        std::filesystem::permissions(folder_.path(), static_cast<perms>(0755));
+        std::filesystem::permissions("/dev/snd/seq", static_cast<perms>(0666));
     }
 
     /// Waits until both receivers have the mark, which is played behind everything else.
@@ -320,10 +347,9 @@ TEST_F(HeadlessRouting, MonitorWritesALineForEveryMessageSent) {
 }
 
 TEST_F(HeadlessRouting, WithoutRealtimePrivilegeSaysSoOnceAfterTheStartAndRoutes) {
-    using std::filesystem::perms;
-    std::filesystem::permissions(folder_.path(), static_cast<perms>(0755));
-    std::filesystem::permissions("/dev/snd/seq", static_cast<perms>(0666));
+    openToEverybody();
     start({"setpriv", "--reuid=65534", "--clear-groups"});
+    EXPECT_THAT(realtimeThreads(), IsEmpty());
     keyboard_.play(keys_, {0x90, 60, 100});
     playMark();
     terminate();
@@ -335,8 +361,17 @@ TEST_F(HeadlessRouting, WithoutRealtimePrivilegeSaysSoOnceAfterTheStartAndRoutes
     EXPECT_LT(text.find("Starting CoreMIDI client on main run loop"), first) << text;
 }
 
-TEST_F(HeadlessRouting, WithPrivilegeSaysNothingOfIt) {
+TEST_F(HeadlessRouting, WithPrivilegeRoutesAtRealtimePriorityAndSaysNothingOfIt) {
     start();
+    EXPECT_THAT(realtimeThreads(), ElementsAre(Pair("p.corvel.engine", 20)));
+    terminate();
+    EXPECT_THAT(corvel_->standardError(), Not(HasSubstr("eal-time")));
+}
+
+TEST_F(HeadlessRouting, TakesWhatRealtimePriorityTheUserIsGranted) {
+    openToEverybody();
+    start({"prlimit", "--rtprio=5", "setpriv", "--reuid=65534", "--clear-groups"});
+    EXPECT_THAT(realtimeThreads(), ElementsAre(Pair("p.corvel.engine", 5)));
     terminate();
     EXPECT_THAT(corvel_->standardError(), Not(HasSubstr("eal-time")));
 }

@@ -31,6 +31,9 @@ TEST(MIDIActivityEvent, ComparesEveryField) {
     EXPECT_NE(event, MIDIActivityEvent(makeID(1), makeID(2), ManualClock::kStart + std::chrono::nanoseconds(1),
                                        {0x90, 60, 100}));
     EXPECT_NE(event, MIDIActivityEvent(makeID(1), makeID(2), ManualClock::kStart, {0x90, 60, 101}));
+    MIDIActivityEvent other = event;
+    other.messageKind = MIDIMessageKind::noteOff;
+    EXPECT_NE(event, other);
 }
 
 TEST(MIDIDiagnosticEvent, ComparesEveryField) {

@@ -170,6 +170,7 @@ TEST_F(ALSAHotPlug, OfAConnectedDeviceBringsTheSameEndpointsBack) {
     for (const MIDINotification& notification : removed) {
         EXPECT_EQ(notification.messageID, 3);
         EXPECT_EQ(notification.childType, MIDINotification::kSource);
+        EXPECT_EQ(notification.parentType, MIDINotification::kEntity);
     }
     EXPECT_THAT(removed, testing::Contains(testing::Field(&MIDINotification::child, source.ref)));
     EXPECT_THAT(corvel_.sourceNames("Virtual"), IsEmpty());

@@ -153,6 +153,14 @@ TEST_F(EndpointRegistryTest, GivesEqualPortsNeighbouringIDsInTheirOrder) {
     EXPECT_THAT(sourceNames(), ElementsAre("Synth Out", "Synth Out", "Synth Out"));
 }
 
+TEST_F(EndpointRegistryTest, StepsOverZeroAndFromTheLargestIDToTheSmallest) {
+    // Names made for their hashes.
+    update({programPort(128, 0, "Bridge", "Port TX50G9"), programPort(129, 0, "Bridge", "Port TX50G9")});
+    EXPECT_THAT(sourceIDs(), ElementsAre(-1, 1));
+    update({programPort(130, 0, "Bridge", "Port 07QBP1J"), programPort(131, 0, "Bridge", "Port 07QBP1J")});
+    EXPECT_THAT(sourceIDs(), ElementsAre(2147483647, -2147483648));
+}
+
 TEST_F(EndpointRegistryTest, KeepsAnIDWithItsPortWhenAnEqualOneGoes) {
     const std::int32_t wanted = hosts::uniqueEndpointID(kSource, "Synth", 0, "Out");
     const PortDescription second = programPort(129, 0, "Synth", "Out");
