@@ -10,22 +10,6 @@ namespace corvel::hosts {
 
 namespace {
 
-/// Number of data bytes that a status wants; no value for those that come alone or open an exclusive message.
-std::optional<std::size_t> dataLength(std::uint8_t status) {
-    if (status < kExclusiveStart) {
-        return status >= 0xC0 && status <= 0xDF ? 1 : 2;
-    }
-    switch (status) {
-        case 0xF1:
-        case 0xF3:
-            return 1;
-        case 0xF2:
-            return 2;
-        default:
-            return std::nullopt;
-    }
-}
-
 /// The event type of a status that stands alone; none for the undefined ones.
 snd_seq_event_type_t typeOfSingleByte(std::uint8_t status) {
     switch (status) {
@@ -108,8 +92,8 @@ public:
             const std::uint8_t byte = packet_[position_];
             if (byte == kExclusiveStart || isData(byte)) {
                 takeExclusive(byte == kExclusiveStart);
-            } else if (const std::optional<std::size_t> wanted = dataLength(byte)) {
-                takeMessage(byte, *wanted);
+            } else if (const std::size_t wanted = nominalMessageLength(byte) - 1; wanted > 0) {
+                takeMessage(byte, wanted);
             } else {
                 takeSingleByte();
             }
@@ -204,6 +188,10 @@ EventDecoder::EventDecoder() {
 
 std::optional<MIDIBytes> EventDecoder::decode(const snd_seq_event_t& event) {
     if (event.type == SND_SEQ_EVENT_SYSEX) {
+        // Other programs can send one whose bytes did not come with it: its pointer means nothing here.
+        if (!snd_seq_ev_is_variable(&event)) {
+            return std::nullopt;
+        }
         const auto* bytes = static_cast<const std::uint8_t*>(event.data.ext.ptr);
         return MIDIBytes(bytes, bytes + event.data.ext.len);
     }

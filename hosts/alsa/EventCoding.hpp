@@ -21,7 +21,8 @@ public:
     EventDecoder();
 
     /// The event's bytes: one message, or the several messages that a 14-bit controller or a parameter number stands
-    /// for, or a piece of an exclusive message as it is. No value for events that are no MIDI.
+    /// for, or a piece of an exclusive message as it is. No value for events that are no MIDI or came without their
+    /// bytes.
     [[nodiscard]] std::optional<MIDIBytes> decode(const snd_seq_event_t& event);
 
 private:

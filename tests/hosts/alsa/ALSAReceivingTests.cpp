@@ -246,6 +246,14 @@ TEST_F(ALSAReceiving, KeepsAllThatItReadsWhileItsQueueIsBusy) {
     EXPECT_THAT(corvel_.diagnostics(), IsEmpty());
 }
 
+TEST_F(ALSAReceiving, LeavesOutAnExclusiveMessageThatStayedInItsSendersMemory) {
+    Bytes bytes{0xF0, 1, 2, 0xF7};
+    snd_seq_event_t event = rawEvent(bytes);
+    snd_seq_ev_set_varusr(&event, 4, bytes.data());
+    ASSERT_GE(peer_.emit(port_, event), 0);
+    EXPECT_THAT(packetsOf({noteEvent(SND_SEQ_EVENT_NOTEON, 0, 60, 100)}), ElementsAre(Bytes{0x90, 60, 100}));
+}
+
 TEST_F(ALSAReceiving, ReportsAnOverrunAsksForARescanAndGoesOn) {
     for (int time = 1; time <= 2; ++time) {
         const auto release = corvel_.holdQueue();

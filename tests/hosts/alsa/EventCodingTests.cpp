@@ -117,6 +117,14 @@ TEST(EventCoding, KeepsNoStateBetweenPackets) {
     EXPECT_EQ(throughEvents({1, 2}), (Bytes{1, 2}));
 }
 
+TEST(EventCoding, LeavesOutAnExclusiveMessageThatCameWithoutItsBytes) {
+    snd_seq_event_t event{};
+    // A pointer into the memory of the program that sent it.
+    snd_seq_ev_set_sysex(&event, 4, reinterpret_cast<void*>(std::uintptr_t{16}));
+    snd_seq_ev_set_varusr(&event, 4, reinterpret_cast<void*>(std::uintptr_t{16}));
+    EXPECT_EQ(decoded(event), std::nullopt);
+}
+
 TEST(EventCoding, CutsExclusiveBytesIntoEventsOf1024) {
     Bytes message(2'500, 0x11);
     message.front() = 0xF0;
