@@ -204,13 +204,11 @@ void SequencerService::rescan() {
         // What was announced by now first: a port that is seen here must not be taken for the one it replaced.
         readWaitingEvents();
         handleAnnouncements();
-        const std::vector<Endpoint> before = mayHaveMissedPorts_ ? registry_.destinations() : std::vector<Endpoint>();
         ports_ = client_->ports();
-        registry_.update(ports_, std::exchange(mayHaveMissedPorts_, false));
-        for (const Endpoint& destination : before) {
-            if (registry_.find(destination.ref) == nullptr) {
-                forgetOutput(destination.address);
-            }
+        if (std::exchange(mayHaveMissedPorts_, false)) {
+            updateAfterMissedPorts();
+        } else {
+            registry_.update(ports_, false);
         }
         return;
     }
@@ -220,6 +218,18 @@ void SequencerService::rescan() {
     const std::unique_ptr<SequencerClient> visitor = SequencerClient::open("Corvel", status);
     ports_ = visitor ? visitor->ports() : std::vector<PortDescription>();
     registry_.update(ports_, false);
+}
+
+void SequencerService::updateAfterMissedPorts() {
+    const std::vector<Endpoint> before = registry_.destinations();
+    registry_.update(ports_, true);
+    for (const Endpoint& destination : before) {
+        if (registry_.find(destination.ref) == nullptr) {
+            flow_.forget(destination.address);
+        }
+    }
+    // A device that went and came back unseen looks the same, but nobody subscribes to it now.
+    outputSubscriptions_.clear();
 }
 
 void SequencerService::rebuildDeviceTree() {

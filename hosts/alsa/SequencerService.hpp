@@ -97,6 +97,8 @@ private:
     void handle(const Announcement& announcement);
     void handlePortEnd(const PortAddress& address);
     void forgetOutput(const PortAddress& address);
+    /// Takes over the ports that there are now after the pool overran, and announcements were lost with it.
+    void updateAfterMissedPorts();
     void notifyPort(std::int32_t messageID, const PortAddress& address, bool hasSource, bool hasDestination,
                     bool isHardware);
     void notify(const MIDINotification& notification);

@@ -33,7 +33,12 @@ constexpr unsigned kSendsPerLook = 8;
 void SequencerService::handleReady() {
     // The delivery here stands for the one that reading would post, and saves a round of the queue.
     const bool isPosted = std::exchange(isDeliveryScheduled_, true);
-    readWaitingEvents();
+    try {
+        readWaitingEvents();
+    } catch (...) {
+        isDeliveryScheduled_ = isPosted;
+        throw;
+    }
     if (!isPosted) {
         deliverArrivals();
     }

@@ -195,6 +195,31 @@ TEST_F(ALSAHotPlug, OfAConnectedDeviceBringsTheSameEndpointsBack) {
     EXPECT_EQ(corvel_.deliveries().front(), (DeliveredPacket{back.ref, {0x90, 60, 100}}));
 }
 
+TEST_F(ALSAHotPlug, UnseenForAnOverrunOpensTheOutputAgain) {
+    SequencerPeer peer("Flood");
+    const SequencerAddress port = peer.addPort("Out", SequencerPeer::kSource);
+    ASSERT_EQ(corvel_.connect(corvel_.source("Flood Out").ref), 0);
+    const std::string name = "Virtual Raw MIDI 0-3 VirMIDI 0-3";
+    ASSERT_EQ(corvel_.send(corvel_.destination(name).ref, {0x90, 1, 1}), 0);
+    const SequencerAddress output = peer.find("Corvel", "Corvel Output");
+    const SequencerAddress device = peer.find("Virtual Raw MIDI 0-3", "VirMIDI 0-3");
+    ASSERT_THAT(peer.subscribers(output), testing::ElementsAre(device));
+
+    const auto release = corvel_.holdQueue();
+    for (unsigned number = 0; number < 2'100; ++number) {
+        peer.emit(port, noteEvent(SND_SEQ_EVENT_NOTEON, 0, 1, 1));
+    }
+    unplug();
+    plug();
+    ASSERT_EQ(peer.find("Virtual Raw MIDI 0-3", "VirMIDI 0-3"), device) << "it looks as if nothing had happened";
+    ASSERT_THAT(peer.subscribers(output), IsEmpty());
+    release();
+    ASSERT_TRUE(corvel_.waitUntil([&] { return !corvel_.diagnostics().empty(); }));
+
+    ASSERT_EQ(corvel_.send(corvel_.destination(name).ref, {0x90, 1, 1}), 0);
+    EXPECT_THAT(peer.subscribers(output), testing::ElementsAre(device));
+}
+
 }  // namespace
 
 }  // namespace corvel::tests
