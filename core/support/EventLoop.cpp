@@ -127,7 +127,8 @@ public:
 
     void run() {
         while (const std::optional<int> timeout = beginRound()) {
-            runRound(*timeout);
+            takeRound(*timeout);
+            runTakenTasks();
         }
         // What was posted before the end is owed; what these last tasks post is not, or an end might never come.
         {
@@ -142,11 +143,11 @@ public:
     [[nodiscard]] int readyDescriptor() const { return poll_.get(); }
 
     void runReady() {
-        runRound(0);
-        // What came meanwhile makes the descriptor ready again, so that others have their turn first.
-        if (beginRound() != -1) {
-            wakeUp();
-        }
+        takeRound(0);
+        // A task may run the other library's loop, which has to hear of what is posted meanwhile.
+        announceRest();
+        runTakenTasks();
+        announceRest();
     }
 
     /// Lets go of all that is left, on the thread that calls; later posts are dropped.
@@ -218,12 +219,19 @@ private:
         ::timerfd_settime(timer_.get(), TFD_TIMER_ABSTIME, &setting, nullptr);
     }
 
-    void runRound(int timeout) {
+    /// Makes the descriptor ready again for what came meanwhile, so that others have their turn first.
+    void announceRest() {
+        if (beginRound() != -1) {
+            wakeUp();
+        }
+    }
+
+    /// Handles what is ready and due, and takes the tasks.
+    void takeRound(int timeout) {
         handleReadyDescriptors(timeout);
         while (const std::shared_ptr<DispatchWorkItem> item = takeDueItemOrTasks()) {
             guarded([&item] { item->perform(); });
         }
-        runTakenTasks();
     }
 
     void handleReadyDescriptors(int timeout) {

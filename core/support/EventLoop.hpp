@@ -8,7 +8,7 @@
 
 namespace corvel {
 
-/// A serial queue that also watches file descriptors: the engine's queue and, without a window, the main queue.
+/// A serial queue that also watches file descriptors: the engine's queue, and the main queue inside Qt's loop.
 ///
 /// One round runs the handlers of the descriptors that are ready, then the work items that are due, then the tasks that
 /// were posted before the round. So work that is read from a descriptor and posted is done on the same thread, with no
@@ -40,7 +40,7 @@ public:
     [[nodiscard]] virtual int readyDescriptor() const = 0;
 
     /// Does one round without waiting, instead of `run()`. A task may run the other library's loop inside itself: the
-    /// rounds in there go on with the tasks in their order.
+    /// rounds in there go on with the tasks in their order, and with those that are posted meanwhile.
     virtual void runReady() = 0;
 
     /// Watches a descriptor for reading until `unwatch`. On the loop only.

@@ -1,6 +1,7 @@
 #include "core/support/EventLoop.hpp"
 
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -278,6 +279,22 @@ TEST(EventLoop, RunsOnTheThreadThatMadeItUntilStopped) {
     other.join();
     loop->run();
     EXPECT_EQ(order, (std::vector{1, 2}));
+}
+
+TEST(EventLoop, TellsALoopInsideOneOfItsTasksOfWhatIsPostedMeanwhile) {
+    const auto queue = EventLoop::onThisThread("test.main");
+    queue->runReady();
+    std::vector<int> order;
+    queue->async([&] {
+        order.push_back(1);
+        std::thread([&] { queue->async([&] { order.push_back(3); }); }).join();
+        pollfd ready{queue->readyDescriptor(), POLLIN, 0};
+        EXPECT_EQ(::poll(&ready, 1, 5'000), 1);
+        queue->runReady();
+    });
+    queue->async([&] { order.push_back(2); });
+    queue->runReady();
+    EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
 }
 
 TEST(EventLoop, TakesPostsFromManyThreadsWithoutLosingAny) {
