@@ -16,8 +16,8 @@ void complain(const std::string& message);
 /// status.
 [[nodiscard]] int report(const CommandResult& result);
 
-/// Descriptors 0 to 2 that the caller left closed would be taken by the next thing that is opened, and lines meant for
-/// standard output would end up there.
+/// Opens those of the descriptors 0 to 2 that the caller left closed on nothing. They would be taken by the next thing
+/// that is opened, and lines meant for standard output would end up there.
 void openStandardDescriptors();
 
 }  // namespace corvel

@@ -19,10 +19,13 @@ Router::Router(MIDIHostChoice choice)
     }
 }
 
-/// The engine goes first, and with it ports and client; then a task of its queue that may still hold it; then the
-/// service, and the queues last.
+/// The engine goes first, and with it ports and client, which still send what waits; then the service, and the queues
+/// last.
 Router::~Router() {
     engine_.reset();
+    // A task of the queue may still hold the engine, which then goes with the task, and posts how its ports and its
+    // client go.
+    engineQueue_->sync([] {});
     engineQueue_->sync([] {});
 }
 
