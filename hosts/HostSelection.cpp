@@ -6,15 +6,19 @@
 #include "hosts/alsa/ALSAMIDIHost.hpp"
 #endif
 
+#include <optional>
+#include <string>
+
 namespace corvel::hosts {
 
 namespace {
 
-bool isSystemMIDIAvailable() {
+/// Why the system's MIDI cannot be used; no value where it can.
+std::optional<std::string> systemMIDIProblem() {
 #ifdef __linux__
-    return isALSASequencerAvailable();
+    return alsaSequencerProblem();
 #else
-    return false;
+    return "this system's MIDI is not supported";
 #endif
 }
 
@@ -34,14 +38,14 @@ HostSelection selectHost(MIDIHostChoice choice, const std::shared_ptr<EventLoop>
     if (choice == MIDIHostChoice::demo) {
         return {makeDemoMIDIHost(mainQueue), true, {}};
     }
-    if (isSystemMIDIAvailable()) {
+    const std::optional<std::string> problem = systemMIDIProblem();
+    if (!problem) {
         return {makeSystemHost(engineQueue, mainQueue), false, {}};
     }
-    const std::string problem = "the ALSA sequencer cannot be opened (/dev/snd/seq)";
     if (choice == MIDIHostChoice::alsa) {
-        return {nullptr, false, problem};
+        return {nullptr, false, *problem};
     }
-    const std::string notice = problem + "; using the demo devices";
+    const std::string notice = *problem + "; using the demo devices";
     return {makeDemoMIDIHost(mainQueue, {.notice = notice}), true, notice};
 }
 

@@ -3,6 +3,7 @@
 #include "hosts/alsa/ObjectReference.hpp"
 #include "hosts/alsa/SequencerService.hpp"
 
+#include <system_error>
 #include <utility>
 
 namespace corvel::hosts {
@@ -148,9 +149,12 @@ private:
 
 }  // namespace
 
-bool isALSASequencerAvailable() {
+std::optional<std::string> alsaSequencerProblem() {
     int status = 0;
-    return SequencerClient::open("Corvel", status) != nullptr;
+    if (SequencerClient::open("Corvel", status)) {
+        return std::nullopt;
+    }
+    return "the ALSA sequencer cannot be opened (/dev/snd/seq: " + std::system_category().message(-status) + ")";
 }
 
 std::shared_ptr<MIDIHost> makeALSAMIDIHost(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue) {

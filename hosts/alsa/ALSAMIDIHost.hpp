@@ -5,11 +5,13 @@
 #include "core/support/EventLoop.hpp"
 
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace corvel::hosts {
 
-/// Whether the ALSA sequencer can be opened on this machine, now.
-[[nodiscard]] bool isALSASequencerAvailable();
+/// Why the ALSA sequencer cannot be opened on this machine now; no value where it can.
+[[nodiscard]] std::optional<std::string> alsaSequencerProblem();
 
 /// The operating system's MIDI: the ALSA sequencer.
 ///

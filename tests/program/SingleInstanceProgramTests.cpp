@@ -32,7 +32,8 @@ constexpr const char* kTour = R"({
     {"id": "00000000-0000-4000-8000-000000000003", "name": "Encore", "routes": []}]
 })";
 
-constexpr const char* kNotice = "corvel: the ALSA sequencer cannot be opened (/dev/snd/seq); using the demo devices\n";
+constexpr const char* kNotice =
+    "corvel: the ALSA sequencer cannot be opened (/dev/snd/seq: No such file or directory); using the demo devices\n";
 constexpr const char* kRefusal = "corvel: Corvel is running already; two would play every note twice\n";
 
 /// Several starts of the program by one user.

@@ -25,8 +25,9 @@ protected:
     std::shared_ptr<MIDIHost> host_ = hosts::makeALSAMIDIHost(queue_, mainQueue_);
 };
 
-TEST_F(ALSAWithoutSequencer, IsNotAvailable) {
-    EXPECT_FALSE(hosts::isALSASequencerAvailable());
+TEST_F(ALSAWithoutSequencer, SaysWhyItCannotBeOpened) {
+    EXPECT_EQ(hosts::alsaSequencerProblem(),
+              "the ALSA sequencer cannot be opened (/dev/snd/seq: No such file or directory)");
 }
 
 TEST_F(ALSAWithoutSequencer, ListsNoEndpointsAndNoDevices) {
