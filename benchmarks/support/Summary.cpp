@@ -95,6 +95,11 @@ std::optional<double> Summary::seconds(const std::string& name) const {
     return found == secondsByName_.end() ? std::nullopt : std::optional(median(found->second));
 }
 
+std::optional<double> Summary::fastestSeconds(const std::string& name) const {
+    const auto found = secondsByName_.find(name);
+    return found == secondsByName_.end() ? std::nullopt : std::optional(std::ranges::min(found->second));
+}
+
 std::optional<double> Summary::counterValue(const Counter& counter) const {
     const auto found = countersByName_.find(counter.name);
     if (found == countersByName_.end() || !found->second.contains(counter.counter)) {
@@ -150,9 +155,9 @@ bool Summary::printGrowth() const {
     std::printf("\n%-46s %10s %10s %10s %8s %8s\n", "growth", "half", "whole", "twice", "exponent", "limit");
     bool isMet = true;
     for (const Growth& entry : growths_) {
-        const std::optional<double> half = seconds(entry.half);
-        const std::optional<double> whole = seconds(entry.whole);
-        const std::optional<double> twice = seconds(entry.twice);
+        const std::optional<double> half = fastestSeconds(entry.half);
+        const std::optional<double> whole = fastestSeconds(entry.whole);
+        const std::optional<double> twice = fastestSeconds(entry.twice);
         if (!half || !whole || !twice) {
             std::printf("%-46s %10s\n", entry.whole.c_str(), "not run");
             continue;

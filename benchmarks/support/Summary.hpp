@@ -55,6 +55,8 @@ private:
     };
 
     [[nodiscard]] std::optional<double> seconds(const std::string& name) const;
+    /// Of the fastest repetition: where the machine slows down for a while, that must not be taken for growth.
+    [[nodiscard]] std::optional<double> fastestSeconds(const std::string& name) const;
     [[nodiscard]] std::optional<double> counterValue(const Counter& counter) const;
 
     bool printRatios() const;

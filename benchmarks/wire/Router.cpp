@@ -12,9 +12,7 @@ std::string text(tests::SequencerAddress address) {
     return std::to_string(address.client) + ":" + std::to_string(address.port);
 }
 
-bool isInstalled(const std::string& program) {
-    return std::filesystem::exists("/usr/bin/" + program);
-}
+constexpr const char* kMidish = "/usr/bin/midish";
 
 /// Undoes a subscription; the ports themselves may be gone by then.
 class KernelSubscription {
@@ -49,7 +47,7 @@ RunningRouter startMidish(tests::SequencerAddress source, tests::SequencerAddres
                                  "fnew wire\n" +                                                              //
                                  "fmap {any {0 0}} {any {1 " + std::to_string(kForcedChannel - 1) + "}}\n" +  //
                                  "i\n";
-    return std::make_shared<tests::ChildProcess>(std::vector<std::string>{"midish", "-b"}, commands);
+    return std::make_shared<tests::ChildProcess>(std::vector<std::string>{kMidish, "-b"}, commands);
 }
 
 RunningRouter startCorvel(const std::filesystem::path& program) {
@@ -66,21 +64,23 @@ RunningRouter startCorvel(const std::filesystem::path& program) {
 }  // namespace
 
 std::vector<Router> makeRouters(const std::filesystem::path& programs, const std::filesystem::path& corvel) {
-    std::vector<Router> routers;
-    routers.push_back({"kernel subscription", [](auto& sender, auto source, auto destination) -> RunningRouter {
-                           return std::make_shared<KernelSubscription>(sender, source, destination);
-                       }});
-    routers.push_back({"least router", [program = programs / "least_router"](auto&, auto source, auto destination) {
-                           return startLeastRouter(program, source, destination);
-                       }});
-    if (isInstalled("midish")) {
-        routers.push_back(
-            {"midish", [](auto&, auto source, auto destination) { return startMidish(source, destination); }});
+    const std::filesystem::path leastRouter = programs / "least_router";
+    // A comparison that drops whoever is missing would go unnoticed.
+    for (const std::filesystem::path& program : {leastRouter, std::filesystem::path(kMidish), corvel}) {
+        if (!std::filesystem::exists(program)) {
+            throw std::runtime_error(program.string() + " is missing");
+        }
     }
-    if (std::filesystem::exists(corvel)) {
-        routers.push_back({"corvel --headless", [corvel](auto&, auto, auto) { return startCorvel(corvel); }});
-    }
-    return routers;
+    return {{"kernel subscription",
+             [](auto& sender, auto source, auto destination) -> RunningRouter {
+                 return std::make_shared<KernelSubscription>(sender, source, destination);
+             }},
+            {"least router",
+             [leastRouter](auto&, auto source, auto destination) {
+                 return startLeastRouter(leastRouter, source, destination);
+             }},
+            {"midish", [](auto&, auto source, auto destination) { return startMidish(source, destination); }},
+            {"corvel --headless", [corvel](auto&, auto, auto) { return startCorvel(corvel); }}};
 }
 
 }  // namespace corvel::benchmarks

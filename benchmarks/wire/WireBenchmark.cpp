@@ -132,11 +132,9 @@ bool judge(std::map<std::string, Results>& results) {
     bool isWithin = ratio <= kLatencyLimit;
     std::printf("\nmedian p50 against the least router: %.2f, limit %.2f: %s\n", ratio, kLatencyLimit,
                 isWithin ? "within" : "BEYOND");
-    if (const auto midish = results.find("midish"); midish != results.end()) {
-        const double ahead = quantile(own.p50, 0.5) / quantile(midish->second.p50, 0.5);
-        std::printf("median p50 against midish: %.2f, limit 1.00: %s\n", ahead, ahead < 1 ? "within" : "BEYOND");
-        isWithin = isWithin && ahead < 1;
-    }
+    const double ahead = quantile(own.p50, 0.5) / quantile(results["midish"].p50, 0.5);
+    std::printf("median p50 against midish: %.2f, limit 1.00: %s\n", ahead, ahead < 1 ? "within" : "BEYOND");
+    isWithin = isWithin && ahead < 1;
     double most = quantile(own.lostNotes, 1);
     for (const auto& [name, lost] : own.lost) {
         most = std::max(most, quantile(lost, 1));
@@ -160,10 +158,6 @@ int run(int rounds, const std::filesystem::path& programs) {
     }
     printLatency(routers, results);
     printLosses(routers, results);
-    if (!results.contains("corvel --headless")) {
-        std::printf("\ncorvel is not built: only the others were measured\n");
-        return 0;
-    }
     return judge(results) ? 0 : 1;
 }
 
