@@ -37,7 +37,8 @@ using MIDIReport = std::variant<MIDIActivityEvent, MIDIEndpointsReport, MIDIFail
 /// Holds an engine's reports until the main thread takes them, in the order in which they were made.
 ///
 /// Of the activities only the newest `kActivityLimit` are kept, so that a main thread that stands still does not let
-/// memory grow with the traffic; notices are kept until taken. Any thread pushes, one at a time takes; a queue of its
+/// memory grow with the traffic (as many again if it stands still in the middle of taking them); notices are kept until
+/// taken. Any thread pushes, one at a time takes; a queue of its
 /// own, hence the lock. Pushing the activity of a message of up to 16 bytes allocates nothing.
 class MIDIReportQueue {
 public:

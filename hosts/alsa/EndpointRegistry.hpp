@@ -30,8 +30,8 @@ struct Endpoint {
     bool isKernelClient = false;
 };
 
-/// Knows the sequencer's endpoints: gives each a reference that no later port ever gets, and a unique ID and a name
-/// that a returning device or program gets again.
+/// Knows the sequencer's endpoints: gives each a reference that none of the next thousands of ports gets, and a
+/// unique ID and a name that a returning device or program gets again.
 ///
 /// Pure bookkeeping, without a sequencer. A port lives until `portEnded`, or until an `update` does not list it.
 class EndpointRegistry {
@@ -47,7 +47,7 @@ public:
     /// Forgets the port at this address; whatever comes there next is another one.
     void portEnded(const PortAddress& address);
 
-    /// Forgets all ports. No reference is used again.
+    /// Forgets all ports; whatever is listed next is another one.
     void clear();
 
     /// The reference of one direction of the port that lives at this address; made if the port is new.

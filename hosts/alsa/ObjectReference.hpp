@@ -22,8 +22,8 @@ inline constexpr std::uint32_t kByteMask = 0xFF;
 
 }  // namespace detail
 
-/// The reference of an endpoint. The generation tells a port from the one that had its address before; it comes round
-/// after 8,192 ports.
+/// The reference of an endpoint. The generation tells a port from those that had its address before; it comes
+/// round after 8,192 endpoints.
 [[nodiscard]] constexpr MIDIObjectRef endpointReference(const PortAddress& address, MIDIEndpointDirection direction,
                                                         std::uint32_t generation) {
     const auto kind = direction == MIDIEndpointDirection::source ? ObjectKind::source : ObjectKind::destination;
@@ -36,11 +36,6 @@ inline constexpr std::uint32_t kByteMask = 0xFF;
 /// The reference of anything else, by its number: a device's index in the tree, an entity's client number, an own port.
 [[nodiscard]] constexpr MIDIObjectRef objectReference(ObjectKind kind, int number) {
     return static_cast<MIDIObjectRef>(kind) << detail::kKindShift | static_cast<std::uint32_t>(number);
-}
-
-/// What a reference stands for.
-[[nodiscard]] constexpr ObjectKind objectKind(MIDIObjectRef ref) {
-    return static_cast<ObjectKind>(ref >> detail::kKindShift);
 }
 
 /// The number in a reference made by `objectReference`.

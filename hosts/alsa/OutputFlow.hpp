@@ -32,14 +32,15 @@ public:
     [[nodiscard]] virtual std::chrono::steady_clock::time_point now() const = 0;
 };
 
-/// Sends packets without ever overrunning a receiver: the sequencer throws away everything that waits for a client when
-/// one event more comes than it has room for, and tells nobody.
+/// Sends packets without ever overrunning a program that receives: the sequencer throws away everything that waits for
+/// a client when one event more comes than it has room for, and tells nobody. How full a hardware port's buffer is, the
+/// sequencer does not tell.
 ///
 /// What does not fit waits here, per destination and in order, and never holds up another destination. Bounded: past
 /// the bound a send fails. One thread at a time.
 class OutputFlow {
 public:
-    /// Most that may wait for one destination.
+    /// Most that may wait for one destination before the next packet is refused; a packet is taken whole.
     static constexpr std::size_t kMaximumWaitingEvents = 65'536;
     static constexpr std::size_t kMaximumWaitingBytes = std::size_t{4} << 20U;
 

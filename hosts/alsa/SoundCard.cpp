@@ -57,7 +57,7 @@ std::string SoundCard::place() const {
 
 SoundCard readSoundCard(int index, const std::filesystem::path& sysfs) {
     const std::filesystem::path folder = sysfs / "class" / "sound" / ("card" + std::to_string(index));
-    return {.index = index, .id = readAttribute(folder / "id").value_or(""), .usb = readUSBDevice(folder)};
+    return {.id = readAttribute(folder / "id").value_or(""), .usb = readUSBDevice(folder)};
 }
 
 std::string soundCardName(int index) {

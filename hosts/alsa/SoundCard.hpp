@@ -20,7 +20,6 @@ struct SoundCard {
         bool operator==(const USBDevice&) const = default;
     };
 
-    int index = 0;
     /// The card's short id ("VirMIDI").
     std::string id;
     std::optional<USBDevice> usb;

@@ -32,7 +32,7 @@ TEST(DeviceTree, HasCardsInTheirOrderThenKernelClientsWithoutOneAndNeitherSystem
                                              port(20, 0, "Second", 2, true),    port(24, 0, "First A", 1, true),
                                              port(24, 1, "First A", 1, true),   port(28, 0, "First B", 1, true),
                                              port(128, 0, "Program", -1, false)};
-    EndpointRegistry registry([](int card) { return SoundCard{card, "id" + std::to_string(card), std::nullopt}; });
+    EndpointRegistry registry([](int card) { return SoundCard{"id" + std::to_string(card), std::nullopt}; });
     registry.update(ports, false);
     const DeviceTree tree = DeviceTree::build(ports, registry, [](int card) { return "Card " + std::to_string(card); });
 

@@ -45,8 +45,8 @@ PortDescription cardPort(int client, int card, const std::string& clientName, co
     return description;
 }
 
-SoundCard usbCard(int index, const std::string& path, const std::optional<std::string>& serialNumber) {
-    return {index, "UM" + std::to_string(index), SoundCard::USBDevice{"0582", "012a", serialNumber, path, "Roland"}};
+SoundCard usbCard(int number, const std::string& path, const std::optional<std::string>& serialNumber) {
+    return {"UM" + std::to_string(number), SoundCard::USBDevice{"0582", "012a", serialNumber, path, "Roland"}};
 }
 
 /// A registry over ports and cards that a test lists.
@@ -226,8 +226,8 @@ TEST_F(EndpointRegistryTest, TellsLikeDevicesApartByTheirPlaceFromTheSecondOnFor
 }
 
 TEST_F(EndpointRegistryTest, TellsLikeCardsOfOtherBusesApartByTheirID) {
-    cards_[1] = {1, "AudioPCI", std::nullopt};
-    cards_[2] = {2, "AudioPCI_1", std::nullopt};
+    cards_[1] = {"AudioPCI", std::nullopt};
+    cards_[2] = {"AudioPCI_1", std::nullopt};
     update({cardPort(20, 1, "Ensoniq AudioPCI", "ES1370"), cardPort(24, 2, "Ensoniq AudioPCI", "ES1370")});
     const std::vector<std::string> names = sourceNames();
     ASSERT_EQ(names.size(), 2U);
