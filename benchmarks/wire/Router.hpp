@@ -31,8 +31,8 @@ inline constexpr const char* kPortName = "Port";
 /// The channel (from 1) onto which every router that can puts the notes.
 inline constexpr int kForcedChannel = 10;
 
-/// All competitors: a kernel subscription, the least router, midish and Corvel. Throws if one of their programs is missing.
-/// `programs` is the folder with `least_router`; `corvel` is the program.
+/// All competitors: a kernel subscription, the least router, midish and Corvel. `programs` is the folder with
+/// `least_router`; `corvel` is the program. Throws if one of them is missing.
 [[nodiscard]] std::vector<Router> makeRouters(const std::filesystem::path& programs,
                                               const std::filesystem::path& corvel);
 
