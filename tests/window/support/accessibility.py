@@ -4,6 +4,9 @@ from dataclasses import dataclass, field
 
 from .waiting import wait_for
 
+# How often something that was announced is looked at again while it cannot be read; most of it is gone by then.
+ATTEMPTS = 50
+
 # The libraries underneath connect to the bus while they are imported, so they are imported after the desktop is there.
 _pyatspi = None
 
@@ -125,15 +128,20 @@ class Accessibility:
         self._pid = pid
         self._announced = []
         self._menu = None
-        _library().Registry.registerEventListener(lambda event: self._announced.append(event.source),
+        _library().Registry.registerEventListener(lambda event: self._announced.append((event.source, ATTEMPTS)),
                                                   "object:state-changed:showing", "object:state-changed:focused")
 
     def menu(self):
         """The open menu, or nothing."""
         _take_events()
         announced, self._announced[:] = list(self._announced), []
-        for accessible in announced:
-            self._menu = _passing(lambda: self._menu_of(accessible)) or self._menu
+        for accessible, attempts in announced:
+            read = _passing(lambda: [self._menu_of(accessible)])
+            if read:
+                self._menu = read[0] or self._menu
+            elif attempts > 1:
+                # Nothing is announced twice, and a busy program answers too late.
+                self._announced.append((accessible, attempts - 1))
         menu = _passing(lambda: _read(self._menu, None)) if self._menu else None
         return menu if menu and menu.is_showing else None
 
