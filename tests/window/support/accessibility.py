@@ -4,9 +4,6 @@ from dataclasses import dataclass, field
 
 from .waiting import wait_for
 
-# How often something that was announced is looked at again while it cannot be read; most of it is gone by then.
-ATTEMPTS = 50
-
 # The libraries underneath connect to the bus while they are imported, so they are imported after the desktop is there.
 _pyatspi = None
 
@@ -122,26 +119,30 @@ class Accessibility:
 
     Qt leaves pop-up menus out of the tree: a screen reader learns of them when they are shown or when one of their
     items gets the focus, and so does this.
+
+    To be made before the program is started: Qt asks once who listens and takes note of changes only after that, so who
+    comes in between is never told of anything.
     """
 
-    def __init__(self, pid):
-        self._pid = pid
+    def __init__(self):
+        self._pid = None
         self._announced = []
         self._menu = None
-        _library().Registry.registerEventListener(lambda event: self._announced.append((event.source, ATTEMPTS)),
+        _library().Registry.registerEventListener(lambda event: self._announced.append(event.source),
                                                   "object:state-changed:showing", "object:state-changed:focused")
+        # Once the registry answers, it knows of the listener.
+        self.tree()
+
+    def follow(self, pid):
+        """From now on the tree is that of this process."""
+        self._pid = pid
 
     def menu(self):
         """The open menu, or nothing."""
         _take_events()
         announced, self._announced[:] = list(self._announced), []
-        for accessible, attempts in announced:
-            read = _passing(lambda: [self._menu_of(accessible)])
-            if read:
-                self._menu = read[0] or self._menu
-            elif attempts > 1:
-                # Nothing is announced twice, and a busy program answers too late.
-                self._announced.append((accessible, attempts - 1))
+        for accessible in announced:
+            self._menu = _passing(lambda: self._menu_of(accessible)) or self._menu
         menu = _passing(lambda: _read(self._menu, None)) if self._menu else None
         return menu if menu and menu.is_showing else None
 

@@ -33,12 +33,13 @@ class CorvelProcess:
     """A running program with its window."""
 
     def __init__(self, home, *arguments):
+        self.accessibility = Accessibility()
         self._error_path = home.path("stderr.txt")
         with open(self._error_path, "wb") as errors:
             self._process = processes.start([program(), *arguments], env=environment(home), cwd=home.folder,
                                             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=errors)
         self.pid = self._process.pid
-        self.accessibility = Accessibility(self.pid)
+        self.accessibility.follow(self.pid)
         self.window = None
 
     @property
