@@ -11,27 +11,22 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
 #include <cstddef>
-#include <future>
 #include <memory>
+#include <semaphore>
 #include <string>
 
 namespace corvel::tests {
 namespace {
 
-/// Tells other threads of the first reload's end and of the messages that were routed.
+/// Lets another thread wait for reloads and for messages that were routed.
 class AwaitedDelegate final : public MIDIRouterEngineDelegate {
 public:
-    std::promise<void> started;
-    std::atomic<std::size_t> routed = 0;
+    std::counting_semaphore<> reloaded{0};
+    std::counting_semaphore<> routed{0};
 
-    void midiRouterEngineDidChangeEndpoints(CoreMIDIRouterEngine&) override { started.set_value(); }
-    void midiRouterEngineDidRoute(CoreMIDIRouterEngine&, const MIDIActivityEvent&) override {
-        ++routed;
-        routed.notify_one();
-    }
+    void midiRouterEngineDidChangeEndpoints(CoreMIDIRouterEngine&) override { reloaded.release(); }
+    void midiRouterEngineDidRoute(CoreMIDIRouterEngine&, const MIDIActivityEvent&) override { routed.release(); }
     void midiRouterEngineDidFail(CoreMIDIRouterEngine&, const std::string& message) override {
         ADD_FAILURE() << message;
     }
@@ -55,21 +50,19 @@ TEST(ALSAAllocation, ANoteTakesNoneFromTheSequencerBackToItAndToItsReport) {
                                      .destinationID = endpointID("destination", "Counting Synth", 0, "In"),
                                      .channelMode = ChannelMode::force(10)})});
     engine->start();
-    ASSERT_EQ(delegate->started.get_future().wait_for(kDeadline), std::future_status::ready);
+    ASSERT_TRUE(delegate->reloaded.try_acquire_for(kDeadline));
 
-    const auto playOne = [&] {
-        const std::size_t before = delegate->routed;
+    const auto isRouted = [&] {
         keyboard.emit(keys, noteEvent(SND_SEQ_EVENT_NOTEON, 0, 60, 100));
-        delegate->routed.wait(before);
+        return delegate->routed.try_acquire_for(kDeadline);
     };
-    playOne();
-    playOne();
+    ASSERT_TRUE(isRouted() && isRouted());
     const std::size_t before = heapAllocationCount();
     for (int number = 0; number < 50; ++number) {
-        playOne();
+        ASSERT_TRUE(isRouted());
     }
     EXPECT_EQ(heapAllocationCount() - before, 0U);
-    EXPECT_EQ(delegate->routed, 52U);
+    EXPECT_FALSE(delegate->routed.try_acquire()) << "more than was played";
 
     engine.reset();
     engineQueue->sync([] {});

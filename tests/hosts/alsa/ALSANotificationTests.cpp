@@ -18,6 +18,7 @@ namespace corvel::tests {
 
 namespace {
 
+using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -203,7 +204,7 @@ TEST_F(ALSAHotPlug, UnseenForAnOverrunOpensTheOutputAgain) {
     ASSERT_EQ(corvel_.send(corvel_.destination(name).ref, {0x90, 1, 1}), 0);
     const SequencerAddress output = peer.find("Corvel", "Corvel Output");
     const SequencerAddress device = peer.find("Virtual Raw MIDI 0-3", "VirMIDI 0-3");
-    ASSERT_THAT(peer.subscribers(output), testing::ElementsAre(device));
+    ASSERT_THAT(peer.subscribers(output), ElementsAre(device));
 
     const auto release = corvel_.holdQueue();
     for (unsigned number = 0; number < 2'100; ++number) {
@@ -217,7 +218,7 @@ TEST_F(ALSAHotPlug, UnseenForAnOverrunOpensTheOutputAgain) {
     ASSERT_TRUE(corvel_.waitUntil([&] { return !corvel_.diagnostics().empty(); }));
 
     ASSERT_EQ(corvel_.send(corvel_.destination(name).ref, {0x90, 1, 1}), 0);
-    EXPECT_THAT(peer.subscribers(output), testing::ElementsAre(device));
+    EXPECT_THAT(peer.subscribers(output), ElementsAre(device));
 }
 
 }  // namespace
