@@ -15,6 +15,11 @@ double median(std::vector<double> values) {
     return *middle;
 }
 
+/// For growth: where the machine slows down for a while, that must not be taken for it.
+double fastest(std::vector<double> values) {
+    return std::ranges::min(values);
+}
+
 /// "52.3 ns".
 std::string timeText(double seconds) {
     constexpr double kNanosecond = 1e-9;
@@ -90,14 +95,9 @@ bool Summary::printSummary() const {
     return areRatiosMet && areCountersMet && isGrowthMet;
 }
 
-std::optional<double> Summary::seconds(const std::string& name) const {
+std::optional<double> Summary::seconds(const std::string& name, Statistic statistic) const {
     const auto found = secondsByName_.find(name);
-    return found == secondsByName_.end() ? std::nullopt : std::optional(median(found->second));
-}
-
-std::optional<double> Summary::fastestSeconds(const std::string& name) const {
-    const auto found = secondsByName_.find(name);
-    return found == secondsByName_.end() ? std::nullopt : std::optional(std::ranges::min(found->second));
+    return found == secondsByName_.end() ? std::nullopt : std::optional(statistic(found->second));
 }
 
 std::optional<double> Summary::counterValue(const Counter& counter) const {
@@ -114,8 +114,8 @@ bool Summary::printRatios() const {
     std::printf("\n%-46s %10s  %-42s %10s %6s %6s\n", "time", "", "beside", "", "ratio", "limit");
     bool isMet = true;
     for (const Ratio& entry : ratios_) {
-        const std::optional<double> here = seconds(entry.name);
-        const std::optional<double> baseline = seconds(entry.baseline);
+        const std::optional<double> here = seconds(entry.name, median);
+        const std::optional<double> baseline = seconds(entry.baseline, median);
         if (!here || !baseline) {
             std::printf("%-46s %12s\n", entry.name.c_str(), "not run");
             continue;
@@ -155,9 +155,9 @@ bool Summary::printGrowth() const {
     std::printf("\n%-46s %10s %10s %10s %8s %8s\n", "growth", "half", "whole", "twice", "exponent", "limit");
     bool isMet = true;
     for (const Growth& entry : growths_) {
-        const std::optional<double> half = fastestSeconds(entry.half);
-        const std::optional<double> whole = fastestSeconds(entry.whole);
-        const std::optional<double> twice = fastestSeconds(entry.twice);
+        const std::optional<double> half = seconds(entry.half, fastest);
+        const std::optional<double> whole = seconds(entry.whole, fastest);
+        const std::optional<double> twice = seconds(entry.twice, fastest);
         if (!half || !whole || !twice) {
             std::printf("%-46s %10s\n", entry.whole.c_str(), "not run");
             continue;

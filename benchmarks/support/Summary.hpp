@@ -54,9 +54,10 @@ private:
         double size = 0;
     };
 
-    [[nodiscard]] std::optional<double> seconds(const std::string& name) const;
-    /// Of the fastest repetition: where the machine slows down for a while, that must not be taken for growth.
-    [[nodiscard]] std::optional<double> fastestSeconds(const std::string& name) const;
+    /// What stands for all repetitions.
+    using Statistic = double (*)(std::vector<double> values);
+
+    [[nodiscard]] std::optional<double> seconds(const std::string& name, Statistic statistic) const;
     [[nodiscard]] std::optional<double> counterValue(const Counter& counter) const;
 
     bool printRatios() const;

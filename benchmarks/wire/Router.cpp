@@ -8,11 +8,11 @@ namespace corvel::benchmarks {
 
 namespace {
 
+constexpr const char* kMidish = "/usr/bin/midish";
+
 std::string text(tests::SequencerAddress address) {
     return std::to_string(address.client) + ":" + std::to_string(address.port);
 }
-
-constexpr const char* kMidish = "/usr/bin/midish";
 
 /// Undoes a subscription; the ports themselves may be gone by then.
 class KernelSubscription {

@@ -38,8 +38,8 @@ using MIDIReport = std::variant<MIDIActivityEvent, MIDIEndpointsReport, MIDIFail
 ///
 /// Of the activities only the newest `kActivityLimit` are kept, so that a main thread that stands still does not let
 /// memory grow with the traffic (as many again if it stands still in the middle of taking them); notices are kept until
-/// taken. Any thread pushes, one at a time takes; a queue of its
-/// own, hence the lock. Pushing the activity of a message of up to 16 bytes allocates nothing.
+/// taken. Any thread pushes, one at a time takes; a queue of its own, hence the lock. Pushing the activity of a message
+/// of up to 16 bytes allocates nothing.
 class MIDIReportQueue {
 public:
     static constexpr std::size_t kActivityLimit = 4096;

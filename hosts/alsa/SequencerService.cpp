@@ -170,10 +170,6 @@ void SequencerService::handlePortEnd(const PortAddress& address) {
     notifyPort(MIDINotification::kObjectRemoved, address, wasSource, wasDestination, wasHardware);
     registry_.portEnded(address);
     subscriptions_.erase(address);
-    forgetOutput(address);
-}
-
-void SequencerService::forgetOutput(const PortAddress& address) {
     outputSubscriptions_.erase(address);
     flow_.forget(address);
 }

@@ -96,7 +96,6 @@ private:
     [[nodiscard]] bool hasEnded(const PortAddress& address) const;
     void handle(const Announcement& announcement);
     void handlePortEnd(const PortAddress& address);
-    void forgetOutput(const PortAddress& address);
     /// Takes over the ports that there are now after the pool overran, and announcements were lost with it.
     void updateAfterMissedPorts();
     void notifyPort(std::int32_t messageID, const PortAddress& address, bool hasSource, bool hasDestination,
