@@ -1,12 +1,10 @@
 #include "core/engine/CoreMIDIRouterEngine.hpp"
 
 #include "core/messages/RouteProcessor.hpp"
-#include "core/support/UUID.hpp"
 
-#include <optional>
-#include <span>
+#include <absl/container/inlined_vector.h>
+
 #include <utility>
-#include <variant>
 
 namespace corvel {
 
@@ -16,18 +14,22 @@ std::shared_ptr<CoreMIDIRouterEngine> CoreMIDIRouterEngine::create(std::shared_p
                                                                    std::shared_ptr<const Clock> clock) {
     auto engine = std::make_shared<CoreMIDIRouterEngine>(Private(), std::move(host), std::move(queue),
                                                          std::move(mainQueue), std::move(clock));
-    engine->host_->setDiagnosticHandler([weakEngine = engine->weak_from_this()](std::string message) {
-        if (const auto strongEngine = weakEngine.lock()) {
-            strongEngine->takeHostDiagnostic(std::move(message));
-        }
-    });
+    engine->host_->setDiagnosticHandler(
+        [weakEngine = engine->weak_from_this()](std::string message, MIDIStatus status) {
+            if (const auto strongEngine = weakEngine.lock()) {
+                strongEngine->takeHostDiagnostic(std::move(message), status);
+            }
+        });
     return engine;
 }
 
 CoreMIDIRouterEngine::CoreMIDIRouterEngine(Private, std::shared_ptr<MIDIHost> host,
                                            std::shared_ptr<DispatchQueue> queue,
                                            std::shared_ptr<DispatchQueue> mainQueue, std::shared_ptr<const Clock> clock)
-    : host_(std::move(host)), queue_(std::move(queue)), mainQueue_(std::move(mainQueue)), clock_(std::move(clock)) {}
+    : host_(std::move(host)), queue_(std::move(queue)), mainQueue_(std::move(mainQueue)), clock_(std::move(clock)) {
+    collected_.reserve(kMessagesPerSend);
+    sends_.reserve(kMessagesPerSend);
+}
 
 CoreMIDIRouterEngine::~CoreMIDIRouterEngine() {
     if (inputPort_ != 0) {
@@ -87,18 +89,12 @@ void CoreMIDIRouterEngine::startPortsOnQueue(MIDIObjectRef client) {
     if (isStarted_) {
         return;
     }
-    const MIDICreation input =
-        host_->createInputPort(client, "Corvel Input",
-                               [weakEngine = weak_from_this()](std::span<const std::span<const std::uint8_t>> packets,
-                                                               MIDIObjectRef connection) {
-                                   if (connection == 0) {
-                                       return;
-                                   }
-                                   PacketBytes copies(packets);
-                                   if (const auto engine = weakEngine.lock()) {
-                                       engine->handle(std::move(copies), connection);
-                                   }
-                               });
+    const MIDICreation input = host_->createInputPort(
+        client, "Corvel Input", [weakEngine = weak_from_this()](std::span<const MIDIArrival> arrivals) {
+            if (const auto engine = weakEngine.lock()) {
+                engine->handle(arrivals);
+            }
+        });
     if (!reportIfFailed(input.status, "MIDI input port could not be created")) {
         return;
     }
@@ -109,103 +105,11 @@ void CoreMIDIRouterEngine::startPortsOnQueue(MIDIObjectRef client) {
     }
     outputPort_ = output.ref;
     isStarted_ = true;
-    reloadEndpointsOnQueue("initial load");
+    reloadEndpointsOnQueue("initial load", MIDIListing::afresh);
     notifyEndpointsChanged();
-    for (std::string& message : std::exchange(hostDiagnosticsBeforeStart_, {})) {
-        logDiagnostic(std::move(message));
+    for (HostDiagnostic& diagnostic : std::exchange(hostDiagnosticsBeforeStart_, {})) {
+        takeHostDiagnostic(std::move(diagnostic.message), diagnostic.status);
     }
-}
-
-void CoreMIDIRouterEngine::post(MIDINotice notice) {
-    if (reports_.push(std::move(notice))) {
-        wakeMainThread();
-    }
-}
-
-void CoreMIDIRouterEngine::postActivity(RoutedMIDIMessage&& message) {
-    if (reports_.push(std::move(message), clock_->now())) {
-        // Nobody sees a few milliseconds, but the message's receiver would wait for them if the main thread came first.
-        mainQueue_->asyncWhenConvenient([weakEngine = weak_from_this()] { deliverReports(weakEngine); });
-    }
-}
-
-void CoreMIDIRouterEngine::wakeMainThread() {
-    mainQueue_->async([weakEngine = weak_from_this()] { deliverReports(weakEngine); });
-}
-
-void CoreMIDIRouterEngine::deliverReports(const std::weak_ptr<CoreMIDIRouterEngine>& weakEngine) {
-    const auto engine = weakEngine.lock();
-    if (!engine) {
-        return;
-    }
-    // No more than now wait, or a flood would keep the main thread from everything else. The one extra look finds the
-    // queue empty, which is what makes the next report ask for a wake-up.
-    for (std::size_t remaining = engine->reports_.size() + 1; remaining > 0; --remaining) {
-        // A delegate may release the engine, and then hears no more of it.
-        if (!engine->deliverNextReport() || engine.use_count() == 1) {
-            return;
-        }
-    }
-    engine->wakeMainThread();
-}
-
-bool CoreMIDIRouterEngine::deliverNextReport() {
-    const std::optional<MIDIReport> report = reports_.pop();
-    if (!report) {
-        return false;
-    }
-    try {
-        deliver(*report);
-    } catch (...) {
-        wakeMainThread();
-        throw;
-    }
-    return true;
-}
-
-void CoreMIDIRouterEngine::deliver(const MIDIReport& report) {
-    const auto delegate = delegate_.lock();
-    if (!delegate) {
-        return;
-    }
-    struct Delivery {
-        CoreMIDIRouterEngine& engine;
-        MIDIRouterEngineDelegate& delegate;
-
-        void operator()(const MIDIActivityEvent& event) const { delegate.midiRouterEngineDidRoute(engine, event); }
-        void operator()(const MIDIEndpointsReport&) const { delegate.midiRouterEngineDidChangeEndpoints(engine); }
-        void operator()(const MIDIFailureReport& failure) const {
-            delegate.midiRouterEngineDidFail(engine, failure.message);
-        }
-        void operator()(const MIDIDiagnosticEvent& event) const { delegate.midiRouterEngineDidLog(engine, event); }
-    };
-    std::visit(Delivery{*this, *delegate}, report);
-}
-
-bool CoreMIDIRouterEngine::reportIfFailed(MIDIStatus status, std::string_view message) {
-    if (status == kMIDISuccess) {
-        return true;
-    }
-    post(MIDIFailureReport{std::string(message) + " (" + std::to_string(status) + ")"});
-    return false;
-}
-
-void CoreMIDIRouterEngine::logDiagnostic(std::string message) {
-    post(MIDIDiagnosticEvent{UUID::random(), clock_->now(), std::move(message)});
-}
-
-void CoreMIDIRouterEngine::takeHostDiagnostic(std::string message) {
-    queue_->async([weakEngine = weak_from_this(), message = std::move(message)]() mutable {
-        const auto engine = weakEngine.lock();
-        if (!engine) {
-            return;
-        }
-        if (engine->isStarted_) {
-            engine->logDiagnostic(std::move(message));
-        } else {
-            engine->hostDiagnosticsBeforeStart_.push_back(std::move(message));
-        }
-    });
 }
 
 void CoreMIDIRouterEngine::updateRoutes(std::vector<MIDIRoute> routes) {
@@ -220,44 +124,67 @@ void CoreMIDIRouterEngine::updateRoutes(std::vector<MIDIRoute> routes) {
     });
 }
 
-void CoreMIDIRouterEngine::handle(PacketBytes&& packets, MIDIObjectRef source) {
-    auto delivery = [weakEngine = weak_from_this(), packets = std::move(packets), source] {
+void CoreMIDIRouterEngine::handle(std::span<const MIDIArrival> arrivals) {
+    if (queue_->isCurrent()) {
+        deliverOnQueue(arrivals);
+        return;
+    }
+    auto delivery = [weakEngine = weak_from_this(),
+                     copies = absl::InlinedVector<MIDIArrival, 1>(arrivals.begin(), arrivals.end())] {
         if (const auto engine = weakEngine.lock()) {
-            engine->deliverOnQueue(packets, source);
+            engine->deliverOnQueue(copies);
         }
     };
     static_assert(Task::kIsInline<decltype(delivery)>, "a short message must not wait for the heap");
     queue_->async(std::move(delivery));
 }
 
-void CoreMIDIRouterEngine::deliverOnQueue(const PacketBytes& packets, MIDIObjectRef source) {
-    const auto sourceID = sourceIDByEndpointRef_.find(source);
-    if (sourceID == sourceIDByEndpointRef_.end()) {
-        return;
+void CoreMIDIRouterEngine::deliverOnQueue(std::span<const MIDIArrival> arrivals) {
+    for (const MIDIArrival& arrival : arrivals) {
+        const auto sourceID = sourceIDByEndpointRef_.find(arrival.connection);
+        if (sourceID == sourceIDByEndpointRef_.end()) {
+            continue;
+        }
+        const auto routes = routesBySourceID_.find(sourceID->second);
+        if (routes == routesBySourceID_.end()) {
+            continue;
+        }
+        RouteProcessor::forEachRoutedMessage(sourceID->second, arrival.bytes, routes->second,
+                                             [this](RoutedMIDIMessage&& message) { addToSend(std::move(message)); });
     }
-    const auto routes = routesBySourceID_.find(sourceID->second);
-    if (routes == routesBySourceID_.end()) {
-        return;
-    }
-    packets.forEach([&](std::span<const std::uint8_t> bytes) {
-        RouteProcessor::forEachRoutedMessage(sourceID->second, bytes, routes->second,
-                                             [this](RoutedMIDIMessage&& message) { send(std::move(message)); });
-    });
+    sendCollected();
 }
 
-void CoreMIDIRouterEngine::send(RoutedMIDIMessage&& message) {
+void CoreMIDIRouterEngine::addToSend(RoutedMIDIMessage&& message) {
     const auto destination = destinationRefByID_.find(message.destinationID);
     if (destination == destinationRefByID_.end()) {
         return;
     }
-    const std::optional<MIDIPacket> packet = host_->makePacket(message.bytes);
-    if (!packet) {
-        reportIfFailed(kSendFailed, "MIDI packet could not be created");
+    if (collected_.size() == kMessagesPerSend) {
+        sendCollected();
+    }
+    const RoutedMIDIMessage& kept = collected_.emplace_back(std::move(message));
+    sends_.push_back({.destination = destination->second, .bytes = kept.bytes});
+}
+
+void CoreMIDIRouterEngine::sendCollected() {
+    if (sends_.empty()) {
         return;
     }
-    if (reportIfFailed(host_->send(outputPort_, destination->second, *packet), "MIDI message could not be sent")) {
-        postActivity(std::move(message));
+    host_->send(outputPort_, sends_);
+    const Instant sentAt = clock_->now();
+    // Activities and failures are reported in the order of the messages.
+    std::size_t next = 0;
+    for (std::size_t index = 0; index < sends_.size(); ++index) {
+        if (sends_[index].status != kMIDISuccess) {
+            postActivities(std::span(collected_).subspan(next, index - next), sentAt);
+            reportSendFailure(collected_[index].destinationID, sends_[index].status);
+            next = index + 1;
+        }
     }
+    postActivities(std::span(collected_).subspan(next), sentAt);
+    collected_.clear();
+    sends_.clear();
 }
 
 }  // namespace corvel

@@ -3,16 +3,18 @@
 #include "core/engine/MIDIEndpointModel.hpp"
 #include "core/engine/MIDIReportQueue.hpp"
 #include "core/engine/MIDIRouterEngineDelegate.hpp"
+#include "core/engine/SendFailures.hpp"
 #include "core/host/MIDIHost.hpp"
-#include "core/messages/PacketBytes.hpp"
 #include "core/messages/RoutedMIDIMessage.hpp"
 #include "core/routes/MIDIRoute.hpp"
 #include "core/support/Clock.hpp"
 #include "core/support/DispatchQueue.hpp"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -32,9 +34,10 @@ struct MIDIEndpoints {
 /// Moves MIDI: receives from every source, sends each packet through every matching connection, follows changes of the
 /// MIDI setup, and reports all of it to its delegate.
 ///
-/// All mutable state belongs to the engine's serial queue; what runs there never blocks. The service's receive thread
-/// only copies and posts. Whatever is posted anywhere holds the engine weakly. There is no stop: releasing the last
-/// reference, on whatever thread, disposes the ports and the client.
+/// All mutable state belongs to the engine's serial queue; what runs there never blocks. A service that receives on a
+/// thread of its own only copies and posts there; one that receives on the engine's queue is delivered at once.
+/// Everything that is posted holds the engine weakly. There is no stop: releasing the last reference, on any thread,
+/// disposes the ports and the client.
 class CoreMIDIRouterEngine : public std::enable_shared_from_this<CoreMIDIRouterEngine> {
     struct Private {
         explicit Private() = default;
@@ -43,8 +46,12 @@ class CoreMIDIRouterEngine : public std::enable_shared_from_this<CoreMIDIRouterE
 public:
     /// Time from the last change of the setup to the settled reload.
     static constexpr std::chrono::milliseconds kSettleDelay{350};
-    /// Status of a packet that could not be made.
-    static constexpr MIDIStatus kSendFailed = -10838;
+    /// How long the main thread hands on reports before other work gets its turn.
+    static constexpr std::chrono::milliseconds kReportTurn{5};
+    /// Time between two summaries of what repeats: equal failures, dropped reports.
+    static constexpr std::chrono::seconds kSummaryInterval{1};
+    /// Messages that are given to the service together.
+    static constexpr std::size_t kMessagesPerSend = 64;
 
     /// Makes an engine; touches no service. `queue` becomes the engine's own serial queue, `mainQueue` carries all
     /// reports, `clock` stamps them.
@@ -70,8 +77,8 @@ public:
     /// Replaces the whole list of connections. Any thread, any time; a delivery sees the old list or the new one.
     void updateRoutes(std::vector<MIDIRoute> routes);
 
-    /// Lists the endpoints afresh. Works before `start()` and without a service. Waits for the engine's queue, so not
-    /// to be called from it.
+    /// Lists the endpoints that there are now. Works before `start()` and without a service. Waits for the engine's
+    /// queue, so not to be called from it.
     [[nodiscard]] MIDIEndpoints endpoints();
 
     /// Reloads the endpoints and connects every source again, then reports that the endpoints changed. Any thread.
@@ -82,36 +89,36 @@ private:
     /// does not grow with the connections of other sources.
     using RoutesBySource = std::unordered_map<std::int32_t, std::vector<MIDIRoute>>;
 
-    // Lifecycle and reports
+    // Lifecycle
     void startOnMainThread();
     void startPortsOnQueue(MIDIObjectRef client);
+
+    // Packet path
+    void handle(std::span<const MIDIArrival> arrivals);
+    void deliverOnQueue(std::span<const MIDIArrival> arrivals);
+    void addToSend(RoutedMIDIMessage&& message);
+    void sendCollected();
+
+    // Reports (CoreMIDIRouterEngineReports.cpp)
     void post(MIDINotice notice);
-    void postActivity(RoutedMIDIMessage&& message);
+    void postActivities(std::span<RoutedMIDIMessage> sent, Instant sentAt);
+    void reportSendFailure(std::int32_t destinationID, MIDIStatus status);
+    void scheduleSummary();
+    void summarize();
     void wakeMainThread();
     static void deliverReports(const std::weak_ptr<CoreMIDIRouterEngine>& weakEngine);
     bool deliverNextReport();
     void deliver(const MIDIReport& report);
     bool reportIfFailed(MIDIStatus status, std::string_view message);
     void logDiagnostic(std::string message);
-    void takeHostDiagnostic(std::string message);
-
-    // Packet path
-    void handle(PacketBytes&& packets, MIDIObjectRef source);
-    void deliverOnQueue(const PacketBytes& packets, MIDIObjectRef source);
-    void send(RoutedMIDIMessage&& message);
+    void takeHostDiagnostic(std::string message, MIDIStatus status);
 
     // Endpoints (CoreMIDIRouterEngineEndpoints.cpp)
-    void reloadEndpointsOnQueue(std::string_view reason);
+    void reloadEndpointsOnQueue(std::string_view reason, MIDIListing listing);
     void notifyEndpointsChanged();
     void handleMIDISetupChanged(std::string reason);
     void scheduleSettledEndpointRefreshOnQueue();
     [[nodiscard]] static std::string describe(const MIDINotification& notification);
-    [[nodiscard]] std::string endpointName(MIDIObjectRef object);
-    [[nodiscard]] std::int32_t endpointID(MIDIObjectRef endpoint);
-    [[nodiscard]] MIDIEndpointModel endpointModel(MIDIObjectRef endpoint, MIDIEndpointDirection direction);
-    [[nodiscard]] std::string deviceTreeSummary();
-    void appendDeviceSummaries(std::string& summary, std::string_view title, unsigned count,
-                               MIDIObjectRef (MIDIHost::*getter)(unsigned));
 
     const std::shared_ptr<MIDIHost> host_;
     const std::shared_ptr<DispatchQueue> queue_;
@@ -131,7 +138,16 @@ private:
     std::unordered_map<std::int32_t, MIDIObjectRef> destinationRefByID_;
     std::unordered_set<MIDIObjectRef> connectedSourceRefs_;
     std::shared_ptr<DispatchWorkItem> pendingEndpointRefreshWorkItem_;
-    std::vector<std::string> hostDiagnosticsBeforeStart_;
+    /// What is being given to the service next, and the same messages as the service takes them.
+    std::vector<RoutedMIDIMessage> collected_;
+    std::vector<MIDISend> sends_;
+    SendFailures sendFailures_;
+    bool isSummaryScheduled_ = false;
+    struct HostDiagnostic {
+        std::string message;
+        MIDIStatus status = kMIDISuccess;
+    };
+    std::vector<HostDiagnostic> hostDiagnosticsBeforeStart_;
     bool isStarted_ = false;
 };
 

@@ -1,8 +1,9 @@
 #include "core/engine/CoreMIDIRouterEngine.hpp"
 
-#include <optional>
+#include <cstddef>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace corvel {
 
@@ -39,6 +40,71 @@ std::string describeAddRemoveNotification(const MIDINotification& notification, 
            ", parentType=" + objectTypeName(notification.parentType);
 }
 
+std::string nameOf(const MIDIObjectRecord& object) {
+    if (object.displayName) {
+        return *object.displayName;
+    }
+    return object.name ? *object.name : "MIDI Endpoint " + std::to_string(object.ref);
+}
+
+std::int32_t idOf(const MIDIEndpointRecord& endpoint) {
+    const std::int32_t uniqueID = endpoint.uniqueID.value_or(0);
+    return uniqueID != 0 ? uniqueID : static_cast<std::int32_t>(endpoint.ref);
+}
+
+std::vector<MIDIEndpointModel> models(const std::vector<MIDIEndpointRecord>& endpoints,
+                                      MIDIEndpointDirection direction) {
+    std::vector<MIDIEndpointModel> models;
+    models.reserve(endpoints.size());
+    for (const MIDIEndpointRecord& endpoint : endpoints) {
+        if (endpoint.ref != 0) {
+            models.push_back({.id = idOf(endpoint),
+                              .endpointRef = endpoint.ref,
+                              .displayName = nameOf(endpoint),
+                              .manufacturer = endpoint.manufacturer,
+                              .direction = direction,
+                              .isOnline = !endpoint.isOffline.value_or(false)});
+        }
+    }
+    return models;
+}
+
+std::string indexed(std::string_view what, std::size_t index) {
+    return std::string(what) + "[" + std::to_string(index) + "] ";
+}
+
+void appendEndpointSummaries(std::string& summary, std::string_view title,
+                             const std::vector<MIDIObjectRecord>& endpoints) {
+    for (std::size_t index = 0; index < endpoints.size(); ++index) {
+        summary += "\n    " + indexed(title, index) + nameOf(endpoints[index]);
+    }
+}
+
+void appendDeviceSummaries(std::string& summary, std::string_view title, const std::vector<MIDIDeviceRecord>& devices) {
+    for (std::size_t deviceIndex = 0; deviceIndex < devices.size(); ++deviceIndex) {
+        const MIDIDeviceRecord& device = devices[deviceIndex];
+        summary += "\n- " + indexed(title, deviceIndex) + nameOf(device) +
+                   (device.isOffline.value_or(false) ? " offline, " : " online, ") +
+                   std::to_string(device.entities.size()) + " entities";
+        for (std::size_t entityIndex = 0; entityIndex < device.entities.size(); ++entityIndex) {
+            const MIDIEntityRecord& entity = device.entities[entityIndex];
+            summary += "\n  " + indexed("entity", entityIndex) + nameOf(entity) + ": " +
+                       std::to_string(entity.sources.size()) + " sources, " +
+                       std::to_string(entity.destinations.size()) + " destinations";
+            appendEndpointSummaries(summary, "source", entity.sources);
+            appendEndpointSummaries(summary, "destination", entity.destinations);
+        }
+    }
+}
+
+std::string deviceTreeSummary(const MIDISetup& setup) {
+    std::string summary = "Device tree: " + std::to_string(setup.devices.size()) + " devices, " +
+                          std::to_string(setup.externalDevices.size()) + " external devices";
+    appendDeviceSummaries(summary, "device", setup.devices);
+    appendDeviceSummaries(summary, "external", setup.externalDevices);
+    return summary;
+}
+
 }  // namespace
 
 std::string CoreMIDIRouterEngine::describe(const MIDINotification& notification) {
@@ -63,74 +129,72 @@ std::string CoreMIDIRouterEngine::describe(const MIDINotification& notification)
 }
 
 MIDIEndpoints CoreMIDIRouterEngine::endpoints() {
-    MIDIEndpoints endpoints;
-    queue_->sync([this, &endpoints] {
-        const unsigned sourceCount = host_->sourceCount();
-        for (unsigned index = 0; index < sourceCount; ++index) {
-            if (const MIDIObjectRef source = host_->source(index); source != 0) {
-                endpoints.sources.push_back(endpointModel(source, MIDIEndpointDirection::source));
-            }
-        }
-        const unsigned destinationCount = host_->destinationCount();
-        for (unsigned index = 0; index < destinationCount; ++index) {
-            if (const MIDIObjectRef destination = host_->destination(index); destination != 0) {
-                endpoints.destinations.push_back(endpointModel(destination, MIDIEndpointDirection::destination));
-            }
-        }
-    });
-    return endpoints;
+    std::shared_ptr<const MIDISetup> setup;
+    queue_->sync([this, &setup] { setup = host_->setup(MIDIListing::known); });
+    if (!setup) {
+        // The queue has ended.
+        return {};
+    }
+    // On the caller's thread: MIDI must not wait while thousands of names are copied.
+    return {.sources = models(setup->sources, MIDIEndpointDirection::source),
+            .destinations = models(setup->destinations, MIDIEndpointDirection::destination)};
 }
 
 void CoreMIDIRouterEngine::reloadEndpoints() {
     queue_->async([weakEngine = weak_from_this()] {
         if (const auto engine = weakEngine.lock()) {
-            engine->reloadEndpointsOnQueue("manual refresh");
+            engine->reloadEndpointsOnQueue("manual refresh", MIDIListing::afresh);
             engine->notifyEndpointsChanged();
         }
     });
 }
 
-void CoreMIDIRouterEngine::reloadEndpointsOnQueue(std::string_view reason) {
+void CoreMIDIRouterEngine::reloadEndpointsOnQueue(std::string_view reason, MIDIListing listing) {
     if (!isStarted_ || inputPort_ == 0) {
         logDiagnostic("Skipped endpoint reload before engine start");
         return;
     }
+    // The tables are replaced only when the new ones are complete: the service may deliver what arrived before a change
+    // while it lists and connects.
+    const std::shared_ptr<const MIDISetup> setup = host_->setup(listing);
     for (const MIDIObjectRef source : connectedSourceRefs_) {
         // A failure means that the source is gone or was not connected, and so asks for nothing.
         host_->disconnectSource(inputPort_, source);
     }
-    sourceIDByEndpointRef_.clear();
-    destinationRefByID_.clear();
-    connectedSourceRefs_.clear();
+    std::unordered_map<MIDIObjectRef, std::int32_t> sourceIDByEndpointRef;
+    std::unordered_map<std::int32_t, MIDIObjectRef> destinationRefByID;
+    std::unordered_set<MIDIObjectRef> connectedSourceRefs;
+    sourceIDByEndpointRef.reserve(setup->sources.size());
+    destinationRefByID.reserve(setup->destinations.size());
+    connectedSourceRefs.reserve(setup->sources.size());
 
-    const unsigned sourceCount = host_->sourceCount();
-    unsigned connectionCount = 0;
-    for (unsigned index = 0; index < sourceCount; ++index) {
-        const MIDIObjectRef source = host_->source(index);
-        if (source == 0) {
+    std::size_t connectionCount = 0;
+    for (const MIDIEndpointRecord& source : setup->sources) {
+        if (source.ref == 0) {
             continue;
         }
-        sourceIDByEndpointRef_[source] = endpointID(source);
-        const MIDIStatus status = host_->connectSource(inputPort_, source, source);
+        sourceIDByEndpointRef[source.ref] = idOf(source);
+        const MIDIStatus status = host_->connectSource(inputPort_, source.ref, source.ref);
         if (status == kMIDISuccess) {
-            connectedSourceRefs_.insert(source);
+            connectedSourceRefs.insert(source.ref);
             ++connectionCount;
         } else {
-            reportIfFailed(status, "MIDI source could not be connected: " + endpointName(source));
+            reportIfFailed(status, "MIDI source could not be connected: " + nameOf(source));
         }
     }
-
-    const unsigned destinationCount = host_->destinationCount();
-    for (unsigned index = 0; index < destinationCount; ++index) {
-        if (const MIDIObjectRef destination = host_->destination(index); destination != 0) {
-            destinationRefByID_[endpointID(destination)] = destination;
+    for (const MIDIEndpointRecord& destination : setup->destinations) {
+        if (destination.ref != 0) {
+            destinationRefByID[idOf(destination)] = destination.ref;
         }
     }
+    sourceIDByEndpointRef_ = std::move(sourceIDByEndpointRef);
+    destinationRefByID_ = std::move(destinationRefByID);
+    connectedSourceRefs_ = std::move(connectedSourceRefs);
 
-    logDiagnostic("Endpoint reload (" + std::string(reason) + "): " + std::to_string(sourceCount) + " sources, " +
-                  std::to_string(destinationCount) + " destinations, " + std::to_string(connectionCount) +
-                  " source connections");
-    logDiagnostic(deviceTreeSummary());
+    logDiagnostic("Endpoint reload (" + std::string(reason) + "): " + std::to_string(setup->sources.size()) +
+                  " sources, " + std::to_string(setup->destinations.size()) + " destinations, " +
+                  std::to_string(connectionCount) + " source connections");
+    logDiagnostic(deviceTreeSummary(*setup));
 }
 
 void CoreMIDIRouterEngine::notifyEndpointsChanged() {
@@ -141,7 +205,7 @@ void CoreMIDIRouterEngine::handleMIDISetupChanged(std::string reason) {
     queue_->async([weakEngine = weak_from_this(), reason = std::move(reason)] {
         if (const auto engine = weakEngine.lock()) {
             engine->logDiagnostic("CoreMIDI notification: " + reason);
-            engine->reloadEndpointsOnQueue("notification immediate");
+            engine->reloadEndpointsOnQueue("notification immediate", MIDIListing::known);
             engine->notifyEndpointsChanged();
             engine->scheduleSettledEndpointRefreshOnQueue();
         }
@@ -154,73 +218,11 @@ void CoreMIDIRouterEngine::scheduleSettledEndpointRefreshOnQueue() {
     }
     pendingEndpointRefreshWorkItem_ = std::make_shared<DispatchWorkItem>([weakEngine = weak_from_this()] {
         if (const auto engine = weakEngine.lock()) {
-            engine->reloadEndpointsOnQueue("notification settled");
+            engine->reloadEndpointsOnQueue("notification settled", MIDIListing::afresh);
             engine->notifyEndpointsChanged();
         }
     });
     queue_->asyncAfter(kSettleDelay, pendingEndpointRefreshWorkItem_);
-}
-
-std::string CoreMIDIRouterEngine::endpointName(MIDIObjectRef object) {
-    if (std::optional<std::string> displayName = host_->displayName(object)) {
-        return *std::move(displayName);
-    }
-    if (std::optional<std::string> name = host_->name(object)) {
-        return *std::move(name);
-    }
-    return "MIDI Endpoint " + std::to_string(object);
-}
-
-std::int32_t CoreMIDIRouterEngine::endpointID(MIDIObjectRef endpoint) {
-    const std::int32_t uniqueID = host_->uniqueID(endpoint).value_or(0);
-    return uniqueID != 0 ? uniqueID : static_cast<std::int32_t>(endpoint);
-}
-
-MIDIEndpointModel CoreMIDIRouterEngine::endpointModel(MIDIObjectRef endpoint, MIDIEndpointDirection direction) {
-    return {.id = endpointID(endpoint),
-            .endpointRef = endpoint,
-            .displayName = endpointName(endpoint),
-            .manufacturer = host_->manufacturer(endpoint),
-            .direction = direction,
-            .isOnline = !host_->isOffline(endpoint).value_or(false)};
-}
-
-std::string CoreMIDIRouterEngine::deviceTreeSummary() {
-    const unsigned deviceCount = host_->deviceCount();
-    const unsigned externalDeviceCount = host_->externalDeviceCount();
-    std::string summary = "Device tree: " + std::to_string(deviceCount) + " devices, " +
-                          std::to_string(externalDeviceCount) + " external devices";
-    appendDeviceSummaries(summary, "device", deviceCount, &MIDIHost::device);
-    appendDeviceSummaries(summary, "external", externalDeviceCount, &MIDIHost::externalDevice);
-    return summary;
-}
-
-void CoreMIDIRouterEngine::appendDeviceSummaries(std::string& summary, std::string_view title, unsigned count,
-                                                 MIDIObjectRef (MIDIHost::*getter)(unsigned)) {
-    const auto indexed = [](std::string_view what, unsigned index) {
-        return std::string(what) + "[" + std::to_string(index) + "] ";
-    };
-    for (unsigned deviceIndex = 0; deviceIndex < count; ++deviceIndex) {
-        const MIDIObjectRef device = (*host_.*getter)(deviceIndex);
-        const unsigned entityCount = host_->entityCount(device);
-        summary += "\n- " + indexed(title, deviceIndex) + endpointName(device) +
-                   (host_->isOffline(device).value_or(false) ? " offline, " : " online, ") +
-                   std::to_string(entityCount) + " entities";
-        for (unsigned entityIndex = 0; entityIndex < entityCount; ++entityIndex) {
-            const MIDIObjectRef entity = host_->entity(device, entityIndex);
-            const unsigned sourceCount = host_->entitySourceCount(entity);
-            const unsigned destinationCount = host_->entityDestinationCount(entity);
-            summary += "\n  " + indexed("entity", entityIndex) + endpointName(entity) + ": " +
-                       std::to_string(sourceCount) + " sources, " + std::to_string(destinationCount) + " destinations";
-            for (unsigned index = 0; index < sourceCount; ++index) {
-                summary += "\n    " + indexed("source", index) + endpointName(host_->entitySource(entity, index));
-            }
-            for (unsigned index = 0; index < destinationCount; ++index) {
-                summary +=
-                    "\n    " + indexed("destination", index) + endpointName(host_->entityDestination(entity, index));
-            }
-        }
-    }
 }
 
 }  // namespace corvel

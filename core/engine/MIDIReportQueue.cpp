@@ -1,48 +1,61 @@
 #include "core/engine/MIDIReportQueue.hpp"
 
+#include <iterator>
 #include <mutex>
 #include <utility>
 
 namespace corvel {
 
-bool MIDIReportQueue::push(RoutedMIDIMessage&& sent, Instant sentAt) {
+bool MIDIReportQueue::push(std::span<RoutedMIDIMessage> sent, Instant sentAt) {
     const std::lock_guard lock(mutex_);
-    pushed_.activities.push_back({nextNumber_++, sent.routeID, sentAt, std::move(sent.bytes)});
+    for (RoutedMIDIMessage& message : sent) {
+        if (pushedActivities_.size() == kActivityLimit) {
+            pushedActivities_.pop(1);
+            ++droppedCount_;
+        }
+        pushedActivities_.push({nextNumber_++, message.routeID, sentAt, std::move(message.bytes)});
+    }
     return !std::exchange(isAnnounced_, true);
 }
 
 bool MIDIReportQueue::push(MIDINotice notice) {
     const std::lock_guard lock(mutex_);
-    pushed_.notices.push_back({nextNumber_++, std::move(notice)});
+    pushedNotices_.push_back({nextNumber_++, std::move(notice)});
     return !std::exchange(isAnnounced_, true);
 }
 
 std::optional<MIDIReport> MIDIReportQueue::pop() {
-    if (taken_.size() == 0) {
-        const std::lock_guard lock(mutex_);
-        // Each by itself: moving a deque as a whole takes memory from the heap.
-        taken_.activities.swap(pushed_.activities);
-        taken_.notices.swap(pushed_.notices);
-        isAnnounced_ = taken_.size() > 0;
+    if (takenActivities_.empty()) {
+        takePushed();
     }
-    auto& [activities, notices] = taken_;
     const bool isActivityNext =
-        !activities.empty() && (notices.empty() || activities.front().number < notices.front().number);
+        !takenActivities_.empty() &&
+        (takenNotices_.empty() || takenActivities_.front().front().number < takenNotices_.front().number);
     std::optional<MIDIReport> report;
     if (isActivityNext) {
-        Activity& next = activities.front();
+        Activity& next = takenActivities_.front().front();
         report.emplace(MIDIActivityEvent(UUID::random(), next.routeID, next.sentAt, std::move(next.bytes)));
-        activities.pop_front();
-    } else if (!notices.empty()) {
-        report = std::visit([](auto& notice) { return MIDIReport(std::move(notice)); }, notices.front().notice);
-        notices.pop_front();
+        takenActivities_.pop(1);
+    } else if (!takenNotices_.empty()) {
+        report = std::visit([](auto& notice) { return MIDIReport(std::move(notice)); }, takenNotices_.front().notice);
+        takenNotices_.pop_front();
     }
     return report;
 }
 
-std::size_t MIDIReportQueue::size() const {
+/// Everything that was pushed before the newest activity that is taken is taken as well, so that the numbers in both
+/// lists tell the order.
+void MIDIReportQueue::takePushed() {
     const std::lock_guard lock(mutex_);
-    return taken_.size() + pushed_.size();
+    pushedActivities_.moveFrontTo(takenActivities_);
+    takenNotices_.insert(takenNotices_.end(), std::make_move_iterator(pushedNotices_.begin()),
+                         std::make_move_iterator(pushedNotices_.end()));
+    pushedNotices_.clear();
+    isAnnounced_ = !takenActivities_.empty() || !takenNotices_.empty();
+}
+
+std::size_t MIDIReportQueue::takeDroppedCount() {
+    return droppedCount_.exchange(0);
 }
 
 }  // namespace corvel

@@ -4,10 +4,12 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace corvel {
 
@@ -19,15 +21,64 @@ using MIDIStatus = std::int32_t;
 
 inline constexpr MIDIStatus kMIDISuccess = 0;
 
-/// What a client or port creation came to: `ref` is 0 unless `status` is success.
+/// Status of a send for whose bytes the service could make no packet.
+inline constexpr MIDIStatus kMIDIPacketNotMade = -10838;
+
+/// Result of the creation of a client or port: `ref` is 0 unless `status` is success.
 struct MIDICreation {
     MIDIStatus status = kMIDISuccess;
     MIDIObjectRef ref = 0;
 };
 
-/// A packet that a service is ready to send: one byte sequence.
-struct MIDIPacket {
-    MIDIBytes bytes;
+/// What a service tells of an endpoint, a device or an entity. A property that cannot be read has no value.
+struct MIDIObjectRecord {
+    MIDIObjectRef ref = 0;
+    std::optional<std::string> displayName;
+    std::optional<std::string> name;
+    std::optional<bool> isOffline;
+
+    bool operator==(const MIDIObjectRecord&) const = default;
+};
+
+/// A source or a destination.
+struct MIDIEndpointRecord : MIDIObjectRecord {
+    std::optional<std::int32_t> uniqueID;
+    std::optional<std::string> manufacturer;
+
+    bool operator==(const MIDIEndpointRecord&) const = default;
+};
+
+/// A part of a device, with its endpoints.
+struct MIDIEntityRecord : MIDIObjectRecord {
+    std::vector<MIDIObjectRecord> sources;
+    std::vector<MIDIObjectRecord> destinations;
+
+    bool operator==(const MIDIEntityRecord&) const = default;
+};
+
+struct MIDIDeviceRecord : MIDIObjectRecord {
+    std::vector<MIDIEntityRecord> entities;
+
+    bool operator==(const MIDIDeviceRecord&) const = default;
+};
+
+/// Everything that a service has at one moment, in its order. An endpoint with the reference 0 is a place without an
+/// endpoint.
+struct MIDISetup {
+    std::vector<MIDIEndpointRecord> sources;
+    std::vector<MIDIEndpointRecord> destinations;
+    std::vector<MIDIDeviceRecord> devices;
+    std::vector<MIDIDeviceRecord> externalDevices;
+
+    bool operator==(const MIDISetup&) const = default;
+};
+
+/// How a service answers when it is asked for its setup.
+enum class MIDIListing : std::uint8_t {
+    /// With what it knows, including every change that it has been told of so far.
+    known,
+    /// After looking at each object again: finds changes that nobody announces, such as new names.
+    afresh,
 };
 
 /// A change of the MIDI setup, as the service reports it.
@@ -59,23 +110,39 @@ struct MIDINotification {
     std::int32_t childType = kOther;
 };
 
+/// A packet that has arrived.
+struct MIDIArrival {
+    /// The reference constant of the connection that it came through.
+    MIDIObjectRef connection = 0;
+    MIDIBytes bytes;
+};
+
+/// A byte sequence for one destination.
+struct MIDISend {
+    MIDIObjectRef destination = 0;
+    std::span<const std::uint8_t> bytes;
+    /// The result; set by the service.
+    MIDIStatus status = kMIDISuccess;
+};
+
 /// A MIDI service: the one interface through which the engine reaches the operating system's MIDI.
 ///
 /// `setDiagnosticHandler` and `createClient` are called on the main thread, the dispose operations on any; all others
 /// only on the engine's queue.
-/// A property that cannot be read has no value.
 class MIDIHost {
 public:
-    /// Called on the main queue for every change of the setup.
+    /// Called on the main queue for changes of the setup; changes that come together may share a call.
     using NotificationHandler = std::function<void(const MIDINotification&)>;
 
-    /// Called with the packets that arrived together from one connected source, in order, and with the connection's
-    /// reference constant; on whatever thread the service receives. The bytes are valid during the call only.
-    using ReceiveHandler =
-        std::function<void(std::span<const std::span<const std::uint8_t>> packets, MIDIObjectRef connection)>;
+    /// Called with packets that arrived, in order. A service that receives on the engine's queue calls it there, never
+    /// from inside `send`, and also from inside `setup`, `connectSource` and `disconnectSource`: what arrived before a
+    /// change of the setup is delivered before the change takes effect. Other services call it on a thread of their
+    /// own. The packets are valid during the call only.
+    using ReceiveHandler = std::function<void(std::span<const MIDIArrival> arrivals)>;
 
-    /// Takes a line about the service's own condition (an overrun, a missing privilege); any thread.
-    using DiagnosticHandler = std::function<void(std::string message)>;
+    /// Takes a line about the service's own condition (an overrun, a missing privilege) and the status of what failed,
+    /// `kMIDISuccess` if nothing did; any thread.
+    using DiagnosticHandler = std::function<void(std::string message, MIDIStatus status)>;
 
     MIDIHost() = default;
     MIDIHost(const MIDIHost&) = delete;
@@ -97,43 +164,19 @@ public:
     virtual void disposePort(MIDIObjectRef port) = 0;
     virtual void disposeClient(MIDIObjectRef client) = 0;
 
-    /// Endpoints by index; reading a count looks at the system afresh. An index without an endpoint gives 0.
-    [[nodiscard]] virtual unsigned sourceCount() = 0;
-    [[nodiscard]] virtual MIDIObjectRef source(unsigned index) = 0;
-    [[nodiscard]] virtual unsigned destinationCount() = 0;
-    [[nodiscard]] virtual MIDIObjectRef destination(unsigned index) = 0;
+    /// What there is. Never null; it does not change afterwards and may be read on any thread. Works without a client.
+    [[nodiscard]] virtual std::shared_ptr<const MIDISetup> setup(MIDIListing listing) = 0;
 
-    /// Properties of endpoints; the names also of devices and entities.
-    [[nodiscard]] virtual std::optional<std::string> displayName(MIDIObjectRef object) = 0;
-    [[nodiscard]] virtual std::optional<std::string> name(MIDIObjectRef object) = 0;
-    [[nodiscard]] virtual std::optional<std::string> manufacturer(MIDIObjectRef object) = 0;
-    [[nodiscard]] virtual std::optional<std::int32_t> uniqueID(MIDIObjectRef object) = 0;
-    [[nodiscard]] virtual std::optional<bool> isOffline(MIDIObjectRef object) = 0;
-
-    /// Starts and stops delivery from a source to an input port. `connection` comes back with every delivery. Stopping
+    /// Starts and stops delivery from a source to an input port. `connection` comes back with every packet. Stopping
     /// fails for a source that is gone or not connected, and then there is nothing to stop.
     [[nodiscard]] virtual MIDIStatus connectSource(MIDIObjectRef port, MIDIObjectRef source,
                                                    MIDIObjectRef connection) = 0;
     virtual MIDIStatus disconnectSource(MIDIObjectRef port, MIDIObjectRef source) = 0;
 
-    /// The device tree, for diagnostics.
-    [[nodiscard]] virtual unsigned deviceCount() = 0;
-    [[nodiscard]] virtual MIDIObjectRef device(unsigned index) = 0;
-    [[nodiscard]] virtual unsigned externalDeviceCount() = 0;
-    [[nodiscard]] virtual MIDIObjectRef externalDevice(unsigned index) = 0;
-    [[nodiscard]] virtual unsigned entityCount(MIDIObjectRef device) = 0;
-    [[nodiscard]] virtual MIDIObjectRef entity(MIDIObjectRef device, unsigned index) = 0;
-    [[nodiscard]] virtual unsigned entitySourceCount(MIDIObjectRef entity) = 0;
-    [[nodiscard]] virtual MIDIObjectRef entitySource(MIDIObjectRef entity, unsigned index) = 0;
-    [[nodiscard]] virtual unsigned entityDestinationCount(MIDIObjectRef entity) = 0;
-    [[nodiscard]] virtual MIDIObjectRef entityDestination(MIDIObjectRef entity, unsigned index) = 0;
-
-    /// Makes a packet of the bytes, to be sent now; no value if the service cannot.
-    [[nodiscard]] virtual std::optional<MIDIPacket> makePacket(std::span<const std::uint8_t> bytes) = 0;
-
-    /// Sends a packet to one destination. Never blocks; a service may hold the packet back for a moment, in order,
-    /// when the receiver has no room.
-    [[nodiscard]] virtual MIDIStatus send(MIDIObjectRef port, MIDIObjectRef destination, const MIDIPacket& packet) = 0;
+    /// Sends the byte sequences now, in order, each as a packet of its own, and sets each one's status. They are given
+    /// together so that a service can hand them to the system in one call. Never blocks; a service may hold a packet
+    /// back for a moment, in order, when its receiver has no room.
+    virtual void send(MIDIObjectRef port, std::span<MIDISend> messages) = 0;
 };
 
 }  // namespace corvel

@@ -1,12 +1,82 @@
 #pragma once
 
-#include <absl/container/inlined_vector.h>
-
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <initializer_list>
+#include <iterator>
+#include <memory>
+#include <span>
+#include <utility>
 
 namespace corvel {
 
-/// A sequence of MIDI bytes. Messages of up to 16 bytes, which is all but system exclusive, need no heap memory.
-using MIDIBytes = absl::InlinedVector<std::uint8_t, 16>;
+/// A sequence of MIDI bytes, as a value.
+///
+/// Up to 16 bytes, which is every message but long SysEx, stand in the object itself and need no heap memory. Longer
+/// sequences are shared between copies: a copy costs a reference count, so that a SysEx message that goes to many
+/// destinations is stored once. Distinct objects may be used on distinct threads.
+class MIDIBytes {
+public:
+    static constexpr std::size_t kInlineSize = 16;
+
+    MIDIBytes() = default;
+    MIDIBytes(const MIDIBytes&) = default;
+    MIDIBytes& operator=(const MIDIBytes&) = default;
+    MIDIBytes(MIDIBytes&& other) noexcept
+        : size_(std::exchange(other.size_, 0)), inline_(other.inline_), shared_(std::move(other.shared_)) {}
+    MIDIBytes& operator=(MIDIBytes&& other) noexcept {
+        shared_ = std::move(other.shared_);
+        inline_ = other.inline_;
+        size_ = std::exchange(other.size_, 0);
+        return *this;
+    }
+    ~MIDIBytes() = default;
+
+    /// Copies the bytes.
+    explicit MIDIBytes(std::span<const std::uint8_t> bytes) : MIDIBytes(bytes.size()) {
+        std::ranges::copy(bytes, storage());
+    }
+    // NOLINTNEXTLINE(google-explicit-constructor): a list of bytes in braces reads as what it is
+    MIDIBytes(std::initializer_list<std::uint8_t> bytes) : MIDIBytes(std::span(bytes.begin(), bytes.size())) {}
+    template <std::contiguous_iterator Iterator>
+    MIDIBytes(Iterator first, Iterator last) : MIDIBytes(std::span<const std::uint8_t>(first, last)) {}
+    MIDIBytes(std::size_t count, std::uint8_t value) : MIDIBytes(count) { std::fill_n(storage(), count, value); }
+
+    [[nodiscard]] const std::uint8_t* data() const { return shared_ ? shared_.get() : inline_.data(); }
+    [[nodiscard]] std::size_t size() const { return size_; }
+    [[nodiscard]] bool empty() const { return size_ == 0; }
+    [[nodiscard]] const std::uint8_t* begin() const { return data(); }
+    [[nodiscard]] const std::uint8_t* end() const { return data() + size_; }
+    /// Precondition: the index is below `size()`, or there is a first or last byte.
+    [[nodiscard]] std::uint8_t operator[](std::size_t index) const { return data()[index]; }
+    [[nodiscard]] std::uint8_t front() const { return data()[0]; }
+    [[nodiscard]] std::uint8_t back() const { return data()[size_ - 1]; }
+
+    /// The bytes for writing; copied first where other objects share them. Valid until this object is assigned to.
+    [[nodiscard]] std::span<std::uint8_t> writable() {
+        if (shared_ && shared_.use_count() > 1) {
+            *this = MIDIBytes(std::span(data(), size_));
+        }
+        return {storage(), size_};
+    }
+
+    bool operator==(const MIDIBytes& other) const { return std::ranges::equal(*this, other); }
+
+private:
+    explicit MIDIBytes(std::size_t size) : size_(size) {
+        if (size > kInlineSize) {
+            shared_ = std::make_shared_for_overwrite<std::uint8_t[]>(size);
+        }
+    }
+
+    [[nodiscard]] std::uint8_t* storage() { return shared_ ? shared_.get() : inline_.data(); }
+
+    std::size_t size_ = 0;
+    std::array<std::uint8_t, kInlineSize> inline_{};
+    /// The bytes of a long sequence; null for a short one.
+    std::shared_ptr<std::uint8_t[]> shared_;
+};
 
 }  // namespace corvel

@@ -3,6 +3,8 @@
 #include "core/messages/MIDIBytes.hpp"
 #include "core/messages/MIDIMessageLength.hpp"
 
+#include <absl/container/inlined_vector.h>
+
 #include <cstddef>
 #include <utility>
 
@@ -27,33 +29,36 @@ public:
     }
 
 private:
+    /// A message that is being collected.
+    using Message = absl::InlinedVector<std::uint8_t, MIDIBytes::kInlineSize>;
+
     /// Any byte but 0xF7 and realtime belongs to the message: a status byte inside an exclusive message does not end
     /// it.
     void takeExclusive() {
-        MIDIBytes message{kExclusiveStart};
+        Message message{kExclusiveStart};
         ++position_;
         bool isComplete = false;
         while (!isComplete && position_ < buffer_.size()) {
             const std::uint8_t byte = buffer_[position_++];
             if (isRealtime(byte)) {
-                emit({byte});
+                emit(byte);
                 continue;
             }
             message.push_back(byte);
             isComplete = byte == kExclusiveEnd;
         }
-        emit(std::move(message));
+        emit(message);
     }
 
     /// A message of fixed length, or as much of it as there is before the next status byte; realtime bytes and stray
     /// data bytes are messages of length 1.
     void takeMessage() {
         const std::size_t length = nominalMessageLength(buffer_[position_]);
-        MIDIBytes message{buffer_[position_++]};
+        Message message{buffer_[position_++]};
         while (message.size() < length && position_ < buffer_.size()) {
             const std::uint8_t byte = buffer_[position_];
             if (isRealtime(byte)) {
-                emit({byte});
+                emit(byte);
             } else if (isData(byte)) {
                 message.push_back(byte);
             } else {
@@ -61,10 +66,11 @@ private:
             }
             ++position_;
         }
-        emit(std::move(message));
+        emit(message);
     }
 
-    void emit(MIDIBytes message) { fragments_.emplace_back(std::move(message)); }
+    void emit(std::uint8_t byte) { fragments_.emplace_back(MIDIBytes{byte}); }
+    void emit(const Message& message) { fragments_.emplace_back(MIDIBytes(message)); }
 
     std::span<const std::uint8_t> buffer_;
     std::size_t position_ = 0;

@@ -10,11 +10,10 @@ namespace corvel::MIDIMessageTransformer {
 
 namespace {
 
-/// The position just after the exclusive message that starts at `start`; the end of the bytes if it is not ended.
-std::size_t positionAfterExclusive(const MIDIBytes& bytes, std::size_t start) {
-    const auto* const end = bytes.data() + bytes.size();
-    const auto* const terminator = std::find(bytes.data() + start, end, kExclusiveEnd);
-    return static_cast<std::size_t>(terminator - bytes.data()) + (terminator == end ? 0U : 1U);
+/// The position just after the SysEx message that starts at `start`; the end of the bytes if it is not ended.
+std::size_t positionAfterSysEx(const MIDIBytes& bytes, std::size_t start) {
+    const auto* const terminator = std::find(bytes.begin() + start, bytes.end(), kExclusiveEnd);
+    return static_cast<std::size_t>(terminator - bytes.begin()) + (terminator == bytes.end() ? 0U : 1U);
 }
 
 }  // namespace
@@ -29,11 +28,12 @@ MIDIBytes transform(MIDIBytes bytes, const ChannelMode& channelMode) {
     while (position < bytes.size()) {
         const std::uint8_t byte = bytes[position];
         if (byte == kExclusiveStart) {
-            position = positionAfterExclusive(bytes, position);
+            position = positionAfterSysEx(bytes, position);
             continue;
         }
-        if (isChannelVoiceStatus(byte)) {
-            bytes[position] = static_cast<std::uint8_t>((byte & 0xF0U) | channelBits);
+        if (const auto forced = static_cast<std::uint8_t>((byte & 0xF0U) | channelBits);
+            isChannelVoiceStatus(byte) && byte != forced) {
+            bytes.writable()[position] = forced;
         }
         position += nominalMessageLength(byte);
     }

@@ -15,8 +15,8 @@ namespace corvel::MIDIMessageTransformer {
 
 /// The bytes with every channel-voice status put on the mode's forced channel; same length, all other bytes untouched.
 /// `asIs`, and a forced channel outside 1 to 16, return the bytes as they are. Steps over each message by its nominal
-/// length whatever bytes follow, so a status byte inside a truncated message keeps its channel. Takes the bytes by
-/// value: a caller that is done with them moves them in and nothing is copied. Any thread.
+/// length whatever bytes follow, so a status byte inside a truncated message keeps its channel. The result shares the
+/// memory of a long sequence unless a byte changes. Any thread.
 [[nodiscard]] MIDIBytes transform(MIDIBytes bytes, const ChannelMode& channelMode);
 
 }  // namespace corvel::MIDIMessageTransformer

@@ -12,16 +12,16 @@
 namespace corvel::RouteProcessor {
 
 /// Calls `visit` with a `RoutedMIDIMessage` for every enabled route from the source, in route order, each with its own
-/// transformed copy of the bytes. Nothing is merged or left out: two routes to one destination give two messages. One
-/// pass over the routes; allocates nothing for messages of up to 16 bytes. Any thread.
+/// transformed bytes. Nothing is merged or left out: two routes to one destination give two messages. One pass over the
+/// routes; allocates nothing for messages of up to 16 bytes, nor for longer ones whose bytes stay as they are. Any
+/// thread.
 template <typename Visitor>
-void forEachRoutedMessage(std::int32_t sourceID, std::span<const std::uint8_t> bytes, std::span<const MIDIRoute> routes,
+void forEachRoutedMessage(std::int32_t sourceID, const MIDIBytes& bytes, std::span<const MIDIRoute> routes,
                           Visitor&& visit) {
     for (const MIDIRoute& route : routes) {
         if (route.isEnabled && route.sourceID == sourceID) {
-            visit(RoutedMIDIMessage{
-                route.id, route.destinationID,
-                MIDIMessageTransformer::transform(MIDIBytes(bytes.begin(), bytes.end()), route.channelMode)});
+            visit(RoutedMIDIMessage{route.id, route.destinationID,
+                                    MIDIMessageTransformer::transform(bytes, route.channelMode)});
         }
     }
 }

@@ -1,5 +1,6 @@
 #include "core/support/EventLoop.hpp"
 
+#include "core/support/ProcessorShare.hpp"
 #include "core/support/QueueMutex.hpp"
 
 #include <sys/epoll.h>
@@ -16,7 +17,6 @@
 #include <cstdio>
 #include <exception>
 #include <future>
-#include <iterator>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -29,10 +29,7 @@ namespace corvel {
 
 namespace {
 
-using SteadyTime = std::chrono::steady_clock::time_point;
-
-/// How long a task that may wait is left alone: too short to be seen, long enough for whoever is more urgent.
-constexpr std::chrono::milliseconds kConvenientDelay{10};
+using SteadyTime = EventLoop::SteadyTime;
 
 /// An open descriptor, closed with its owner.
 class Descriptor {
@@ -69,7 +66,9 @@ public:
     /// Makes the calling thread the loop's.
     void adoptThread() { thread_.store(std::this_thread::get_id()); }
 
-    [[nodiscard]] bool isCurrent() const { return thread_.load() == std::this_thread::get_id(); }
+    [[nodiscard]] bool isCurrent() const {
+        return thread_.load(std::memory_order_relaxed) == std::this_thread::get_id();
+    }
 
     void async(Task&& task) {
         bool mustWake = false;
@@ -79,25 +78,11 @@ public:
                 return;
             }
             pending_.push_back(std::move(task));
+            hasPending_.store(true, std::memory_order_release);
             mustWake = isWaiting_.exchange(false);
         }
         if (mustWake) {
             wakeUp();
-        }
-    }
-
-    void asyncWhenConvenient(Task&& task) {
-        const std::lock_guard lock(mutex_);
-        if (hasEnded_) {
-            return;
-        }
-        pending_.push_back(std::move(task));
-        if (isWaiting_ && !std::exchange(isWakeScheduled_, true)) {
-            const SteadyTime convenient = std::chrono::steady_clock::now() + kConvenientDelay;
-            if (!armed_ || convenient < *armed_) {
-                armed_ = convenient;
-                arm();
-            }
         }
     }
 
@@ -127,31 +112,18 @@ public:
 
     void run() {
         while (const std::optional<int> timeout = beginRound()) {
-            takeRound(*timeout);
-            runTakenTasks();
+            const bool isDue = handleReadyDescriptors(*timeout);
+            if (isDue || hasPending_.load(std::memory_order_acquire)) {
+                takePendingTasks();
+                runTakenTasks();
+            }
+            callSecondHandlers();
+            share_.endRound(roundTime_, *timeout == 0);
         }
         // What was posted before the end is owed; what these last tasks post is not, or an end might never come.
-        {
-            const std::lock_guard lock(mutex_);
-            takePendingTasks();
-        }
+        takePendingTasks();
         runTakenTasks();
-        const std::lock_guard lock(mutex_);
-        isStopping_ = false;
-    }
-
-    [[nodiscard]] int readyDescriptor() const { return poll_.get(); }
-
-    void runReady() {
-        takeRound(0);
-        // A task may run the other library's loop, which has to hear of what is posted meanwhile.
-        announceRest();
-        runTakenTasks();
-        announceRest();
-    }
-
-    /// Lets go of all that is left, on the thread that calls; later posts are dropped.
-    void end() {
+        // Everything that is left goes on this thread; later posts are dropped.
         std::vector<Task> tasks;
         std::multimap<SteadyTime, std::shared_ptr<DispatchWorkItem>> items;
         {
@@ -160,21 +132,36 @@ public:
             tasks.swap(pending_);
             items.swap(timed_);
         }
-        watched_.clear();
+        watches_.clear();
     }
 
-    void watch(int descriptor, EventLoop::ReadyHandler handler) {
-        watched_[descriptor] = std::make_shared<EventLoop::ReadyHandler>(std::move(handler));
+    void watch(int descriptor, EventLoop::Handler onReady, EventLoop::Handler afterTasks) {
+        watches_[descriptor] = std::make_shared<Watch>(std::move(onReady), std::move(afterTasks));
         add(descriptor);
     }
 
     void unwatch(int descriptor) {
-        if (watched_.erase(descriptor) > 0) {
+        if (const auto found = watches_.find(descriptor); found != watches_.end()) {
+            found->second->isEnded = true;
+            watches_.erase(found);
             ::epoll_ctl(poll_.get(), EPOLL_CTL_DEL, descriptor, nullptr);
         }
     }
 
+    [[nodiscard]] SteadyTime roundTime() const { return roundTime_; }
+
 private:
+    struct Watch {
+        Watch(EventLoop::Handler first, EventLoop::Handler second)
+            : onReady(std::move(first)), afterTasks(std::move(second)) {}
+
+        EventLoop::Handler onReady;
+        EventLoop::Handler afterTasks;
+        bool isEnded = false;
+    };
+
+    static constexpr std::size_t kEventsPerWait = 16;
+
     void add(int descriptor) {
         epoll_event event{};
         event.events = EPOLLIN;
@@ -197,7 +184,6 @@ private:
             return std::nullopt;
         }
         isWaiting_ = pending_.empty();
-        isWakeScheduled_ = false;
         const std::optional<SteadyTime> next =
             timed_.empty() ? std::nullopt : std::optional<SteadyTime>(timed_.begin()->first);
         if (next != armed_) {
@@ -219,70 +205,56 @@ private:
         ::timerfd_settime(timer_.get(), TFD_TIMER_ABSTIME, &setting, nullptr);
     }
 
-    /// Makes the descriptor ready again for what came meanwhile, so that others have their turn first.
-    void announceRest() {
-        if (beginRound() != -1) {
-            wakeUp();
-        }
-    }
-
-    /// Handles what is ready and due, and takes the tasks.
-    void takeRound(int timeout) {
-        handleReadyDescriptors(timeout);
-        while (const std::shared_ptr<DispatchWorkItem> item = takeDueItemOrTasks()) {
-            guarded([&item] { item->perform(); });
-        }
-    }
-
-    void handleReadyDescriptors(int timeout) {
-        std::array<epoll_event, 16> events{};
-        const int count = ::epoll_wait(poll_.get(), events.data(), static_cast<int>(events.size()), timeout);
-        isWaiting_ = false;
+    /// Returns whether work items may be due.
+    bool handleReadyDescriptors(int timeout) {
+        std::array<epoll_event, kEventsPerWait> events;
+        const int count = ::epoll_wait(poll_.get(), events.data(), kEventsPerWait, timeout);
+        isWaiting_.store(false, std::memory_order_relaxed);
+        roundTime_ = std::chrono::steady_clock::now();
+        bool isDue = false;
         for (int index = 0; index < count; ++index) {
-            const int descriptor = events.at(static_cast<std::size_t>(index)).data.fd;
+            const int descriptor = events[static_cast<std::size_t>(index)].data.fd;
             if (descriptor == wake_.get()) {
                 wake_.drain();
             } else if (descriptor == timer_.get()) {
                 timer_.drain();
-            } else if (const auto found = watched_.find(descriptor); found != watched_.end()) {
+                isDue = true;
+            } else if (const auto found = watches_.find(descriptor); found != watches_.end()) {
                 // The handler may end its own watch: keep it until it returns.
-                const std::shared_ptr<EventLoop::ReadyHandler> handler = found->second;
-                guarded(*handler);
+                ready_.push_back(found->second);
+                guarded(ready_.back()->onReady);
             }
         }
+        return isDue;
     }
 
-    /// The next item that is due. Once there is none, takes the pending tasks, all with one lock.
-    [[nodiscard]] std::shared_ptr<DispatchWorkItem> takeDueItemOrTasks() {
-        const std::lock_guard lock(mutex_);
-        if (timed_.empty() || timed_.begin()->first > std::chrono::steady_clock::now()) {
-            takePendingTasks();
-            return nullptr;
+    void callSecondHandlers() {
+        for (const std::shared_ptr<Watch>& watch : ready_) {
+            if (!watch->isEnded) {
+                guarded(watch->afterTasks);
+            }
         }
-        std::shared_ptr<DispatchWorkItem> item = std::move(timed_.begin()->second);
-        timed_.erase(timed_.begin());
-        return item;
+        ready_.clear();
     }
 
-    /// With the lock held.
+    /// Takes all tasks that wait. A work item that is due joins them at the end, behind the tasks posted before.
     void takePendingTasks() {
-        if (running_.empty()) {
-            running_.swap(pending_);
-        } else {
-            // A round inside one of the tasks: what that task's round has not run yet comes first.
-            std::ranges::move(pending_, std::back_inserter(running_));
-            pending_.clear();
+        const std::lock_guard lock(mutex_);
+        for (const SteadyTime now = std::chrono::steady_clock::now(); !timed_.empty() && timed_.begin()->first <= now;
+             timed_.erase(timed_.begin())) {
+            pending_.emplace_back([item = std::move(timed_.begin()->second)] { item->perform(); });
         }
+        running_.swap(pending_);
+        hasPending_.store(false, std::memory_order_relaxed);
     }
 
     void runTakenTasks() {
-        while (nextRunning_ < running_.size()) {
+        for (Task& taken : running_) {
             // Each task goes as soon as it has run, and with it what it holds.
-            Task task = std::move(running_[nextRunning_++]);
+            Task task = std::move(taken);
             guarded(task);
         }
         running_.clear();
-        nextRunning_ = 0;
     }
 
     template <typename Callable>
@@ -304,55 +276,52 @@ private:
 
     QueueMutex mutex_;
     std::vector<Task> pending_;
+    /// Whether `pending_` holds anything, to be asked without the lock.
+    std::atomic<bool> hasPending_ = false;
     std::multimap<SteadyTime, std::shared_ptr<DispatchWorkItem>> timed_;
-    /// Set and asked with the lock held; the loop alone takes it back without, as a wake-up too many does no harm.
+    /// Whether the next post has to wake the thread. The loop itself takes it back without the lock, since a superfluous
+    /// wake-up does no harm.
     std::atomic<bool> isWaiting_ = false;
-    bool isWakeScheduled_ = false;
     std::optional<SteadyTime> armed_;
     bool isStopping_ = false;
     bool hasEnded_ = false;
 
     // Loop's thread only
+    SteadyTime roundTime_{};
     std::vector<Task> running_;
-    std::size_t nextRunning_ = 0;
-    std::map<int, std::shared_ptr<EventLoop::ReadyHandler>> watched_;
+    std::map<int, std::shared_ptr<Watch>> watches_;
+    /// The watches whose descriptors were ready in this round.
+    std::vector<std::shared_ptr<Watch>> ready_;
+    ProcessorShare share_;
 };
 
 class LoopHandle final : public EventLoop {
 public:
-    explicit LoopHandle(std::string label) : loop_(std::make_shared<Loop>(std::move(label))) {}
+    explicit LoopHandle(const std::string& label) : loop_(std::make_shared<Loop>(label)) {
+        std::promise<void> adopted;
+        thread_ = std::thread([loop = loop_, &adopted] {
+            loop->adoptThread();
+            adopted.set_value();
+            loop->run();
+        });
+        adopted.get_future().wait();
+        constexpr std::size_t kMaxThreadName = 15;
+        const std::size_t start = label.size() > kMaxThreadName ? label.size() - kMaxThreadName : 0;
+        ::pthread_setname_np(thread_.native_handle(), label.c_str() + start);
+    }
     LoopHandle(const LoopHandle&) = delete;
     LoopHandle& operator=(const LoopHandle&) = delete;
 
     ~LoopHandle() override {
         loop_->stop();
-        if (!thread_.joinable()) {
-            loop_->end();
-        } else if (loop_->isCurrent()) {
+        if (loop_->isCurrent()) {
             thread_.detach();
         } else {
             thread_.join();
         }
     }
 
-    void startThread(const std::string& label) {
-        std::promise<void> adopted;
-        thread_ = std::thread([loop = loop_, &adopted] {
-            loop->adoptThread();
-            adopted.set_value();
-            loop->run();
-            loop->end();
-        });
-        adopted.get_future().wait();
-        constexpr std::size_t kLongestThreadName = 15;
-        const std::size_t start = label.size() > kLongestThreadName ? label.size() - kLongestThreadName : 0;
-        ::pthread_setname_np(thread_.native_handle(), label.c_str() + start);
-    }
-
-    void adoptThread() { loop_->adoptThread(); }
-
     void async(Task task) override { loop_->async(std::move(task)); }
-    void asyncWhenConvenient(Task task) override { loop_->asyncWhenConvenient(std::move(task)); }
 
     void sync(Task task) override {
         if (isCurrent()) {
@@ -374,12 +343,11 @@ public:
     }
 
     [[nodiscard]] bool isCurrent() const override { return loop_->isCurrent(); }
-    void run() override { loop_->run(); }
-    void stop() override { loop_->stop(); }
-    [[nodiscard]] int readyDescriptor() const override { return loop_->readyDescriptor(); }
-    void runReady() override { loop_->runReady(); }
-    void watch(int descriptor, ReadyHandler handler) override { loop_->watch(descriptor, std::move(handler)); }
+    void watch(int descriptor, Handler onReady, Handler afterTasks) override {
+        loop_->watch(descriptor, std::move(onReady), std::move(afterTasks));
+    }
     void unwatch(int descriptor) override { loop_->unwatch(descriptor); }
+    [[nodiscard]] SteadyTime roundTime() const override { return loop_->roundTime(); }
 
 private:
     const std::shared_ptr<Loop> loop_;
@@ -389,15 +357,7 @@ private:
 }  // namespace
 
 std::shared_ptr<EventLoop> EventLoop::withThread(const std::string& label) {
-    auto loop = std::make_shared<LoopHandle>(label);
-    loop->startThread(label);
-    return loop;
-}
-
-std::shared_ptr<EventLoop> EventLoop::onThisThread(std::string label) {
-    auto loop = std::make_shared<LoopHandle>(std::move(label));
-    loop->adoptThread();
-    return loop;
+    return std::make_shared<LoopHandle>(label);
 }
 
 }  // namespace corvel

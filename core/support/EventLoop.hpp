@@ -2,52 +2,42 @@
 
 #include "core/support/DispatchQueue.hpp"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
 
 namespace corvel {
 
-/// A serial queue that also watches file descriptors: the engine's queue, and the main queue inside Qt's loop.
+/// A serial queue with a thread of its own that also watches file descriptors: the engine's queue.
 ///
-/// One round runs the handlers of the descriptors that are ready, then the work items that are due, then the tasks that
-/// were posted before the round. So work that is read from a descriptor and posted is done on the same thread, with no
-/// switch in between.
+/// One round calls the handlers of the descriptors that are ready, runs the tasks posted until then, and calls the
+/// second handlers of those descriptors. Input that is read in the first handler and delivered in the second is thus
+/// handled on one thread, behind every task that was posted before it was read.
 ///
-/// Releasing the last reference ends the loop after the tasks that were posted before. It waits for the loop's thread,
-/// except on that thread itself, where the loop ends on its own after the current task. A loop that is not being run
-/// drops its tasks instead.
+/// The thread never uses its processor for more than 95 % of the time: with real-time priority, a flood would otherwise
+/// keep other programs from running at all.
+///
+/// Releasing the last reference ends the loop after the tasks that were posted before, and waits for its thread, except
+/// on that thread itself, where the loop ends on its own after the current task.
 class EventLoop : public DispatchQueue {
 public:
-    /// Called on the loop while the descriptor has something to read (or has failed).
-    using ReadyHandler = std::function<void()>;
+    using SteadyTime = std::chrono::steady_clock::time_point;
+    using Handler = std::function<void()>;
 
-    /// A loop with a thread of its own, named by the label's last 15 characters. Throws `std::system_error` when the
-    /// system has no descriptor or thread left.
+    /// A loop whose thread is named by the label's last 15 characters. Throws `std::system_error` when the system has
+    /// no descriptor or thread left.
     [[nodiscard]] static std::shared_ptr<EventLoop> withThread(const std::string& label);
 
-    /// A loop that its maker runs on the calling thread, which it belongs to from now on. Throws `std::system_error`.
-    [[nodiscard]] static std::shared_ptr<EventLoop> onThisThread(std::string label);
+    /// Watches a descriptor for reading until `unwatch`: calls `onReady` while it has something to read (or has
+    /// failed), and in the same round `afterTasks`. On the loop only. Throws `std::system_error`.
+    virtual void watch(int descriptor, Handler onReady, Handler afterTasks) = 0;
 
-    /// Runs a loop made by `onThisThread` until `stop()`; the tasks posted before `stop()` are run.
-    virtual void run() = 0;
-
-    /// Ends `run()`. Any thread.
-    virtual void stop() = 0;
-
-    /// For a thread that runs another library's loop: a descriptor that this loop makes readable when it has something
-    /// to do. That is watched from the first `runReady()` on.
-    [[nodiscard]] virtual int readyDescriptor() const = 0;
-
-    /// Does one round without waiting, instead of `run()`. A task may run the other library's loop inside itself: the
-    /// rounds in there go on with the tasks in their order, and with those that are posted meanwhile.
-    virtual void runReady() = 0;
-
-    /// Watches a descriptor for reading until `unwatch`. On the loop only.
-    virtual void watch(int descriptor, ReadyHandler handler) = 0;
-
-    /// Ends watching; the handler is not called again. On the loop only, before the descriptor is closed.
+    /// Ends watching; no handler is called again. On the loop only, before the descriptor is closed.
     virtual void unwatch(int descriptor) = 0;
+
+    /// When the current round began. On the loop only; costs nothing, unlike reading the clock.
+    [[nodiscard]] virtual SteadyTime roundTime() const = 0;
 };
 
 }  // namespace corvel

@@ -1,0 +1,49 @@
+#include "core/support/ProcessorShare.hpp"
+
+#include <ctime>
+#include <thread>
+
+namespace corvel {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::chrono::nanoseconds kWindow = 25ms;
+
+/// Rounds in a window from which on the thread may be busy.
+constexpr unsigned kManyRounds = 16;
+
+std::chrono::nanoseconds usedProcessorTime() {
+    timespec used{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
+}
+
+}  // namespace
+
+void ProcessorShare::endRound(SteadyTime began, bool hasMoreWork) {
+    ++rounds_;
+    mayBeBusy_ = mayBeBusy_ || hasMoreWork || rounds_ >= kManyRounds;
+    if (began - windowStart_ >= kWindow) {
+        endWindow(began);
+    }
+}
+
+void ProcessorShare::endWindow(SteadyTime now) {
+    const std::chrono::nanoseconds elapsed = now - windowStart_;
+    if (mayBeBusy_) {
+        const std::chrono::nanoseconds used = usedProcessorTime();
+        if (usedBefore_ >= 0ns && used - usedBefore_ > elapsed * 19 / 20) {
+            std::this_thread::sleep_for(kWindow / 19);
+        }
+        usedBefore_ = used;
+    } else {
+        usedBefore_ = -1ns;
+    }
+    windowStart_ = now;
+    rounds_ = 0;
+    mayBeBusy_ = false;
+}
+
+}  // namespace corvel
