@@ -10,7 +10,7 @@ namespace corvel::hosts {
 
 namespace {
 
-/// Speaks the engine's language to the service, and brings what comes from other threads to the queue.
+/// Gives the service the engine's requests, and brings those that come from other threads to the queue.
 class ALSAMIDIHost final : public MIDIHost {
 public:
     ALSAMIDIHost(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue)
@@ -48,101 +48,16 @@ public:
         queue_->async([service = service_] { service->disposeClient(); });
     }
 
-    unsigned sourceCount() override {
-        service_->rescan();
-        return static_cast<unsigned>(service_->registry().sources().size());
-    }
-    MIDIObjectRef source(unsigned index) override { return refAt(service_->registry().sources(), index); }
-    unsigned destinationCount() override {
-        service_->rescan();
-        service_->retryFailedOutputs();
-        return static_cast<unsigned>(service_->registry().destinations().size());
-    }
-    MIDIObjectRef destination(unsigned index) override { return refAt(service_->registry().destinations(), index); }
-
-    std::optional<std::string> displayName(MIDIObjectRef object) override {
-        if (const Endpoint* endpoint = service_->registry().find(object)) {
-            return endpoint->displayName;
-        }
-        return name(object);
-    }
-    std::optional<std::string> name(MIDIObjectRef object) override {
-        if (const Endpoint* endpoint = service_->registry().find(object)) {
-            return endpoint->name;
-        }
-        if (const DeviceTree::Device* device = service_->deviceTree().findDevice(object)) {
-            return device->name;
-        }
-        if (const DeviceTree::Entity* entity = service_->deviceTree().findEntity(object)) {
-            return entity->name;
-        }
-        return std::nullopt;
-    }
-    std::optional<std::string> manufacturer(MIDIObjectRef object) override {
-        const Endpoint* endpoint = service_->registry().find(object);
-        return endpoint != nullptr ? endpoint->manufacturer : std::nullopt;
-    }
-    std::optional<std::int32_t> uniqueID(MIDIObjectRef object) override {
-        const Endpoint* endpoint = service_->registry().find(object);
-        return endpoint != nullptr ? std::optional(endpoint->uniqueID) : std::nullopt;
-    }
-    std::optional<bool> isOffline(MIDIObjectRef object) override {
-        const Endpoint* endpoint = service_->registry().find(object);
-        return endpoint != nullptr ? std::optional(endpoint->isOffline) : std::nullopt;
-    }
-
+    std::shared_ptr<const MIDISetup> setup(MIDIListing listing) override { return service_->setup(listing); }
     MIDIStatus connectSource(MIDIObjectRef, MIDIObjectRef source, MIDIObjectRef connection) override {
         return service_->connectSource(source, connection);
     }
     MIDIStatus disconnectSource(MIDIObjectRef, MIDIObjectRef source) override {
         return service_->disconnectSource(source);
     }
-
-    unsigned deviceCount() override {
-        service_->rebuildDeviceTree();
-        return static_cast<unsigned>(service_->deviceTree().devices.size());
-    }
-    MIDIObjectRef device(unsigned index) override { return refAt(service_->deviceTree().devices, index); }
-    unsigned externalDeviceCount() override { return 0; }
-    MIDIObjectRef externalDevice(unsigned) override { return 0; }
-    unsigned entityCount(MIDIObjectRef device) override {
-        const DeviceTree::Device* found = service_->deviceTree().findDevice(device);
-        return found != nullptr ? static_cast<unsigned>(found->entities.size()) : 0;
-    }
-    MIDIObjectRef entity(MIDIObjectRef device, unsigned index) override {
-        const DeviceTree::Device* found = service_->deviceTree().findDevice(device);
-        return found != nullptr ? refAt(found->entities, index) : 0;
-    }
-    unsigned entitySourceCount(MIDIObjectRef entity) override {
-        const DeviceTree::Entity* found = service_->deviceTree().findEntity(entity);
-        return found != nullptr ? static_cast<unsigned>(found->sources.size()) : 0;
-    }
-    MIDIObjectRef entitySource(MIDIObjectRef entity, unsigned index) override {
-        const DeviceTree::Entity* found = service_->deviceTree().findEntity(entity);
-        return found != nullptr && index < found->sources.size() ? found->sources[index] : 0;
-    }
-    unsigned entityDestinationCount(MIDIObjectRef entity) override {
-        const DeviceTree::Entity* found = service_->deviceTree().findEntity(entity);
-        return found != nullptr ? static_cast<unsigned>(found->destinations.size()) : 0;
-    }
-    MIDIObjectRef entityDestination(MIDIObjectRef entity, unsigned index) override {
-        const DeviceTree::Entity* found = service_->deviceTree().findEntity(entity);
-        return found != nullptr && index < found->destinations.size() ? found->destinations[index] : 0;
-    }
-
-    std::optional<MIDIPacket> makePacket(std::span<const std::uint8_t> bytes) override {
-        return MIDIPacket{MIDIBytes(bytes.begin(), bytes.end())};
-    }
-    MIDIStatus send(MIDIObjectRef, MIDIObjectRef destination, const MIDIPacket& packet) override {
-        return service_->send(destination, packet.bytes);
-    }
+    void send(MIDIObjectRef, std::span<MIDISend> messages) override { service_->send(messages); }
 
 private:
-    template <typename Object>
-    static MIDIObjectRef refAt(const std::vector<Object>& objects, unsigned index) {
-        return index < objects.size() ? objects[index].ref : 0;
-    }
-
     const std::shared_ptr<EventLoop> queue_;
     const std::shared_ptr<SequencerService> service_;
 };

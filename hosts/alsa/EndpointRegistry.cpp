@@ -5,32 +5,40 @@
 
 #include <alsa/asoundlib.h>
 
-#include <algorithm>
 #include <limits>
 #include <set>
+#include <string_view>
+#include <utility>
 
 namespace corvel::hosts {
 
 namespace {
 
-/// The name of a port, without what differs from one start of its program to the next.
-std::string portNameOf(const PortDescription& port) {
-    return stableName(port.portName, port.processID);
+constexpr std::array kDirections{MIDIEndpointDirection::source, MIDIEndpointDirection::destination};
+
+std::size_t indexOf(MIDIEndpointDirection direction) {
+    return direction == MIDIEndpointDirection::source ? 0 : 1;
 }
 
-std::string clientNameOf(const PortDescription& port) {
-    return stableName(port.clientName, port.processID);
+/// Whether the sequencer has named the client or the port, because their program has not done so yet.
+bool lacksName(const PortDescription& port) {
+    return port.clientName == "Client-" + std::to_string(port.address.client) ||
+           port.portName == "port-" + std::to_string(port.address.port);
 }
 
-/// Ports of one client that would show the same name get their numbers behind it.
-void numberLikePorts(std::vector<Endpoint>& endpoints) {
-    std::map<std::pair<int, std::string>, int> count;
-    for (const Endpoint& endpoint : endpoints) {
-        ++count[{endpoint.address.client, endpoint.displayName}];
+/// Endpoints of one client, from `first` on, that would show the same name get their port's number behind it.
+void numberEqualNames(std::vector<MIDIEndpointRecord>& records, std::size_t first) {
+    if (records.size() - first < 2) {
+        return;
     }
-    for (Endpoint& endpoint : endpoints) {
-        if (count[{endpoint.address.client, endpoint.displayName}] > 1) {
-            endpoint.displayName += " (" + std::to_string(endpoint.address.port) + ")";
+    std::unordered_map<std::string, int> counts;
+    for (std::size_t index = first; index < records.size(); ++index) {
+        ++counts[*records[index].displayName];
+    }
+    for (std::size_t index = first; index < records.size(); ++index) {
+        std::string& name = *records[index].displayName;
+        if (counts[name] > 1) {
+            name += " (" + std::to_string(portAddress(records[index].ref).port) + ")";
         }
     }
 }
@@ -47,158 +55,255 @@ bool EndpointRegistry::isEndpoint(const PortDescription& port, MIDIEndpointDirec
            (port.capabilities & wanted) == wanted;
 }
 
-void EndpointRegistry::update(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts) {
-    endMissingLives(ports, mayHaveMissedPorts);
+void EndpointRegistry::update(const PortDescription& description) {
+    Port& port = ports_[description.address];
+    if (port.description == description) {
+        return;
+    }
+    port.description = description;
+    port.clientName = stableName(description.clientName, description.processID);
+    port.name = stableName(description.portName, description.processID);
+    port.displayName = combinedName(port.clientName, port.name);
+    for (const MIDIEndpointDirection direction : kDirections) {
+        updateIdentity(port, direction);
+    }
+    setup_ = nullptr;
+}
 
-    readCards(ports, mayHaveMissedPorts);
-    sources_ = describe(ports, MIDIEndpointDirection::source);
-    destinations_ = describe(ports, MIDIEndpointDirection::destination);
-
-    places_.clear();
-    for (const std::vector<Endpoint>* endpoints : {&sources_, &destinations_}) {
-        for (std::size_t index = 0; index < endpoints->size(); ++index) {
-            const Endpoint& endpoint = (*endpoints)[index];
-            places_[endpoint.ref] = {endpoint.direction, index};
-        }
+void EndpointRegistry::updateIdentity(Port& port, MIDIEndpointDirection direction) {
+    const PortDescription& description = port.description;
+    std::optional<Identity>& identity = port.identities[indexOf(direction)];
+    if (!isEndpoint(description, direction)) {
+        endIdentity(identity);
+        return;
+    }
+    const bool isNew = !identity;
+    if (isNew) {
+        identity.emplace();
+        identity->endpoint = {.ref = endpointReference(description.address, direction, nextGeneration_++),
+                              .direction = direction,
+                              .address = description.address,
+                              .isHardware = description.card >= 0};
+        identities_[identity->endpoint.ref] = &*identity;
+    }
+    if (isNew || identity->isProvisional) {
+        uniqueIDs_.erase(identity->uniqueID);
+        const SoundCard* const card = cardOf(description);
+        identity->uniqueID = takeFreeUniqueID(uniqueEndpointID(
+            direction, card != nullptr ? card->identity() : port.clientName, description.address.port, port.name));
+        identity->isProvisional = lacksName(description);
     }
 }
 
-void EndpointRegistry::readCards(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts) {
-    std::map<int, SoundCard> cards;
+void EndpointRegistry::endIdentity(std::optional<Identity>& identity) {
+    if (identity) {
+        identities_.erase(identity->endpoint.ref);
+        uniqueIDs_.erase(identity->uniqueID);
+        identity.reset();
+    }
+}
+
+std::vector<PortAddress> EndpointRegistry::replaceAll(const std::vector<PortDescription>& ports,
+                                                      bool mayHaveMissedPorts) {
+    std::vector<PortAddress> ended;
+    std::set<PortAddress> listed;
     for (const PortDescription& port : ports) {
-        if (port.card >= 0 && !cards.contains(port.card)) {
-            const auto known = cards_.find(port.card);
-            const bool isKnown = known != cards_.end() && !mayHaveMissedPorts;
-            cards.emplace(port.card, isKnown ? known->second : readCard_(port.card));
+        listed.insert(port.address);
+        const auto known = ports_.find(port.address);
+        if (mayHaveMissedPorts && known != ports_.end() &&
+            (known->second.description.clientName != port.clientName ||
+             known->second.description.portName != port.portName)) {
+            ended.push_back(port.address);
+            endPort(known);
         }
     }
-    cards_ = std::move(cards);
-}
-
-void EndpointRegistry::endMissingLives(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts) {
-    std::map<PortAddress, const PortDescription*> byAddress;
+    for (auto port = ports_.begin(); port != ports_.end();) {
+        const auto next = std::next(port);
+        if (!listed.contains(port->first)) {
+            ended.push_back(port->first);
+            endPort(port);
+        }
+        port = next;
+    }
+    if (mayHaveMissedPorts) {
+        cards_.clear();
+    }
     for (const PortDescription& port : ports) {
-        byAddress[port.address] = &port;
+        update(port);
     }
-    std::erase_if(lives_, [&](const auto& entry) {
-        const auto& [key, life] = entry;
-        const auto found = byAddress.find(key.first);
-        if (found == byAddress.end() || !isEndpoint(*found->second, key.second)) {
-            return true;
-        }
-        return mayHaveMissedPorts && life.names != std::pair(found->second->clientName, found->second->portName);
-    });
-}
-
-std::vector<Endpoint> EndpointRegistry::describe(const std::vector<PortDescription>& ports,
-                                                 MIDIEndpointDirection direction) {
-    std::vector<Endpoint> endpoints;
-    for (const PortDescription& port : ports) {
-        if (!isEndpoint(port, direction)) {
-            continue;
-        }
-        const auto card = cards_.find(port.card);
-        const SoundCard* soundCard = card != cards_.end() ? &card->second : nullptr;
-        const std::string clientName = clientNameOf(port);
-        const std::string portName = portNameOf(port);
-        Life& portLife = life(port.address, direction);
-        portLife.names = {port.clientName, port.portName};
-        if (!portLife.uniqueID) {
-            portLife.uniqueID = freeUniqueID(uniqueEndpointID(
-                direction, soundCard != nullptr ? soundCard->identity() : clientName, port.address.port, portName));
-        }
-        endpoints.push_back(
-            {.ref = portLife.ref,
-             .direction = direction,
-             .address = port.address,
-             .uniqueID = *portLife.uniqueID,
-             .displayName = combinedName(clientName, portName),
-             .name = portName,
-             .manufacturer = soundCard != nullptr && soundCard->usb ? soundCard->usb->manufacturer : std::nullopt,
-             .isOffline = (port.capabilities & PortDescription::kInactive) != 0,
-             .card = port.card,
-             .isKernelClient = port.isKernelClient});
-    }
-    numberLikePorts(endpoints);
-    placeLikeDevices(endpoints);
-    return endpoints;
-}
-
-void EndpointRegistry::placeLikeDevices(std::vector<Endpoint>& endpoints) {
-    std::map<std::string, std::set<int>> cardsByName;
-    for (const Endpoint& endpoint : endpoints) {
-        if (endpoint.card >= 0) {
-            cardsByName[endpoint.displayName].insert(endpoint.card);
-        }
-    }
-    for (Endpoint& endpoint : endpoints) {
-        if (endpoint.card < 0) {
-            continue;
-        }
-        Life& portLife = life(endpoint.address, endpoint.direction);
-        portLife.showsPlace = portLife.showsPlace || cardsByName[endpoint.displayName].size() > 1;
-        if (portLife.showsPlace) {
-            endpoint.displayName += " (" + cards_.at(endpoint.card).place() + ")";
-        }
-    }
+    return ended;
 }
 
 void EndpointRegistry::portEnded(const PortAddress& address) {
-    lives_.erase({address, MIDIEndpointDirection::source});
-    lives_.erase({address, MIDIEndpointDirection::destination});
-    // It may have been a card's, whose number another card may get next.
-    cards_.clear();
-    std::erase_if(places_, [&](const auto& entry) {
-        const auto& [direction, index] = entry.second;
-        return (direction == MIDIEndpointDirection::source ? sources_ : destinations_)[index].address == address;
-    });
+    if (const auto port = ports_.find(address); port != ports_.end()) {
+        endPort(port);
+    }
+}
+
+void EndpointRegistry::endPort(Ports::iterator port) {
+    for (std::optional<Identity>& identity : port->second.identities) {
+        endIdentity(identity);
+    }
+    // Another card may get the number next.
+    cards_.erase(port->second.description.card);
+    ports_.erase(port);
+    setup_ = nullptr;
 }
 
 void EndpointRegistry::clear() {
-    lives_.clear();
     cards_.clear();
-    places_.clear();
-    sources_.clear();
-    destinations_.clear();
+    identities_.clear();
+    uniqueIDs_.clear();
+    ports_.clear();
+    setup_ = nullptr;
 }
 
-EndpointRegistry::Life& EndpointRegistry::life(const PortAddress& address, MIDIEndpointDirection direction) {
-    const auto [entry, isNew] = lives_.try_emplace({address, direction});
-    if (isNew) {
-        entry->second.ref = endpointReference(address, direction, nextGeneration_++);
+std::vector<PortAddress> EndpointRegistry::portsOf(int client) const {
+    std::vector<PortAddress> addresses;
+    for (auto port = ports_.lower_bound({client, 0}); port != ports_.end() && port->first.client == client; ++port) {
+        addresses.push_back(port->first);
     }
-    return entry->second;
+    return addresses;
 }
 
-MIDIObjectRef EndpointRegistry::reference(const PortAddress& address, MIDIEndpointDirection direction) {
-    return life(address, direction).ref;
-}
-
-MIDIObjectRef EndpointRegistry::knownReference(const PortAddress& address, MIDIEndpointDirection direction) const {
-    const auto found = lives_.find({address, direction});
-    return found != lives_.end() ? found->second.ref : 0;
+const Endpoint* EndpointRegistry::find(const PortAddress& address, MIDIEndpointDirection direction) const {
+    const auto port = ports_.find(address);
+    if (port == ports_.end()) {
+        return nullptr;
+    }
+    const std::optional<Identity>& identity = port->second.identities[indexOf(direction)];
+    return identity ? &identity->endpoint : nullptr;
 }
 
 const Endpoint* EndpointRegistry::find(MIDIObjectRef ref) const {
-    const auto found = places_.find(ref);
-    if (found == places_.end()) {
-        return nullptr;
-    }
-    const auto& [direction, index] = found->second;
-    return &(direction == MIDIEndpointDirection::source ? sources_ : destinations_)[index];
+    const auto found = identities_.find(ref);
+    return found != identities_.end() ? &found->second->endpoint : nullptr;
 }
 
-std::int32_t EndpointRegistry::freeUniqueID(std::int32_t wanted) const {
-    const auto isTaken = [this](std::int32_t candidate) {
-        return candidate == 0 || std::ranges::any_of(lives_, [candidate](const auto& entry) {
-                   return entry.second.uniqueID == candidate;
-               });
-    };
-    while (isTaken(wanted)) {
+const SoundCard* EndpointRegistry::cardOf(const PortDescription& port) {
+    if (port.card < 0) {
+        return nullptr;
+    }
+    const auto known = cards_.find(port.card);
+    return known != cards_.end() ? &known->second : &cards_.emplace(port.card, readCard_(port.card)).first->second;
+}
+
+std::int32_t EndpointRegistry::takeFreeUniqueID(std::int32_t wanted) {
+    while (wanted == 0 || !uniqueIDs_.insert(wanted).second) {
         wanted =
             wanted == std::numeric_limits<std::int32_t>::max() ? std::numeric_limits<std::int32_t>::min() : wanted + 1;
     }
     return wanted;
+}
+
+std::shared_ptr<const MIDISetup> EndpointRegistry::setup() {
+    if (!setup_) {
+        MIDISetup setup;
+        setup.sources = records(MIDIEndpointDirection::source);
+        setup.destinations = records(MIDIEndpointDirection::destination);
+        setup.devices = devices(setup);
+        setup_ = std::make_shared<const MIDISetup>(std::move(setup));
+    }
+    return setup_;
+}
+
+std::vector<MIDIEndpointRecord> EndpointRegistry::records(MIDIEndpointDirection direction) {
+    std::vector<MIDIEndpointRecord> records;
+    records.reserve(identities_.size());
+    std::size_t clientStart = 0;
+    int client = -1;
+    for (auto& [address, port] : ports_) {
+        const std::optional<Identity>& identity = port.identities[indexOf(direction)];
+        if (!identity) {
+            continue;
+        }
+        if (address.client != client) {
+            numberEqualNames(records, clientStart);
+            clientStart = records.size();
+            client = address.client;
+        }
+        const SoundCard* const card = cardOf(port.description);
+        records.push_back({{.ref = identity->endpoint.ref,
+                            .displayName = port.displayName,
+                            .name = port.name,
+                            .isOffline = (port.description.capabilities & PortDescription::kInactive) != 0},
+                           identity->uniqueID,
+                           card != nullptr && card->usb ? card->usb->manufacturer : std::nullopt});
+    }
+    numberEqualNames(records, clientStart);
+    addPlaces(records);
+    return records;
+}
+
+/// Names that endpoints of several cards share get their card's place behind it.
+void EndpointRegistry::addPlaces(std::vector<MIDIEndpointRecord>& records) {
+    struct Candidate {
+        MIDIEndpointRecord* record;
+        Identity* identity;
+        int card;
+    };
+    std::vector<Candidate> candidates;
+    std::map<std::string_view, std::set<int>> cardsByName;
+    for (MIDIEndpointRecord& record : records) {
+        Identity* const identity = identities_.at(record.ref);
+        if (const int card = ports_.at(identity->endpoint.address).description.card; card >= 0) {
+            candidates.push_back({&record, identity, card});
+            cardsByName[*record.displayName].insert(card);
+        }
+    }
+    for (const Candidate& candidate : candidates) {
+        bool& showsPlace = candidate.identity->showsPlace;
+        showsPlace = showsPlace || cardsByName[*candidate.record->displayName].size() > 1;
+    }
+    for (const Candidate& candidate : candidates) {
+        if (candidate.identity->showsPlace) {
+            *candidate.record->displayName += " (" + cards_.at(candidate.card).place() + ")";
+        }
+    }
+}
+
+std::vector<MIDIDeviceRecord> EndpointRegistry::devices(const MIDISetup& setup) const {
+    const std::array endpoints{&setup.sources, &setup.destinations};
+    std::array<std::size_t, 2> next{};
+    // Ordered by card, those without one last, then by client.
+    std::map<std::pair<int, int>, MIDIEntityRecord> entities;
+    for (const auto& [address, port] : ports_) {
+        const PortDescription& description = port.description;
+        MIDIEntityRecord* entity = nullptr;
+        if (description.isKernelClient && address.client != SND_SEQ_CLIENT_SYSTEM) {
+            const int card = description.card >= 0 ? description.card : std::numeric_limits<int>::max();
+            entity = &entities[{card, address.client}];
+            entity->ref = objectReference(ObjectKind::entity, address.client);
+            entity->name = port.clientName;
+        }
+        // The records stand in the order of the ports.
+        for (const std::size_t direction : {0U, 1U}) {
+            if (!port.identities[direction]) {
+                continue;
+            }
+            const MIDIObjectRecord& record = (*endpoints[direction])[next[direction]++];
+            if (entity != nullptr) {
+                (direction == 0 ? entity->sources : entity->destinations).push_back(record);
+            }
+        }
+    }
+
+    std::vector<MIDIDeviceRecord> devices;
+    int lastCard = -1;
+    for (auto& [key, entity] : entities) {
+        const int card = key.first;
+        const bool hasCard = card != std::numeric_limits<int>::max();
+        if (!hasCard || card != lastCard) {
+            const auto known = cards_.find(card);
+            MIDIDeviceRecord device;
+            device.ref = objectReference(ObjectKind::device, static_cast<int>(devices.size()));
+            device.name = known != cards_.end() ? known->second.name : entity.name;
+            devices.push_back(std::move(device));
+            lastCard = card;
+        }
+        devices.back().entities.push_back(std::move(entity));
+    }
+    return devices;
 }
 
 }  // namespace corvel::hosts

@@ -5,12 +5,15 @@
 #include "hosts/alsa/PortDescription.hpp"
 #include "hosts/alsa/SoundCard.hpp"
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
-#include <utility>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace corvel::hosts {
@@ -20,79 +23,91 @@ struct Endpoint {
     MIDIObjectRef ref = 0;
     MIDIEndpointDirection direction = MIDIEndpointDirection::source;
     PortAddress address;
-    std::int32_t uniqueID = 0;
-    std::string displayName;
-    std::string name;
-    std::optional<std::string> manufacturer;
-    bool isOffline = false;
-    /// The sound card, or -1 for programs and kernel clients without one.
-    int card = -1;
-    bool isKernelClient = false;
+    /// Whether a sound card carries it.
+    bool isHardware = false;
 };
 
-/// Knows the sequencer's endpoints: gives each a reference that none of the next thousands of ports gets, and a
-/// unique ID and a name that a returning device or program gets again.
+/// Knows the sequencer's ports: gives each endpoint a reference that is not reused for 8,192 endpoints, and a unique ID
+/// and a name that a returning device or program gets again.
 ///
-/// Pure bookkeeping, without a sequencer. A port lives until `portEnded`, or until an `update` does not list it.
+/// Pure bookkeeping, without a sequencer. Taking over a port costs what that port costs, whatever else there is.
 class EndpointRegistry {
 public:
     using CardReader = std::function<SoundCard(int card)>;
 
     explicit EndpointRegistry(CardReader readCard) : readCard_(std::move(readCard)) {}
 
-    /// Takes over all ports that the sequencer has now, in the order of client and port; those that are no endpoints
-    /// are left out. With `mayHaveMissedPorts`, a port whose names differ counts as a new one at an old address.
-    void update(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts);
+    /// Takes over a port that is new or may have changed.
+    void update(const PortDescription& port);
 
-    /// Forgets the port at this address; whatever comes there next is another one.
+    /// Takes over all ports that there are now; those that are not among them have ended. With `mayHaveMissedPorts`, a
+    /// port whose names differ counts as a new one at an old address. Returns the addresses of the ports that have
+    /// ended.
+    std::vector<PortAddress> replaceAll(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts);
+
+    /// Forgets the port at this address; the next one there is another port.
     void portEnded(const PortAddress& address);
 
-    /// Forgets all ports; whatever is listed next is another one.
+    /// Forgets all ports; the ports that come next are others.
     void clear();
 
-    /// The reference of one direction of the port that lives at this address; made if the port is new.
-    [[nodiscard]] MIDIObjectRef reference(const PortAddress& address, MIDIEndpointDirection direction);
+    /// The addresses of a client's ports.
+    [[nodiscard]] std::vector<PortAddress> portsOf(int client) const;
 
-    /// The same, 0 if the port is not known.
-    [[nodiscard]] MIDIObjectRef knownReference(const PortAddress& address, MIDIEndpointDirection direction) const;
-
-    [[nodiscard]] const std::vector<Endpoint>& sources() const { return sources_; }
-    [[nodiscard]] const std::vector<Endpoint>& destinations() const { return destinations_; }
-
-    /// The endpoint with this reference, or null when it is gone. Valid until the next change.
+    /// The endpoint of the port at this address, or the endpoint with this reference; null if there is none. Valid
+    /// until the port changes.
+    [[nodiscard]] const Endpoint* find(const PortAddress& address, MIDIEndpointDirection direction) const;
     [[nodiscard]] const Endpoint* find(MIDIObjectRef ref) const;
+
+    /// All endpoints in the order of client and port, and the devices: one for each sound card that has clients, in
+    /// card order, then one for each kernel client without a card; programs are no devices.
+    [[nodiscard]] std::shared_ptr<const MIDISetup> setup();
 
     /// Whether the port can be connected by a user in this direction.
     [[nodiscard]] static bool isEndpoint(const PortDescription& port, MIDIEndpointDirection direction);
 
 private:
-    using Key = std::pair<PortAddress, MIDIEndpointDirection>;
-
     /// What stays with an endpoint as long as its port lives.
-    struct Life {
-        MIDIObjectRef ref = 0;
-        std::optional<std::int32_t> uniqueID;
-        std::pair<std::string, std::string> names;
-        /// Set when a like device appears, and kept, so that a name never comes to mean the other device.
+    struct Identity {
+        Endpoint endpoint;
+        std::int32_t uniqueID = 0;
+        /// Whether client and port had no name of their own when the ID was made.
+        bool isProvisional = false;
+        /// Set when a second device of the same name appears, and kept, so that a name never comes to mean the other
+        /// device.
         bool showsPlace = false;
     };
 
-    Life& life(const PortAddress& address, MIDIEndpointDirection direction);
-    void endMissingLives(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts);
-    void readCards(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts);
-    [[nodiscard]] std::vector<Endpoint> describe(const std::vector<PortDescription>& ports,
-                                                 MIDIEndpointDirection direction);
-    void placeLikeDevices(std::vector<Endpoint>& endpoints);
-    [[nodiscard]] std::int32_t freeUniqueID(std::int32_t wanted) const;
+    struct Port {
+        PortDescription description;
+        /// The names without what differs from one start of a program to the next.
+        std::string clientName;
+        std::string name;
+        std::string displayName;
+        /// By direction; none where the port is no endpoint.
+        std::array<std::optional<Identity>, 2> identities;
+    };
+
+    using Ports = std::map<PortAddress, Port>;
+
+    void updateIdentity(Port& port, MIDIEndpointDirection direction);
+    void endIdentity(std::optional<Identity>& identity);
+    void endPort(Ports::iterator port);
+    [[nodiscard]] const SoundCard* cardOf(const PortDescription& port);
+    [[nodiscard]] std::int32_t takeFreeUniqueID(std::int32_t wanted);
+    [[nodiscard]] std::vector<MIDIEndpointRecord> records(MIDIEndpointDirection direction);
+    void addPlaces(std::vector<MIDIEndpointRecord>& records);
+    [[nodiscard]] std::vector<MIDIDeviceRecord> devices(const MIDISetup& setup) const;
 
     CardReader readCard_;
-    /// What the cards said, kept as long as no port has ended: sysfs is slow, and asked while MIDI waits.
+    /// The cards of the ports that there are: sysfs and drivers are slow, and asked while MIDI waits.
     std::map<int, SoundCard> cards_;
     std::uint32_t nextGeneration_ = 0;
-    std::map<Key, Life> lives_;
-    std::vector<Endpoint> sources_;
-    std::vector<Endpoint> destinations_;
-    std::map<MIDIObjectRef, std::pair<MIDIEndpointDirection, std::size_t>> places_;
+    Ports ports_;
+    std::unordered_map<MIDIObjectRef, Identity*> identities_;
+    std::unordered_set<std::int32_t> uniqueIDs_;
+    /// Made when it is asked for; null after a change.
+    std::shared_ptr<const MIDISetup> setup_;
 };
 
 }  // namespace corvel::hosts

@@ -195,15 +195,14 @@ std::optional<MIDIBytes> EventDecoder::decode(const snd_seq_event_t& event) {
         const auto* bytes = static_cast<const std::uint8_t*>(event.data.ext.ptr);
         return MIDIBytes(bytes, bytes + event.data.ext.len);
     }
-    // The longest is a parameter number with its 14-bit value: four controllers, which fit without the heap.
-    MIDIBytes bytes(16);
+    // The longest is a parameter number with its 14-bit value: four controllers.
+    std::array<std::uint8_t, MIDIBytes::kInlineSize> bytes;
     snd_midi_event_reset_decode(coder_.get());
     const long count = snd_midi_event_decode(coder_.get(), bytes.data(), static_cast<long>(bytes.size()), &event);
     if (count <= 0) {
         return std::nullopt;
     }
-    bytes.resize(static_cast<std::size_t>(count));
-    return bytes;
+    return MIDIBytes(bytes.data(), bytes.data() + count);
 }
 
 void encodeEvents(std::span<const std::uint8_t> packet, absl::FunctionRef<void(snd_seq_event_t&)> visit) {

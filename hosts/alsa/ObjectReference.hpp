@@ -22,8 +22,8 @@ inline constexpr std::uint32_t kByteMask = 0xFF;
 
 }  // namespace detail
 
-/// The reference of an endpoint. The generation tells a port from those that had its address before; it comes
-/// round after 8,192 endpoints.
+/// The reference of an endpoint. The generation tells a port from those that had its address before; it repeats after
+/// 8,192 endpoints.
 [[nodiscard]] constexpr MIDIObjectRef endpointReference(const PortAddress& address, MIDIEndpointDirection direction,
                                                         std::uint32_t generation) {
     const auto kind = direction == MIDIEndpointDirection::source ? ObjectKind::source : ObjectKind::destination;
@@ -31,6 +31,12 @@ inline constexpr std::uint32_t kByteMask = 0xFF;
            (generation & detail::kGenerationMask) << detail::kGenerationShift |
            (static_cast<std::uint32_t>(address.client) & detail::kByteMask) << detail::kClientShift |
            (static_cast<std::uint32_t>(address.port) & detail::kByteMask);
+}
+
+/// The address in a reference made by `endpointReference`.
+[[nodiscard]] constexpr PortAddress portAddress(MIDIObjectRef endpoint) {
+    return {static_cast<int>(endpoint >> detail::kClientShift & detail::kByteMask),
+            static_cast<int>(endpoint & detail::kByteMask)};
 }
 
 /// The reference of anything else, by its number: a device's index in the tree, an entity's client number, an own port.

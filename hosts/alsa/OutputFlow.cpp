@@ -1,6 +1,7 @@
 #include "hosts/alsa/OutputFlow.hpp"
 
 #include "hosts/alsa/EventCoding.hpp"
+#include "hosts/alsa/SequencerClient.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -12,19 +13,21 @@ namespace corvel::hosts {
 
 namespace {
 
-/// How long an answer about a client's room counts before the next send has to ask: others may send to it too.
-constexpr std::chrono::milliseconds kBudgetLifetime{100};
+/// From which age on an answer about a client's room is old: others may send to the client too. More than a few cells
+/// taken mean that there is traffic, and that others may be just as busy.
+constexpr std::chrono::milliseconds kOld{10};
+constexpr std::chrono::milliseconds kOldInTraffic{1};
+constexpr int kFewCells = 8;
 
-/// How old an answer may be after a send, as long as little was sent on it. Asking then costs the message no time, but
-/// its receiver may have to wait for the processor.
-constexpr std::chrono::milliseconds kBudgetRefresh{10};
-
-/// How old it may be once more than so many cells were taken: others who send there as well may be just as busy.
-constexpr std::chrono::milliseconds kBusyBudgetRefresh{1};
-constexpr int kLittle = 8;
-
-/// Bytes of an exclusive message that one cell beyond the first holds.
+/// Bytes of a raw event that one cell beyond the first holds.
 constexpr unsigned kBytesPerCell = 28;
+
+/// Events of a backlog that are sent in one turn, before other work is done.
+constexpr std::size_t kEventsPerTurn = 2'000;
+
+PortAddress destinationOf(const snd_seq_event_t& event) {
+    return {event.dest.client, event.dest.port};
+}
 
 /// Cells that an event takes in its receiver's pool.
 int cellsOf(const snd_seq_event_t& event) {
@@ -45,43 +48,80 @@ std::size_t sizeOf(const snd_seq_event_t& event) {
 
 }  // namespace
 
-MIDIStatus OutputFlow::send(const PortAddress& destination, std::span<const std::uint8_t> packet) {
-    if (const auto backlog = waiting_.find(destination);
-        backlog != waiting_.end() && (backlog->second.events.size() >= kMaximumWaitingEvents ||
-                                      backlog->second.bytes + packet.size() > kMaximumWaitingBytes)) {
-        return -EAGAIN;
+OutputFlow::OutputFlow(SequencerOutput& output) : output_(output) {
+    batch_.reserve(SequencerClient::kMaxEventsPerSend);
+    sent_.reserve(SequencerClient::kMaxEventsPerSend);
+    statuses_.reserve(SequencerClient::kMaxEventsPerSend);
+}
+
+void OutputFlow::send(const PortAddress& destination, std::span<const std::uint8_t> packet, MIDIStatus& status,
+                      SteadyTime now) {
+    status = kMIDISuccess;
+    if (isWaiting()) {
+        const auto backlog = waiting_.find(destination);
+        if (backlog != waiting_.end() && (backlog->second.events.size() >= kMaxWaitingEvents ||
+                                          backlog->second.bytes + packet.size() > kMaxWaitingBytes)) {
+            status = -EAGAIN;
+            return;
+        }
     }
-    MIDIStatus status = kMIDISuccess;
     encodeEvents(packet, [&](snd_seq_event_t& event) {
-        const MIDIStatus sent = sendOrKeep(destination, event);
-        status = status == kMIDISuccess ? sent : status;
+        snd_seq_ev_set_dest(&event, static_cast<unsigned char>(destination.client),
+                            static_cast<unsigned char>(destination.port));
+        sendOrKeep(event, status, now);
     });
-    return status;
 }
 
-MIDIStatus OutputFlow::sendOrKeep(const PortAddress& destination, snd_seq_event_t& event) {
-    Budget& budget = budgets_[destination.client];
-    const SteadyTime now = sink_.now();
-    if (waiting_.contains(destination) || !takeRoom(destination.client, budget, event, now)) {
-        keep(destination, event);
-        return kMIDISuccess;
+void OutputFlow::sendOrKeep(snd_seq_event_t& event, MIDIStatus& status, SteadyTime now) {
+    if ((isWaiting() && waiting_.contains(destinationOf(event))) || !takeRoom(event, now)) {
+        keep(event);
+        return;
     }
-    const int result = sink_.sendDirectly(destination, event);
-    if (result == -EAGAIN) {
-        budgets_.erase(destination.client);
-        keep(destination, event);
-        return kMIDISuccess;
+    if (batch_.size() == SequencerClient::kMaxEventsPerSend) {
+        flush(now);
     }
-    if (now - budget.askedAt > (budget.spent > kLittle ? kBusyBudgetRefresh : kBudgetRefresh)) {
-        ask(destination.client, budget, 0);
-    }
-    return result < 0 ? result : kMIDISuccess;
+    batch_.push_back(event);
+    statuses_.push_back(&status);
 }
 
-bool OutputFlow::takeRoom(int client, Budget& budget, const snd_seq_event_t& event, SteadyTime now) {
+void OutputFlow::flush(SteadyTime now) {
+    for (std::size_t next = 0; next < batch_.size();) {
+        int status = 0;
+        next += output_.send(std::span(batch_).subspan(next), status);
+        if (next == batch_.size()) {
+            break;
+        }
+        if (status == -EAGAIN) {
+            keepUnsent(next, destinationOf(batch_[next]));
+        } else {
+            MIDIStatus& result = *statuses_[next++];
+            result = result == kMIDISuccess ? status : result;
+        }
+    }
+    sent_.swap(batch_);
+    statuses_.clear();
+    // After the write, so that no message waits for the answer.
+    for (const snd_seq_event_t& event : sent_) {
+        if (const Budget& budget = budgets_[event.dest.client]; budget.isKnown && isOld(budget, now)) {
+            ask(event.dest.client, 0, now);
+        }
+    }
+    sent_.clear();
+}
+
+bool OutputFlow::isOld(const Budget& budget, SteadyTime now) {
+    return now - budget.askedAt > (budget.spent > kFewCells ? kOldInTraffic : kOld);
+}
+
+/// Whether the event's client has room for it, which is then taken.
+///
+/// On an old answer one event is sent before the client is asked again: a note that comes alone does not wait for the
+/// question, which `flush` asks behind it.
+bool OutputFlow::takeRoom(const snd_seq_event_t& event, SteadyTime now) {
+    Budget& budget = budgets_[event.dest.client];
     const int wanted = cellsOf(event);
-    if (budget.cells < wanted || now - budget.askedAt > kBudgetLifetime) {
-        ask(client, budget, wanted);
+    if (!budget.isKnown || budget.cells < wanted || (isOld(budget, now) && std::exchange(budget.isStretched, true))) {
+        ask(event.dest.client, wanted, now);
     }
     if (budget.cells < wanted) {
         return false;
@@ -91,63 +131,109 @@ bool OutputFlow::takeRoom(int client, Budget& budget, const snd_seq_event_t& eve
     return true;
 }
 
-void OutputFlow::ask(int client, Budget& budget, int wanted) {
-    const std::optional<InputRoom> room = sink_.inputRoom(client);
-    budget.askedAt = sink_.now();
-    budget.spent = 0;
+void OutputFlow::ask(int client, int wanted, SteadyTime now) {
+    Budget& budget = budgets_[static_cast<std::size_t>(client)];
+    const std::optional<InputRoom> room = output_.inputRoom(client);
+    budget = {.isKnown = true, .cells = std::numeric_limits<int>::max(), .askedAt = now};
     if (!room) {
-        budget.cells = std::numeric_limits<int>::max();
         return;
     }
-    budget.cells = room->free - marginOf(*room);
+    // What is about to be sent has its room, and has not taken it yet.
+    int promised = 0;
+    for (const snd_seq_event_t& event : batch_) {
+        promised += event.dest.client == client ? cellsOf(event) : 0;
+    }
+    budget.cells = room->free - promised - marginOf(*room);
     // A pool too small for the event and the margin takes it when it is empty, or it would wait for ever.
-    if (budget.cells < wanted && room->free == room->size) {
+    if (budget.cells < wanted && room->free == room->size && promised == 0) {
         budget.cells = wanted;
     }
 }
 
-void OutputFlow::keep(const PortAddress& destination, const snd_seq_event_t& event) {
+void OutputFlow::keep(const snd_seq_event_t& event) {
     WaitingEvent waiting{event, {}};
     if (snd_seq_ev_is_variable(&event)) {
         const auto* bytes = static_cast<const std::uint8_t*>(event.data.ext.ptr);
-        waiting.bytes.assign(bytes, bytes + event.data.ext.len);
+        waiting.bytes = MIDIBytes(bytes, bytes + event.data.ext.len);
     }
-    Backlog& backlog = waiting_[destination];
+    Backlog& backlog = waiting_[destinationOf(event)];
     backlog.events.push_back(std::move(waiting));
     backlog.bytes += sizeOf(event);
 }
 
-void OutputFlow::sendWaiting() {
+/// Takes the events for a destination that has no room after all out of the batch, from `first` on, and has them wait
+/// ahead of what waits for it already, which came later.
+void OutputFlow::keepUnsent(std::size_t first, const PortAddress& destination) {
+    budgets_[static_cast<std::size_t>(destination.client)].isKnown = false;
+    Backlog later;
+    std::swap(later, waiting_[destination]);
+    std::size_t kept = first;
+    for (std::size_t index = first; index < batch_.size(); ++index) {
+        if (destinationOf(batch_[index]) == destination) {
+            keep(batch_[index]);
+        } else {
+            batch_[kept] = batch_[index];
+            statuses_[kept++] = statuses_[index];
+        }
+    }
+    batch_.resize(kept);
+    statuses_.resize(kept);
+    Backlog& backlog = waiting_[destination];
+    std::ranges::move(later.events, std::back_inserter(backlog.events));
+    backlog.bytes += later.bytes;
+}
+
+void OutputFlow::sendWaiting(SteadyTime now) {
     for (auto entry = waiting_.begin(); entry != waiting_.end();) {
-        const bool isDone = sendBacklog(entry->first, entry->second);
+        const bool isDone = sendBacklog(entry->second, now);
         entry = isDone ? waiting_.erase(entry) : std::next(entry);
     }
 }
 
-bool OutputFlow::sendBacklog(const PortAddress& destination, Backlog& backlog) {
-    while (!backlog.events.empty()) {
-        WaitingEvent& next = backlog.events.front();
-        if (snd_seq_ev_is_variable(&next.event)) {
-            next.event.data.ext.ptr = next.bytes.data();
+bool OutputFlow::sendBacklog(Backlog& backlog, SteadyTime now) {
+    for (std::size_t count = 0; count < kEventsPerTurn && !backlog.events.empty(); count += batch_.size()) {
+        batch_.clear();
+        for (WaitingEvent& waiting : backlog.events) {
+            if (batch_.size() == SequencerClient::kMaxEventsPerSend || !takeRoom(waiting.event, now)) {
+                break;
+            }
+            if (snd_seq_ev_is_variable(&waiting.event)) {
+                waiting.event.data.ext.ptr = waiting.bytes.writable().data();
+            }
+            batch_.push_back(waiting.event);
         }
-        if (!takeRoom(destination.client, budgets_[destination.client], next.event, sink_.now())) {
+        if (batch_.empty()) {
             return false;
         }
-        const int result = sink_.sendDirectly(destination, next.event);
-        if (result == -EAGAIN) {
-            budgets_.erase(destination.client);
-            return false;
+        int status = 0;
+        const std::size_t sent = output_.send(batch_, status);
+        const bool isUnsent = sent < batch_.size();
+        const bool hasFailed = isUnsent && status != -EAGAIN;
+        lateFailureCount_ += hasFailed ? 1 : 0;
+        for (std::size_t index = 0; index < sent + (hasFailed ? 1 : 0); ++index) {
+            backlog.bytes -= sizeOf(backlog.events.front().event);
+            backlog.events.pop_front();
         }
-        lateFailureCount_ += result < 0 ? 1 : 0;
-        backlog.bytes -= sizeOf(next.event);
-        backlog.events.pop_front();
+        if (isUnsent) {
+            // The rest did not take the room that it had.
+            budgets_[batch_[0].dest.client].isKnown = false;
+            if (!hasFailed) {
+                break;
+            }
+        }
     }
-    return true;
+    batch_.clear();
+    return backlog.events.empty();
 }
 
 void OutputFlow::forget(const PortAddress& destination) {
     waiting_.erase(destination);
-    budgets_.erase(destination.client);
+    budgets_[static_cast<std::size_t>(destination.client)] = {};
+}
+
+void OutputFlow::clear() {
+    waiting_.clear();
+    budgets_ = {};
 }
 
 }  // namespace corvel::hosts

@@ -7,51 +7,56 @@
 
 #include <alsa/asoundlib.h>
 
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <deque>
 #include <map>
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace corvel::hosts {
 
 /// What the output flow needs of the sequencer.
-class EventSink {
+class SequencerOutput {
 public:
-    virtual ~EventSink() = default;
+    virtual ~SequencerOutput() = default;
 
-    /// Sends the event to the destination at once, without waiting. A negative errno is a failure. Must not call the
-    /// flow back.
-    virtual int sendDirectly(const PortAddress& destination, snd_seq_event_t& event) = 0;
+    /// Sends the events, in order, to the destinations that they hold, at once and without waiting. Returns how many
+    /// were sent; where that is fewer than given, `status` is the negative errno of the next one.
+    [[nodiscard]] virtual std::size_t send(std::span<snd_seq_event_t> events, int& status) = 0;
 
-    /// The room that the client has; none for clients without a pool of their own (the kernel's) and unknown ones.
-    virtual std::optional<InputRoom> inputRoom(int client) = 0;
-
-    /// The steady clock.
-    [[nodiscard]] virtual std::chrono::steady_clock::time_point now() const = 0;
+    /// The room that a client has; none for clients without a pool of their own (the kernel's) and unknown ones.
+    [[nodiscard]] virtual std::optional<InputRoom> inputRoom(int client) = 0;
 };
 
-/// Sends packets without ever overrunning a program that receives: the sequencer throws away everything that waits for
-/// a client when one event more comes than it has room for, and tells nobody. How full a hardware port's buffer is, the
-/// sequencer does not tell.
+/// Sends packets without ever overrunning a program that receives: the sequencer drops everything that waits for a
+/// client when one event more arrives than it has room for, and reports nothing. The sequencer does not tell how full a
+/// hardware port's buffer is.
 ///
-/// What does not fit waits here, per destination and in order, and never holds up another destination. Bounded: past
-/// the bound a send fails. One thread at a time.
+/// What does not fit waits here, per destination and in order, and never holds up another destination. One thread at a
+/// time.
 class OutputFlow {
 public:
-    /// Most that may wait for one destination before the next packet is refused; a packet is taken whole.
-    static constexpr std::size_t kMaximumWaitingEvents = 65'536;
-    static constexpr std::size_t kMaximumWaitingBytes = std::size_t{4} << 20U;
+    using SteadyTime = std::chrono::steady_clock::time_point;
 
-    explicit OutputFlow(EventSink& sink) : sink_(sink) {}
+    /// Maximum that may wait for one destination before the next packet is refused; a packet is taken whole.
+    static constexpr std::size_t kMaxWaitingEvents = 65'536;
+    static constexpr std::size_t kMaxWaitingBytes = std::size_t{4} << 20U;
 
-    /// Sends the packet, or the part of it that fits; the rest waits for `sendWaiting`. -EAGAIN, and nothing is sent,
-    /// when too much waits already; else the first failure.
-    MIDIStatus send(const PortAddress& destination, std::span<const std::uint8_t> packet);
+    explicit OutputFlow(SequencerOutput& output);
 
-    /// Sends of what waits as much as fits now. To be called every millisecond or so while `isWaiting`.
-    void sendWaiting();
+    /// Adds a packet to those that the next `flush` sends; flushes where no more fit together. Bytes and status have to
+    /// stay where they are until then. The status becomes the first failure of the packet, or -EAGAIN, with nothing
+    /// sent, if too much waits for the destination already.
+    void send(const PortAddress& destination, std::span<const std::uint8_t> packet, MIDIStatus& status, SteadyTime now);
+
+    /// Sends what was added, as far as there is room; the rest waits for `sendWaiting`.
+    void flush(SteadyTime now);
+
+    /// Sends as much of what waits as fits now, in portions. To be called every millisecond or so while `isWaiting`.
+    void sendWaiting(SteadyTime now);
 
     /// Whether anything waits.
     [[nodiscard]] bool isWaiting() const { return !waiting_.empty(); }
@@ -59,11 +64,14 @@ public:
     /// Drops what waits for a destination that is gone, and what is known of its client's room.
     void forget(const PortAddress& destination);
 
+    /// Drops all that waits and all that is known.
+    void clear();
+
     /// How many waiting events failed when their turn came; their sends had already succeeded.
     [[nodiscard]] std::size_t lateFailureCount() const { return lateFailureCount_; }
 
 private:
-    using SteadyTime = std::chrono::steady_clock::time_point;
+    static constexpr std::size_t kMaxClients = 256;
 
     /// An event that waits, with the bytes of its own that a raw one needs.
     struct WaitingEvent {
@@ -78,22 +86,33 @@ private:
 
     /// What may still be sent to a client before it is asked again.
     struct Budget {
+        bool isKnown = false;
         int cells = 0;
-        /// Cells that were taken since.
+        /// Cells that were taken since the client was asked.
         int spent = 0;
+        /// Whether an event was sent though the answer was old.
+        bool isStretched = false;
         SteadyTime askedAt{};
     };
 
-    MIDIStatus sendOrKeep(const PortAddress& destination, snd_seq_event_t& event);
-    [[nodiscard]] bool takeRoom(int client, Budget& budget, const snd_seq_event_t& event, SteadyTime now);
-    void ask(int client, Budget& budget, int wanted);
-    void keep(const PortAddress& destination, const snd_seq_event_t& event);
+    void sendOrKeep(snd_seq_event_t& event, MIDIStatus& status, SteadyTime now);
+    [[nodiscard]] static bool isOld(const Budget& budget, SteadyTime now);
+    [[nodiscard]] bool takeRoom(const snd_seq_event_t& event, SteadyTime now);
+    void ask(int client, int wanted, SteadyTime now);
+    void keep(const snd_seq_event_t& event);
+    void keepUnsent(std::size_t first, const PortAddress& destination);
     /// True when nothing waits any more.
-    [[nodiscard]] bool sendBacklog(const PortAddress& destination, Backlog& backlog);
+    [[nodiscard]] bool sendBacklog(Backlog& backlog, SteadyTime now);
 
-    EventSink& sink_;
+    SequencerOutput& output_;
+    /// The events that are sent next, and their packets' statuses.
+    std::vector<snd_seq_event_t> batch_;
+    std::vector<MIDIStatus*> statuses_;
+    /// The events that `flush` has just sent.
+    std::vector<snd_seq_event_t> sent_;
     std::map<PortAddress, Backlog> waiting_;
-    std::map<int, Budget> budgets_;
+    /// By client number.
+    std::array<Budget, kMaxClients> budgets_{};
     std::size_t lateFailureCount_ = 0;
 };
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <compare>
+#include <cstddef>
+#include <functional>
 #include <string>
 
 namespace corvel::hosts {
@@ -35,3 +37,11 @@ struct PortDescription {
 };
 
 }  // namespace corvel::hosts
+
+template <>
+struct std::hash<corvel::hosts::PortAddress> {
+    std::size_t operator()(const corvel::hosts::PortAddress& address) const noexcept {
+        // Both have eight bits.
+        return static_cast<std::size_t>(address.client << 8 | address.port);
+    }
+};

@@ -1,23 +1,35 @@
 #include "hosts/alsa/SequencerClient.hpp"
 
 #include "hosts/alsa/ClientPool.hpp"
+#include "hosts/alsa/EventCoding.hpp"
 #include "hosts/alsa/QuietLibrary.hpp"
 
 #include <poll.h>
 
 #include <cerrno>
-#include <cstddef>
 #include <string>
 
 namespace corvel::hosts {
 
 namespace {
 
+snd_seq_addr_t address(int client, int port) {
+    return {static_cast<unsigned char>(client), static_cast<unsigned char>(port)};
+}
+
+snd_seq_addr_t address(const PortAddress& port) {
+    return address(port.client, port.port);
+}
+
 /// The largest pool that the sequencer grants, in cells.
 constexpr std::size_t kPoolSize = 2000;
 
 /// Bytes that one read can take. An event larger than the buffer would stay in the queue for ever.
 constexpr std::size_t kInputBufferSize = 65'536;
+
+/// Bytes that one write can take: as many of the largest events as are sent together.
+constexpr std::size_t kOutputBufferSize =
+    SequencerClient::kMaxEventsPerSend * (sizeof(snd_seq_event_t) + kMaximumRawEventSize) + 1;
 
 PortDescription describe(snd_seq_client_info_t* client, const snd_seq_port_info_t* port) {
     const bool isKernelClient = snd_seq_client_info_get_type(client) == SND_SEQ_KERNEL_CLIENT;
@@ -43,6 +55,7 @@ std::unique_ptr<SequencerClient> SequencerClient::open(std::string_view name, in
     // The buffer first: setting it drops what is waiting. The name before any port, since ports announce the client.
     for (const int result :
          {snd_seq_set_input_buffer_size(handle, kInputBufferSize),
+          snd_seq_set_output_buffer_size(handle, kOutputBufferSize),
           snd_seq_set_client_name(handle, std::string(name).c_str()), snd_seq_set_client_pool_input(handle, kPoolSize),
           snd_seq_set_client_pool_output(handle, kPoolSize)}) {
         if (result < 0) {
@@ -69,8 +82,7 @@ void SequencerClient::deletePort(int port) {
     snd_seq_delete_simple_port(handle_.get(), port);
 }
 
-std::vector<PortDescription> SequencerClient::ports() const {
-    std::vector<PortDescription> descriptions;
+void SequencerClient::forEachPort(absl::FunctionRef<void(PortDescription&&)> visit) const {
     snd_seq_client_info_t* client = nullptr;
     snd_seq_port_info_t* port = nullptr;
     snd_seq_client_info_alloca(&client);
@@ -84,10 +96,9 @@ std::vector<PortDescription> SequencerClient::ports() const {
         snd_seq_port_info_set_client(port, number);
         snd_seq_port_info_set_port(port, -1);
         while (snd_seq_query_next_port(handle_.get(), port) >= 0) {
-            descriptions.push_back(describe(client, port));
+            visit(describe(client, port));
         }
     }
-    return descriptions;
 }
 
 std::optional<PortDescription> SequencerClient::port(const PortAddress& address) const {
@@ -104,7 +115,13 @@ std::optional<PortDescription> SequencerClient::port(const PortAddress& address)
 
 int SequencerClient::subscribeFrom(int ownPort, const PortAddress& source) {
     const int result = snd_seq_connect_from(handle_.get(), ownPort, source.client, source.port);
-    return result == -EBUSY ? 0 : result;
+    // Busy is also what a port answers that another program holds exclusively.
+    return result == -EBUSY && isSubscribedFrom(ownPort, source) ? 0 : result;
+}
+
+int SequencerClient::subscribeTo(int ownPort, const PortAddress& destination) {
+    const int result = snd_seq_connect_to(handle_.get(), ownPort, destination.client, destination.port);
+    return result == -EBUSY && isSubscribed(address(number_, ownPort), address(destination)) ? 0 : result;
 }
 
 void SequencerClient::unsubscribeFrom(int ownPort, const PortAddress& source) {
@@ -112,18 +129,15 @@ void SequencerClient::unsubscribeFrom(int ownPort, const PortAddress& source) {
 }
 
 bool SequencerClient::isSubscribedFrom(int ownPort, const PortAddress& source) const {
+    return isSubscribed(address(source), address(number_, ownPort));
+}
+
+bool SequencerClient::isSubscribed(const snd_seq_addr_t& sender, const snd_seq_addr_t& receiver) const {
     snd_seq_port_subscribe_t* subscription = nullptr;
     snd_seq_port_subscribe_alloca(&subscription);
-    const snd_seq_addr_t sender{static_cast<unsigned char>(source.client), static_cast<unsigned char>(source.port)};
-    const snd_seq_addr_t receiver{static_cast<unsigned char>(number_), static_cast<unsigned char>(ownPort)};
     snd_seq_port_subscribe_set_sender(subscription, &sender);
     snd_seq_port_subscribe_set_dest(subscription, &receiver);
     return snd_seq_get_port_subscription(handle_.get(), subscription) == 0;
-}
-
-int SequencerClient::subscribeTo(int ownPort, const PortAddress& destination) {
-    const int result = snd_seq_connect_to(handle_.get(), ownPort, destination.client, destination.port);
-    return result == -EBUSY ? 0 : result;
 }
 
 const snd_seq_event_t* SequencerClient::read(int& status) {
@@ -138,12 +152,23 @@ bool SequencerClient::hasBufferedEvents() const {
     return snd_seq_event_input_pending(handle_.get(), 0) > 0;
 }
 
-int SequencerClient::sendDirectly(const PortAddress& destination, snd_seq_event_t& event) {
-    snd_seq_ev_set_source(&event, static_cast<unsigned char>(outputPort_));
-    snd_seq_ev_set_dest(&event, static_cast<unsigned char>(destination.client),
-                        static_cast<unsigned char>(destination.port));
-    snd_seq_ev_set_direct(&event);
-    return snd_seq_event_output_direct(handle_.get(), &event);
+std::size_t SequencerClient::send(std::span<snd_seq_event_t> events, int& status) {
+    for (snd_seq_event_t& event : events) {
+        snd_seq_ev_set_source(&event, static_cast<unsigned char>(outputPort_));
+        snd_seq_ev_set_direct(&event);
+        snd_seq_event_output_buffer(handle_.get(), &event);
+    }
+    status = snd_seq_drain_output(handle_.get());
+    if (status >= 0) {
+        return events.size();
+    }
+    // What is left in the buffer begins with the event that failed.
+    std::size_t sent = events.size();
+    for (int left = snd_seq_event_output_pending(handle_.get()); left > 0 && sent > 0;) {
+        left -= static_cast<int>(snd_seq_event_length(&events[--sent]));
+    }
+    snd_seq_drop_output_buffer(handle_.get());
+    return sent;
 }
 
 std::optional<InputRoom> SequencerClient::inputRoom(int client) const {

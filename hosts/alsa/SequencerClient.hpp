@@ -3,12 +3,14 @@
 #include "hosts/alsa/InputRoom.hpp"
 #include "hosts/alsa/PortDescription.hpp"
 
+#include <absl/functional/function_ref.h>
 #include <alsa/asoundlib.h>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
-#include <vector>
 
 namespace corvel::hosts {
 
@@ -17,6 +19,8 @@ namespace corvel::hosts {
 /// Results are negative errno values on failure. One thread at a time. Closing happens with the object.
 class SequencerClient {
 public:
+    static constexpr std::size_t kMaxEventsPerSend = 64;
+
     /// Opens the sequencer without blocking, with the largest pools there are. No value, and the reason in `status`, if
     /// it cannot be opened.
     [[nodiscard]] static std::unique_ptr<SequencerClient> open(std::string_view name, int& status);
@@ -27,18 +31,19 @@ public:
     [[nodiscard]] int createHiddenPort(std::string_view name, unsigned capabilities);
     void deletePort(int port);
 
-    /// All ports of all clients, in order; the own client's left out.
-    [[nodiscard]] std::vector<PortDescription> ports() const;
+    /// Calls `visit` with each port of every other client, in the order of client and port.
+    void forEachPort(absl::FunctionRef<void(PortDescription&&)> visit) const;
     /// One port; no value if it is gone.
     [[nodiscard]] std::optional<PortDescription> port(const PortAddress& address) const;
 
-    /// Subscribes, and keeps a subscription that is there already.
+    /// Subscribes an own port; success if it is subscribed already. -EBUSY if another program holds the port
+    /// exclusively.
     [[nodiscard]] int subscribeFrom(int ownPort, const PortAddress& source);
+    [[nodiscard]] int subscribeTo(int ownPort, const PortAddress& destination);
     void unsubscribeFrom(int ownPort, const PortAddress& source);
     [[nodiscard]] bool isSubscribedFrom(int ownPort, const PortAddress& source) const;
-    [[nodiscard]] int subscribeTo(int ownPort, const PortAddress& destination);
 
-    /// The port that direct sends come from.
+    /// The port that sends come from.
     void setOutputPort(int port) { outputPort_ = port; }
 
     /// Ready to be read when there are events.
@@ -51,8 +56,10 @@ public:
     /// Whether events that were read together with the last one are left.
     [[nodiscard]] bool hasBufferedEvents() const;
 
-    /// Sends to one destination at once, without waiting, from the output port.
-    [[nodiscard]] int sendDirectly(const PortAddress& destination, snd_seq_event_t& event);
+    /// Sends the events, at most `kMaxEventsPerSend`, to the destinations that they hold, at once and without waiting,
+    /// in one write. Returns how many were sent; where that is fewer than given, `status` tells why the next one was
+    /// not.
+    [[nodiscard]] std::size_t send(std::span<snd_seq_event_t> events, int& status);
 
     /// The room for events in a program's input pool; none for the kernel's clients.
     [[nodiscard]] std::optional<InputRoom> inputRoom(int client) const;
@@ -63,6 +70,7 @@ private:
     };
 
     explicit SequencerClient(snd_seq_t* handle);
+    [[nodiscard]] bool isSubscribed(const snd_seq_addr_t& sender, const snd_seq_addr_t& receiver) const;
 
     std::unique_ptr<snd_seq_t, Close> handle_;
     int number_ = -1;

@@ -8,6 +8,7 @@
 #include <system_error>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace corvel::hosts {
 
@@ -15,8 +16,24 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How long a closing client tries to get rid of what waits.
-constexpr auto kFarewell = 250ms;
+constexpr const char* kClientName = "Corvel";
+
+/// How long a closing client tries to send what still waits.
+constexpr auto kCloseLimit = 250ms;
+
+/// Time between two attempts to open the sequencer again.
+constexpr auto kReopenInterval = 1s;
+
+/// The numbers in the references of the own ports, which stay when the sequencer is opened again.
+constexpr int kInputPortNumber = 1;
+constexpr int kOutputPortNumber = 2;
+
+/// Ports looked at, and announcements applied, between two looks for MIDI: each takes the kernel some microseconds.
+constexpr unsigned kStepsPerLook = 16;
+
+std::string textOf(int status) {
+    return std::system_category().message(-status);
+}
 
 }  // namespace
 
@@ -33,9 +50,17 @@ void SequencerService::post(void (SequencerService::*operation)()) {
     });
 }
 
-void SequencerService::diagnose(std::string message) const {
+void SequencerService::postAfter(std::chrono::nanoseconds delay, void (SequencerService::*operation)()) {
+    queue_->asyncAfter(delay, std::make_shared<DispatchWorkItem>([weakService = weak_from_this(), operation] {
+                           if (const auto service = weakService.lock()) {
+                               (*service.*operation)();
+                           }
+                       }));
+}
+
+void SequencerService::diagnose(std::string message, MIDIStatus status) const {
     if (reportDiagnostic_) {
-        reportDiagnostic_(std::move(message));
+        reportDiagnostic_(std::move(message), status);
     }
 }
 
@@ -44,25 +69,35 @@ void SequencerService::diagnose(std::string message) const {
 void SequencerService::adopt(std::unique_ptr<SequencerClient> client, MIDIHost::NotificationHandler handler) {
     client_ = std::move(client);
     notificationHandler_ = std::move(handler);
+    follow();
+    if (const std::optional<std::string> refusal = requestRealtimePriority()) {
+        diagnose("Real-time priority was not granted (" + *refusal + "); under load MIDI may be late");
+    }
+}
+
+/// Reads the client, and has the sequencer announce what changes.
+void SequencerService::follow() {
     // From now on announcements tell which ports live; what was seen before may have been replaced unseen.
     registry_.clear();
-
+    mayHaveMissedPorts_ = true;
+    isReadable_ = true;
     announcementPort_ = client_->createHiddenPort("Corvel Announcements", SND_SEQ_PORT_CAP_WRITE);
     const int status =
         announcementPort_ < 0
             ? announcementPort_
             : client_->subscribeFrom(announcementPort_, {SND_SEQ_CLIENT_SYSTEM, SND_SEQ_PORT_SYSTEM_ANNOUNCE});
     if (status < 0) {
-        diagnose("Changes of the MIDI setup cannot be followed: " + std::system_category().message(-status));
+        diagnose("Changes of the MIDI setup cannot be followed: " + textOf(status));
     }
-    if (const std::optional<std::string> refusal = requestRealtimePriority()) {
-        diagnose("Real-time priority was not granted (" + *refusal + "); under load MIDI may be late");
-    }
-    queue_->watch(client_->descriptor(), [weakService = weak_from_this()] {
-        if (const auto service = weakService.lock()) {
-            service->handleReady();
-        }
-    });
+    const auto callOnService = [weakService = weak_from_this()](void (SequencerService::*operation)()) {
+        return [weakService, operation] {
+            if (const auto service = weakService.lock()) {
+                (*service.*operation)();
+            }
+        };
+    };
+    queue_->watch(client_->descriptor(), callOnService(&SequencerService::readForThisRound),
+                  callOnService(&SequencerService::runTurn));
 }
 
 MIDICreation SequencerService::createInputPort(std::string_view name, MIDIHost::ReceiveHandler handler) {
@@ -71,8 +106,9 @@ MIDICreation SequencerService::createInputPort(std::string_view name, MIDIHost::
         return {.status = port};
     }
     inputPort_ = port;
+    inputPortName_ = name;
     receiveHandler_ = std::move(handler);
-    return {.ref = objectReference(ObjectKind::port, port)};
+    return {.ref = objectReference(ObjectKind::port, kInputPortNumber)};
 }
 
 MIDICreation SequencerService::createOutputPort(std::string_view name) {
@@ -81,53 +117,160 @@ MIDICreation SequencerService::createOutputPort(std::string_view name) {
         return {.status = port};
     }
     outputPort_ = port;
+    outputPortName_ = name;
     client_->setOutputPort(port);
-    return {.ref = objectReference(ObjectKind::port, port)};
+    return {.ref = objectReference(ObjectKind::port, kOutputPortNumber)};
 }
 
 void SequencerService::disposePort(MIDIObjectRef port) {
-    if (!client_) {
-        return;
-    }
-    const int number = objectNumber(port);
-    if (number == inputPort_) {
-        inputPort_ = -1;
+    if (objectNumber(port) == kInputPortNumber) {
         receiveHandler_ = nullptr;
+        inputPortName_.reset();
         subscriptions_.clear();
-        arrivals_.clear();
-        arrivedBytes_ = 0;
-        client_->deletePort(number);
+        if (client_ && inputPort_ >= 0) {
+            client_->deletePort(inputPort_);
+        }
+        inputPort_ = -1;
     }
     // The output port goes with the client, which still sends what waits.
 }
 
 void SequencerService::disposeClient() {
+    notificationHandler_ = nullptr;
+    outputPortName_.reset();
     if (!client_) {
         return;
     }
-    notificationHandler_ = nullptr;
-    queue_->unwatch(client_->descriptor());
-    const auto deadline = now() + kFarewell;
-    for (flow_.sendWaiting(); flow_.isWaiting() && now() < deadline; flow_.sendWaiting()) {
-        std::this_thread::sleep_for(kRetryDelay);
+    const auto deadline = std::chrono::steady_clock::now() + kCloseLimit;
+    for (auto now = std::chrono::steady_clock::now(); flow_.isWaiting() && now < deadline;
+         now = std::chrono::steady_clock::now()) {
+        flow_.sendWaiting(now);
+        if (flow_.isWaiting()) {
+            std::this_thread::sleep_for(kRetryDelay);
+        }
+    }
+    closeClient();
+}
+
+/// In a task of its own, since whoever was reading may be in the middle of work with the client.
+void SequencerService::noteReadFailure(int status) {
+    isReadable_ = false;
+    diagnose("MIDI can no longer be read: " + textOf(status) + "; the sequencer is opened again");
+    post(&SequencerService::reopen);
+}
+
+void SequencerService::reopen() {
+    if (isReadable_ || !notificationHandler_) {
+        return;
+    }
+    closeClient();
+    int status = 0;
+    client_ = SequencerClient::open(kClientName, status);
+    if (client_) {
+        follow();
+        status = openPortsAgain();
+    }
+    if (status < 0) {
+        closeClient();
+        if (!std::exchange(hasReportedClosed_, true)) {
+            diagnose("MIDI client could not be created", status);
+        }
+        postAfter(kReopenInterval, &SequencerService::reopen);
+        return;
+    }
+    hasReportedClosed_ = false;
+    diagnose("The sequencer is open again");
+    notify({.messageID = MIDINotification::kIOError});
+    sendNotification();
+}
+
+/// Forgets the client and all that it knew. What was read is still delivered.
+void SequencerService::closeClient() {
+    if (client_) {
+        queue_->unwatch(client_->descriptor());
     }
     client_.reset();
+    isReadable_ = false;
+    registry_.clear();
+    announcements_.clear();
+    subscriptions_.clear();
+    outputSubscriptions_.clear();
+    flow_.clear();
+    // The turn of this round went with the watch.
+    isTurnScheduled_ = false;
+    scheduleTurn();
+}
+
+/// Gives the new client the ports that the old one had.
+int SequencerService::openPortsAgain() {
+    if (inputPortName_) {
+        inputPort_ = client_->createHiddenPort(*inputPortName_, SND_SEQ_PORT_CAP_WRITE);
+    }
+    if (outputPortName_) {
+        outputPort_ = client_->createHiddenPort(*outputPortName_, SND_SEQ_PORT_CAP_READ);
+        client_->setOutputPort(outputPort_);
+    }
+    return std::min({0, inputPortName_ ? inputPort_ : 0, outputPortName_ ? outputPort_ : 0});
+}
+
+// The setup
+
+std::shared_ptr<const MIDISetup> SequencerService::setup(MIDIListing listing) {
+    // Output subscriptions that failed may be tried again.
+    std::erase_if(outputSubscriptions_, [](const auto& entry) { return entry.second != kMIDISuccess; });
+    if (!client_) {
+        // Nothing is announced, so no port is known to be the one that was seen before.
+        registry_.clear();
+        int status = 0;
+        if (const std::unique_ptr<SequencerClient> visitor = SequencerClient::open(kClientName, status)) {
+            visitor->forEachPort([this](const PortDescription& port) { registry_.update(port); });
+        }
+    } else {
+        readWaitingEvents();
+        if (listing == MIDIListing::afresh || mayHaveMissedPorts_) {
+            scan();
+        }
+        applyAnnouncements();
+    }
+    return registry_.setup();
+}
+
+void SequencerService::scan() {
+    const bool hasMissedPorts = std::exchange(mayHaveMissedPorts_, false);
+    std::vector<PortDescription> ports;
+    client_->forEachPort([&](PortDescription&& port) {
+        ports.push_back(std::move(port));
+        if (ports.size() % kStepsPerLook == 0) {
+            keepMIDIGoing();
+        }
+    });
+    keepMIDIGoing();
+    for (const PortAddress& ended : registry_.replaceAll(ports, hasMissedPorts)) {
+        flow_.forget(ended);
+    }
+    if (hasMissedPorts) {
+        // A device that went and came back unseen looks the same, but nobody subscribes to it now.
+        outputSubscriptions_.clear();
+        for (auto& [address, subscription] : subscriptions_) {
+            subscription.isCertain = false;
+        }
+    }
 }
 
 // Announcements
 
-void SequencerService::handleAnnouncements() {
-    for (const Announcement& announcement : std::exchange(announcements_, {})) {
-        handle(announcement);
+/// All that have been read; a change that is read meanwhile as well.
+void SequencerService::applyAnnouncements() {
+    for (unsigned step = 1; !announcements_.empty(); ++step) {
+        deliverUntil(announcements_.front().arrivalsBefore);
+        const Announcement announcement = announcements_.front();
+        announcements_.pop_front();
+        apply(announcement);
+        if (step % kStepsPerLook == 0) {
+            keepMIDIGoing();
+        }
     }
-}
-
-void SequencerService::catchUp() {
-    if (mayHaveMissedPorts_) {
-        rescan();
-    } else {
-        handleAnnouncements();
-    }
+    sendNotification();
 }
 
 bool SequencerService::hasEnded(const PortAddress& address) const {
@@ -136,127 +279,124 @@ bool SequencerService::hasEnded(const PortAddress& address) const {
     });
 }
 
-void SequencerService::handle(const Announcement& announcement) {
+void SequencerService::apply(const Announcement& announcement) {
     const PortAddress& address = announcement.address;
-    if (!client_ || address.client == client_->number() || address.client == SND_SEQ_CLIENT_SYSTEM) {
-        return;
-    }
     switch (announcement.type) {
         case SND_SEQ_EVENT_PORT_START:
             if (const std::optional<PortDescription> port = client_->port(address)) {
-                notifyPort(MIDINotification::kObjectAdded, address,
-                           EndpointRegistry::isEndpoint(*port, MIDIEndpointDirection::source),
-                           EndpointRegistry::isEndpoint(*port, MIDIEndpointDirection::destination), port->card >= 0);
+                registry_.update(*port);
+                notifyPort(MIDINotification::kObjectAdded, address);
             }
             break;
         case SND_SEQ_EVENT_PORT_EXIT:
-            handlePortEnd(address);
+            applyPortEnd(address);
             break;
         case SND_SEQ_EVENT_PORT_CHANGE:
-        case SND_SEQ_EVENT_CLIENT_CHANGE:
+            if (const std::optional<PortDescription> port = client_->port(address)) {
+                registry_.update(*port);
+            }
             notify({.messageID = MIDINotification::kPropertyChanged});
             break;
+        case SND_SEQ_EVENT_CLIENT_CHANGE:
+            for (const PortAddress& own : registry_.portsOf(address.client)) {
+                if (const std::optional<PortDescription> port = client_->port(own)) {
+                    registry_.update(*port);
+                }
+            }
+            notify({.messageID = MIDINotification::kPropertyChanged});
+            break;
+        case SND_SEQ_EVENT_PORT_UNSUBSCRIBED:
+            if (const auto subscription = subscriptions_.find(address); subscription != subscriptions_.end()) {
+                subscription->second.isCertain = false;
+            }
+            break;
         default:
-            // Subscriptions change with every reload of our own; clients come and go with their ports.
             break;
     }
 }
 
-void SequencerService::handlePortEnd(const PortAddress& address) {
-    const bool wasSource = registry_.knownReference(address, MIDIEndpointDirection::source) != 0;
-    const bool wasDestination = registry_.knownReference(address, MIDIEndpointDirection::destination) != 0;
-    const auto described = std::ranges::find(ports_, address, &PortDescription::address);
-    const bool wasHardware = described != ports_.end() && described->card >= 0;
-    notifyPort(MIDINotification::kObjectRemoved, address, wasSource, wasDestination, wasHardware);
+void SequencerService::applyPortEnd(const PortAddress& address) {
+    notifyPort(MIDINotification::kObjectRemoved, address);
     registry_.portEnded(address);
     subscriptions_.erase(address);
     outputSubscriptions_.erase(address);
     flow_.forget(address);
 }
 
-void SequencerService::notifyPort(std::int32_t messageID, const PortAddress& address, bool hasSource,
-                                  bool hasDestination, bool isHardware) {
-    if (!hasSource && !hasDestination) {
+void SequencerService::notifyPort(std::int32_t messageID, const PortAddress& address) {
+    const Endpoint* const source = registry_.find(address, MIDIEndpointDirection::source);
+    const Endpoint* const endpoint =
+        source != nullptr ? source : registry_.find(address, MIDIEndpointDirection::destination);
+    if (endpoint == nullptr) {
         return;
     }
-    const auto direction = hasSource ? MIDIEndpointDirection::source : MIDIEndpointDirection::destination;
     notify({.messageID = messageID,
-            .parent = isHardware ? objectReference(ObjectKind::entity, address.client) : 0,
-            .parentType = isHardware ? MIDINotification::kEntity : MIDINotification::kOther,
-            .child = registry_.reference(address, direction),
-            .childType = hasSource ? MIDINotification::kSource : MIDINotification::kDestination});
+            .parent = endpoint->isHardware ? objectReference(ObjectKind::entity, address.client) : 0,
+            .parentType = endpoint->isHardware ? MIDINotification::kEntity : MIDINotification::kOther,
+            .child = endpoint->ref,
+            .childType = source != nullptr ? MIDINotification::kSource : MIDINotification::kDestination});
 }
 
+/// Changes that the main thread has not been told of yet become one: a program that opens a hundred ports must not
+/// cause a hundred reloads.
 void SequencerService::notify(const MIDINotification& notification) {
-    if (notificationHandler_) {
-        mainQueue_->async([handler = notificationHandler_, notification] { handler(notification); });
-    }
+    nextNotification_ =
+        nextNotification_ ? MIDINotification{.messageID = MIDINotification::kSetupChanged} : notification;
 }
 
-// Endpoints
-
-void SequencerService::rescan() {
-    if (client_) {
-        // What was announced by now first: a port that is seen here must not be taken for the one it replaced.
-        readWaitingEvents();
-        handleAnnouncements();
-        ports_ = client_->ports();
-        if (std::exchange(mayHaveMissedPorts_, false)) {
-            updateAfterMissedPorts();
-        } else {
-            registry_.update(ports_, false);
-        }
+void SequencerService::sendNotification() {
+    if (isNotifying_ || !nextNotification_) {
         return;
     }
-    // Without a client nothing is announced, so no port is known to be the one that was seen before.
-    registry_.clear();
-    int status = 0;
-    const std::unique_ptr<SequencerClient> visitor = SequencerClient::open("Corvel", status);
-    ports_ = visitor ? visitor->ports() : std::vector<PortDescription>();
-    registry_.update(ports_, false);
-}
-
-void SequencerService::updateAfterMissedPorts() {
-    const std::vector<Endpoint> before = registry_.destinations();
-    registry_.update(ports_, true);
-    for (const Endpoint& destination : before) {
-        if (registry_.find(destination.ref) == nullptr) {
-            flow_.forget(destination.address);
-        }
+    const MIDINotification notification = *std::exchange(nextNotification_, std::nullopt);
+    if (!notificationHandler_) {
+        return;
     }
-    // A device that went and came back unseen looks the same, but nobody subscribes to it now.
-    outputSubscriptions_.clear();
-}
-
-void SequencerService::rebuildDeviceTree() {
-    deviceTree_ = DeviceTree::build(ports_, registry_, soundCardName);
+    isNotifying_ = true;
+    mainQueue_->async([handler = notificationHandler_, notification, weakService = weak_from_this(),
+                       weakQueue = std::weak_ptr<DispatchQueue>(queue_)] {
+        handler(notification);
+        // Behind what the handler has posted there.
+        if (const auto queue = weakQueue.lock()) {
+            queue->async([weakService] {
+                if (const auto service = weakService.lock()) {
+                    service->isNotifying_ = false;
+                    service->sendNotification();
+                }
+            });
+        }
+    });
 }
 
 // Subscriptions
 
 MIDIStatus SequencerService::connectSource(MIDIObjectRef source, MIDIObjectRef connection) {
-    catchUp();
+    applyAnnouncements();
     const Endpoint* endpoint = registry_.find(source);
     if (endpoint == nullptr || endpoint->direction != MIDIEndpointDirection::source || !client_ || inputPort_ < 0) {
         return -ENODEV;
     }
-    const auto known = subscriptions_.find(endpoint->address);
+    const PortAddress address = endpoint->address;
+    const auto known = subscriptions_.find(address);
     const bool isKept = known != subscriptions_.end() && known->second.source == source &&
-                        client_->isSubscribedFrom(inputPort_, endpoint->address);
+                        (known->second.isCertain || client_->isSubscribedFrom(inputPort_, address));
     if (!isKept) {
-        if (const int status = client_->subscribeFrom(inputPort_, endpoint->address); status < 0) {
-            subscriptions_.erase(endpoint->address);
+        if (const int status = client_->subscribeFrom(inputPort_, address); status < 0) {
+            subscriptions_.erase(address);
             return status;
         }
+        if (++subscribesSinceLook_ >= kStepsPerLook) {
+            subscribesSinceLook_ = 0;
+            keepMIDIGoing();
+        }
     }
-    subscriptions_[endpoint->address] = {.source = source, .connection = connection, .isWanted = true};
+    subscriptions_[address] = {.source = source, .connection = connection};
     return kMIDISuccess;
 }
 
 MIDIStatus SequencerService::disconnectSource(MIDIObjectRef source) {
-    const auto found =
-        std::ranges::find_if(subscriptions_, [source](const auto& entry) { return entry.second.source == source; });
-    if (found == subscriptions_.end()) {
+    const auto found = subscriptions_.find(portAddress(source));
+    if (found == subscriptions_.end() || found->second.source != source) {
         return -ENODEV;
     }
     // The kernel is told later, and only if the source is not connected again by then: it would lose what is played in

@@ -1,33 +1,34 @@
 #pragma once
 
 #include "core/host/MIDIHost.hpp"
+#include "core/support/ChunkedQueue.hpp"
 #include "core/support/DispatchQueue.hpp"
 #include "core/support/EventLoop.hpp"
-#include "core/support/WarmRing.hpp"
-#include "hosts/alsa/DeviceTree.hpp"
 #include "hosts/alsa/EndpointRegistry.hpp"
 #include "hosts/alsa/EventCoding.hpp"
 #include "hosts/alsa/OutputFlow.hpp"
 #include "hosts/alsa/SequencerClient.hpp"
 
-#include <boost/circular_buffer.hpp>
-
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
-#include <vector>
+#include <unordered_map>
 
 namespace corvel::hosts {
 
 /// The ALSA host's working state: one client of the sequencer with its ports, subscriptions and traffic.
 ///
-/// Lives on the engine's queue: every operation but the constructor runs there. Reading never changes what is known of
-/// ports, so that a send may look for input without pulling the ground from under itself.
-class SequencerService : public std::enable_shared_from_this<SequencerService>, private EventSink {
+/// Lives on the engine's queue: every operation but the constructor runs there. What is read waits in one queue until
+/// it is delivered; announcements of changes wait beside it, and each takes effect only when everything that was read
+/// before it has been delivered.
+class SequencerService : public std::enable_shared_from_this<SequencerService>, private SequencerOutput {
 public:
     SequencerService(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue);
 
@@ -42,79 +43,84 @@ public:
     /// Sends what waits, for a moment, then closes the client.
     void disposeClient();
 
-    /// Looks at all ports afresh; without a client of its own through one that is closed again.
-    void rescan();
-    [[nodiscard]] const EndpointRegistry& registry() const { return registry_; }
-    [[nodiscard]] const DeviceTree& deviceTree() const { return deviceTree_; }
-    void rebuildDeviceTree();
-
+    /// What there is; without a client of its own through one that is closed again.
+    [[nodiscard]] std::shared_ptr<const MIDISetup> setup(MIDIListing listing);
     [[nodiscard]] MIDIStatus connectSource(MIDIObjectRef source, MIDIObjectRef connection);
     MIDIStatus disconnectSource(MIDIObjectRef source);
-    [[nodiscard]] MIDIStatus send(MIDIObjectRef destination, std::span<const std::uint8_t> packet);
-    /// Lets output subscriptions that failed be tried again.
-    void retryFailedOutputs();
+    void send(std::span<MIDISend> messages);
 
 private:
+    using SteadyTime = std::chrono::steady_clock::time_point;
+
     /// How soon a receiver that had no room is tried again.
     static constexpr std::chrono::microseconds kRetryDelay{500};
 
     /// Arrivals that there is always memory for: eight times what the sequencer keeps.
     static constexpr std::size_t kUsualBurst = 16'384;
+    static constexpr std::size_t kArrivalsPerChunk = 256;
 
     struct Subscription {
         MIDIObjectRef source = 0;
         MIDIObjectRef connection = 0;
         /// False between a disconnect and the end of the queue's current task.
         bool isWanted = true;
-    };
-
-    struct Arrival {
-        MIDIObjectRef connection = 0;
-        MIDIBytes bytes;
+        /// False where the sequencer may have ended it.
+        bool isCertain = true;
     };
 
     struct Announcement {
         snd_seq_event_type_t type = SND_SEQ_EVENT_NONE;
         PortAddress address;
+        /// How many arrivals were read before it.
+        std::uint64_t arrivalsBefore = 0;
     };
 
+    // Client
+    void follow();
+    [[nodiscard]] int openPortsAgain();
+    void reopen();
+    void closeClient();
+
     // Input (SequencerServiceTraffic.cpp)
-    void handleReady();
+    void readForThisRound();
     void readWaitingEvents();
     void accept(const snd_seq_event_t& event);
-    /// Sees to it that what has arrived is delivered, wherever it was read.
-    void scheduleDelivery();
-    void deliverArrivals();
+    void acceptAnnouncement(const snd_seq_event_t& event);
     void noteOverrun();
+    void noteReadFailure(int status);
+    /// Sees to it that what was read is delivered, and what was announced takes effect.
+    void scheduleTurn();
+    void runTurn();
+    void deliver(std::size_t limit);
+    void deliverUntil(std::uint64_t count);
+    /// Between the steps of long work: reads and delivers, so that no note waits for the end of it.
+    void keepMIDIGoing();
 
     // Announcements
-    /// Makes what is known of ports agree with all that has been read, so that no reference and no message that waits
-    /// reaches a port that came after the one it was meant for.
-    void catchUp();
-    void handleAnnouncements();
-    /// Whether the port's end has been read and not yet been handled.
+    void applyAnnouncements();
+    void apply(const Announcement& announcement);
+    void applyPortEnd(const PortAddress& address);
+    /// Whether the port's end has been read and not yet taken effect.
     [[nodiscard]] bool hasEnded(const PortAddress& address) const;
-    void handle(const Announcement& announcement);
-    void handlePortEnd(const PortAddress& address);
-    /// Takes over the ports that there are now after the pool overran, and announcements were lost with it.
-    void updateAfterMissedPorts();
-    void notifyPort(std::int32_t messageID, const PortAddress& address, bool hasSource, bool hasDestination,
-                    bool isHardware);
+    void scan();
+    void notifyPort(std::int32_t messageID, const PortAddress& address);
     void notify(const MIDINotification& notification);
+    void sendNotification();
 
     // Subscriptions, and output (SequencerServiceTraffic.cpp)
     void settleSubscriptions();
-    [[nodiscard]] MIDIStatus subscribeOutput(const Endpoint& destination);
+    [[nodiscard]] MIDIStatus subscribeOutput(const PortAddress& destination);
+    void prepareSend(MIDISend& message, SteadyTime now);
     void scheduleSendingWaiting();
     void sendWaiting();
-    void diagnose(std::string message) const;
+    void diagnose(std::string message, MIDIStatus status = kMIDISuccess) const;
 
     /// Posts one of this object's operations; nothing happens if the object is gone by then.
     void post(void (SequencerService::*operation)());
+    void postAfter(std::chrono::nanoseconds delay, void (SequencerService::*operation)());
 
-    int sendDirectly(const PortAddress& destination, snd_seq_event_t& event) override;
+    std::size_t send(std::span<snd_seq_event_t> events, int& status) override;
     std::optional<InputRoom> inputRoom(int client) override;
-    [[nodiscard]] std::chrono::steady_clock::time_point now() const override;
 
     const std::shared_ptr<EventLoop> queue_;
     const std::shared_ptr<DispatchQueue> mainQueue_;
@@ -123,32 +129,43 @@ private:
     MIDIHost::ReceiveHandler receiveHandler_;
 
     std::unique_ptr<SequencerClient> client_;
+    std::optional<std::string> inputPortName_;
+    std::optional<std::string> outputPortName_;
+    /// Whether the log says that the sequencer cannot be opened again.
+    bool hasReportedClosed_ = false;
     int inputPort_ = -1;
     int outputPort_ = -1;
     int announcementPort_ = -1;
 
     EventDecoder decoder_;
-    boost::circular_buffer<Arrival> arrivals_ = makeWarmRing(kUsualBurst, Arrival{});
+    ChunkedQueue<MIDIArrival, kArrivalsPerChunk> arrivals_{kUsualBurst};
     std::size_t arrivedBytes_ = 0;
-    bool isDeliveryScheduled_ = false;
-    /// False once reading has failed for good.
-    bool isReadable_ = true;
+    /// False without a client, and once reading has failed for good.
+    bool isReadable_ = false;
+    std::uint64_t readCount_ = 0;
+    std::uint64_t deliveredCount_ = 0;
+    bool isTurnScheduled_ = false;
+    /// While set, nothing is delivered: the engine is in the middle of a delivery or a send.
+    bool isDelivering_ = false;
     std::size_t overrunCount_ = 0;
 
-    std::vector<Announcement> announcements_;
+    std::deque<Announcement> announcements_;
     bool mayHaveMissedPorts_ = false;
-    std::vector<PortDescription> ports_;
     EndpointRegistry registry_;
-    DeviceTree deviceTree_;
+    /// The change that the main thread is told of next, and whether it is being told of one.
+    std::optional<MIDINotification> nextNotification_;
+    bool isNotifying_ = false;
 
-    std::map<PortAddress, Subscription> subscriptions_;
+    /// By the source's address.
+    std::unordered_map<PortAddress, Subscription> subscriptions_;
     bool isSettlingScheduled_ = false;
+    unsigned subscribesSinceLook_ = 0;
     /// Hardware destinations that the output port was subscribed to, with the result.
     std::map<PortAddress, MIDIStatus> outputSubscriptions_;
     OutputFlow flow_{*this};
     bool isSendingScheduled_ = false;
     std::size_t reportedLateFailures_ = 0;
-    unsigned sendsSinceLook_ = 0;
+    std::size_t sendsSinceLook_ = 0;
 };
 
 }  // namespace corvel::hosts

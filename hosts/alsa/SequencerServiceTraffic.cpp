@@ -1,5 +1,7 @@
 #include "hosts/alsa/SequencerService.hpp"
 
+#include <absl/cleanup/cleanup.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -10,8 +12,12 @@ namespace corvel::hosts {
 
 namespace {
 
-/// Bytes that may wait between reading and routing: far more than any burst, far less than would hurt.
-constexpr std::size_t kMaximumArrivedBytes = std::size_t{64} << 20U;
+/// Events read in one go before what was read is delivered: what the sequencer keeps for a client.
+constexpr int kMaxReadEvents = 2'000;
+
+/// Bytes that may wait between reading and routing: far more than any burst, far less than would hurt. Beyond that the
+/// sequencer keeps what it can.
+constexpr std::size_t kMaxArrivedBytes = std::size_t{16} << 20U;
 
 /// What an arrival costs beyond its bytes, so that short messages count as what they take.
 constexpr std::size_t kArrivalOverhead = 64;
@@ -19,105 +25,99 @@ constexpr std::size_t kArrivalOverhead = 64;
 /// Events in one read that took long enough to look once more before going on.
 constexpr int kLongRead = 32;
 
-/// Arrivals handed on in one go, before other work of the queue gets its turn.
-constexpr int kArrivalsPerTurn = 16;
+/// Arrivals delivered in one turn, before other work of the queue gets its turn.
+constexpr std::size_t kArrivalsPerTurn = 256;
 
-/// Sends between two looks for input. The sequencer keeps 2,000 events for a client, and throws all of them away when
-/// one more comes: a burst must not wait behind the sends that it causes.
-constexpr unsigned kSendsPerLook = 8;
+/// Arrivals given to the engine together.
+constexpr std::size_t kArrivalsPerDelivery = 64;
+
+/// Sends between two looks for input. The sequencer drops everything that it keeps for a client when one event more
+/// comes than it has room for: a burst must not wait behind the sends that it causes.
+constexpr std::size_t kSendsPerLook = 8;
 
 }  // namespace
 
 // Input
 
-void SequencerService::handleReady() {
-    // The delivery here stands for the one that reading would post, and saves a round of the queue.
-    const bool isPosted = std::exchange(isDeliveryScheduled_, true);
-    try {
-        readWaitingEvents();
-    } catch (...) {
-        isDeliveryScheduled_ = isPosted;
-        throw;
-    }
-    if (!isPosted) {
-        deliverArrivals();
-    }
+void SequencerService::readForThisRound() {
+    // The loop runs a turn at the end of the round.
+    isTurnScheduled_ = true;
+    sendsSinceLook_ = 0;
+    readWaitingEvents();
 }
 
 void SequencerService::readWaitingEvents() {
-    int count = 0;
-    while (client_ && isReadable_ && arrivedBytes_ < kMaximumArrivedBytes) {
-        int status = 0;
-        if (const snd_seq_event_t* event = client_->read(status)) {
-            accept(*event);
-            ++count;
-            if (!client_->hasBufferedEvents()) {
-                // One read takes all that waits. Only after a long one is it likely that more has come in the meantime.
-                if (count < kLongRead) {
-                    return;
-                }
-                count = 0;
-            }
-        } else if (status == -ENOSPC) {
-            noteOverrun();
-        } else if (status == -EAGAIN) {
-            return;
-        } else {
-            isReadable_ = false;
-            queue_->unwatch(client_->descriptor());
-            diagnose("MIDI can no longer be read: " + std::system_category().message(-status));
-            return;
+    int status = 0;
+    int countOfRead = 0;
+    for (int count = 0; isReadable_ && count < kMaxReadEvents && arrivedBytes_ < kMaxArrivedBytes; ++count) {
+        const snd_seq_event_t* const event = client_->read(status);
+        if (event == nullptr) {
+            break;
         }
+        accept(*event);
+        ++countOfRead;
+        if (!client_->hasBufferedEvents()) {
+            // One read takes all that waits. Only after a long one is it likely that more has come in the meantime.
+            if (countOfRead < kLongRead) {
+                break;
+            }
+            countOfRead = 0;
+        }
+    }
+    if (status == -ENOSPC) {
+        noteOverrun();
+    } else if (status < 0 && status != -EAGAIN) {
+        noteReadFailure(status);
+    }
+    if (!arrivals_.empty() || !announcements_.empty() || nextNotification_) {
+        scheduleTurn();
     }
 }
 
 void SequencerService::accept(const snd_seq_event_t& event) {
-    const PortAddress sender{event.source.client, event.source.port};
     if (event.dest.port == announcementPort_) {
-        if (sender.client != SND_SEQ_CLIENT_SYSTEM) {
-            return;
-        }
-        if (announcements_.empty()) {
-            post(&SequencerService::handleAnnouncements);
-        }
-        announcements_.push_back({event.type, {event.data.addr.client, event.data.addr.port}});
+        acceptAnnouncement(event);
         return;
     }
-    if (event.dest.port != inputPort_ || sender.client == SND_SEQ_CLIENT_SYSTEM) {
+    if (event.dest.port != inputPort_ || event.source.client == SND_SEQ_CLIENT_SYSTEM) {
         return;
     }
     // A source that is disconnected and not yet settled counts: it may be in the middle of a reload.
-    const auto subscription = subscriptions_.find(sender);
+    const auto subscription = subscriptions_.find({event.source.client, event.source.port});
     if (subscription == subscriptions_.end()) {
         return;
     }
     if (std::optional<MIDIBytes> bytes = decoder_.decode(event)) {
         arrivedBytes_ += bytes->size() + kArrivalOverhead;
-        if (arrivals_.full()) {
-            arrivals_.set_capacity(2 * arrivals_.capacity());
-        }
-        arrivals_.push_back({subscription->second.connection, *std::move(bytes)});
-        scheduleDelivery();
+        arrivals_.push({subscription->second.connection, *std::move(bytes)});
+        ++readCount_;
     }
 }
 
-void SequencerService::scheduleDelivery() {
-    if (!std::exchange(isDeliveryScheduled_, true)) {
-        post(&SequencerService::deliverArrivals);
+void SequencerService::acceptAnnouncement(const snd_seq_event_t& event) {
+    if (event.source.client != SND_SEQ_CLIENT_SYSTEM) {
+        return;
     }
-}
-
-void SequencerService::deliverArrivals() {
-    isDeliveryScheduled_ = false;
-    for (int count = 0; count < kArrivalsPerTurn && !arrivals_.empty() && receiveHandler_; ++count) {
-        const Arrival arrival = std::move(arrivals_.front());
-        arrivals_.pop_front();
-        arrivedBytes_ -= arrival.bytes.size() + kArrivalOverhead;
-        const std::array<std::span<const std::uint8_t>, 1> packets{arrival.bytes};
-        receiveHandler_(packets, arrival.connection);
+    Announcement announcement{.type = event.type, .address = {}, .arrivalsBefore = readCount_};
+    switch (event.type) {
+        case SND_SEQ_EVENT_PORT_START:
+        case SND_SEQ_EVENT_PORT_EXIT:
+        case SND_SEQ_EVENT_PORT_CHANGE:
+        case SND_SEQ_EVENT_CLIENT_CHANGE:
+            announcement.address = {event.data.addr.client, event.data.addr.port};
+            break;
+        case SND_SEQ_EVENT_PORT_UNSUBSCRIBED:
+            if (event.data.connect.dest.client != client_->number()) {
+                return;
+            }
+            announcement.address = {event.data.connect.sender.client, event.data.connect.sender.port};
+            break;
+        default:
+            // Clients come and go with their ports; subscriptions begin with every reload of our own.
+            return;
     }
-    if (!arrivals_.empty()) {
-        scheduleDelivery();
+    if (announcement.address.client != client_->number() && announcement.address.client != SND_SEQ_CLIENT_SYSTEM) {
+        announcements_.push_back(announcement);
     }
 }
 
@@ -129,49 +129,115 @@ void SequencerService::noteOverrun() {
     notify({.messageID = MIDINotification::kSetupChanged});
 }
 
-// Output
-
-MIDIStatus SequencerService::send(MIDIObjectRef destination, std::span<const std::uint8_t> packet) {
-    catchUp();
-    const Endpoint* endpoint = registry_.find(destination);
-    if (endpoint == nullptr || endpoint->direction != MIDIEndpointDirection::destination || !client_) {
-        return -ENODEV;
+void SequencerService::scheduleTurn() {
+    if (!std::exchange(isTurnScheduled_, true)) {
+        post(&SequencerService::runTurn);
     }
-    const PortAddress address = endpoint->address;
-    if (endpoint->card >= 0) {
-        if (const MIDIStatus status = subscribeOutput(*endpoint); status != kMIDISuccess) {
-            return status;
+}
+
+void SequencerService::runTurn() {
+    isTurnScheduled_ = false;
+    deliver(kArrivalsPerTurn);
+    if (!announcements_.empty() && announcements_.front().arrivalsBefore <= deliveredCount_) {
+        applyAnnouncements();
+    } else {
+        sendNotification();
+    }
+    if (!arrivals_.empty() || !announcements_.empty()) {
+        scheduleTurn();
+    }
+}
+
+void SequencerService::deliver(std::size_t limit) {
+    if (isDelivering_) {
+        return;
+    }
+    isDelivering_ = true;
+    const absl::Cleanup end = [this] { isDelivering_ = false; };
+    while (limit > 0 && !arrivals_.empty()) {
+        const std::span<MIDIArrival> waiting = arrivals_.front();
+        const std::span<MIDIArrival> next = waiting.first(std::min({limit, waiting.size(), kArrivalsPerDelivery}));
+        const absl::Cleanup pop = [this, next] {
+            for (const MIDIArrival& arrival : next) {
+                arrivedBytes_ -= arrival.bytes.size() + kArrivalOverhead;
+            }
+            deliveredCount_ += next.size();
+            arrivals_.pop(next.size());
+        };
+        limit -= next.size();
+        if (receiveHandler_) {
+            receiveHandler_(next);
         }
     }
-    const MIDIStatus status = flow_.send(address, packet);
+}
+
+void SequencerService::deliverUntil(std::uint64_t count) {
+    if (deliveredCount_ < count) {
+        deliver(count - deliveredCount_);
+    }
+}
+
+void SequencerService::keepMIDIGoing() {
+    readWaitingEvents();
+    deliverUntil(readCount_);
+}
+
+// Output
+
+void SequencerService::send(std::span<MIDISend> messages) {
+    // A service never delivers inside a send.
+    const bool wasDelivering = std::exchange(isDelivering_, true);
+    // Of several messages the last ones are sent much later than the round began.
+    const SteadyTime now = messages.size() > 1 ? std::chrono::steady_clock::now() : queue_->roundTime();
+    for (MIDISend& message : messages) {
+        prepareSend(message, now);
+    }
+    flow_.flush(now);
     if (flow_.isWaiting()) {
         scheduleSendingWaiting();
     }
-    return status;
+    sendsSinceLook_ += messages.size();
+    if (sendsSinceLook_ >= kSendsPerLook) {
+        sendsSinceLook_ = 0;
+        readWaitingEvents();
+    }
+    isDelivering_ = wasDelivering;
+}
+
+void SequencerService::prepareSend(MIDISend& message, SteadyTime now) {
+    if (mayHaveMissedPorts_ && client_) {
+        // The references may belong to ports that have been replaced unseen.
+        scan();
+    }
+    const Endpoint* const endpoint = registry_.find(message.destination);
+    if (endpoint == nullptr || endpoint->direction != MIDIEndpointDirection::destination || !client_ ||
+        (!announcements_.empty() && hasEnded(endpoint->address))) {
+        message.status = -ENODEV;
+        return;
+    }
+    const PortAddress address = endpoint->address;
+    if (endpoint->isHardware) {
+        message.status = subscribeOutput(address);
+        if (message.status != kMIDISuccess) {
+            return;
+        }
+    }
+    flow_.send(address, message.bytes, message.status, now);
 }
 
 /// A hardware port takes nothing while nobody subscribes to it; once subscribed, it stays open.
-MIDIStatus SequencerService::subscribeOutput(const Endpoint& destination) {
-    const auto [entry, isNew] = outputSubscriptions_.try_emplace(destination.address, kMIDISuccess);
+MIDIStatus SequencerService::subscribeOutput(const PortAddress& destination) {
+    const auto [entry, isNew] = outputSubscriptions_.try_emplace(destination, kMIDISuccess);
     if (isNew) {
-        entry->second = std::min(0, client_->subscribeTo(outputPort_, destination.address));
+        entry->second = std::min(0, client_->subscribeTo(outputPort_, destination));
     }
     return entry->second;
 }
 
-void SequencerService::retryFailedOutputs() {
-    std::erase_if(outputSubscriptions_, [](const auto& entry) { return entry.second != kMIDISuccess; });
-}
-
 void SequencerService::scheduleSendingWaiting() {
-    if (std::exchange(isSendingScheduled_, true)) {
-        return;
+    if (!std::exchange(isSendingScheduled_, true)) {
+        postAfter(kRetryDelay, &SequencerService::sendWaiting);
     }
-    queue_->asyncAfter(kRetryDelay, std::make_shared<DispatchWorkItem>([weakService = weak_from_this()] {
-                           if (const auto service = weakService.lock()) {
-                               service->sendWaiting();
-                           }
-                       }));
 }
 
 void SequencerService::sendWaiting() {
@@ -181,8 +247,12 @@ void SequencerService::sendWaiting() {
     }
     // What waits for a port that is gone must not go to the one that has its address now.
     readWaitingEvents();
-    catchUp();
-    flow_.sendWaiting();
+    for (const Announcement& announcement : announcements_) {
+        if (announcement.type == SND_SEQ_EVENT_PORT_EXIT) {
+            flow_.forget(announcement.address);
+        }
+    }
+    flow_.sendWaiting(std::chrono::steady_clock::now());
     if (flow_.lateFailureCount() > reportedLateFailures_) {
         diagnose(std::to_string(flow_.lateFailureCount() - reportedLateFailures_) +
                  " waiting MIDI messages could not be sent");
@@ -193,24 +263,12 @@ void SequencerService::sendWaiting() {
     }
 }
 
-int SequencerService::sendDirectly(const PortAddress& destination, snd_seq_event_t& event) {
-    if (hasEnded(destination)) {
-        return -ENODEV;
-    }
-    const int result = client_->sendDirectly(destination, event);
-    if (++sendsSinceLook_ >= kSendsPerLook) {
-        sendsSinceLook_ = 0;
-        readWaitingEvents();
-    }
-    return result;
+std::size_t SequencerService::send(std::span<snd_seq_event_t> events, int& status) {
+    return client_->send(events, status);
 }
 
 std::optional<InputRoom> SequencerService::inputRoom(int client) {
     return client_->inputRoom(client);
-}
-
-std::chrono::steady_clock::time_point SequencerService::now() const {
-    return std::chrono::steady_clock::now();
 }
 
 }  // namespace corvel::hosts

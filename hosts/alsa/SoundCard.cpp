@@ -42,6 +42,16 @@ std::optional<SoundCard::USBDevice> readUSBDevice(const std::filesystem::path& c
     return std::nullopt;
 }
 
+/// The name that the driver gives a card; its number where it gives none.
+std::string nameOf(int index) {
+    char* name = nullptr;
+    if (snd_card_get_name(index, &name) < 0) {
+        return "Sound Card " + std::to_string(index);
+    }
+    const std::unique_ptr<char, decltype(&std::free)> owned(name, &std::free);
+    return text::repairedUTF8(name);
+}
+
 }  // namespace
 
 std::string SoundCard::identity() const {
@@ -57,16 +67,7 @@ std::string SoundCard::place() const {
 
 SoundCard readSoundCard(int index, const std::filesystem::path& sysfs) {
     const std::filesystem::path folder = sysfs / "class" / "sound" / ("card" + std::to_string(index));
-    return {.id = readAttribute(folder / "id").value_or(""), .usb = readUSBDevice(folder)};
-}
-
-std::string soundCardName(int index) {
-    char* name = nullptr;
-    if (snd_card_get_name(index, &name) < 0) {
-        return "Sound Card " + std::to_string(index);
-    }
-    const std::unique_ptr<char, decltype(&std::free)> owned(name, &std::free);
-    return text::repairedUTF8(name);
+    return {.id = readAttribute(folder / "id").value_or(""), .name = nameOf(index), .usb = readUSBDevice(folder)};
 }
 
 }  // namespace corvel::hosts

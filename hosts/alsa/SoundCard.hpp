@@ -22,6 +22,8 @@ struct SoundCard {
 
     /// The card's short id ("VirMIDI").
     std::string id;
+    /// The name that its driver gives it, or "Sound Card" and its number.
+    std::string name;
     std::optional<USBDevice> usb;
 
     /// What stays the same when the device is unplugged and plugged in again: its USB vendor, product and serial
@@ -34,10 +36,8 @@ struct SoundCard {
     bool operator==(const SoundCard&) const = default;
 };
 
-/// Reads what sysfs, mounted at `sysfs`, says of a card. What cannot be read stays empty. Any thread.
+/// Reads what its driver, and sysfs, mounted at `sysfs`, say of a card. What sysfs does not tell stays empty. Opens the
+/// card's control device. Any thread.
 [[nodiscard]] SoundCard readSoundCard(int index, const std::filesystem::path& sysfs = "/sys");
-
-/// The name that the driver gives a sound card, its number where it gives none. Any thread.
-[[nodiscard]] std::string soundCardName(int index);
 
 }  // namespace corvel::hosts

@@ -70,7 +70,7 @@ public:
             notice = std::exchange(options_.notice, {});
         }
         if (diagnosticHandler && !notice.empty()) {
-            diagnosticHandler(std::move(notice));
+            diagnosticHandler(std::move(notice), kMIDISuccess);
         }
         return {kMIDISuccess, ref};
     }
@@ -98,35 +98,9 @@ public:
         }
     }
 
-    unsigned sourceCount() override { return count(true); }
-    MIDIObjectRef source(unsigned index) override { return endpoint(true, index); }
-    unsigned destinationCount() override { return count(false); }
-    MIDIObjectRef destination(unsigned index) override { return endpoint(false, index); }
-
-    std::optional<std::string> displayName(MIDIObjectRef object) override { return name(object); }
-
-    std::optional<std::string> name(MIDIObjectRef object) override {
+    std::shared_ptr<const MIDISetup> setup(MIDIListing /*listing*/) override {
         const std::lock_guard lock(state_->mutex);
-        const DemoDevice* device = state_->setup.withObject(object);
-        return device == nullptr ? std::nullopt : std::optional(device->name);
-    }
-
-    std::optional<std::string> manufacturer(MIDIObjectRef object) override {
-        const std::lock_guard lock(state_->mutex);
-        const DemoDevice* device = state_->setup.withObject(object);
-        return device == nullptr ? std::nullopt : device->manufacturer;
-    }
-
-    std::optional<std::int32_t> uniqueID(MIDIObjectRef object) override {
-        const std::lock_guard lock(state_->mutex);
-        const DemoDevice* device = state_->setup.withEndpoint(object);
-        return device == nullptr ? std::nullopt : std::optional(device->uniqueID);
-    }
-
-    std::optional<bool> isOffline(MIDIObjectRef object) override {
-        const std::lock_guard lock(state_->mutex);
-        const DemoDevice* device = state_->setup.withObject(object);
-        return device == nullptr ? std::nullopt : std::optional(device->isOffline);
+        return std::make_shared<const MIDISetup>(state_->setup.records());
     }
 
     MIDIStatus connectSource(MIDIObjectRef port, MIDIObjectRef source, MIDIObjectRef connection) override {
@@ -150,59 +124,22 @@ public:
         return found->connections.erase(source) > 0 ? kMIDISuccess : kNotConnected;
     }
 
-    unsigned deviceCount() override {
-        const std::lock_guard lock(state_->mutex);
-        return static_cast<unsigned>(state_->setup.devices.size());
-    }
-
-    MIDIObjectRef device(unsigned index) override {
-        const std::lock_guard lock(state_->mutex);
-        const DemoDevice* found = state_->setup.deviceAt(index);
-        return found == nullptr ? 0 : found->device;
-    }
-
-    unsigned externalDeviceCount() override { return 0; }
-    MIDIObjectRef externalDevice(unsigned /*index*/) override { return 0; }
-
-    unsigned entityCount(MIDIObjectRef device) override {
-        const std::lock_guard lock(state_->mutex);
-        return state_->setup.withDevice(device) == nullptr ? 0 : 1;
-    }
-
-    MIDIObjectRef entity(MIDIObjectRef device, unsigned index) override {
-        const std::lock_guard lock(state_->mutex);
-        const DemoDevice* found = state_->setup.withDevice(device);
-        return found == nullptr || index != 0 ? 0 : found->entity;
-    }
-
-    unsigned entitySourceCount(MIDIObjectRef entity) override { return entityEndpoint(entity, true, 0) == 0 ? 0 : 1; }
-    MIDIObjectRef entitySource(MIDIObjectRef entity, unsigned index) override {
-        return entityEndpoint(entity, true, index);
-    }
-    unsigned entityDestinationCount(MIDIObjectRef entity) override {
-        return entityEndpoint(entity, false, 0) == 0 ? 0 : 1;
-    }
-    MIDIObjectRef entityDestination(MIDIObjectRef entity, unsigned index) override {
-        return entityEndpoint(entity, false, index);
-    }
-
-    std::optional<MIDIPacket> makePacket(std::span<const std::uint8_t> bytes) override {
-        return MIDIPacket{MIDIBytes(bytes.begin(), bytes.end())};
-    }
-
-    MIDIStatus send(MIDIObjectRef port, MIDIObjectRef destination, const MIDIPacket& packet) override {
+    void send(MIDIObjectRef port, std::span<MIDISend> messages) override {
         const std::lock_guard lock(state_->mutex);
         const DemoPort* found = state_->setup.port(port);
-        DemoDevice* device = state_->setup.withEndpoint(destination);
-        if (found == nullptr || found->handler || device == nullptr || device->isSource) {
-            return kNoSuchObject;
+        for (MIDISend& message : messages) {
+            DemoDevice* device = state_->setup.withEndpoint(message.destination);
+            if (found == nullptr || found->handler || device == nullptr || device->isSource) {
+                message.status = kNoSuchObject;
+                continue;
+            }
+            // As with a real cable that leads nowhere: the send succeeds and nothing arrives.
+            if (!device->isOffline) {
+                ++device->traffic.packets;
+                device->traffic.bytes += message.bytes.size();
+            }
+            message.status = kMIDISuccess;
         }
-        // As with a real cable that leads nowhere: the send succeeds and nothing arrives.
-        if (!device->isOffline) {
-            ++device->traffic.packets;
-            device->traffic.bytes += packet.bytes.size();
-        }
-        return kMIDISuccess;
     }
 
     MIDIObjectRef addSource(std::string name, std::optional<std::string> manufacturer, std::int32_t uniqueID) override {
@@ -275,23 +212,6 @@ private:
         const auto first = std::stable_partition(ports.begin(), ports.end(), std::not_fn(predicate));
         removed.assign(std::make_move_iterator(first), std::make_move_iterator(ports.end()));
         ports.erase(first, ports.end());
-    }
-
-    [[nodiscard]] unsigned count(bool isSource) const {
-        const std::lock_guard lock(state_->mutex);
-        return state_->setup.count(isSource);
-    }
-
-    [[nodiscard]] MIDIObjectRef endpoint(bool isSource, unsigned index) const {
-        const std::lock_guard lock(state_->mutex);
-        const DemoDevice* device = state_->setup.deviceAt(isSource, index);
-        return device == nullptr ? 0 : device->endpoint;
-    }
-
-    [[nodiscard]] MIDIObjectRef entityEndpoint(MIDIObjectRef entity, bool isSource, unsigned index) const {
-        const std::lock_guard lock(state_->mutex);
-        const DemoDevice* device = state_->setup.withEntity(entity);
-        return device == nullptr || device->isSource != isSource || index != 0 ? 0 : device->endpoint;
     }
 
     MIDIObjectRef addEndpoint(bool isSource, std::string name, std::optional<std::string> manufacturer,

@@ -1,7 +1,6 @@
 #include "hosts/demo/DemoSetup.hpp"
 
 #include <algorithm>
-#include <span>
 #include <utility>
 
 namespace corvel::hosts {
@@ -14,8 +13,12 @@ constexpr std::int32_t kFirstFreeUniqueID = 9001;
 }  // namespace
 
 void DemoDelivery::perform() const {
-    const std::vector<std::span<const std::uint8_t>> views(packets.begin(), packets.end());
-    (*handler)(views, connection);
+    std::vector<MIDIArrival> arrivals;
+    arrivals.reserve(packets.size());
+    for (const MIDIBytes& packet : packets) {
+        arrivals.push_back({connection, packet});
+    }
+    (*handler)(arrivals);
 }
 
 DemoDevice& DemoSetup::add(DemoDevice device) {
@@ -37,37 +40,26 @@ void DemoSetup::removeDevice(MIDIObjectRef endpoint) {
     }
 }
 
-DemoDevice* DemoSetup::deviceAt(std::size_t index) {
-    return index < devices.size() ? &devices[index] : nullptr;
-}
-
-DemoDevice* DemoSetup::deviceAt(bool isSource, std::size_t index) {
-    if (index >= count(isSource)) {
-        return nullptr;
+MIDISetup DemoSetup::records() const {
+    MIDISetup records;
+    for (const DemoDevice& device : devices) {
+        const auto named = [&device](MIDIObjectRef ref) {
+            return MIDIObjectRecord{
+                .ref = ref, .displayName = device.name, .name = device.name, .isOffline = device.isOffline};
+        };
+        const MIDIObjectRecord endpoint = named(device.endpoint);
+        (device.isSource ? records.sources : records.destinations)
+            .push_back({endpoint, device.uniqueID, device.manufacturer});
+        MIDIEntityRecord entity{named(device.entity), {}, {}};
+        (device.isSource ? entity.sources : entity.destinations).push_back(endpoint);
+        records.devices.push_back({named(device.device), {std::move(entity)}});
     }
-    return &devices[isSource ? index : count(true) + index];
+    return records;
 }
 
 DemoDevice* DemoSetup::withEndpoint(MIDIObjectRef endpoint) {
-    return find([endpoint](const DemoDevice& device) { return device.endpoint == endpoint; });
-}
-
-DemoDevice* DemoSetup::withEntity(MIDIObjectRef entity) {
-    return find([entity](const DemoDevice& device) { return device.entity == entity; });
-}
-
-DemoDevice* DemoSetup::withDevice(MIDIObjectRef device) {
-    return find([device](const DemoDevice& candidate) { return candidate.device == device; });
-}
-
-DemoDevice* DemoSetup::withObject(MIDIObjectRef object) {
-    return find([object](const DemoDevice& device) {
-        return device.endpoint == object || device.entity == object || device.device == object;
-    });
-}
-
-unsigned DemoSetup::count(bool isSource) const {
-    return static_cast<unsigned>(std::ranges::count(devices, isSource, &DemoDevice::isSource));
+    const auto found = std::ranges::find(devices, endpoint, &DemoDevice::endpoint);
+    return found == devices.end() ? nullptr : &*found;
 }
 
 DemoClient* DemoSetup::client(MIDIObjectRef ref) {
@@ -96,12 +88,6 @@ void DemoSetup::deliver(const DemoDevice& source, const std::vector<MIDIBytes>& 
             deliveries.push_back({port.handler, found->second, packets});
         }
     }
-}
-
-template <typename Predicate>
-DemoDevice* DemoSetup::find(Predicate predicate) {
-    const auto found = std::ranges::find_if(devices, predicate);
-    return found == devices.end() ? nullptr : &*found;
 }
 
 std::int32_t DemoSetup::freeUniqueID() const {

@@ -71,17 +71,11 @@ public:
     /// Takes the endpoint's device away, with its connections. Precondition: it is there.
     void removeDevice(MIDIObjectRef endpoint);
 
-    /// The device with this place among all, the sources' first, or among those of one kind; null past the end.
-    [[nodiscard]] DemoDevice* deviceAt(std::size_t index);
-    [[nodiscard]] DemoDevice* deviceAt(bool isSource, std::size_t index);
+    /// All devices and endpoints, as the service tells of them.
+    [[nodiscard]] MIDISetup records() const;
 
-    /// The device that this endpoint, or that any of these objects, belongs to; null for none.
+    /// The device that this endpoint belongs to; null for none.
     [[nodiscard]] DemoDevice* withEndpoint(MIDIObjectRef endpoint);
-    [[nodiscard]] DemoDevice* withEntity(MIDIObjectRef entity);
-    [[nodiscard]] DemoDevice* withDevice(MIDIObjectRef device);
-    [[nodiscard]] DemoDevice* withObject(MIDIObjectRef object);
-
-    [[nodiscard]] unsigned count(bool isSource) const;
 
     [[nodiscard]] DemoClient* client(MIDIObjectRef ref);
     [[nodiscard]] DemoPort* port(MIDIObjectRef ref);
@@ -98,8 +92,6 @@ public:
     std::vector<DemoPort> ports;
 
 private:
-    template <typename Predicate>
-    [[nodiscard]] DemoDevice* find(Predicate predicate);
     [[nodiscard]] std::int32_t freeUniqueID() const;
 
     MIDIObjectRef lastRef_ = 0;
