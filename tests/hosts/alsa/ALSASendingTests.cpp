@@ -182,9 +182,7 @@ TEST_F(ALSASending, WhatWasSentBeforeTheClientIsDisposedOfStillGoesOut) {
     constexpr unsigned kCount = 1'000;
     corvel_.onQueue([&] {
         for (unsigned number = 0; number < kCount; ++number) {
-            const auto packet = corvel_.host().makePacket(SequencerPeer::numberedNote(number));
-            ASSERT_TRUE(packet);
-            ASSERT_EQ(corvel_.host().send(corvel_.outputPort(), destination_, *packet), 0);
+            ASSERT_EQ(corvel_.send(destination_, SequencerPeer::numberedNote(number)), 0);
         }
     });
     std::thread owner([&] { corvel_.dispose(); });

@@ -2,7 +2,9 @@
 
 #include "hosts/alsa/ALSAMIDIHost.hpp"
 
+#include <algorithm>
 #include <future>
+#include <span>
 #include <stdexcept>
 
 namespace corvel::tests {
@@ -48,7 +50,10 @@ HostUnderTest::HostUnderTest()
     : queue_(EventLoop::withThread("test.engine")),
       mainQueue_(EventLoop::withThread("test.main")),
       host_(hosts::makeALSAMIDIHost(queue_, mainQueue_)) {
-    host_->setDiagnosticHandler([reports = reports_](std::string message) {
+    host_->setDiagnosticHandler([reports = reports_](std::string message, MIDIStatus status) {
+        if (status != kMIDISuccess) {
+            message += " (" + std::to_string(status) + ")";
+        }
         const std::lock_guard lock(reports->mutex);
         reports->diagnostics.push_back(std::move(message));
         reports->changed.notify_all();
@@ -74,15 +79,16 @@ void HostUnderTest::start() {
     });
     queue_->sync([this] {
         inputPort_ =
-            orThrow(host_->createInputPort(
-                        client_, "Corvel Input",
-                        [reports = reports_](auto packets, MIDIObjectRef connection) {
-                            const std::lock_guard lock(reports->mutex);
-                            for (const auto& packet : packets) {
-                                reports->deliveries.push_back({connection, Bytes(packet.begin(), packet.end())});
-                            }
-                            reports->changed.notify_all();
-                        }),
+            orThrow(host_->createInputPort(client_, "Corvel Input",
+                                           [reports = reports_](std::span<const MIDIArrival> arrivals) {
+                                               const std::lock_guard lock(reports->mutex);
+                                               for (const MIDIArrival& arrival : arrivals) {
+                                                   reports->deliveries.push_back(
+                                                       {arrival.connection,
+                                                        Bytes(arrival.bytes.begin(), arrival.bytes.end())});
+                                               }
+                                               reports->changed.notify_all();
+                                           }),
                     "input port");
         outputPort_ = orThrow(host_->createOutputPort(client_, "Corvel Output"), "output port");
     });
@@ -112,35 +118,16 @@ std::function<void()> HostUnderTest::holdQueue() {
     return [release] { release->set_value(); };
 }
 
-ListedEndpoint HostUnderTest::describe(MIDIObjectRef ref) {
-    return {ref,
-            host_->uniqueID(ref),
-            host_->displayName(ref),
-            host_->name(ref),
-            host_->manufacturer(ref),
-            host_->isOffline(ref)};
+std::shared_ptr<const MIDISetup> HostUnderTest::setup() {
+    return onQueue([this] { return host_->setup(MIDIListing::afresh); });
 }
 
 std::vector<ListedEndpoint> HostUnderTest::sources() {
-    return onQueue([this] {
-        std::vector<ListedEndpoint> found;
-        const unsigned count = host_->sourceCount();
-        for (unsigned index = 0; index < count; ++index) {
-            found.push_back(describe(host_->source(index)));
-        }
-        return found;
-    });
+    return setup()->sources;
 }
 
 std::vector<ListedEndpoint> HostUnderTest::destinations() {
-    return onQueue([this] {
-        std::vector<ListedEndpoint> found;
-        const unsigned count = host_->destinationCount();
-        for (unsigned index = 0; index < count; ++index) {
-            found.push_back(describe(host_->destination(index)));
-        }
-        return found;
-    });
+    return setup()->destinations;
 }
 
 std::vector<std::string> HostUnderTest::sourceNames(const std::string& prefix) {
@@ -168,27 +155,24 @@ MIDIStatus HostUnderTest::disconnect(MIDIObjectRef source) {
 }
 
 MIDIStatus HostUnderTest::send(MIDIObjectRef destination, const Bytes& bytes) {
-    return onQueue([&]() -> MIDIStatus {
-        const std::optional<MIDIPacket> packet = host_->makePacket(bytes);
-        if (!packet) {
-            throw std::runtime_error("the host made no packet");
-        }
-        return host_->send(outputPort_, destination, *packet);
+    return onQueue([&] {
+        MIDISend message{.destination = destination, .bytes = bytes};
+        host_->send(outputPort_, std::span(&message, 1));
+        return message.status;
     });
 }
 
 void HostUnderTest::reload(const std::vector<MIDIObjectRef>& connected) {
     onQueue([&] {
+        const std::shared_ptr<const MIDISetup> setup = host_->setup(MIDIListing::afresh);
         for (const MIDIObjectRef source : connected) {
             host_->disconnectSource(inputPort_, source);
         }
-        const unsigned count = host_->sourceCount();
-        for (unsigned index = 0; index < count; ++index) {
-            if (std::find(connected.begin(), connected.end(), host_->source(index)) != connected.end()) {
-                static_cast<void>(host_->connectSource(inputPort_, host_->source(index), host_->source(index)));
+        for (const ListedEndpoint& source : setup->sources) {
+            if (std::ranges::find(connected, source.ref) != connected.end()) {
+                static_cast<void>(host_->connectSource(inputPort_, source.ref, source.ref));
             }
         }
-        static_cast<void>(host_->destinationCount());
     });
 }
 

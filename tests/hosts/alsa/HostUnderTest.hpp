@@ -19,14 +19,7 @@
 namespace corvel::tests {
 
 /// An endpoint with everything that a host tells of it.
-struct ListedEndpoint {
-    MIDIObjectRef ref = 0;
-    std::optional<std::int32_t> uniqueID;
-    std::optional<std::string> displayName;
-    std::optional<std::string> name;
-    std::optional<std::string> manufacturer;
-    std::optional<bool> isOffline;
-};
+using ListedEndpoint = MIDIEndpointRecord;
 
 /// One packet as it was delivered.
 struct DeliveredPacket {
@@ -69,7 +62,8 @@ public:
     /// Keeps the queue from doing anything until the returned function is called.
     [[nodiscard]] std::function<void()> holdQueue();
 
-    // Single operations, each a task of its own
+    // Single operations, each a task of its own; listings are made afresh
+    [[nodiscard]] std::shared_ptr<const MIDISetup> setup();
     [[nodiscard]] std::vector<ListedEndpoint> sources();
     [[nodiscard]] std::vector<ListedEndpoint> destinations();
     /// Those of a client, found through their references' order: by the display names' beginning.
@@ -81,7 +75,7 @@ public:
     [[nodiscard]] MIDIStatus connect(MIDIObjectRef source);
     MIDIStatus disconnect(MIDIObjectRef source);
     [[nodiscard]] MIDIStatus send(MIDIObjectRef destination, const Bytes& bytes);
-    /// What the engine does on every reload: all connected sources off, counts read, sources on again, in one task.
+    /// What the engine does on every manual reload: lists afresh, all connected sources off and on again, in one task.
     void reload(const std::vector<MIDIObjectRef>& connected);
 
     // Reports so far
@@ -110,8 +104,6 @@ private:
         const std::lock_guard lock(reports_->mutex);
         return (*reports_).*field;
     }
-    [[nodiscard]] ListedEndpoint describe(MIDIObjectRef ref);
-
     std::shared_ptr<Reports> reports_ = std::make_shared<Reports>();
     std::shared_ptr<EventLoop> queue_;
     std::shared_ptr<EventLoop> mainQueue_;
