@@ -112,6 +112,101 @@ void CoreMIDIRouterEngine::startPortsOnQueue(MIDIObjectRef client) {
     }
 }
 
+<<<<<<< HEAD
+=======
+void CoreMIDIRouterEngine::post(MIDINotice notice) {
+    if (reports_.push(std::move(notice))) {
+        wakeMainThread();
+    }
+}
+
+void CoreMIDIRouterEngine::postActivity(RoutedMIDIMessage&& message) {
+    if (reports_.push(std::move(message), clock_->now())) {
+        // Nobody sees a few milliseconds, but the message's receiver would wait for them if the main thread came first.
+        mainQueue_->asyncDeferred([weakEngine = weak_from_this()] { deliverReports(weakEngine); });
+    }
+}
+
+void CoreMIDIRouterEngine::wakeMainThread() {
+    mainQueue_->async([weakEngine = weak_from_this()] { deliverReports(weakEngine); });
+}
+
+void CoreMIDIRouterEngine::deliverReports(const std::weak_ptr<CoreMIDIRouterEngine>& weakEngine) {
+    const auto engine = weakEngine.lock();
+    if (!engine) {
+        return;
+    }
+    // No more than now wait, or a flood would keep the main thread from everything else. The one extra look finds the
+    // queue empty, which is what makes the next report ask for a wake-up.
+    for (std::size_t remaining = engine->reports_.size() + 1; remaining > 0; --remaining) {
+        // A delegate may release the engine, and then hears no more of it.
+        if (!engine->deliverNextReport() || engine.use_count() == 1) {
+            return;
+        }
+    }
+    engine->wakeMainThread();
+}
+
+bool CoreMIDIRouterEngine::deliverNextReport() {
+    const std::optional<MIDIReport> report = reports_.pop();
+    if (!report) {
+        return false;
+    }
+    try {
+        deliver(*report);
+    } catch (...) {
+        wakeMainThread();
+        throw;
+    }
+    return true;
+}
+
+void CoreMIDIRouterEngine::deliver(const MIDIReport& report) {
+    const auto delegate = delegate_.lock();
+    if (!delegate) {
+        return;
+    }
+    struct Delivery {
+        CoreMIDIRouterEngine& engine;
+        MIDIRouterEngineDelegate& delegate;
+
+        void operator()(const MIDIActivityEvent& event) const { delegate.midiRouterEngineDidRoute(engine, event); }
+        void operator()(const MIDIEndpointsReport&) const { delegate.midiRouterEngineDidChangeEndpoints(engine); }
+        void operator()(const MIDIFailureReport& failure) const {
+            delegate.midiRouterEngineDidFail(engine, failure.message);
+        }
+        void operator()(const MIDIDiagnosticEvent& event) const { delegate.midiRouterEngineDidLog(engine, event); }
+    };
+    std::visit(Delivery{*this, *delegate}, report);
+}
+
+bool CoreMIDIRouterEngine::reportIfFailed(MIDIStatus status, std::string_view message) {
+    if (status == kMIDISuccess) {
+        return true;
+    }
+    post(MIDIFailureReport{std::string(message) + " (" + std::to_string(status) + ")"});
+    return false;
+}
+
+void CoreMIDIRouterEngine::logDiagnostic(std::string message) {
+    post(MIDIDiagnosticEvent{UUID::random(), clock_->now(), std::move(message)});
+}
+
+void CoreMIDIRouterEngine::takeHostDiagnostic(std::string message) {
+    queue_->async([weakEngine = weak_from_this(), message = std::move(message)]() mutable {
+        const auto engine = weakEngine.lock();
+        if (!engine) {
+            return;
+        }
+        if (engine->isStarted_) {
+            engine->logDiagnostic(std::move(message));
+        } else {
+            engine->hostDiagnosticsBeforeStart_.push_back(std::move(message));
+        }
+    });
+}
+
+>>>>>>> helper/program
 void CoreMIDIRouterEngine::updateRoutes(std::vector<MIDIRoute> routes) {
     RoutesBySource routesBySourceID;
     for (MIDIRoute& route : routes) {

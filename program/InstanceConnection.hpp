@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/InstanceMessage.hpp"
+#include "program/InstanceMessage.hpp"
 
 #include <QLocalSocket>
 #include <QObject>
@@ -11,7 +11,7 @@
 #include <functional>
 #include <string>
 
-namespace corvel::ui {
+namespace corvel {
 
 /// A later start that has come to the instance: reads its request, has it answered and lets it go. One that says
 /// something else, too much, or nothing for too long is let go without an answer.
@@ -49,4 +49,4 @@ private:
     bool isWaiting_ = true;
 };
 
-}  // namespace corvel::ui
+}  // namespace corvel

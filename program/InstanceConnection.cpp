@@ -1,6 +1,6 @@
-#include "ui/InstanceConnection.hpp"
+#include "program/InstanceConnection.hpp"
 
-#include "app/InstanceMessage.hpp"
+#include "program/InstanceMessage.hpp"
 
 #include <QByteArray>
 #include <poll.h>
@@ -8,7 +8,7 @@
 #include <utility>
 #include <variant>
 
-namespace corvel::ui {
+namespace corvel {
 
 InstanceConnection::InstanceConnection(QLocalSocket& socket, Handler handler, QObject* parent)
     : QObject(parent), socket_(socket), handler_(std::move(handler)) {
@@ -55,4 +55,4 @@ bool InstanceConnection::hasHungUp() const {
     return ::poll(&state, 1, 0) > 0;
 }
 
-}  // namespace corvel::ui
+}  // namespace corvel

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/InstanceMessage.hpp"
-#include "ui/InstanceConnection.hpp"
+#include "program/InstanceMessage.hpp"
+#include "program/InstanceConnection.hpp"
 
 #include <QLocalServer>
 #include <QLocalSocket>
@@ -14,7 +14,7 @@
 #include <string>
 #include <variant>
 
-namespace corvel::ui {
+namespace corvel {
 
 /// Keeps the program single, for each user and each place of settings, and lets later starts speak to the one that
 /// runs.
@@ -39,10 +39,10 @@ public:
     /// Another process is the instance, and the request is none of its business.
     struct Declined {};
     /// Another process is the instance but gives no answer in time; a sentence that says so.
-    struct Silent {
+    struct NotAnswering {
         std::string reason;
     };
-    using Outcome = std::variant<Taken, Unavailable, Answered, Declined, Silent>;
+    using Outcome = std::variant<Taken, Unavailable, Answered, Declined, NotAnswering>;
 
     /// How long a request may take to be answered: more than a disk that has to wake up.
     static constexpr std::chrono::milliseconds kAnswerLimit{5'000};
@@ -82,4 +82,4 @@ private:
     int lock_ = -1;
 };
 
-}  // namespace corvel::ui
+}  // namespace corvel

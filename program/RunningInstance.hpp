@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/DocumentCommands.hpp"
-#include "app/InstanceMessage.hpp"
+#include "program/InstanceMessage.hpp"
 #include "app/MIDIRouterViewModel.hpp"
 
 #include <filesystem>
@@ -25,7 +25,7 @@ public:
     [[nodiscard]] InstanceAnswer answer(const InstanceRequest& request) const;
 
 private:
-    [[nodiscard]] CommandResult answerWindow() const;
+    [[nodiscard]] CommandResult answerWindow(const CommandLine& commandLine) const;
     [[nodiscard]] bool concerns(const CommandLine& commandLine, const std::filesystem::path& folder) const;
 
     const std::shared_ptr<MIDIRouterViewModel> model_;
