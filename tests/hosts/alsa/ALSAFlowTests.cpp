@@ -44,8 +44,7 @@ protected:
         return corvel_.onQueue([&] {
             unsigned sent = 0;
             for (; sent < count; ++sent) {
-                const auto packet = corvel_.host().makePacket(SequencerPeer::numberedNote(sent));
-                const MIDIStatus status = corvel_.host().send(corvel_.outputPort(), destination, *packet);
+                const MIDIStatus status = corvel_.send(destination, SequencerPeer::numberedNote(sent));
                 if (status != kMIDISuccess) {
                     return std::pair(status, sent);
                 }
@@ -156,7 +155,7 @@ TEST_F(ALSAFlow, PastTheBoundOfBytesASendFails) {
         std::size_t sent = 0;
         MIDIStatus last = 0;
         for (; last == 0 && sent < 10'000; ++sent) {
-            last = corvel_.host().send(corvel_.outputPort(), destination, *corvel_.host().makePacket(message));
+            last = corvel_.send(destination, message);
         }
         return std::pair(last, sent - 1);
     });
