@@ -2,9 +2,7 @@
 // as on a quiet stage.
 
 #include "tests/program/SequencerProgramFixture.hpp"
-
-#include <atomic>
-#include <thread>
+#include "tests/support/SequencerFlood.hpp"
 
 namespace corvel::tests {
 
@@ -12,62 +10,6 @@ namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
-
-/// A program that plays notes as fast as the sequencer takes them until it is told to stop, many with each system call.
-class Flooder {
-public:
-    explicit Flooder(const std::string& name) : peer_(name), port_(peer_.addPort("Out", SequencerPeer::kSource)) {}
-    Flooder(const Flooder&) = delete;
-    Flooder& operator=(const Flooder&) = delete;
-    ~Flooder() {
-        if (thread_.joinable()) {
-            stop();
-        }
-    }
-
-    [[nodiscard]] const SequencerPeer& peer() const { return peer_; }
-    [[nodiscard]] SequencerAddress port() const { return port_; }
-
-    void begin() {
-        isToStop_ = false;
-        thread_ = std::thread([this] { play(); });
-    }
-    /// Gives how many notes the sequencer took.
-    std::size_t stop() {
-        isToStop_ = true;
-        thread_.join();
-        return played_;
-    }
-
-private:
-    void play() {
-        constexpr int kTogether = 200;
-        snd_seq_t* handle = peer_.handle();
-        snd_seq_set_output_buffer_size(handle, kTogether * sizeof(snd_seq_event_t));
-        snd_seq_event_t note = noteEvent(SND_SEQ_EVENT_NOTEON, 0, 60, 100);
-        note.queue = SND_SEQ_QUEUE_DIRECT;
-        note.source.port = static_cast<unsigned char>(port_.port);
-        note.dest = {SND_SEQ_ADDRESS_SUBSCRIBERS, SND_SEQ_ADDRESS_UNKNOWN};
-        while (!isToStop_) {
-            int waiting = 0;
-            while (waiting < kTogether && snd_seq_event_output_buffer(handle, &note) >= 0) {
-                ++waiting;
-            }
-            // What the router's room does not take is lost: that is the flood.
-            if (snd_seq_drain_output(handle) < 0) {
-                snd_seq_drop_output_buffer(handle);
-            } else {
-                played_ += static_cast<std::size_t>(waiting);
-            }
-        }
-    }
-
-    SequencerPeer peer_;
-    SequencerAddress port_;
-    std::atomic<bool> isToStop_{false};
-    std::size_t played_ = 0;
-    std::thread thread_;
-};
 
 class FloodedCommand : public SequencerProgramFixture {
 protected:
@@ -92,7 +34,7 @@ TEST_F(FloodedCommand, ToChangeTheSetTakesEffectInTheMiddleOfTheFlood) {
         peer->addPort("In", SequencerPeer::kDestination);
         peer->setInputPool(kLargestPool);
     }
-    Flooder flooder("Flooder");
+    SequencerFlood flooder("Flooder");
     ASSERT_NO_FATAL_FAILURE(startOnDocument());
     ASSERT_TRUE(waitUntilHeard(flooder.peer(), flooder.port()));
 
@@ -123,7 +65,7 @@ TEST_F(FloodedCommand, ToChangeTheSetTakesEffectInTheMiddleOfTheFlood) {
         }
         static_cast<void>(corvel_->standardError());
     }
-    RecordProperty("played", std::to_string(flooder.stop()));
+    flooder.end();
     ASSERT_NE(answered, steady_clock::time_point{}) << "the command is not answered";
     EXPECT_EQ(change.wait(milliseconds(0)), 0) << change.standardError();
     ASSERT_NE(heard, steady_clock::time_point{}) << "the other set has no effect";
@@ -137,7 +79,7 @@ TEST_F(FloodedCommand, ToChangeTheSetTakesEffectInTheMiddleOfTheFlood) {
     takeNotes(first);
     flooder.begin();
     ASSERT_TRUE(waitUntil([&] { return takeNotes(second); }));
-    flooder.stop();
+    flooder.end();
     EXPECT_FALSE(takeNotes(first));
     terminate();
 }

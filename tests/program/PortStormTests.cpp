@@ -89,8 +89,7 @@ TEST_F(PortStorm, ThatIsReadTogetherIsOneChangeOfTheSetup) {
     ASSERT_NO_FATAL_FAILURE(waitUntilSettled(settled));
     EXPECT_LE(errorLines(kImmediate).size() - immediate, kMostReloads);
     EXPECT_GE(errorLines(kImmediate).size() - immediate, 1U);
-    // The visitor of the last settled reload has gone meanwhile.
-    EXPECT_EQ(reloads().back().connections, connectionsBefore - 1 + static_cast<int>(kPorts));
+    EXPECT_EQ(reloads().back().connections, connectionsBefore + static_cast<int>(kPorts));
 
     settled = errorLines(kSettled).size();
     immediate = errorLines(kImmediate).size();
@@ -100,7 +99,7 @@ TEST_F(PortStorm, ThatIsReadTogetherIsOneChangeOfTheSetup) {
     ASSERT_NO_FATAL_FAILURE(waitUntilSettled(settled));
     EXPECT_LE(errorLines(kImmediate).size() - immediate, kMostReloads);
     EXPECT_GE(errorLines(kImmediate).size() - immediate, 1U);
-    EXPECT_EQ(reloads().back().connections, connectionsBefore - 1);
+    EXPECT_EQ(reloads().back().connections, connectionsBefore);
     terminate();
 }
 
@@ -118,7 +117,8 @@ TEST_F(PortStorm, ThatIsReadTogetherWithANoteHoldsTheNoteUpForNothing) {
 
     ASSERT_NO_FATAL_FAILURE(halt());
     for (unsigned number = 0; number < kPorts; ++number) {
-        rack.addPort("Port " + std::to_string(number), SequencerPeer::kSource);
+        // The sequencer tells a port of its connections only if it can be written to.
+        rack.addPort("Port " + std::to_string(number), SequencerPeer::kSource | SND_SEQ_PORT_CAP_WRITE);
     }
     playNote(0);
     resume();
@@ -160,7 +160,7 @@ TEST_F(PortStorm, OfTwoHundredAndFiftyPortsHoldsNoNoteUpForLong) {
     for (std::size_t number = 0; number < played.size(); ++number) {
         slowest = std::max<std::chrono::nanoseconds>(slowest, synth_.received()[number].time - played[number]);
     }
-    EXPECT_LT(slowest, kLimit);
+    EXPECT_LT(slowest / std::chrono::milliseconds(1), kLimit.count());
     RecordProperty("slowest_us", std::to_string(slowest / std::chrono::microseconds(1)));
     terminate();
 }

@@ -3,10 +3,16 @@
 // notes.
 
 #include "tests/program/SequencerProgramFixture.hpp"
+#include "tests/support/SequencerFlood.hpp"
+
+#include <sched.h>
 
 #include <algorithm>
+#include <atomic>
 #include <iomanip>
+#include <memory>
 #include <sstream>
+#include <thread>
 
 namespace corvel::tests {
 
@@ -27,6 +33,41 @@ std::string hexadecimal(const Bytes& bytes) {
     return text.str();
 }
 
+/// A machine that has no time for the thread that writes the program's lines, only for the one that routes, as long as
+/// this lives.
+class BusyMachine {
+public:
+    /// `process` is also the number of its first thread.
+    explicit BusyMachine(pid_t process) : thread_(process) {
+        setPolicy(SCHED_IDLE);
+        for (unsigned count = std::thread::hardware_concurrency(); count > 0; --count) {
+            others_.emplace_back([this] {
+                while (!isToEnd_) {
+                }
+            });
+        }
+    }
+    BusyMachine(const BusyMachine&) = delete;
+    BusyMachine& operator=(const BusyMachine&) = delete;
+    ~BusyMachine() {
+        isToEnd_ = true;
+        for (std::thread& other : others_) {
+            other.join();
+        }
+        setPolicy(SCHED_OTHER);
+    }
+
+private:
+    void setPolicy(int policy) const {
+        const sched_param parameters{};
+        EXPECT_EQ(::sched_setscheduler(thread_, policy, &parameters), 0);
+    }
+
+    pid_t thread_;
+    std::atomic<bool> isToEnd_{false};
+    std::vector<std::thread> others_;
+};
+
 class ReportFlood : public SequencerProgramFixture {
 protected:
     ReportFlood()
@@ -42,6 +83,33 @@ protected:
         played_ += count;
     }
 
+    /// Plays all notes and the mark; whoever reads the lines takes them as they come.
+    void playAll() {
+        ASSERT_TRUE(waitUntilHeard(keyboard_, keys_));
+        while (played_ < kCount) {
+            ASSERT_NO_FATAL_FAILURE(playNext(500));
+            static_cast<void>(corvel_->standardOutput());
+        }
+        keyboard_.play(keys_, kMark);
+        ASSERT_TRUE(synth_.readUntilCount(kCount + 1));
+    }
+
+    void expectLines() {
+        EXPECT_TRUE(corvel_->waitForOutput("\tFB\n", kDeadline));
+        std::istringstream lines(corvel_->standardOutput());
+        unsigned count = 0;
+        for (std::string line; std::getline(lines, line); ++count) {
+            if (count < kCount) {
+                ASSERT_EQ(line.substr(line.find('\t') + 1), "Stage Keyboard Out\tStage Synth In\tNote\t" +
+                                                                hexadecimal(SequencerPeer::numberedNote(count)))
+                    << "line " << count;
+            }
+        }
+        EXPECT_EQ(count, kCount + 1);
+    }
+
+    static constexpr unsigned kCount = 20'000;
+
     SequencerPeer keyboard_;
     SequencerPeer synth_;
     SequencerAddress keys_;
@@ -49,28 +117,19 @@ protected:
 };
 
 TEST_F(ReportFlood, OfTwentyThousandNotesIsWrittenLineByLineInOrder) {
-    constexpr unsigned kCount = 20'000;
     ASSERT_NO_FATAL_FAILURE(start({"--monitor"}));
-    ASSERT_TRUE(waitUntilHeard(keyboard_, keys_));
-    for (unsigned batch = 0; batch < kCount / 500; ++batch) {
-        ASSERT_NO_FATAL_FAILURE(playNext(500));
-        // The reader takes what is there, as a terminal does.
-        static_cast<void>(corvel_->standardOutput());
-    }
-    keyboard_.play(keys_, kMark);
-    ASSERT_TRUE(synth_.readUntilCount(kCount + 1));
-    EXPECT_TRUE(corvel_->waitForOutput("\tFB\n", kDeadline));
+    ASSERT_NO_FATAL_FAILURE(playAll());
+    ASSERT_NO_FATAL_FAILURE(expectLines());
+    terminate();
+}
 
-    std::istringstream lines(corvel_->standardOutput());
-    unsigned count = 0;
-    for (std::string line; std::getline(lines, line); ++count) {
-        if (count < kCount) {
-            ASSERT_EQ(line.substr(line.find('\t') + 1),
-                      "Stage Keyboard Out\tStage Synth In\tNote\t" + hexadecimal(SequencerPeer::numberedNote(count)))
-                << "line " << count;
-        }
+TEST_F(ReportFlood, OfTwentyThousandNotesIsWrittenOnceTheMachineHasTimeForIt) {
+    ASSERT_NO_FATAL_FAILURE(start({"--monitor"}));
+    {
+        const BusyMachine busy(corvel_->pid());
+        ASSERT_NO_FATAL_FAILURE(playAll());
     }
-    EXPECT_EQ(count, kCount + 1);
+    ASSERT_NO_FATAL_FAILURE(expectLines());
     terminate();
 }
 
@@ -148,6 +207,72 @@ TEST_F(ReportFloodOfFailures, IsMergedAndHoldsOffNeitherCommandsNorTheOtherRecei
         const std::size_t status = line.find(')', line.find(kNotSent));
         return status != std::string::npos && line.find_first_of("0123456789", status) != std::string::npos;
     })) << lines.back();
+    terminate();
+}
+
+TEST_F(ReportFloodOfFailures, FromManyProgramsCostsNoMemoryAndHoldsOffNoCommand) {
+    constexpr std::chrono::seconds kFlood{8};
+    constexpr long kMostMemoryKiB = 150 * 1024;
+    // The command itself has a fraction of a processor here; what it waits for is a small part of this.
+    constexpr std::chrono::seconds kPrompt{8};
+    std::vector<std::unique_ptr<SequencerFlood>> floods;
+    for (const std::string name : {"Flood 1", "Flood 2", "Flood 3", "Flood 4"}) {
+        floods.push_back(std::make_unique<SequencerFlood>(name));
+        connect(name, "Stage Synth");
+        connect(name, "Deaf Synth");
+    }
+    ASSERT_NO_FATAL_FAILURE(start());
+    for (const auto& flood : floods) {
+        ASSERT_TRUE(waitUntilHeard(flood->peer(), flood->port()));
+    }
+    for (const auto& flood : floods) {
+        flood->begin();
+    }
+    const auto begin = steady_clock::now();
+    std::size_t arrived = 0;
+    const auto takeNotes = [&] {
+        synth_.readWaiting();
+        arrived += synth_.received().size();
+        synth_.forgetReceived();
+        static_cast<void>(corvel_->standardError());
+        mostMemoryKiB_ = std::max(mostMemoryKiB_, memoryKiB("VmRSS"));
+    };
+    // The command comes when the flood has reached its height.
+    while (steady_clock::now() - begin < kFlood / 2) {
+        takeNotes();
+    }
+    ChildProcess sets = command({"--sets"});
+    const auto asked = steady_clock::now();
+    steady_clock::time_point answered;
+    while (steady_clock::now() - begin < kFlood ||
+           (answered == steady_clock::time_point{} && steady_clock::now() - asked < kDeadline)) {
+        takeNotes();
+        if (answered == steady_clock::time_point{} && sets.wait(milliseconds(0))) {
+            answered = steady_clock::now();
+        }
+    }
+    for (const auto& flood : floods) {
+        flood->end();
+    }
+    RecordProperty("arrived", std::to_string(arrived));
+    RecordProperty("memory_KiB", std::to_string(mostMemoryKiB_));
+    RecordProperty("answered_ms", std::to_string((answered - asked) / milliseconds(1)));
+    EXPECT_LT(mostMemoryKiB_, kMostMemoryKiB);
+    EXPECT_GT(arrived, 0U);
+    ASSERT_NE(answered, steady_clock::time_point{}) << "no answer during the flood";
+    EXPECT_EQ(sets.wait(milliseconds(0)), 0) << sets.standardError();
+    EXPECT_NE(sets.standardOutput().find("Stage"), std::string::npos) << sets.standardOutput();
+    EXPECT_LT(answered - asked, kPrompt);
+
+    // All is as before at once.
+    const auto before = steady_clock::now();
+    const auto isMark = [](const ReceivedEvent& event) { return event.bytes == kMark; };
+    ASSERT_TRUE(synth_.readUntil([&] {
+        keyboard_.play(keys_, kMark);
+        return std::any_of(synth_.received().begin(), synth_.received().end(), isMark);
+    }));
+    RecordProperty("as_before_ms", std::to_string((steady_clock::now() - before) / milliseconds(1)));
+    EXPECT_LT(steady_clock::now() - before, std::chrono::seconds(4));
     terminate();
 }
 

@@ -87,8 +87,12 @@ bool SequencerProgramFixture::waitUntilHeard(const SequencerPeer& peer, Sequence
 void SequencerProgramFixture::plugAndSettle() {
     const std::string settled = "Endpoint reload (notification settled)";
     const std::size_t before = errorLines(settled).size();
-    SequencerPeer visitor("Visitor");
-    visitor.addPort("Out", SequencerPeer::kSource);
+    if (visitor_) {
+        visitor_.reset();
+    } else {
+        visitor_.emplace("Visitor");
+        visitor_->addPort("Out", SequencerPeer::kSource);
+    }
     ASSERT_TRUE(waitUntil([&] { return errorLines(settled).size() > before; })) << corvel_->standardError();
 }
 

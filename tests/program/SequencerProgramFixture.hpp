@@ -69,7 +69,7 @@ protected:
     }
     /// Waits until the program has connected the source.
     [[nodiscard]] bool waitUntilHeard(const SequencerPeer& peer, SequencerAddress source);
-    /// Lets another program come and go, then waits for the settled reload that follows.
+    /// Lets another program with one source port come or, if it is there, go, then waits for the settled reload.
     void plugAndSettle();
 
     /// Plays numbered notes from `first` on in batches, no further ahead of the receiver than the sequencer keeps;
@@ -100,6 +100,7 @@ protected:
     TemporaryFolder folder_;
     ConnectionsFile file_;
     std::optional<ChildProcess> corvel_;
+    std::optional<SequencerPeer> visitor_;
 };
 
 }  // namespace corvel::tests
