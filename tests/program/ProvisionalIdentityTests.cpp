@@ -86,7 +86,7 @@ TEST_F(ProvisionalIdentity, IsNotWhatANewConnectionIsSavedWith) {
     ASSERT_NO_FATAL_FAILURE(start());
     auto late = enterWithALateName("Late Keyboard", "Out");
     const std::string temporary = "Client-" + std::to_string(late->client());
-    ChildProcess connection = command({"--connect", "Late Keyboard Out", "Stage Synth In"});
+    ChildProcess connection(command({"--connect", "Late Keyboard Out", "Stage Synth In"}));
     ASSERT_EQ(connection.wait(kDeadline), 0) << connection.standardOutput() << connection.standardError();
     const std::string saved = readFile(document());
     EXPECT_THAT(saved, HasSubstr(std::to_string(sourceID("Late Keyboard"))));

@@ -26,6 +26,18 @@ bool isStopped(pid_t process) {
 
 }  // namespace
 
+bool TimedCommand::hasEnded() {
+    if (!end_ && process_.wait(std::chrono::milliseconds(0))) {
+        end_ = std::chrono::steady_clock::now();
+    }
+    return end_.has_value();
+}
+
+std::chrono::milliseconds TimedCommand::duration() const {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(end_.value_or(std::chrono::steady_clock::now()) -
+                                                                 start_);
+}
+
 int SequencerProgramFixture::runs() {
     const char* text = std::getenv("CORVEL_TEST_RUNS");
     constexpr int kRuns = 20;
@@ -59,11 +71,11 @@ void SequencerProgramFixture::startOnDocument(const std::vector<std::string>& op
     ASSERT_TRUE(corvel_->waitForError("Endpoint reload (initial load)", kDeadline)) << corvel_->standardError();
 }
 
-ChildProcess SequencerProgramFixture::command(const std::vector<std::string>& arguments) const {
-    std::vector<std::string> all{"env", "XDG_CONFIG_HOME=" + folder_.path().string(), CORVEL_PROGRAM, "--document",
-                                 document().string()};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    return ChildProcess(all);
+std::vector<std::string> SequencerProgramFixture::command(const std::vector<std::string>& options) const {
+    std::vector<std::string> arguments{"env", "XDG_CONFIG_HOME=" + folder_.path().string(), CORVEL_PROGRAM,
+                                       "--document", document().string()};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return arguments;
 }
 
 void SequencerProgramFixture::terminate() {
@@ -84,15 +96,19 @@ bool SequencerProgramFixture::waitUntilHeard(const SequencerPeer& peer, Sequence
     return waitUntil([&] { return !peer.subscribers(source).empty(); });
 }
 
-void SequencerProgramFixture::plugAndSettle() {
-    const std::string settled = "Endpoint reload (notification settled)";
-    const std::size_t before = errorLines(settled).size();
+void SequencerProgramFixture::plug() {
     if (visitor_) {
         visitor_.reset();
     } else {
         visitor_.emplace("Visitor");
         visitor_->addPort("Out", SequencerPeer::kSource);
     }
+}
+
+void SequencerProgramFixture::plugAndSettle() {
+    const std::string settled = "Endpoint reload (notification settled)";
+    const std::size_t before = errorLines(settled).size();
+    plug();
     ASSERT_TRUE(waitUntil([&] { return errorLines(settled).size() > before; })) << corvel_->standardError();
 }
 

@@ -24,6 +24,24 @@ struct ReloadSummary {
     int connections = -1;
 };
 
+/// A command that runs while the test does other things, and how long it took.
+class TimedCommand {
+public:
+    explicit TimedCommand(const std::vector<std::string>& arguments)
+        : start_(std::chrono::steady_clock::now()), process_(arguments) {}
+
+    /// Looks whether it has ended.
+    [[nodiscard]] bool hasEnded();
+    /// From its start to its end, or to now.
+    [[nodiscard]] std::chrono::milliseconds duration() const;
+    [[nodiscard]] ChildProcess& process() { return process_; }
+
+private:
+    std::chrono::steady_clock::time_point start_;
+    std::optional<std::chrono::steady_clock::time_point> end_;
+    ChildProcess process_;
+};
+
 /// The program without a window, run on a document of its own between other programs on the sequencer. Programs of
 /// different tests know nothing of each other. Belongs to the test's thread.
 class SequencerProgramFixture : public ::testing::Test {
@@ -46,8 +64,13 @@ protected:
     void start(const std::vector<std::string>& options = {});
     /// Starts the program on the document as it is. Returns after its first load.
     void startOnDocument(const std::vector<std::string>& options = {});
-    /// Starts a command for the program that runs.
-    [[nodiscard]] ChildProcess command(const std::vector<std::string>& arguments) const;
+    /// The arguments of a command for the program that runs.
+    [[nodiscard]] std::vector<std::string> command(const std::vector<std::string>& options) const;
+    /// How long a command may take whose process alone, asking nobody for anything, took `alone` on the same machine:
+    /// far above the second that the router's part may take where nothing else runs.
+    [[nodiscard]] static std::chrono::milliseconds promptLimit(const TimedCommand& alone) {
+        return 2 * alone.duration() + std::chrono::seconds(3);
+    }
     /// Ends the program as its user does.
     void terminate();
 
@@ -69,7 +92,9 @@ protected:
     }
     /// Waits until the program has connected the source.
     [[nodiscard]] bool waitUntilHeard(const SequencerPeer& peer, SequencerAddress source);
-    /// Lets another program with one source port come or, if it is there, go, then waits for the settled reload.
+    /// Lets another program with one source port come or, if it is there, go.
+    void plug();
+    /// The same, then waits for the settled reload.
     void plugAndSettle();
 
     /// Plays numbered notes from `first` on in batches, no further ahead of the receiver than the sequencer keeps;
