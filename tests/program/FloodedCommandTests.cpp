@@ -1,0 +1,105 @@
+// Commands that reach a router while programs play as fast as they can: they are carried out, and take effect, as soon
+// as on a quiet stage.
+
+#include "tests/program/SequencerProgramFixture.hpp"
+#include "tests/support/SequencerFlood.hpp"
+
+#include <array>
+#include <sstream>
+
+namespace corvel::tests {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+class FloodedCommand : public SequencerProgramFixture {
+protected:
+    static constexpr std::array<const char*, 3> kFlooders{"Flooder 1", "Flooder 2", "Flooder 3"};
+
+    /// A set, named by its digit and its name, that connects each flooder with the destination.
+    static std::string setJSON(char digit, const std::string& name, const std::string& destination) {
+        const std::string id = "00000000-0000-4000-8000-0000000000";
+        std::ostringstream text;
+        text << R"({"id": ")" << id << '0' << digit << R"(", "name": ")" << name << R"(", "routes": [)";
+        for (std::size_t index = 0; index < kFlooders.size(); ++index) {
+            text << (index == 0 ? "" : ", ") << R"({"id": ")" << id << index + 1 << digit << R"(", "sourceID": )"
+                 << sourceID(kFlooders[index]) << R"(, "destinationID": )" << destinationID(destination)
+                 << R"(, "isEnabled": true, "channelMode": {"asIs": {}}})";
+        }
+        text << "]}";
+        return text.str();
+    }
+};
+
+TEST_F(FloodedCommand, ToChangeTheSetTakesEffectInTheMiddleOfTheFlood) {
+    constexpr std::chrono::seconds kFlood{2};
+    writeFile(document(), R"({"selectedSetID": "00000000-0000-4000-8000-000000000001", "routeSets": [)" +
+                              setJSON('1', "First", "First Synth") + ", " + setJSON('2', "Second", "Second Synth") +
+                              "]}");
+    SequencerPeer first("First Synth");
+    SequencerPeer second("Second Synth");
+    for (SequencerPeer* peer : {&first, &second}) {
+        peer->addPort("In", SequencerPeer::kDestination);
+        peer->setInputPool(kLargestPool);
+    }
+    std::array<SequencerFlood, kFlooders.size()> flooders{SequencerFlood(kFlooders[0]), SequencerFlood(kFlooders[1]),
+                                                          SequencerFlood(kFlooders[2])};
+    ASSERT_NO_FATAL_FAILURE(startOnDocument());
+    for (SequencerFlood& flooder : flooders) {
+        ASSERT_TRUE(waitUntilHeard(flooder.peer(), flooder.port()));
+    }
+    for (SequencerFlood& flooder : flooders) {
+        flooder.begin();
+    }
+    const auto takeNotes = [&](SequencerPeer& peer) {
+        peer.readWaiting();
+        const bool hasNotes = !peer.received().empty();
+        peer.forgetReceived();
+        return hasNotes;
+    };
+    ASSERT_TRUE(waitUntil([&] { return takeNotes(first); }));
+    EXPECT_FALSE(takeNotes(second));
+
+    TimedCommand alone(command({"--help"}));
+    ASSERT_TRUE(waitUntil([&] {
+        takeNotes(first);
+        return alone.hasEnded();
+    }));
+    TimedCommand change(command({"--set", "Second"}));
+    std::optional<milliseconds> heard;
+    const auto end = steady_clock::now() + kFlood;
+    // The flood goes on until both are seen, and for its time at least.
+    EXPECT_TRUE(waitUntil([&] {
+        takeNotes(first);
+        if (takeNotes(second) && !heard) {
+            heard = change.duration();
+        }
+        return change.hasEnded() && heard && steady_clock::now() > end;
+    }));
+    for (SequencerFlood& flooder : flooders) {
+        flooder.end();
+    }
+    ASSERT_TRUE(change.hasEnded()) << "the command is not answered";
+    EXPECT_EQ(change.process().wait(milliseconds(0)), 0) << change.process().standardError();
+    ASSERT_TRUE(heard) << "the other set has no effect";
+    RecordProperty("alone_ms", std::to_string(alone.duration().count()));
+    RecordProperty("answered_ms", std::to_string(change.duration().count()));
+    RecordProperty("heard_ms", std::to_string(heard->count()));
+    EXPECT_LT(change.duration().count(), promptLimit(alone).count());
+    EXPECT_LT(heard->count(), promptLimit(alone).count());
+
+    // Once what was on its way has arrived, the old set's receiver gets nothing more.
+    ASSERT_TRUE(waitUntil([&] { return !takeNotes(second); }));
+    takeNotes(first);
+    flooders.front().begin();
+    ASSERT_TRUE(waitUntil([&] { return takeNotes(second); }));
+    flooders.front().end();
+    EXPECT_FALSE(takeNotes(first));
+    terminate();
+}
+
+}  // namespace
+
+}  // namespace corvel::tests

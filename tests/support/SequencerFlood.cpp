@@ -1,0 +1,49 @@
+#include "tests/support/SequencerFlood.hpp"
+
+namespace corvel::tests {
+
+namespace {
+
+/// Notes that leave with one system call.
+constexpr int kTogether = 200;
+
+}  // namespace
+
+SequencerFlood::SequencerFlood(const std::string& name)
+    : peer_(name), port_(peer_.addPort("Out", SequencerPeer::kSource)) {
+    snd_seq_set_output_buffer_size(peer_.handle(), kTogether * sizeof(snd_seq_event_t));
+}
+
+SequencerFlood::~SequencerFlood() {
+    end();
+}
+
+void SequencerFlood::begin() {
+    isToEnd_ = false;
+    thread_ = std::thread([this] { play(); });
+}
+
+void SequencerFlood::end() {
+    isToEnd_ = true;
+    if (thread_.joinable()) {
+        thread_.join();
+    }
+}
+
+void SequencerFlood::play() {
+    snd_seq_t* handle = peer_.handle();
+    snd_seq_event_t note = noteEvent(SND_SEQ_EVENT_NOTEON, 0, 60, 100);
+    note.queue = SND_SEQ_QUEUE_DIRECT;
+    note.source.port = port_.raw().port;
+    note.dest = {SND_SEQ_ADDRESS_SUBSCRIBERS, SND_SEQ_ADDRESS_UNKNOWN};
+    while (!isToEnd_) {
+        while (snd_seq_event_output_buffer(handle, &note) >= 0) {
+        }
+        // What a receiver has no room for is lost; that is what makes it a flood.
+        if (snd_seq_drain_output(handle) < 0) {
+            snd_seq_drop_output_buffer(handle);
+        }
+    }
+}
+
+}  // namespace corvel::tests
