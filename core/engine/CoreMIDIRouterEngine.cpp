@@ -108,7 +108,7 @@ void CoreMIDIRouterEngine::startPortsOnQueue(MIDIObjectRef client) {
     reloadEndpointsOnQueue("initial load", MIDIListing::afresh);
     notifyEndpointsChanged();
     for (HostDiagnostic& diagnostic : std::exchange(hostDiagnosticsBeforeStart_, {})) {
-        takeHostDiagnostic(std::move(diagnostic.message), diagnostic.status);
+        reportHostDiagnostic(std::move(diagnostic.message), diagnostic.status);
     }
 }
 

@@ -112,6 +112,7 @@ private:
     bool reportIfFailed(MIDIStatus status, std::string_view message);
     void logDiagnostic(std::string message);
     void takeHostDiagnostic(std::string message, MIDIStatus status);
+    void reportHostDiagnostic(std::string message, MIDIStatus status);
 
     // Endpoints (CoreMIDIRouterEngineEndpoints.cpp)
     void reloadEndpointsOnQueue(std::string_view reason, MIDIListing listing);

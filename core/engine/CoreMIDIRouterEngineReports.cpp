@@ -130,10 +130,16 @@ void CoreMIDIRouterEngine::takeHostDiagnostic(std::string message, MIDIStatus st
         }
         if (!engine->isStarted_) {
             engine->hostDiagnosticsBeforeStart_.push_back({std::move(message), status});
-        } else if (engine->reportIfFailed(status, message)) {
-            engine->logDiagnostic(std::move(message));
+        } else {
+            engine->reportHostDiagnostic(std::move(message), status);
         }
     });
+}
+
+void CoreMIDIRouterEngine::reportHostDiagnostic(std::string message, MIDIStatus status) {
+    if (reportIfFailed(status, message)) {
+        logDiagnostic(std::move(message));
+    }
 }
 
 }  // namespace corvel

@@ -36,13 +36,13 @@ public:
 
     /// Copies the bytes.
     explicit MIDIBytes(std::span<const std::uint8_t> bytes) : MIDIBytes(bytes.size()) {
-        std::ranges::copy(bytes, storage());
+        std::ranges::copy(bytes, storage(bytes.size()));
     }
     // NOLINTNEXTLINE(google-explicit-constructor): a list of bytes in braces reads as what it is
     MIDIBytes(std::initializer_list<std::uint8_t> bytes) : MIDIBytes(std::span(bytes.begin(), bytes.size())) {}
     template <std::contiguous_iterator Iterator>
     MIDIBytes(Iterator first, Iterator last) : MIDIBytes(std::span<const std::uint8_t>(first, last)) {}
-    MIDIBytes(std::size_t count, std::uint8_t value) : MIDIBytes(count) { std::fill_n(storage(), count, value); }
+    MIDIBytes(std::size_t count, std::uint8_t value) : MIDIBytes(count) { std::fill_n(storage(count), count, value); }
 
     [[nodiscard]] const std::uint8_t* data() const { return shared_ ? shared_.get() : inline_.data(); }
     [[nodiscard]] std::size_t size() const { return size_; }
@@ -59,7 +59,7 @@ public:
         if (shared_ && shared_.use_count() > 1) {
             *this = MIDIBytes(std::span(data(), size_));
         }
-        return {storage(), size_};
+        return {storage(size_), size_};
     }
 
     bool operator==(const MIDIBytes& other) const { return std::ranges::equal(*this, other); }
@@ -71,7 +71,10 @@ private:
         }
     }
 
-    [[nodiscard]] std::uint8_t* storage() { return shared_ ? shared_.get() : inline_.data(); }
+    /// Takes the size, which is `size_`, since g++ would otherwise warn of long bytes written to the inline ones.
+    [[nodiscard]] std::uint8_t* storage(std::size_t size) {
+        return size > kInlineSize ? shared_.get() : inline_.data();
+    }
 
     std::size_t size_ = 0;
     std::array<std::uint8_t, kInlineSize> inline_{};

@@ -79,13 +79,15 @@ public:
         const std::size_t count = first_->end - first_->begin;
         std::unique_ptr<Chunk> chunk = detachFirst();
         size_ -= count;
+        // In exchange for a chunk that `other` is through with: the emptied one that it was left with, or a spare one.
+        if (other.first_) {
+            keep(other.detachFirst());
+        } else if (other.spare_) {
+            keep(other.takeSpare());
+        }
         other.last_ = chunk.get();
         other.first_ = std::move(chunk);
         other.size_ = count;
-        // In exchange for the chunk that `other` was through with.
-        if (other.spare_) {
-            keep(other.takeSpare());
-        }
     }
 
 private:

@@ -34,7 +34,7 @@ TEST_F(DocumentCommandsOnModel, ConnectsByNameOrIDOnceOnly) {
     EXPECT_EQ(connect("Keys", "1021"), (CommandResult{1, "Connection already exists"}));
     EXPECT_EQ(store->loadDocument().selectedRouteSet().routes, model->routes());
     settle();
-    EXPECT_THAT(host->calls, IsEmpty()) << "the engine is not started";
+    EXPECT_THAT(host->requested, IsEmpty()) << "the engine is not started";
 }
 
 TEST_F(DocumentCommandsOnModel, ConnectsOnAChannel) {

@@ -254,10 +254,10 @@ TEST_F(MIDIRouterViewModelReports, StartsOnceAlsoWhenTheStartFails) {
     settle();
     EXPECT_THAT(model->statusMessage(), ::testing::EndsWith(" (-50)"));
     host->clientStatus = kMIDISuccess;
-    host->calls.clear();
+    host->requested.clear();
     model->startIfNeeded();
     settle();
-    EXPECT_THAT(host->calls, IsEmpty());
+    EXPECT_THAT(host->requested, IsEmpty());
 }
 
 TEST_F(MIDIRouterViewModelReports, OverwritesAFailureToConnectASourceByTheCounts) {
@@ -274,7 +274,7 @@ TEST_F(MIDIRouterViewModelReports, TakesTheEndpointsInBeforeTheEngineIsStarted) 
     makeModel();
     model->applyEndpointSnapshot();
     EXPECT_EQ(model->statusMessage(), "2 inputs, 2 outputs");
-    EXPECT_THAT(host->calls, IsEmpty());
+    EXPECT_THAT(host->requested, IsEmpty());
     EXPECT_THAT(playKeys(), IsEmpty()) << "the engine was not started";
 }
 

@@ -52,7 +52,8 @@ TEST_F(MIDIRouterViewModelState, BeginsWithTheDocumentAndNothingElse) {
     EXPECT_EQ(model->statusMessage(), "Ready");
     EXPECT_EQ(engine->delegate(), model);
     settle();
-    EXPECT_THAT(host->calls, IsEmpty());
+    EXPECT_THAT(host->requested, IsEmpty());
+    EXPECT_THAT(host->listings, IsEmpty());
 }
 
 TEST_F(MIDIRouterViewModelState, SavesNothingWhenItIsMade) {
@@ -68,15 +69,14 @@ TEST_F(MIDIRouterViewModelState, StartsTheEngineOnceWithTheConnections) {
     makeModel(MIDIRouteSetDocument::singleSet({makeRoute({.sourceID = 1011, .destinationID = 1021})}, "Default"));
     startModel();
     EXPECT_EQ(model->statusMessage(), "2 inputs, 2 outputs");
-    EXPECT_EQ(
-        std::ranges::count_if(host->calls, [](const std::string& call) { return call.starts_with("createClient"); }),
-        1);
+    EXPECT_THAT(host->requested, ElementsAre("Corvel", "Corvel Input", "Corvel Output"));
     EXPECT_THAT(playKeys(), ElementsAre(std::pair(21U, std::vector<std::uint8_t>{0x90, 60, 100})));
-    host->calls.clear();
+    host->listings.clear();
     model->setSelectedRouteID(makeID(9));
     model->startIfNeeded();
     settle();
-    EXPECT_THAT(host->calls, IsEmpty());
+    EXPECT_THAT(host->requested, SizeIs(3));
+    EXPECT_THAT(host->listings, IsEmpty());
 }
 
 // Appearance

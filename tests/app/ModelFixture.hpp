@@ -40,7 +40,6 @@ protected:
     void makeModel() {
         model.reset();
         engine = CoreMIDIRouterEngine::create(host, queue, mainQueue, clock);
-        host->calls.clear();
         model = MIDIRouterViewModel::create(engine, store, settings, clock, mainQueue);
     }
 

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
+#include <map>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -15,7 +17,7 @@
 
 namespace corvel::tests {
 
-/// What can be read of an object; what is absent cannot be read.
+/// What can be read of an endpoint; what is absent cannot be read.
 struct FakeMIDIProperties {
     std::optional<std::string> displayName = std::nullopt;
     std::optional<std::string> name = std::nullopt;
@@ -24,47 +26,28 @@ struct FakeMIDIProperties {
     std::optional<bool> isOffline = std::nullopt;
 };
 
-/// An entity of a device; its properties stand with those of all objects.
-struct FakeMIDIEntity {
-    MIDIObjectRef ref = 0;
-    std::vector<MIDIObjectRef> sources{};
-    std::vector<MIDIObjectRef> destinations{};
-};
-
-/// A device; its properties stand with those of all objects.
-struct FakeMIDIDevice {
-    MIDIObjectRef ref = 0;
-    std::vector<FakeMIDIEntity> entities{};
-};
-
 /// A packet that was sent successfully.
 struct FakeSentPacket {
-    MIDIObjectRef port = 0;
     MIDIObjectRef destination = 0;
     MIDIBytes bytes;
 
     bool operator==(const FakeSentPacket&) const = default;
 };
 
-/// A MIDI service in a test's hands: it has the endpoints and answers that the test sets, and records what it is asked
-/// to do. Clients and ports get the references 1, 2, 3, … in the order in which they are made. One thread only.
+/// A MIDI service in a test's hands: it has the endpoints and answers that the test sets, and shows what became of the
+/// calls. Clients and ports get the references 1, 2, 3, … in the order in which they are made. It refuses a client or
+/// port that it did not make, or that was disposed of, with `kWrongObject`. One thread only.
 class FakeMIDIHost : public MIDIHost {
 public:
-    enum class Recording : std::uint8_t {
-        nothing,
-        /// Creations, disposals, connections, disconnections, packets made and sent.
-        actions,
-        /// The reads of endpoints, of properties and of the device tree as well.
-        everything,
-    };
+    static constexpr MIDIStatus kWrongObject = -22;
 
-    // What the service consists of. Properties are looked up by reference; a listed reference may have none, and a
-    // listed 0 is an index without an endpoint.
+    // What the service has. Properties are looked up by reference; a listed reference may have none, and a listed 0 is
+    // a place without an endpoint.
     std::vector<MIDIObjectRef> sources;
     std::vector<MIDIObjectRef> destinations;
-    std::vector<FakeMIDIDevice> devices;
-    std::vector<FakeMIDIDevice> externalDevices;
     std::unordered_map<MIDIObjectRef, FakeMIDIProperties> properties;
+    std::vector<MIDIDeviceRecord> devices;
+    std::vector<MIDIDeviceRecord> externalDevices;
 
     // What it answers.
     MIDIStatus clientStatus = kMIDISuccess;
@@ -74,41 +57,43 @@ public:
     std::unordered_map<MIDIObjectRef, MIDIStatus> connectStatuses;
     std::unordered_map<MIDIObjectRef, MIDIStatus> disconnectStatuses;
     std::unordered_map<MIDIObjectRef, MIDIStatus> sendStatuses;
-    /// Whether a packet can be made of the bytes; always, if empty.
-    std::function<bool(std::span<const std::uint8_t> bytes)> canMakePacket;
     /// Called inside every call with the operation's name, before the call is answered.
     std::function<void(std::string_view operation)> onCall;
 
     // What it saw.
-    Recording recording = Recording::actions;
-    /// The calls as text, in order: "connectSource(port 2, source 11, connection 11)".
-    std::vector<std::string> calls;
+    /// The names of the client and ports that it was asked for, in order.
+    std::vector<std::string> requested;
+    /// The client and ports disposed of, in order.
+    std::vector<MIDIObjectRef> disposed;
+    /// The sources that are connected to the input port, with the reference constant of each.
+    std::map<MIDIObjectRef, MIDIObjectRef> connections;
+    /// How it was asked for its setup, in order.
+    std::vector<MIDIListing> listings;
     /// The packets sent; only while `keepsSent`. Reserve room in it to send without allocation.
     std::vector<FakeSentPacket> sent;
     bool keepsSent = true;
     /// How many packets were sent, kept or not.
     std::size_t sentCount = 0;
+    /// How many packets came with each call of `send`, sent or not; only while `keepsSent`.
+    std::vector<std::size_t> sendSizes;
 
     /// Lists an endpoint with its properties.
     void addSource(MIDIObjectRef ref, FakeMIDIProperties of);
     void addDestination(MIDIObjectRef ref, FakeMIDIProperties of);
 
-    /// The calls so far, which are forgotten.
-    [[nodiscard]] std::vector<std::string> takeCalls();
-
     /// Delivers packets as if they had come from the connected source with this reference constant. The handler stays
     /// usable when its port is disposed of, like a call that the service had already begun. Does nothing without a
-    /// port. The bytes are overwritten after the call, so that whoever kept a reference is found out.
-    void receive(std::initializer_list<std::vector<std::uint8_t>> packets, MIDIObjectRef connection);
+    /// port. The packets are overwritten after the call, so that whoever kept a reference is found out.
+    void receive(std::initializer_list<MIDIBytes> packets, MIDIObjectRef connection);
 
-    /// The same without a copy, for measurements.
-    void receiveInPlace(std::span<const std::span<const std::uint8_t>> packets, MIDIObjectRef connection);
+    /// The same for packets as a service gives them.
+    void receive(std::span<const MIDIArrival> arrivals);
 
     /// Reports a change of the setup; nothing without a client.
     void notify(const MIDINotification& notification);
 
-    /// Reports a line about the service's own condition.
-    void diagnose(std::string message);
+    /// Reports a line about the service's own condition; nothing without a handler.
+    void diagnose(std::string message, MIDIStatus status = kMIDISuccess);
 
     void setDiagnosticHandler(DiagnosticHandler handler) override;
     [[nodiscard]] MIDICreation createClient(std::string_view name, NotificationHandler handler) override;
@@ -117,48 +102,24 @@ public:
     [[nodiscard]] MIDICreation createOutputPort(MIDIObjectRef client, std::string_view name) override;
     void disposePort(MIDIObjectRef port) override;
     void disposeClient(MIDIObjectRef client) override;
-    [[nodiscard]] unsigned sourceCount() override;
-    [[nodiscard]] MIDIObjectRef source(unsigned index) override;
-    [[nodiscard]] unsigned destinationCount() override;
-    [[nodiscard]] MIDIObjectRef destination(unsigned index) override;
-    [[nodiscard]] std::optional<std::string> displayName(MIDIObjectRef object) override;
-    [[nodiscard]] std::optional<std::string> name(MIDIObjectRef object) override;
-    [[nodiscard]] std::optional<std::string> manufacturer(MIDIObjectRef object) override;
-    [[nodiscard]] std::optional<std::int32_t> uniqueID(MIDIObjectRef object) override;
-    [[nodiscard]] std::optional<bool> isOffline(MIDIObjectRef object) override;
+    [[nodiscard]] std::shared_ptr<const MIDISetup> setup(MIDIListing listing) override;
     [[nodiscard]] MIDIStatus connectSource(MIDIObjectRef port, MIDIObjectRef source, MIDIObjectRef connection) override;
     MIDIStatus disconnectSource(MIDIObjectRef port, MIDIObjectRef source) override;
-    [[nodiscard]] unsigned deviceCount() override;
-    [[nodiscard]] MIDIObjectRef device(unsigned index) override;
-    [[nodiscard]] unsigned externalDeviceCount() override;
-    [[nodiscard]] MIDIObjectRef externalDevice(unsigned index) override;
-    [[nodiscard]] unsigned entityCount(MIDIObjectRef device) override;
-    [[nodiscard]] MIDIObjectRef entity(MIDIObjectRef device, unsigned index) override;
-    [[nodiscard]] unsigned entitySourceCount(MIDIObjectRef entity) override;
-    [[nodiscard]] MIDIObjectRef entitySource(MIDIObjectRef entity, unsigned index) override;
-    [[nodiscard]] unsigned entityDestinationCount(MIDIObjectRef entity) override;
-    [[nodiscard]] MIDIObjectRef entityDestination(MIDIObjectRef entity, unsigned index) override;
-    [[nodiscard]] std::optional<MIDIPacket> makePacket(std::span<const std::uint8_t> bytes) override;
-    [[nodiscard]] MIDIStatus send(MIDIObjectRef port, MIDIObjectRef destination, const MIDIPacket& packet) override;
+    void send(MIDIObjectRef port, std::span<MIDISend> messages) override;
 
 private:
-    struct Argument {
-        std::string_view label;
-        MIDIObjectRef value = 0;
-    };
-
-    void noteAction(std::string_view operation, std::initializer_list<Argument> arguments,
-                    std::string_view lastArgument = {});
-    void noteRead(std::string_view operation, std::initializer_list<Argument> arguments);
-    void record(std::string_view operation, std::initializer_list<Argument> arguments, std::string_view lastArgument);
-    [[nodiscard]] MIDICreation created(MIDIStatus status);
-    [[nodiscard]] const FakeMIDIDevice& deviceWith(MIDIObjectRef ref) const;
-    [[nodiscard]] const FakeMIDIEntity& entityWith(MIDIObjectRef ref) const;
+    void note(std::string_view operation) const;
+    [[nodiscard]] MIDICreation create(std::string_view name, MIDIStatus status, MIDIObjectRef& made);
+    [[nodiscard]] std::vector<MIDIEndpointRecord> records(const std::vector<MIDIObjectRef>& refs) const;
 
     DiagnosticHandler diagnosticHandler_;
     NotificationHandler notificationHandler_;
     ReceiveHandler receiveHandler_;
     MIDIObjectRef nextRef_ = 1;
+    // 0 before they are made and after they were disposed of.
+    MIDIObjectRef client_ = 0;
+    MIDIObjectRef inputPort_ = 0;
+    MIDIObjectRef outputPort_ = 0;
 };
 
 }  // namespace corvel::tests

@@ -71,16 +71,6 @@ void ManualQueue::advance(std::chrono::nanoseconds duration) {
     now_ = until;
 }
 
-std::size_t ManualQueue::pendingCount() const {
-    const std::lock_guard lock(mutex_);
-    return tasks_.size();
-}
-
-std::size_t ManualQueue::scheduledCount() const {
-    const std::lock_guard lock(mutex_);
-    return scheduled_.size();
-}
-
 Task ManualQueue::takeNext() {
     const std::lock_guard lock(mutex_);
     if (tasks_.empty()) {

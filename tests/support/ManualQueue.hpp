@@ -49,12 +49,6 @@ public:
     /// falls due, with everything that it posts.
     void advance(std::chrono::nanoseconds duration);
 
-    /// Tasks that wait to be run, work items that are not yet due left out.
-    [[nodiscard]] std::size_t pendingCount() const;
-
-    /// Work items that are not yet due, those called off included.
-    [[nodiscard]] std::size_t scheduledCount() const;
-
 private:
     struct Scheduled {
         std::chrono::nanoseconds due{};

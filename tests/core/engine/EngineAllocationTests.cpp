@@ -10,40 +10,78 @@
 namespace corvel::tests {
 namespace {
 
+/// Keys that play the synthesizer through two connections as is and one with a forced channel.
 class EngineAllocation : public EngineFixture {
 protected:
+    static constexpr std::size_t kConnections = 3;
+
     EngineAllocation() {
         addKeysAndSynth();
-        engine->updateRoutes(
-            {makeRoute({.id = makeID(1), .sourceID = 1011, .destinationID = 1021}),
-             makeRoute(
-                 {.id = makeID(2), .sourceID = 1011, .destinationID = 1021, .channelMode = ChannelMode::force(10)})});
-        startEngine();
+        startWith({keysToSynth(), keysToSynth(ChannelMode::asIs(), 2), keysToSynth(ChannelMode::force(10), 3)});
         engine->setDelegate(counter);
-        host->recording = FakeMIDIHost::Recording::nothing;
         host->keepsSent = false;
     }
 
+    /// A packet arrives, as on a service's own thread or on the engine's queue, and is reported.
     void play(std::span<const std::uint8_t> packet) {
-        const std::array packets{packet};
-        host->receiveInPlace(packets, 11);
+        const std::array arrivals{MIDIArrival{11, MIDIBytes(packet)}};
+        if (arrivesOnQueue) {
+            queue->sync([&] { host->receive(arrivals); });
+        } else {
+            host->receive(arrivals);
+        }
         settle();
     }
 
+    bool arrivesOnQueue = false;
     std::shared_ptr<CountingDelegate> counter = std::make_shared<CountingDelegate>();
 };
 
+/// A SysEx message of this size.
+template <std::size_t kSize>
+std::array<std::uint8_t, kSize> sysEx() {
+    std::array<std::uint8_t, kSize> bytes{};
+    bytes.front() = 0xF0;
+    bytes.back() = 0xF7;
+    return bytes;
+}
+
 TEST_F(EngineAllocation, TakesNoneForAShortMessageFromItsArrivalToItsReport) {
-    constexpr std::array<std::uint8_t, 16> kLongest{0xF0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xF7};
-    const std::span<const std::uint8_t> note = std::span(kLongest).first<3>();
-    play(kLongest);
+    constexpr std::array<std::uint8_t, 3> kNote{0x90, 60, 100};
+    const auto longest = sysEx<16>();
+    play(longest);
     const std::size_t before = heapAllocationCount();
-    for (int number = 0; number < 10; ++number) {
-        play(note);
-        play(kLongest);
+    // More than the memory holds that is there from the start.
+    for (int number = 0; number < 2'500; ++number) {
+        arrivesOnQueue = number % 2 == 1;
+        play(kNote);
+        play(longest);
     }
     EXPECT_EQ(heapAllocationCount() - before, 0U);
-    EXPECT_EQ(counter->routed, 42U);
+    EXPECT_EQ(counter->routed, 5'001 * kConnections);
+}
+
+TEST_F(EngineAllocation, TakesOneForALongMessageWhateverTheNumberOfConnections) {
+    const auto message = sysEx<1'024>();
+    play(message);
+    const std::size_t before = heapAllocationCount();
+    for (int number = 0; number < 100; ++number) {
+        arrivesOnQueue = number % 2 == 1;
+        play(message);
+    }
+    EXPECT_EQ(heapAllocationCount() - before, 100U) << "the arrivals themselves";
+    EXPECT_EQ(counter->routed, 101 * kConnections);
+}
+
+TEST_F(EngineAllocation, TakesOneMoreForEachConnectionThatRewritesALongMessage) {
+    std::array<std::uint8_t, 1'024> notes{};
+    notes[0] = 0x90;
+    play(notes);
+    const std::size_t before = heapAllocationCount();
+    for (int number = 0; number < 100; ++number) {
+        play(notes);
+    }
+    EXPECT_EQ(heapAllocationCount() - before, 200U);
 }
 
 }  // namespace

@@ -1,19 +1,22 @@
 #include "tests/core/engine/EngineFixture.hpp"
 
 #include <cstdint>
+#include <string_view>
 
 namespace corvel::tests {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Pair;
 using ::testing::SizeIs;
-using ::testing::UnorderedElementsAre;
+
+constexpr const char* kTree = "logged: Device tree: 0 devices, 0 external devices";
 
 class EngineEndpoints : public EngineFixture {
 protected:
     /// The reports of one reload and the change that it announces, after forgetting what was before.
-    Calls reportsOfReload() {
+    Reports reportsOfReload() {
         delegate->reports.clear();
         engine->reloadEndpoints();
         settle();
@@ -35,11 +38,8 @@ TEST_F(EngineEndpoints, ListsSourcesAndDestinationsInTheServicesOrder) {
                 ElementsAre(MIDIEndpointModel{5, 21, "Synth", "", MIDIEndpointDirection::destination, true}));
 }
 
-TEST_F(EngineEndpoints, ListsNothingForAServiceWithoutEndpoints) {
+TEST_F(EngineEndpoints, ListsWhatThereIsEachTimeAlsoBeforeStart) {
     EXPECT_EQ(engine->endpoints(), MIDIEndpoints{});
-}
-
-TEST_F(EngineEndpoints, ListsAfreshEachTimeAndBeforeStart) {
     addKeysAndSynth();
     EXPECT_THAT(engine->endpoints().sources, SizeIs(1));
     host->addSource(12, {.displayName = "Pads", .uniqueID = 1012});
@@ -50,33 +50,38 @@ TEST_F(EngineEndpoints, ListsAfreshEachTimeAndBeforeStart) {
 }
 
 TEST_F(EngineEndpoints, ListsOnTheQueueAfterWhatWasPostedBefore) {
-    addKeysAndSynth();
     startEngine();
     engine->reloadEndpoints();
-    host->recording = FakeMIDIHost::Recording::everything;
     (void)engine->endpoints();
-    EXPECT_EQ(host->calls.front(), "disconnectSource(port 2, source 11)");
-    EXPECT_EQ(queue->pendingCount(), 0U);
+    EXPECT_THAT(host->listings, ElementsAre(MIDIListing::afresh, MIDIListing::known));
 }
 
 TEST_F(EngineEndpoints, ListingChangesNothingAndReportsNothing) {
     addKeysAndSynth();
-    engine->updateRoutes({makeRoute({.sourceID = 1012, .destinationID = 1021})});
-    startEngine();
+    startWith({makeRoute({.sourceID = 1012, .destinationID = 1021})});
     host->addSource(12, {.displayName = "Pads", .uniqueID = 1012});
     (void)engine->endpoints();
     settle();
-    EXPECT_THAT(host->calls, IsEmpty());
+    EXPECT_THAT(host->connections, ElementsAre(Pair(11, 11)));
     EXPECT_THAT(delegate->reports, IsEmpty());
-    host->receive({{0x90, 60, 100}}, 12);
-    settle();
+    play({{0x90, 60, 100}}, 12);
     EXPECT_EQ(host->sentCount, 0U);
+}
+
+TEST_F(EngineEndpoints, ListsNothingOnceItsQueueHasEnded) {
+    addKeysAndSynth();
+    /// A queue that has ended drops what is posted to it.
+    class EndedQueue final : public ManualQueue {
+    public:
+        void sync(Task) override {}
+    };
+    engine = CoreMIDIRouterEngine::create(host, std::make_shared<EndedQueue>(), mainQueue, clock);
+    EXPECT_EQ(engine->endpoints(), MIDIEndpoints{});
 }
 
 TEST_F(EngineEndpoints, ListingLeavesOutNullReferences) {
     host->sources = {0, 11, 0};
     host->destinations = {0};
-    host->properties[11] = {.displayName = "Keys", .uniqueID = 1011};
     const MIDIEndpoints endpoints = engine->endpoints();
     ASSERT_THAT(endpoints.sources, SizeIs(1));
     EXPECT_EQ(endpoints.sources[0].endpointRef, 11U);
@@ -84,16 +89,14 @@ TEST_F(EngineEndpoints, ListingLeavesOutNullReferences) {
 }
 
 TEST_F(EngineEndpoints, NamesAnEndpointByDisplayNameThenNameThenReference) {
-    host->addSource(11, {.displayName = "Keys Port 1", .name = "Port 1", .uniqueID = 1});
-    host->addSource(12, {.name = "Port 2", .uniqueID = 2});
-    host->addSource(13, {.uniqueID = 3});
-    host->addSource(4294967294, {.uniqueID = 4});
+    host->addSource(11, {.displayName = "Keys Port 1", .name = "Port 1"});
+    host->addSource(12, {.name = "Port 2"});
+    host->addSource(4294967294, {});
     const MIDIEndpoints endpoints = engine->endpoints();
-    ASSERT_THAT(endpoints.sources, SizeIs(4));
+    ASSERT_THAT(endpoints.sources, SizeIs(3));
     EXPECT_EQ(endpoints.sources[0].displayName, "Keys Port 1");
     EXPECT_EQ(endpoints.sources[1].displayName, "Port 2");
-    EXPECT_EQ(endpoints.sources[2].displayName, "MIDI Endpoint 13");
-    EXPECT_EQ(endpoints.sources[3].displayName, "MIDI Endpoint 4294967294");
+    EXPECT_EQ(endpoints.sources[2].displayName, "MIDI Endpoint 4294967294");
 }
 
 TEST_F(EngineEndpoints, IdentifiesAnEndpointByItsReferenceWhereTheUniqueIDIsZeroOrUnreadable) {
@@ -123,52 +126,39 @@ TEST_F(EngineEndpoints, IsOfflineOnlyWhereTheServiceSaysSo) {
 
 // Reload
 
-TEST_F(EngineEndpoints, ReloadsAtOnceInTheCallersEyesAndOnItsQueue) {
-    addKeysAndSynth();
+TEST_F(EngineEndpoints, ReloadsOnItsQueueAndLooksAtEverythingAgain) {
     startEngine();
     engine->reloadEndpoints();
-    EXPECT_THAT(host->calls, IsEmpty());
-    EXPECT_EQ(queue->pendingCount(), 1U);
-    queue->runNext();
-    EXPECT_THAT(host->calls, SizeIs(2));
+    EXPECT_THAT(host->listings, IsEmpty());
+    settle();
+    EXPECT_THAT(host->listings, ElementsAre(MIDIListing::afresh));
 }
 
-TEST_F(EngineEndpoints, ReloadsStepByStep) {
-    addKeysAndSynth();
-    host->addDestination(22, {.displayName = "Drums", .uniqueID = 1022});
+TEST_F(EngineEndpoints, ConnectsEverySourceThatThereIsUnderItsReference) {
+    host->addSource(11, {.displayName = "Keys", .uniqueID = 1011});
+    host->addSource(12, {.displayName = "Pads", .uniqueID = 1012, .isOffline = true});
     startEngine();
-    host->addSource(12, {.displayName = "Pads", .uniqueID = 1012});
-    host->recording = FakeMIDIHost::Recording::everything;
-    engine->reloadEndpoints();
-    settle();
-    EXPECT_THAT(host->calls,
-                ElementsAre("disconnectSource(port 2, source 11)",              //
-                            "sourceCount()",                                    //
-                            "source(index 0)", "uniqueID(object 11)",           //
-                            "connectSource(port 2, source 11, connection 11)",  //
-                            "source(index 1)", "uniqueID(object 12)",           //
-                            "connectSource(port 2, source 12, connection 12)",  //
-                            "destinationCount()",                               //
-                            "destination(index 0)", "uniqueID(object 21)",      //
-                            "destination(index 1)", "uniqueID(object 22)",      //
-                            "deviceCount()", "externalDeviceCount()"));
+    EXPECT_THAT(host->connections, ElementsAre(Pair(11, 11), Pair(12, 12)));
+    host->sources = {12, 13};
+    EXPECT_THAT(reportsOfReload(),
+                ElementsAre("logged: Endpoint reload (manual refresh): 2 sources, 0 destinations, 2 source connections",
+                            kTree, "endpoints changed"));
+    EXPECT_THAT(host->connections, ElementsAre(Pair(12, 12), Pair(13, 13)));
 }
 
 TEST_F(EngineEndpoints, DisconnectsEverySourceBeforeItConnectsTheFirst) {
-    for (const MIDIObjectRef ref : {11U, 12U, 13U}) {
-        host->addSource(ref, {.displayName = "Keys", .uniqueID = static_cast<std::int32_t>(ref)});
-    }
+    host->addSource(11, {});
+    host->addSource(12, {});
     startEngine();
-    host->sources = {13, 14};
-    engine->reloadEndpoints();
-    settle();
-    ASSERT_THAT(host->calls, SizeIs(5));
-    EXPECT_THAT(Calls(host->calls.begin(), host->calls.begin() + 3),
-                UnorderedElementsAre("disconnectSource(port 2, source 11)", "disconnectSource(port 2, source 12)",
-                                     "disconnectSource(port 2, source 13)"));
-    EXPECT_THAT(Calls(host->calls.begin() + 3, host->calls.end()),
-                ElementsAre("connectSource(port 2, source 13, connection 13)",
-                            "connectSource(port 2, source 14, connection 14)"));
+    host->onCall = [this](std::string_view operation) {
+        if (operation == "connectSource") {
+            EXPECT_THAT(host->connections, IsEmpty());
+            host->onCall = nullptr;
+        }
+    };
+    (void)reportsOfReload();
+    EXPECT_FALSE(host->onCall) << "no source was connected";
+    EXPECT_THAT(host->connections, SizeIs(2));
 }
 
 TEST_F(EngineEndpoints, IgnoresThatASourceCouldNotBeDisconnected) {
@@ -177,27 +167,25 @@ TEST_F(EngineEndpoints, IgnoresThatASourceCouldNotBeDisconnected) {
     host->disconnectStatuses[11] = -19;
     EXPECT_THAT(reportsOfReload(),
                 ElementsAre("logged: Endpoint reload (manual refresh): 1 sources, 1 destinations, 1 source connections",
-                            "logged: Device tree: 0 devices, 0 external devices", "endpoints changed"));
-    EXPECT_THAT(callsTo({"connectSource"}), SizeIs(1));
+                            kTree, "endpoints changed"));
+    EXPECT_THAT(host->connections, SizeIs(1));
 }
 
 TEST_F(EngineEndpoints, SkipsNullReferencesAndCountsThem) {
     host->sources = {0, 11, 0};
     host->destinations = {21, 0};
-    host->properties[11] = {.displayName = "Keys", .uniqueID = 1011};
     startEngine();
     EXPECT_THAT(reportsOfReload(),
                 ElementsAre("logged: Endpoint reload (manual refresh): 3 sources, 2 destinations, 1 source connections",
-                            "logged: Device tree: 0 devices, 0 external devices", "endpoints changed"));
-    EXPECT_THAT(host->calls,
-                ElementsAre("disconnectSource(port 2, source 11)", "connectSource(port 2, source 11, connection 11)"));
+                            kTree, "endpoints changed"));
+    EXPECT_THAT(host->connections, ElementsAre(Pair(11, 11)));
 }
 
 TEST_F(EngineEndpoints, ReportsASourceThatCannotBeConnectedAndGoesOn) {
-    host->addSource(11, {.displayName = "Keys", .uniqueID = 1});
-    host->addSource(12, {.name = "Port 2", .uniqueID = 2});
-    host->addSource(13, {.uniqueID = 3});
-    host->addSource(14, {.displayName = "Pads", .uniqueID = 4});
+    host->addSource(11, {.displayName = "Keys"});
+    host->addSource(12, {.name = "Port 2"});
+    host->addSource(13, {});
+    host->addSource(14, {.displayName = "Pads"});
     host->connectStatuses = {{11, -10844}, {12, 12}, {13, -1}};
     engine->start();
     settle();
@@ -207,49 +195,31 @@ TEST_F(EngineEndpoints, ReportsASourceThatCannotBeConnectedAndGoesOn) {
                             "failed: MIDI source could not be connected: Port 2 (12)",
                             "failed: MIDI source could not be connected: MIDI Endpoint 13 (-1)",
                             "logged: Endpoint reload (initial load): 4 sources, 0 destinations, 1 source connections",
-                            "logged: Device tree: 0 devices, 0 external devices", "endpoints changed"));
+                            kTree, "endpoints changed"));
 }
 
-TEST_F(EngineEndpoints, DoesNotDisconnectASourceThatCouldNotBeConnectedAndTriesItAgain) {
+TEST_F(EngineEndpoints, TriesASourceAgainThatCouldNotBeConnectedWithoutDisconnectingIt) {
     addKeysAndSynth();
     host->connectStatuses[11] = -16;
     startEngine();
     host->connectStatuses.clear();
-    engine->reloadEndpoints();
-    settle();
-    EXPECT_THAT(host->calls, ElementsAre("connectSource(port 2, source 11, connection 11)"));
+    bool hasDisconnected = false;
+    host->onCall = [&](std::string_view operation) {
+        hasDisconnected = hasDisconnected || operation == "disconnectSource";
+    };
+    (void)reportsOfReload();
+    host->onCall = nullptr;
+    EXPECT_FALSE(hasDisconnected);
+    EXPECT_THAT(host->connections, ElementsAre(Pair(11, 11)));
     EXPECT_THAT(delegate->failures, SizeIs(1));
-}
-
-TEST_F(EngineEndpoints, DoesNotDisconnectASourceAgainThatIsNoLongerConnected) {
-    addKeysAndSynth();
-    startEngine();
-    host->connectStatuses[11] = -16;
-    engine->reloadEndpoints();
-    engine->reloadEndpoints();
-    settle();
-    EXPECT_THAT(host->calls,
-                ElementsAre("disconnectSource(port 2, source 11)", "connectSource(port 2, source 11, connection 11)",
-                            "connectSource(port 2, source 11, connection 11)"));
-}
-
-TEST_F(EngineEndpoints, ConnectsAnOfflineSourceLikeAnyOther) {
-    host->addSource(11, {.displayName = "Keys", .uniqueID = 1011, .isOffline = true});
-    host->calls.clear();
-    engine->start();
-    settle();
-    EXPECT_THAT(callsTo({"connectSource"}), ElementsAre("connectSource(port 2, source 11, connection 11)"));
-    EXPECT_EQ(delegate->reports[1],
-              "logged: Endpoint reload (initial load): 1 sources, 0 destinations, 1 source connections");
 }
 
 TEST_F(EngineEndpoints, RefusesAReloadBeforeStart) {
     addKeysAndSynth();
-    host->calls.clear();
-    host->recording = FakeMIDIHost::Recording::everything;
     EXPECT_THAT(reportsOfReload(),
                 ElementsAre("logged: Skipped endpoint reload before engine start", "endpoints changed"));
-    EXPECT_THAT(host->calls, IsEmpty());
+    EXPECT_THAT(host->listings, IsEmpty());
+    EXPECT_THAT(host->connections, IsEmpty());
 }
 
 TEST_F(EngineEndpoints, AnnouncesTheChangeAfterEveryManualRefresh) {
@@ -257,54 +227,75 @@ TEST_F(EngineEndpoints, AnnouncesTheChangeAfterEveryManualRefresh) {
     engine->reloadEndpoints();
     engine->reloadEndpoints();
     settle();
-    EXPECT_THAT(delegate->reports,
-                ElementsAre("logged: Endpoint reload (manual refresh): 0 sources, 0 destinations, 0 source connections",
-                            "logged: Device tree: 0 devices, 0 external devices", "endpoints changed",
-                            "logged: Endpoint reload (manual refresh): 0 sources, 0 destinations, 0 source connections",
-                            "logged: Device tree: 0 devices, 0 external devices", "endpoints changed"));
+    EXPECT_EQ(delegate->endpointChanges, 3U) << "the initial load and two refreshes";
 }
+
+// Packets that arrive while the service lists and connects
+
+/// A service that has, inside a call of the reload, what arrived before the change of the setup. The keys (11) have
+/// gone when it is asked for its setup, and the synthesizer has another reference; the pads (12) have come.
+class EngineReloadDelivery : public EngineEndpoints, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(EngineReloadDelivery, GoesByTheTablesFromBeforeTheReload) {
+    addKeysAndSynth();
+    startWith({keysToSynth(), makeRoute({.sourceID = 1012, .destinationID = 1021})});
+    host->sources.clear();
+    host->destinations.clear();
+    host->addSource(12, {.displayName = "Pads", .uniqueID = 1012});
+    host->addDestination(25, {.displayName = "Synth", .uniqueID = 1021});
+    unsigned calls = 0;
+    host->onCall = [&](std::string_view operation) {
+        if (operation == GetParam()) {
+            ++calls;
+            host->receive({{0x90, 60, 100}, {0x80, 60, 0}}, 11);
+        }
+    };
+    EXPECT_THAT(reportsOfReload(),
+                ElementsAre("routed [90 3C 64]", "routed [80 3C 00]",
+                            "logged: Endpoint reload (manual refresh): 1 sources, 1 destinations, 1 source connections",
+                            kTree, "endpoints changed"));
+    host->onCall = nullptr;
+    EXPECT_EQ(calls, 1U);
+    EXPECT_THAT(host->sent, ElementsAre(FakeSentPacket{21, {0x90, 60, 100}}, FakeSentPacket{21, {0x80, 60, 0}}));
+    // From now on the new tables hold.
+    host->sent.clear();
+    play({{0x90, 61, 100}}, 11);
+    play({{0x90, 62, 100}}, 12);
+    EXPECT_THAT(host->sent, ElementsAre(FakeSentPacket{25, {0x90, 62, 100}}));
+}
+
+INSTANTIATE_TEST_SUITE_P(InsideACall, EngineReloadDelivery,
+                         ::testing::Values("setup", "disconnectSource", "connectSource"));
 
 // Device tree
 
 TEST_F(EngineEndpoints, SummarisesTheDeviceTree) {
     host->devices = {
-        {.ref = 41, .entities = {{.ref = 51, .sources = {11, 12}, .destinations = {21}}, {.ref = 52}}},
-        {.ref = 42},
+        {{41, "Stage Piano", "Piano", false},
+         {{{51, "Piano Ports", {}, {}},
+           {{11, "Piano Out 1", {}, {}}, {12, {}, "Out 2", {}}},
+           {{21, "Piano In", {}, {}}}},
+          {{52, {}, "Piano Control", {}}, {}, {}}}},
+        {{42, {}, "Pad Box", true}, {}},
     };
-    host->externalDevices = {{.ref = 43, .entities = {{.ref = 53, .destinations = {22, 23}}}}};
-    host->properties[41] = {.displayName = "Stage Piano", .name = "Piano", .isOffline = false};
-    host->properties[51] = {.displayName = "Piano Ports"};
-    host->properties[52] = {.name = "Piano Control"};
-    host->properties[11] = {.displayName = "Piano Out 1"};
-    host->properties[12] = {.name = "Out 2"};
-    host->properties[21] = {.displayName = "Piano In"};
-    host->properties[42] = {.name = "Pad Box", .isOffline = true};
-    host->properties[53] = {.displayName = "Rack"};
-    host->properties[22] = {.displayName = "Rack A"};
+    host->externalDevices = {
+        {{43, {}, {}, {}}, {{{53, "Rack", {}, {}}, {}, {{22, "Rack A", {}, {}}, {23, {}, {}, {}}}}}},
+        {{0, {}, {}, {}}, {}}};
     startEngine();
-    EXPECT_THAT(reportsOfReload()[1],
-                "logged: Device tree: 2 devices, 1 external devices\n"
-                "- device[0] Stage Piano online, 2 entities\n"
-                "  entity[0] Piano Ports: 2 sources, 1 destinations\n"
-                "    source[0] Piano Out 1\n"
-                "    source[1] Out 2\n"
-                "    destination[0] Piano In\n"
-                "  entity[1] Piano Control: 0 sources, 0 destinations\n"
-                "- device[1] Pad Box offline, 0 entities\n"
-                "- external[0] MIDI Endpoint 43 online, 1 entities\n"
-                "  entity[0] Rack: 0 sources, 2 destinations\n"
-                "    destination[0] Rack A\n"
-                "    destination[1] MIDI Endpoint 23");
-}
-
-TEST_F(EngineEndpoints, SummarisesANullDeviceByItsReference) {
-    host->devices = {{.ref = 0}, {.ref = 41}};
-    host->properties[41] = {.displayName = "Pads"};
-    startEngine();
-    EXPECT_THAT(reportsOfReload()[1],
-                "logged: Device tree: 2 devices, 0 external devices\n"
-                "- device[0] MIDI Endpoint 0 online, 0 entities\n"
-                "- device[1] Pads online, 0 entities");
+    EXPECT_EQ(reportsOfReload()[1],
+              "logged: Device tree: 2 devices, 2 external devices\n"
+              "- device[0] Stage Piano online, 2 entities\n"
+              "  entity[0] Piano Ports: 2 sources, 1 destinations\n"
+              "    source[0] Piano Out 1\n"
+              "    source[1] Out 2\n"
+              "    destination[0] Piano In\n"
+              "  entity[1] Piano Control: 0 sources, 0 destinations\n"
+              "- device[1] Pad Box offline, 0 entities\n"
+              "- external[0] MIDI Endpoint 43 online, 1 entities\n"
+              "  entity[0] Rack: 0 sources, 2 destinations\n"
+              "    destination[0] Rack A\n"
+              "    destination[1] MIDI Endpoint 23\n"
+              "- external[1] MIDI Endpoint 0 online, 0 entities");
 }
 
 }  // namespace

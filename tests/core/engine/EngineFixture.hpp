@@ -10,6 +10,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <utility>
@@ -23,7 +25,7 @@ namespace corvel::tests {
 /// The service gives the client the reference 1, the input port 2 and the output port 3.
 class EngineFixture : public ::testing::Test {
 protected:
-    using Calls = std::vector<std::string>;
+    using Reports = std::vector<std::string>;
 
     EngineFixture() {
         engine = CoreMIDIRouterEngine::create(host, queue, mainQueue, clock);
@@ -36,12 +38,31 @@ protected:
         }
     }
 
-    /// Starts the engine and forgets what it called and reported on the way.
+    /// Starts the engine and forgets what it reported and asked for on the way.
     void startEngine() {
         engine->start();
         settle();
-        host->calls.clear();
+        host->listings.clear();
         delegate->reports.clear();
+    }
+
+    void startWith(std::vector<MIDIRoute> routes) {
+        engine->updateRoutes(std::move(routes));
+        startEngine();
+    }
+
+    /// Delivers packets from the source with this reference and lets the engine work them off.
+    void play(std::initializer_list<MIDIBytes> packets, MIDIObjectRef source = 11) {
+        host->receive(packets, source);
+        settle();
+    }
+
+    /// Lets time pass on the engine's queue and gives what was reported meanwhile.
+    Reports reportsDuring(std::chrono::milliseconds duration) {
+        delegate->reports.clear();
+        queue->advance(duration);
+        settle();
+        return delegate->takeReports();
     }
 
     /// A keyboard (source 11, ID 1011) and a synthesizer (destination 21, ID 1021).
@@ -50,20 +71,12 @@ protected:
         host->addDestination(21, {.displayName = "Synth", .uniqueID = 1021});
     }
 
-    /// The calls that begin with one of these words, in order.
-    [[nodiscard]] Calls callsTo(const std::vector<std::string>& operations) const {
-        Calls chosen;
-        for (const std::string& call : host->calls) {
-            for (const std::string& operation : operations) {
-                if (call.starts_with(operation + "(")) {
-                    chosen.push_back(call);
-                }
-            }
-        }
-        return chosen;
+    /// A connection between them.
+    static MIDIRoute keysToSynth(ChannelMode mode = ChannelMode::asIs(), std::uint32_t id = 1) {
+        return makeRoute({.id = makeID(id), .sourceID = 1011, .destinationID = 1021, .channelMode = mode});
     }
 
-    const std::shared_ptr<FakeMIDIHost> host = std::make_shared<FakeMIDIHost>();
+    std::shared_ptr<FakeMIDIHost> host = std::make_shared<FakeMIDIHost>();
     const std::shared_ptr<ManualQueue> queue = std::make_shared<ManualQueue>();
     const std::shared_ptr<ManualQueue> mainQueue = std::make_shared<ManualQueue>(ManualQueue::Current::onMakerThread);
     const std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();

@@ -85,15 +85,18 @@ public:
         MIDIBytes bytes;
     };
 
-    /// Called inside every send, outside the lock.
+    /// Called for every message that is sent, outside the lock.
     std::function<void()> onSend;
 
     /// Packets from a source, on the calling thread.
-    void receive(const std::vector<std::vector<std::uint8_t>>& packets, MIDIObjectRef source) {
+    void receive(const std::vector<MIDIBytes>& packets, MIDIObjectRef source) {
         const auto handler = locked([this] { return receiveHandler_; });
         if (handler) {
-            const std::vector<std::span<const std::uint8_t>> views(packets.begin(), packets.end());
-            (*handler)(views, source);
+            std::vector<MIDIArrival> arrivals;
+            for (const MIDIBytes& bytes : packets) {
+                arrivals.push_back({source, bytes});
+            }
+            (*handler)(arrivals);
         }
     }
 
@@ -106,7 +109,7 @@ public:
 
     void diagnose(std::string message) {
         const auto handler = locked([this] { return diagnosticHandler_; });
-        (*handler)(std::move(message));
+        (*handler)(std::move(message), kMIDISuccess);
     }
 
     /// Makes a further source come or go.
@@ -160,30 +163,19 @@ public:
         });
     }
 
-    [[nodiscard]] unsigned sourceCount() override {
-        return onQueue("sourceCount", [this] { return kSources + (hasPassingSource_ ? 1U : 0U); });
-    }
-    [[nodiscard]] MIDIObjectRef source(unsigned index) override {
-        // The passing source may have gone since the count was read.
-        return onQueue("source", [&] {
-            return index < kSources ? kFirstSource + index : (hasPassingSource_ ? kPassingSource : MIDIObjectRef{0});
+    [[nodiscard]] std::shared_ptr<const MIDISetup> setup(MIDIListing) override {
+        return onQueue("setup", [this] {
+            MIDISetup setup;
+            setup.destinations = {record(kSynth), record(kDrums)};
+            for (unsigned index = 0; index < kSources; ++index) {
+                setup.sources.push_back(record(kFirstSource + index));
+            }
+            if (hasPassingSource_) {
+                setup.sources.push_back(record(kPassingSource));
+            }
+            return std::make_shared<const MIDISetup>(std::move(setup));
         });
     }
-    [[nodiscard]] unsigned destinationCount() override {
-        return onQueue("destinationCount", [] { return 2U; });
-    }
-    [[nodiscard]] MIDIObjectRef destination(unsigned index) override {
-        return onQueue("destination", [&] { return index == 0 ? kSynth : kDrums; });
-    }
-    [[nodiscard]] std::optional<std::string> displayName(MIDIObjectRef object) override {
-        return onQueue("displayName", [&] { return "Endpoint " + std::to_string(object); });
-    }
-    [[nodiscard]] std::optional<std::string> name(MIDIObjectRef) override { return std::nullopt; }
-    [[nodiscard]] std::optional<std::string> manufacturer(MIDIObjectRef) override { return std::nullopt; }
-    [[nodiscard]] std::optional<std::int32_t> uniqueID(MIDIObjectRef object) override {
-        return onQueue("uniqueID", [&] { return static_cast<std::int32_t>(1000 + object); });
-    }
-    [[nodiscard]] std::optional<bool> isOffline(MIDIObjectRef) override { return std::nullopt; }
 
     [[nodiscard]] MIDIStatus connectSource(MIDIObjectRef, MIDIObjectRef source, MIDIObjectRef connection) override {
         onQueue("connectSource", [&] {
@@ -202,29 +194,21 @@ public:
         return kMIDISuccess;
     }
 
-    [[nodiscard]] unsigned deviceCount() override { return 0; }
-    [[nodiscard]] MIDIObjectRef device(unsigned) override { return 0; }
-    [[nodiscard]] unsigned externalDeviceCount() override { return 0; }
-    [[nodiscard]] MIDIObjectRef externalDevice(unsigned) override { return 0; }
-    [[nodiscard]] unsigned entityCount(MIDIObjectRef) override { return 0; }
-    [[nodiscard]] MIDIObjectRef entity(MIDIObjectRef, unsigned) override { return 0; }
-    [[nodiscard]] unsigned entitySourceCount(MIDIObjectRef) override { return 0; }
-    [[nodiscard]] MIDIObjectRef entitySource(MIDIObjectRef, unsigned) override { return 0; }
-    [[nodiscard]] unsigned entityDestinationCount(MIDIObjectRef) override { return 0; }
-    [[nodiscard]] MIDIObjectRef entityDestination(MIDIObjectRef, unsigned) override { return 0; }
-
-    [[nodiscard]] std::optional<MIDIPacket> makePacket(std::span<const std::uint8_t> bytes) override {
-        return MIDIPacket{MIDIBytes(bytes.begin(), bytes.end())};
-    }
-    [[nodiscard]] MIDIStatus send(MIDIObjectRef, MIDIObjectRef destination, const MIDIPacket& packet) override {
-        onQueue("send", [&] { sent_.push_back({destination, packet.bytes}); });
-        if (onSend) {
-            onSend();
+    void send(MIDIObjectRef, std::span<MIDISend> messages) override {
+        for (MIDISend& message : messages) {
+            onQueue("send", [&] { sent_.push_back({message.destination, MIDIBytes(message.bytes)}); });
+            message.status = kMIDISuccess;
+            if (onSend) {
+                onSend();
+            }
         }
-        return kMIDISuccess;
     }
 
 private:
+    static MIDIEndpointRecord record(MIDIObjectRef ref) {
+        return {{ref, "Endpoint " + std::to_string(ref), {}, {}}, static_cast<std::int32_t>(1000 + ref), {}};
+    }
+
     template <typename Work>
     std::invoke_result_t<Work&> locked(Work&& work) {
         const std::lock_guard lock(mutex_);
@@ -275,7 +259,7 @@ std::vector<MIDIRoute> routes(unsigned variation) {
 }
 
 /// A note whose channel tells its source and whose data tells its number.
-std::vector<std::uint8_t> note(unsigned source, unsigned number) {
+MIDIBytes note(unsigned source, unsigned number) {
     return {static_cast<std::uint8_t>(0x90U + source), static_cast<std::uint8_t>(number >> 7U),
             static_cast<std::uint8_t>(number & 0x7FU)};
 }
@@ -328,7 +312,7 @@ public:
         for (unsigned source = 0; source < kSources; ++source) {
             add([this, source, packets] {
                 for (unsigned number = 0; number < packets;) {
-                    std::vector<std::vector<std::uint8_t>> together;
+                    std::vector<MIDIBytes> together;
                     const unsigned end = std::min(packets, number + 1 + number % 3);
                     while (number < end) {
                         together.push_back(note(source, number++));

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace corvel {
 namespace {
@@ -55,9 +56,9 @@ TEST(MIDIMessageTransformer, PutsEveryStatusOnEveryChannel) {
         for (int status = 0x80; status <= 0xEF; ++status) {
             const MIDIBytes result = MIDIMessageTransformer::transform({static_cast<std::uint8_t>(status), 0x11, 0x22},
                                                                        ChannelMode::force(channel));
-            EXPECT_EQ(int{result.at(0)}, status / 16 * 16 + channel - 1);
-            EXPECT_EQ(int{result.at(1)}, 0x11);
-            EXPECT_EQ(int{result.at(2)}, 0x22);
+            EXPECT_EQ(int{result[0]}, status / 16 * 16 + channel - 1);
+            EXPECT_EQ(int{result[1]}, 0x11);
+            EXPECT_EQ(int{result[2]}, 0x22);
         }
     }
 }
@@ -96,8 +97,8 @@ TEST(MIDIMessageTransformer, StepsOverSingleBytesOneByOne) {
     for (const int single : {0xF4, 0xF5, 0xF6, 0xF7, 0xF8, 0xF9, 0xFA, 0xFB, 0xFC, 0xFD, 0xFE, 0xFF, 0x00, 0x7F}) {
         const MIDIBytes result = MIDIMessageTransformer::transform(
             {static_cast<std::uint8_t>(single), 0x90, 0x3C, 0x64}, ChannelMode::force(16));
-        EXPECT_EQ(int{result.at(0)}, single);
-        EXPECT_EQ(int{result.at(1)}, 0x9F) << "after " << single;
+        EXPECT_EQ(int{result[0]}, single);
+        EXPECT_EQ(int{result[1]}, 0x9F) << "after " << single;
     }
 }
 
@@ -128,17 +129,35 @@ TEST(MIDIMessageTransformer, ReturnsTheBytesUnchangedForAChannelThatDoesNotExist
 }
 
 TEST(MIDIMessageTransformer, LeavesTheCallersBytesAsTheyAre) {
-    const MIDIBytes bytes{0x93, 0x3C, 0x64};
-    EXPECT_EQ(byteText(MIDIMessageTransformer::transform(bytes, ChannelMode::force(1))), "90 3C 64");
-    EXPECT_EQ(byteText(bytes), "93 3C 64");
+    for (const std::size_t size : {3U, 100U}) {
+        MIDIBytes bytes(size, 0x40);
+        bytes.writable()[0] = 0x93;
+        const MIDIBytes result = MIDIMessageTransformer::transform(bytes, ChannelMode::force(1));
+        EXPECT_EQ(int{result.front()}, 0x90);
+        EXPECT_EQ(int{bytes.front()}, 0x93);
+    }
+}
+
+TEST(MIDIMessageTransformer, SharesALongSequenceOfWhichItChangesNothing) {
+    MIDIBytes bytes(100, 0x40);
+    bytes.writable()[0] = 0x93;
+    const auto isShared = [&](const ChannelMode& mode) {
+        return MIDIMessageTransformer::transform(bytes, mode).data() == bytes.data();
+    };
+    EXPECT_TRUE(isShared(ChannelMode::asIs()));
+    EXPECT_TRUE(isShared(ChannelMode::force(0)));
+    EXPECT_TRUE(isShared(ChannelMode::force(4))) << "on the channel already";
+    EXPECT_FALSE(isShared(ChannelMode::force(5)));
+    bytes.writable()[0] = 0xF0;
+    EXPECT_TRUE(isShared(ChannelMode::force(5))) << "SysEx";
 }
 
 TEST(MIDIMessageTransformer, RewritesThroughoutALongBuffer) {
-    MIDIBytes bytes;
+    std::vector<std::uint8_t> bytes;
     for (int message = 0; message < 1000; ++message) {
         bytes.insert(bytes.end(), {0x90, 0x3C, 0x64, 0xF8, 0xD3, 0x40});
     }
-    const MIDIBytes result = MIDIMessageTransformer::transform(bytes, ChannelMode::force(12));
+    const MIDIBytes result = MIDIMessageTransformer::transform(MIDIBytes(bytes), ChannelMode::force(12));
     ASSERT_EQ(result.size(), 6000U);
     for (std::size_t start = 0; start < result.size(); start += 6) {
         ASSERT_EQ(byteText(std::span(result.data() + start, 6)), "9B 3C 64 F8 DB 40");
@@ -148,8 +167,8 @@ TEST(MIDIMessageTransformer, RewritesThroughoutALongBuffer) {
 TEST(MIDIMessageTransformer, ChangesNothingButTheChannelOfChannelStatusesInAnyBuffer) {
     tests::RandomSource random(3);
     for (int round = 0; round < 5'000; ++round) {
-        MIDIBytes bytes(random.below(40));
-        for (std::uint8_t& byte : bytes) {
+        MIDIBytes bytes(random.below(40), 0);
+        for (std::uint8_t& byte : bytes.writable()) {
             byte = random.byte();
         }
         const auto channel = static_cast<int>(random.below(18));

@@ -1,7 +1,6 @@
 #include "core/support/EventLoop.hpp"
 
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -10,6 +9,7 @@
 #include <future>
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -89,39 +89,6 @@ TEST(EventLoop, GoesOnAfterATaskThatThrows) {
     EXPECT_TRUE(hasRun);
 }
 
-TEST(EventLoop, RunsATaskThatMayWaitWithoutBeingWokenOtherwise) {
-    const auto loop = EventLoop::withThread("test");
-    loop->sync([] {});
-    std::promise<void> ran;
-    loop->asyncDeferred([&ran] { ran.set_value(); });
-    ran.get_future().wait();
-}
-
-TEST(EventLoop, KeepsTheOrderOfTasksThatMayWaitAndThoseThatMayNot) {
-    const auto loop = EventLoop::withThread("test");
-    std::vector<int> order;
-    loop->asyncDeferred([&order] { order.push_back(1); });
-    loop->async([&order] { order.push_back(2); });
-    loop->asyncDeferred([&order] { order.push_back(3); });
-    loop->sync([&order] { order.push_back(4); });
-    EXPECT_EQ(order, (std::vector{1, 2, 3, 4}));
-}
-
-TEST(EventLoop, RunsWorkItemsOnTimeBesideTasksThatMayWait) {
-    const auto loop = EventLoop::withThread("test");
-    std::vector<int> order;
-    std::promise<void> done;
-    loop->sync([&] {
-        loop->asyncAfter(40ms, std::make_shared<DispatchWorkItem>([&] {
-                             order.push_back(2);
-                             done.set_value();
-                         }));
-    });
-    loop->asyncDeferred([&order] { order.push_back(1); });
-    done.get_future().wait();
-    EXPECT_EQ(order, (std::vector{1, 2}));
-}
-
 TEST(EventLoop, RunsAWorkItemOnceItsDelayHasPassed) {
     const auto loop = EventLoop::withThread("test");
     const auto start = std::chrono::steady_clock::now();
@@ -160,58 +127,151 @@ TEST(EventLoop, DoesNotRunAWorkItemThatWasCalledOff) {
     EXPECT_FALSE(hasRun);
 }
 
-TEST(EventLoop, CallsTheHandlerOfADescriptorThatIsReady) {
+TEST(EventLoop, RunsAWorkItemThatIsDueBehindTheTasksPostedBefore) {
     const auto loop = EventLoop::withThread("test");
-    const Signal signal;
-    std::promise<bool> handled;
-    loop->sync([&] {
-        loop->watch(signal.descriptor(), [&] {
-            signal.clear();
-            handled.set_value(loop->isCurrent());
-        });
-    });
-    signal.raise();
-    EXPECT_TRUE(handled.get_future().get());
-    loop->sync([&] { loop->unwatch(signal.descriptor()); });
-}
-
-TEST(EventLoop, DoesWhatAHandlerPostsInTheSameRound) {
-    const auto loop = EventLoop::withThread("test");
-    const Signal signal;
     std::vector<int> order;
     std::promise<void> done;
     loop->sync([&] {
-        loop->watch(signal.descriptor(), [&] {
-            signal.clear();
-            order.push_back(1);
-            loop->async([&] {
-                order.push_back(2);
-                done.set_value();
-            });
-        });
+        loop->asyncAfter(1ms, std::make_shared<DispatchWorkItem>([&] {
+                             order.push_back(3);
+                             done.set_value();
+                         }));
+        loop->async([&] { order.push_back(1); });
+        loop->async([&] { order.push_back(2); });
+        // The work item falls due while both tasks wait.
+        for (const auto due = std::chrono::steady_clock::now() + 5ms; std::chrono::steady_clock::now() < due;) {
+        }
     });
-    signal.raise();
     done.get_future().wait();
-    EXPECT_EQ(order, (std::vector{1, 2}));
-    loop->sync([&] { loop->unwatch(signal.descriptor()); });
+    EXPECT_EQ(order, (std::vector{1, 2, 3}));
 }
 
-TEST(EventLoop, LetsAHandlerEndItsOwnWatch) {
-    const auto loop = EventLoop::withThread("test");
-    const Signal signal;
-    int calls = 0;
-    loop->sync([&] {
-        loop->watch(signal.descriptor(), [&] {
-            ++calls;
-            loop->unwatch(signal.descriptor());
+/// A loop that watches a descriptor and notes what runs in what order.
+class EventLoopRound : public ::testing::Test {
+protected:
+    ~EventLoopRound() override {
+        loop->sync([&] { loop->unwatch(signal.descriptor()); });
+    }
+
+    /// Watches the signal; the handlers are called once for each time that it is raised.
+    void watch(const EventLoop::Handler& first, const EventLoop::Handler& second) {
+        loop->sync([&] {
+            loop->watch(
+                signal.descriptor(),
+                [this, first] {
+                    signal.clear();
+                    note("first");
+                    first();
+                },
+                [this, second] {
+                    note("second");
+                    second();
+                    ended.set_value();
+                });
         });
+    }
+
+    void note(const std::string& what) { order.push_back(what); }
+
+    /// Raises the signal and waits until its second handler has ended.
+    std::vector<std::string> orderOfARound() {
         signal.raise();
-    });
-    // The descriptor stays ready; only the watch keeps the handler from being called in each of these rounds.
-    for (int round = 0; round < 10; ++round) {
+        waitForEnd();
+        return order;
+    }
+
+    void waitForEnd() {
+        ended.get_future().wait();
         loop->sync([] {});
     }
-    loop->sync([&] { EXPECT_EQ(calls, 1); });
+
+    const std::shared_ptr<EventLoop> loop = EventLoop::withThread("test");
+    const Signal signal;
+    std::vector<std::string> order;
+    std::promise<void> ended;
+};
+
+TEST_F(EventLoopRound, CallsTheFirstHandlerRunsTheTasksAndCallsTheSecondHandlerAllOnItsThread) {
+    bool isOnLoop = true;
+    const auto check = [&] { isOnLoop = isOnLoop && loop->isCurrent(); };
+    watch(
+        [&] {
+            check();
+            loop->async([&] {
+                check();
+                note("task");
+                loop->async([&] { note("task of the next round"); });
+            });
+        },
+        check);
+    orderOfARound();
+    EXPECT_EQ(order, (std::vector<std::string>{"first", "task", "second", "task of the next round"}));
+    EXPECT_TRUE(isOnLoop);
+}
+
+TEST_F(EventLoopRound, RunsATaskThatWasPostedBeforeTheInputWasReadAheadOfItsSecondHandler) {
+    watch([] {}, [] {});
+    loop->async([this] {
+        // Ready from now on, so the next round finds both the input and this task.
+        signal.raise();
+        loop->async([this] { note("task"); });
+    });
+    waitForEnd();
+    EXPECT_EQ(order, (std::vector<std::string>{"first", "task", "second"}));
+}
+
+TEST_F(EventLoopRound, TellsWhenItBegan) {
+    EventLoop::SteadyTime inFirst{};
+    EventLoop::SteadyTime inTask{};
+    EventLoop::SteadyTime inSecond{};
+    watch(
+        [&] {
+            inFirst = loop->roundTime();
+            loop->async([&] { inTask = loop->roundTime(); });
+        },
+        [&] { inSecond = loop->roundTime(); });
+    const auto before = std::chrono::steady_clock::now();
+    orderOfARound();
+    EXPECT_GE(inFirst, before);
+    EXPECT_LE(inFirst, std::chrono::steady_clock::now());
+    EXPECT_EQ(inTask, inFirst);
+    EXPECT_EQ(inSecond, inFirst);
+}
+
+TEST_F(EventLoopRound, CallsTheSecondHandlerAlsoAfterTheFirstThrew) {
+    watch([] { throw std::runtime_error("expected by the test"); }, [] {});
+    EXPECT_EQ(orderOfARound(), (std::vector<std::string>{"first", "second"}));
+}
+
+TEST_F(EventLoopRound, CallsNoHandlerOfADescriptorWhoseWatchHasEnded) {
+    int firstCalls = 0;
+    int secondCalls = 0;
+    for (const bool endsInFirst : {true, false}) {
+        firstCalls = secondCalls = 0;
+        const Signal other;
+        loop->sync([&] {
+            loop->watch(
+                other.descriptor(),
+                [&] {
+                    ++firstCalls;
+                    if (endsInFirst) {
+                        loop->unwatch(other.descriptor());
+                    } else {
+                        loop->async([&] { loop->unwatch(other.descriptor()); });
+                    }
+                },
+                [&] { ++secondCalls; });
+            other.raise();
+        });
+        // The descriptor stays ready; only the end of the watch keeps the handlers from being called in these rounds.
+        for (int round = 0; round < 10; ++round) {
+            loop->sync([] {});
+        }
+        loop->sync([&] {
+            EXPECT_EQ(firstCalls, 1);
+            EXPECT_EQ(secondCalls, 0);
+        });
+    }
 }
 
 TEST(EventLoop, RunsWhatWasPostedBeforeItsLastReferenceGoes) {
@@ -257,44 +317,6 @@ TEST(EventLoop, MayLoseItsLastReferenceOnItsOwnThread) {
     loop.reset();
     taken.set_value();
     released.get_future().wait();
-}
-
-TEST(EventLoop, DropsWhatNobodyRanWhenItsLastReferenceGoes) {
-    auto loop = EventLoop::onThisThread("test");
-    bool hasRun = false;
-    loop->async([&hasRun] { hasRun = true; });
-    loop.reset();
-    EXPECT_FALSE(hasRun);
-}
-
-TEST(EventLoop, RunsOnTheThreadThatMadeItUntilStopped) {
-    const auto loop = EventLoop::onThisThread("test");
-    EXPECT_TRUE(loop->isCurrent());
-    std::vector<int> order;
-    loop->async([&] { order.push_back(1); });
-    std::thread other([&] {
-        loop->async([&] { order.push_back(2); });
-        loop->stop();
-    });
-    other.join();
-    loop->run();
-    EXPECT_EQ(order, (std::vector{1, 2}));
-}
-
-TEST(EventLoop, TellsALoopInsideOneOfItsTasksOfWhatIsPostedMeanwhile) {
-    const auto queue = EventLoop::onThisThread("test.main");
-    queue->runReady();
-    std::vector<int> order;
-    queue->async([&] {
-        order.push_back(1);
-        std::thread([&] { queue->async([&] { order.push_back(3); }); }).join();
-        pollfd ready{queue->readyDescriptor(), POLLIN, 0};
-        EXPECT_EQ(::poll(&ready, 1, 5'000), 1);
-        queue->runReady();
-    });
-    queue->async([&] { order.push_back(2); });
-    queue->runReady();
-    EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
 }
 
 TEST(EventLoop, TakesPostsFromManyThreadsWithoutLosingAny) {
