@@ -127,6 +127,7 @@ std::vector<PortAddress> EndpointRegistry::replaceAll(const std::vector<PortDesc
     }
     if (mayHaveMissedPorts) {
         cards_.clear();
+        setup_ = nullptr;
     }
     for (const PortDescription& port : ports) {
         update(port);

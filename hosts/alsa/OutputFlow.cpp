@@ -73,12 +73,13 @@ void OutputFlow::send(const PortAddress& destination, std::span<const std::uint8
 }
 
 void OutputFlow::sendOrKeep(snd_seq_event_t& event, MIDIStatus& status, SteadyTime now) {
+    // First: it may find that the destination has no room after all, and then this event has to wait as well.
+    if (batch_.size() == SequencerClient::kMaxEventsPerSend) {
+        flush(now);
+    }
     if ((isWaiting() && waiting_.contains(destinationOf(event))) || !takeRoom(event, now)) {
         keep(event);
         return;
-    }
-    if (batch_.size() == SequencerClient::kMaxEventsPerSend) {
-        flush(now);
     }
     batch_.push_back(event);
     statuses_.push_back(&status);

@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -68,8 +69,9 @@ KeyboardShortcutSpec controlKey(std::string_view key) {
 class Rehearsal : public ::testing::Test {
 protected:
     Rehearsal() {
-        for (unsigned index = 0; index < host->destinationCount(); ++index) {
-            destinations[*host->uniqueID(host->destination(index))] = host->destination(index);
+        const std::shared_ptr<const MIDISetup> setup = host->setup(MIDIListing::known);
+        for (const MIDIEndpointRecord& record : setup->destinations) {
+            destinations[record.uniqueID.value()] = record.ref;
         }
         start();
     }
@@ -132,13 +134,13 @@ protected:
     }
 
     [[nodiscard]] MIDIObjectRef source(std::int32_t id) const {
-        for (unsigned index = 0; index < host->sourceCount(); ++index) {
-            if (host->uniqueID(host->source(index)) == id) {
-                return host->source(index);
-            }
+        const std::vector<MIDIEndpointRecord> sources = host->setup(MIDIListing::known)->sources;
+        const auto found = std::ranges::find(sources, id, &MIDIEndpointRecord::uniqueID);
+        if (found == sources.end()) {
+            ADD_FAILURE() << "no source " << id;
+            return 0;
         }
-        ADD_FAILURE() << "no source " << id;
-        return 0;
+        return found->ref;
     }
 
     void plugInSynth(std::int32_t id) { destinations[id] = host->addDestination("Demo Synth", "Corvel Demo", id); }

@@ -32,17 +32,12 @@ TEST_F(ALSAWithoutSequencer, SaysWhyItCannotBeOpened) {
 
 TEST_F(ALSAWithoutSequencer, ListsNoEndpointsAndNoDevices) {
     queue_->sync([&] {
-        EXPECT_EQ(host_->sourceCount(), 0U);
-        EXPECT_EQ(host_->destinationCount(), 0U);
-        EXPECT_EQ(host_->deviceCount(), 0U);
-        EXPECT_EQ(host_->externalDeviceCount(), 0U);
-        EXPECT_EQ(host_->source(0), 0U);
-        EXPECT_EQ(host_->destination(0), 0U);
+        EXPECT_EQ(*host_->setup(MIDIListing::known), MIDISetup());
+        EXPECT_EQ(*host_->setup(MIDIListing::afresh), MIDISetup());
     });
 }
 
 TEST_F(ALSAWithoutSequencer, MakesNoClient) {
-    host_->setDiagnosticHandler([](const std::string&) {});
     MIDICreation creation;
     mainQueue_->sync([&] { creation = host_->createClient("Corvel", [](const MIDINotification&) {}); });
     EXPECT_LT(creation.status, 0);
@@ -52,7 +47,9 @@ TEST_F(ALSAWithoutSequencer, MakesNoClient) {
 TEST_F(ALSAWithoutSequencer, FailsToConnectAndToSend) {
     queue_->sync([&] {
         EXPECT_LT(host_->connectSource(1, 1, 1), 0);
-        EXPECT_LT(host_->send(1, 1, MIDIPacket{}), 0);
+        MIDISend message{.destination = 1, .bytes = {}};
+        host_->send(1, {&message, 1});
+        EXPECT_LT(message.status, 0);
     });
 }
 

@@ -6,10 +6,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <map>
+#include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace corvel::tests {
@@ -23,6 +25,7 @@ using hosts::PortDescription;
 using hosts::SoundCard;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 
 constexpr auto kSource = MIDIEndpointDirection::source;
 constexpr auto kDestination = MIDIEndpointDirection::destination;
@@ -46,34 +49,44 @@ PortDescription cardPort(int client, int card, const std::string& clientName, co
 }
 
 SoundCard usbCard(int number, const std::string& path, const std::optional<std::string>& serialNumber) {
-    return {"UM" + std::to_string(number), SoundCard::USBDevice{"0582", "012a", serialNumber, path, "Roland"}};
+    return {"UM" + std::to_string(number), "UM-ONE",
+            SoundCard::USBDevice{"0582", "012a", serialNumber, path, "Roland"}};
 }
 
 /// A registry over ports and cards that a test lists.
 class EndpointRegistryTest : public testing::Test {
 protected:
-    void update(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts = false) {
-        registry_.update(ports, mayHaveMissedPorts);
+    void replaceAll(const std::vector<PortDescription>& ports) {
+        static_cast<void>(registry_.replaceAll(ports, false));
     }
 
-    std::vector<std::string> sourceNames() const {
+    std::vector<MIDIEndpointRecord> sources() { return registry_.setup()->sources; }
+    MIDIEndpointRecord firstSource() { return sources().at(0); }
+    MIDIEndpointRecord firstDestination() { return registry_.setup()->destinations.at(0); }
+
+    std::vector<std::string> sourceNames() {
         std::vector<std::string> names;
-        for (const Endpoint& endpoint : registry_.sources()) {
-            names.push_back(endpoint.displayName);
+        for (const MIDIEndpointRecord& record : sources()) {
+            names.push_back(record.displayName.value());
         }
         return names;
     }
 
-    std::vector<std::int32_t> sourceIDs() const {
+    std::vector<std::int32_t> sourceIDs() {
         std::vector<std::int32_t> ids;
-        for (const Endpoint& endpoint : registry_.sources()) {
-            ids.push_back(endpoint.uniqueID);
+        for (const MIDIEndpointRecord& record : sources()) {
+            ids.push_back(record.uniqueID.value());
         }
         return ids;
     }
 
     std::map<int, SoundCard> cards_;
-    EndpointRegistry registry_{[this](int card) { return cards_.at(card); }};
+    /// How often each card was read.
+    std::map<int, int> readCounts_;
+    EndpointRegistry registry_{[this](int card) {
+        ++readCounts_[card];
+        return cards_.at(card);
+    }};
 };
 
 TEST_F(EndpointRegistryTest, TakesPortsThatMayBeReadOrWrittenThroughSubscriptions) {
@@ -96,114 +109,190 @@ TEST_F(EndpointRegistryTest, TakesPortsThatMayBeReadOrWrittenThroughSubscription
 }
 
 TEST_F(EndpointRegistryTest, LeavesOutTheSystemClient) {
-    update({cardPort(0, -1, "System", "Announce"), programPort(128, 0, "Synth", "Out")});
+    replaceAll({cardPort(0, -1, "System", "Announce"), programPort(128, 0, "Synth", "Out")});
     EXPECT_THAT(sourceNames(), ElementsAre("Synth Out"));
 }
 
+// Who is who
+
 TEST_F(EndpointRegistryTest, GivesAPortTheSameReferencesAsLongAsItLives) {
     const PortDescription port = programPort(128, 0, "Synth", "Port");
-    update({port});
-    const MIDIObjectRef source = registry_.sources().front().ref;
-    const MIDIObjectRef destination = registry_.destinations().front().ref;
+    registry_.update(port);
+    const MIDIObjectRef source = firstSource().ref;
+    const MIDIObjectRef destination = firstDestination().ref;
     EXPECT_NE(source, 0U);
     EXPECT_NE(destination, 0U);
     EXPECT_NE(source, destination);
-    update({programPort(20, 0, "Another", "Port"), port});
-    EXPECT_EQ(registry_.sources()[1].ref, source);
+    replaceAll({programPort(20, 0, "Another", "Port"), port});
+    EXPECT_EQ(sources()[1].ref, source);
     ASSERT_NE(registry_.find(source), nullptr);
     EXPECT_EQ(registry_.find(source)->address, (PortAddress{128, 0}));
+    EXPECT_EQ(registry_.find(source)->direction, kSource);
+    ASSERT_NE(registry_.find({128, 0}, kDestination), nullptr);
+    EXPECT_EQ(registry_.find({128, 0}, kDestination)->ref, destination);
 }
 
 TEST_F(EndpointRegistryTest, NeverGivesAReferenceToTheNextPortAtTheAddress) {
     const PortDescription port = programPort(128, 0, "Synth", "Port");
-    update({port});
-    const MIDIObjectRef first = registry_.sources().front().ref;
-    registry_.portEnded({128, 0});
-    EXPECT_EQ(registry_.find(first), nullptr);
-    EXPECT_EQ(registry_.knownReference({128, 0}, kSource), 0U);
-    update({port});
-    const MIDIObjectRef second = registry_.sources().front().ref;
-    EXPECT_NE(second, first);
-    update({});
-    update({port});
-    EXPECT_NE(registry_.sources().front().ref, first);
-    EXPECT_NE(registry_.sources().front().ref, second);
+    std::set<MIDIObjectRef> refs;
+    const auto expectAnotherRef = [&] {
+        registry_.update(port);
+        EXPECT_TRUE(refs.insert(firstSource().ref).second);
+    };
+    expectAnotherRef();
+    registry_.portEnded(port.address);
+    expectAnotherRef();
+    replaceAll({});
+    expectAnotherRef();
     registry_.clear();
-    update({port});
-    EXPECT_NE(registry_.sources().front().ref, second);
+    expectAnotherRef();
+}
+
+TEST_F(EndpointRegistryTest, FindsNoReferencesOfPortsThatHaveEnded) {
+    PortDescription port = programPort(128, 0, "Synth", "Port");
+    const auto expectGone = [&](const MIDIEndpointRecord& endpoint) {
+        EXPECT_EQ(registry_.find(endpoint.ref), nullptr);
+    };
+    registry_.update(port);
+    registry_.update(programPort(128, 1, "Synth", "Another"));
+    const MIDIEndpointRecord ended = firstSource();
+    registry_.portEnded(port.address);
+    expectGone(ended);
+    EXPECT_EQ(registry_.find(port.address, kSource), nullptr);
+    EXPECT_THAT(sourceNames(), ElementsAre("Synth Another"));
+
+    const MIDIEndpointRecord notListed = firstSource();
+    replaceAll({port});
+    expectGone(notListed);
+
+    const MIDIEndpointRecord closed = firstDestination();
+    const MIDIEndpointRecord stillOpen = firstSource();
+    port.capabilities = kReadable;
+    registry_.update(port);
+    expectGone(closed);
+    EXPECT_NE(registry_.find(stillOpen.ref), nullptr);
+
+    registry_.clear();
+    expectGone(stillOpen);
 }
 
 TEST_F(EndpointRegistryTest, TakesARenamedPortForTheSameUnlessPortsMayHaveBeenMissed) {
-    update({programPort(128, 0, "Synth", "Port")});
-    const Endpoint before = registry_.sources().front();
-    update({programPort(128, 0, "Synth", "Renamed")});
-    EXPECT_EQ(registry_.sources().front().ref, before.ref);
-    EXPECT_EQ(registry_.sources().front().uniqueID, before.uniqueID);
-    EXPECT_EQ(registry_.sources().front().displayName, "Synth Renamed");
-    update({programPort(128, 0, "Other", "Port")}, true);
-    EXPECT_NE(registry_.sources().front().ref, before.ref);
-    EXPECT_EQ(registry_.find(before.ref), nullptr);
+    const PortDescription kept = programPort(127, 0, "Kept", "Port");
+    replaceAll({kept, programPort(128, 0, "Synth", "Port"), programPort(129, 0, "Gone", "Port")});
+    const std::vector<MIDIEndpointRecord> before = sources();
+    EXPECT_THAT(registry_.replaceAll({kept, programPort(128, 0, "Synth", "Renamed")}, false),
+                ElementsAre(PortAddress{129, 0}));
+    EXPECT_EQ(sources()[1].ref, before[1].ref);
+    EXPECT_EQ(sources()[1].uniqueID, before[1].uniqueID);
+    EXPECT_EQ(sources()[1].displayName, "Synth Renamed");
+
+    EXPECT_THAT(registry_.replaceAll({kept, programPort(128, 0, "Other", "Port")}, true),
+                ElementsAre(PortAddress{128, 0}));
+    EXPECT_EQ(sources()[0].ref, before[0].ref);
+    EXPECT_NE(sources()[1].ref, before[1].ref);
+    EXPECT_NE(sources()[1].uniqueID, before[1].uniqueID);
+    EXPECT_EQ(registry_.find(before[1].ref), nullptr);
+}
+
+TEST_F(EndpointRegistryTest, ListsTheAddressesOfAClientsPorts) {
+    replaceAll({programPort(127, 9, "A", "Port"), programPort(128, 0, "B", "Port"), programPort(128, 7, "B", "Port"),
+                programPort(129, 0, "C", "Port")});
+    EXPECT_THAT(registry_.portsOf(128), ElementsAre(PortAddress{128, 0}, PortAddress{128, 7}));
+    EXPECT_THAT(registry_.portsOf(130), IsEmpty());
+}
+
+// Unique IDs
+
+TEST_F(EndpointRegistryTest, GivesAPortItsFinalIDOnceItHasANameOfItsOwnAndNoOtherAfterwards) {
+    registry_.update(programPort(129, 0, "Client-129", "port-0"));
+    const MIDIObjectRef ref = firstSource().ref;
+    EXPECT_THAT(sourceIDs(), ElementsAre(hosts::uniqueEndpointID(kSource, "Client-129", 0, "port-0")));
+    registry_.update(programPort(129, 0, "Synth", "port-0"));
+    EXPECT_THAT(sourceIDs(), ElementsAre(hosts::uniqueEndpointID(kSource, "Synth", 0, "port-0")));
+    registry_.update(programPort(129, 0, "Synth", "Out"));
+    EXPECT_THAT(sourceIDs(), ElementsAre(hosts::uniqueEndpointID(kSource, "Synth", 0, "Out")));
+    registry_.update(programPort(129, 0, "Synth", "Renamed"));
+    registry_.update(programPort(129, 0, "Client-129", "port-0"));
+    registry_.update(programPort(129, 0, "Sampler", "In"));
+    EXPECT_THAT(sourceIDs(), ElementsAre(hosts::uniqueEndpointID(kSource, "Synth", 0, "Out")));
+    EXPECT_EQ(firstSource().ref, ref);
+}
+
+TEST_F(EndpointRegistryTest, TakesADefaultNameForOneOnlyWithTheNumbersOfThePort) {
+    registry_.update(programPort(129, 1, "Client-128", "port-0"));
+    const std::vector<std::int32_t> ids = sourceIDs();
+    registry_.update(programPort(129, 1, "Synth", "Out"));
+    EXPECT_EQ(sourceIDs(), ids);
+}
+
+TEST_F(EndpointRegistryTest, FreesAProvisionalIDOnceTheFinalOneIsThere) {
+    // Both ports ask for the same ID in turn.
+    registry_.update(programPort(129, 0, "Client-129", "Out"));
+    registry_.update(programPort(129, 0, "Synth", "Out"));
+    registry_.update(programPort(130, 0, "Client-129", "Out"));
+    EXPECT_THAT(sourceIDs(), ElementsAre(hosts::uniqueEndpointID(kSource, "Synth", 0, "Out"),
+                                         hosts::uniqueEndpointID(kSource, "Client-129", 0, "Out")));
 }
 
 TEST_F(EndpointRegistryTest, GivesEqualPortsNeighbouringIDsInTheirOrder) {
     const std::int32_t wanted = hosts::uniqueEndpointID(kSource, "Synth", 0, "Out");
-    update({programPort(128, 0, "Synth", "Out"), programPort(129, 0, "Synth", "Out"),
-            programPort(130, 0, "Synth", "Out")});
+    replaceAll({programPort(128, 0, "Synth", "Out"), programPort(129, 0, "Synth", "Out"),
+                programPort(130, 0, "Synth", "Out")});
     EXPECT_THAT(sourceIDs(), ElementsAre(wanted, wanted + 1, wanted + 2));
     EXPECT_THAT(sourceNames(), ElementsAre("Synth Out", "Synth Out", "Synth Out"));
 }
 
 TEST_F(EndpointRegistryTest, StepsOverZeroAndFromTheLargestIDToTheSmallest) {
     // Names made for their hashes.
-    update({programPort(128, 0, "Bridge", "Port TX50G9"), programPort(129, 0, "Bridge", "Port TX50G9")});
+    replaceAll({programPort(128, 0, "Bridge", "Port TX50G9"), programPort(129, 0, "Bridge", "Port TX50G9")});
     EXPECT_THAT(sourceIDs(), ElementsAre(-1, 1));
-    update({programPort(130, 0, "Bridge", "Port 07QBP1J"), programPort(131, 0, "Bridge", "Port 07QBP1J")});
+    replaceAll({programPort(130, 0, "Bridge", "Port 07QBP1J"), programPort(131, 0, "Bridge", "Port 07QBP1J")});
     EXPECT_THAT(sourceIDs(), ElementsAre(2147483647, -2147483648));
 }
 
 TEST_F(EndpointRegistryTest, KeepsAnIDWithItsPortWhenAnEqualOneGoes) {
     const std::int32_t wanted = hosts::uniqueEndpointID(kSource, "Synth", 0, "Out");
     const PortDescription second = programPort(129, 0, "Synth", "Out");
-    update({programPort(128, 0, "Synth", "Out"), second});
+    replaceAll({programPort(128, 0, "Synth", "Out"), second});
     registry_.portEnded({128, 0});
-    update({second});
+    replaceAll({second});
     EXPECT_THAT(sourceIDs(), ElementsAre(wanted + 1));
-    update({programPort(128, 0, "Synth", "Out"), second});
+    replaceAll({programPort(128, 0, "Synth", "Out"), second});
     EXPECT_THAT(sourceIDs(), ElementsAre(wanted, wanted + 1));
 }
 
 TEST_F(EndpointRegistryTest, LeavesTheProcessIDOutOfNamesAndIDs) {
     PortDescription port = programPort(128, 0, "FLUID Synth (1234)", "Synth input port");
     port.processID = 1234;
-    update({port});
-    EXPECT_EQ(registry_.destinations().front().uniqueID, 1699463900);
-    EXPECT_EQ(registry_.destinations().front().displayName, "FLUID Synth Synth input port");
-    EXPECT_EQ(registry_.destinations().front().name, "Synth input port");
+    replaceAll({port});
+    EXPECT_EQ(firstDestination().uniqueID, 1699463900);
+    EXPECT_EQ(firstDestination().displayName, "FLUID Synth Synth input port");
+    EXPECT_EQ(firstDestination().name, "Synth input port");
 }
 
 TEST_F(EndpointRegistryTest, NumbersPortsOfOneClientThatWouldLookTheSame) {
-    update({programPort(128, 0, "Synth", "Out"), programPort(128, 3, "Synth", "Out"),
-            programPort(128, 4, "Synth", "Other")});
+    replaceAll({programPort(128, 0, "Synth", "Out"), programPort(128, 3, "Synth", "Out"),
+                programPort(128, 4, "Synth", "Other")});
     EXPECT_THAT(sourceNames(), ElementsAre("Synth Out (0)", "Synth Out (3)", "Synth Other"));
 }
 
 TEST_F(EndpointRegistryTest, IdentifiesAUSBDeviceBySerialNumberElseByPath) {
     cards_[1] = usbCard(1, "1-2", "AB12");
-    update({cardPort(20, 1, "UM-ONE", "UM-ONE MIDI 1")});
+    replaceAll({cardPort(20, 1, "UM-ONE", "UM-ONE MIDI 1")});
     EXPECT_THAT(sourceIDs(), ElementsAre(1470946362));
-    EXPECT_EQ(registry_.sources().front().manufacturer, "Roland");
+    EXPECT_EQ(firstSource().manufacturer, "Roland");
     registry_.portEnded({20, 0});
     cards_[1] = usbCard(1, "1-2", std::nullopt);
-    update({cardPort(20, 1, "UM-ONE", "UM-ONE MIDI 1")});
+    replaceAll({cardPort(20, 1, "UM-ONE", "UM-ONE MIDI 1")});
     EXPECT_THAT(sourceIDs(), ElementsAre(-2128938868));
 }
 
 TEST_F(EndpointRegistryTest, KnowsAUSBDeviceAgainWhateverItsClientAndCardNumber) {
     cards_[1] = usbCard(1, "1-2", "AB12");
     cards_[2] = usbCard(2, "1-3", "AB12");
-    update({cardPort(20, 1, "UM-ONE", "UM-ONE MIDI 1")});
+    replaceAll({cardPort(20, 1, "UM-ONE", "UM-ONE MIDI 1")});
     registry_.portEnded({20, 0});
-    update({cardPort(28, 2, "UM-ONE", "UM-ONE MIDI 1")});
+    replaceAll({cardPort(28, 2, "UM-ONE", "UM-ONE MIDI 1")});
     EXPECT_THAT(sourceIDs(), ElementsAre(1470946362));
 }
 
@@ -212,23 +301,23 @@ TEST_F(EndpointRegistryTest, TellsLikeDevicesApartByTheirPlaceFromTheSecondOnFor
     cards_[2] = usbCard(2, "1-3", std::nullopt);
     const PortDescription first = cardPort(20, 1, "UM-ONE", "UM-ONE MIDI 1");
     const PortDescription second = cardPort(24, 2, "UM-ONE", "UM-ONE MIDI 1");
-    update({first});
+    replaceAll({first});
     EXPECT_THAT(sourceNames(), ElementsAre("UM-ONE MIDI 1"));
-    update({first, second});
+    replaceAll({first, second});
     EXPECT_THAT(sourceNames(), ElementsAre(HasSubstr("USB 1-2"), HasSubstr("USB 1-3")));
     const std::string placed = sourceNames().front();
     registry_.portEnded({24, 0});
-    update({first});
+    replaceAll({first});
     EXPECT_THAT(sourceNames(), ElementsAre(placed)) << "or its connections would follow the other device";
     registry_.portEnded({20, 0});
-    update({first});
+    replaceAll({first});
     EXPECT_THAT(sourceNames(), ElementsAre("UM-ONE MIDI 1"));
 }
 
 TEST_F(EndpointRegistryTest, TellsLikeCardsOfOtherBusesApartByTheirID) {
-    cards_[1] = {"AudioPCI", std::nullopt};
-    cards_[2] = {"AudioPCI_1", std::nullopt};
-    update({cardPort(20, 1, "Ensoniq AudioPCI", "ES1370"), cardPort(24, 2, "Ensoniq AudioPCI", "ES1370")});
+    cards_[1] = {"AudioPCI", "Ensoniq", std::nullopt};
+    cards_[2] = {"AudioPCI_1", "Ensoniq", std::nullopt};
+    replaceAll({cardPort(20, 1, "Ensoniq AudioPCI", "ES1370"), cardPort(24, 2, "Ensoniq AudioPCI", "ES1370")});
     const std::vector<std::string> names = sourceNames();
     ASSERT_EQ(names.size(), 2U);
     EXPECT_NE(names[0], names[1]);
@@ -238,26 +327,117 @@ TEST_F(EndpointRegistryTest, TellsLikeCardsOfOtherBusesApartByTheirID) {
 TEST_F(EndpointRegistryTest, ListsAnInactivePortAsOffline) {
     PortDescription port = programPort(128, 0, "Synth", "Out");
     port.capabilities |= 1U << 8U;
-    update({port, programPort(129, 0, "Synth B", "Out")});
-    EXPECT_TRUE(registry_.sources()[0].isOffline);
-    EXPECT_FALSE(registry_.sources()[1].isOffline);
+    replaceAll({port, programPort(129, 0, "Synth B", "Out")});
+    EXPECT_EQ(sources()[0].isOffline, true);
+    EXPECT_EQ(sources()[1].isOffline, false);
 }
 
-TEST_F(EndpointRegistryTest, GivesManyPortsDifferentIDs) {
-    std::vector<PortDescription> ports;
-    for (int client = 128; client < 168; ++client) {
-        for (int port = 0; port < 16; ++port) {
-            ports.push_back(programPort(client, port, "Synth", "Out"));
+TEST_F(EndpointRegistryTest, TellsAThousandPortsApart) {
+    // Near the 254 that the sequencer gives to a client, all of one name.
+    for (int client = 128; client < 132; ++client) {
+        for (int port = 0; port < 250; ++port) {
+            registry_.update(programPort(client, port, "Synth", "Out"));
         }
     }
-    update(ports);
-    std::vector<std::int32_t> ids = sourceIDs();
-    for (const Endpoint& endpoint : registry_.destinations()) {
-        ids.push_back(endpoint.uniqueID);
+    std::set<std::int32_t> ids;
+    std::set<MIDIObjectRef> refs;
+    const std::shared_ptr<const MIDISetup> setup = registry_.setup();
+    for (const auto& records : {setup->sources, setup->destinations}) {
+        ASSERT_EQ(records.size(), 1'000U);
+        for (const MIDIEndpointRecord& record : records) {
+            ids.insert(record.uniqueID.value());
+            refs.insert(record.ref);
+        }
+        EXPECT_EQ(records[499].displayName, "Synth Out (249)");
     }
-    std::sort(ids.begin(), ids.end());
-    EXPECT_EQ(std::adjacent_find(ids.begin(), ids.end()), ids.end());
-    EXPECT_EQ(std::find(ids.begin(), ids.end(), 0), ids.end());
+    EXPECT_EQ(ids.size(), 2'000U);
+    EXPECT_FALSE(ids.contains(0));
+    EXPECT_EQ(refs.size(), 2'000U);
+    for (int client = 128; client < 132; ++client) {
+        for (const PortAddress& address : registry_.portsOf(client)) {
+            registry_.portEnded(address);
+        }
+    }
+    EXPECT_EQ(*registry_.setup(), MIDISetup());
+}
+
+// The setup
+
+TEST_F(EndpointRegistryTest, GivesTheSameSetupUntilSomethingChanges) {
+    const PortDescription port = programPort(128, 0, "Synth", "Out");
+    registry_.update(port);
+    const std::shared_ptr<const MIDISetup> first = registry_.setup();
+    const MIDISetup copy = *first;
+    registry_.update(port);
+    replaceAll({port});
+    registry_.portEnded({128, 1});
+    EXPECT_EQ(registry_.setup(), first);
+
+    std::set<std::shared_ptr<const MIDISetup>> setups{first};
+    const auto expectAnother = [&] { EXPECT_TRUE(setups.insert(registry_.setup()).second); };
+    registry_.update(programPort(128, 0, "Synth", "Renamed"));
+    expectAnother();
+    registry_.update(programPort(128, 1, "Synth", "Second"));
+    expectAnother();
+    registry_.portEnded({128, 1});
+    expectAnother();
+    replaceAll({});
+    expectAnother();
+    registry_.clear();
+    expectAnother();
+    EXPECT_EQ(*first, copy);
+}
+
+TEST_F(EndpointRegistryTest, ReadsACardOnceAsLongAsItsPortsAreThere) {
+    cards_[1] = usbCard(1, "1-2", "AB12");
+    const PortDescription first = cardPort(20, 1, "UM-ONE", "UM-ONE MIDI 1");
+    const PortDescription second = cardPort(24, 1, "UM-ONE", "UM-ONE MIDI 2");
+    replaceAll({first, second});
+    static_cast<void>(registry_.setup());
+    registry_.update(cardPort(20, 1, "UM-ONE", "Renamed"));
+    registry_.update(programPort(128, 0, "Synth", "Out"));
+    static_cast<void>(registry_.setup());
+    replaceAll({first, second});
+    static_cast<void>(registry_.setup());
+    EXPECT_THAT(readCounts_, ElementsAre(std::pair(1, 1)));
+
+    static_cast<void>(registry_.replaceAll({first, second}, true));
+    static_cast<void>(registry_.setup());
+    EXPECT_THAT(readCounts_, ElementsAre(std::pair(1, 2))) << "another card may have got the number unseen";
+}
+
+TEST_F(EndpointRegistryTest, ListsCardsInTheirOrderThenKernelClientsWithoutOneAndNeitherSystemNorPrograms) {
+    for (const int card : {1, 2}) {
+        cards_[card] = {"id" + std::to_string(card), "Card " + std::to_string(card), std::nullopt};
+    }
+    PortDescription second = cardPort(24, 1, "First A", "Port 1");
+    second.address.port = 1;
+    replaceAll({cardPort(0, -1, "System", "Announce"), cardPort(14, -1, "Midi Through", "Port"),
+                cardPort(20, 2, "Second", "Port"), cardPort(24, 1, "First A", "Port 0"), second,
+                cardPort(28, 1, "First B", "Port"), programPort(128, 0, "Program", "Port")});
+
+    const std::shared_ptr<const MIDISetup> setup = registry_.setup();
+    std::vector<std::string> lines;
+    std::set<MIDIObjectRef> refs;
+    for (const MIDIDeviceRecord& device : setup->devices) {
+        EXPECT_TRUE(refs.insert(device.ref).second);
+        for (const MIDIEntityRecord& entity : device.entities) {
+            EXPECT_TRUE(refs.insert(entity.ref).second);
+            std::string line = device.name.value() + "/" + entity.name.value() + ":";
+            for (const auto& records : {entity.sources, entity.destinations}) {
+                for (const MIDIObjectRecord& record : records) {
+                    const Endpoint* const endpoint = registry_.find(record.ref);
+                    ASSERT_NE(endpoint, nullptr);
+                    line += (endpoint->direction == kSource ? " <" : " >") + record.name.value();
+                }
+            }
+            lines.push_back(line);
+        }
+    }
+    EXPECT_THAT(lines, ElementsAre("Card 1/First A: <Port 0 <Port 1 >Port 0 >Port 1", "Card 1/First B: <Port >Port",
+                                   "Card 2/Second: <Port >Port", "Midi Through/Midi Through: <Port >Port"));
+    EXPECT_FALSE(refs.contains(0));
+    EXPECT_THAT(setup->externalDevices, IsEmpty());
 }
 
 }  // namespace

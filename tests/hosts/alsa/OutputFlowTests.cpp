@@ -8,8 +8,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <deque>
 #include <map>
 #include <optional>
+#include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -17,10 +20,11 @@ namespace corvel::tests {
 
 namespace {
 
-using hosts::EventSink;
+using namespace std::chrono_literals;
 using hosts::InputRoom;
 using hosts::OutputFlow;
 using hosts::PortAddress;
+using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr PortAddress kSynth{128, 0};
@@ -29,20 +33,55 @@ constexpr PortAddress kHardware{20, 0};
 
 /// Programs whose pools fill as events come and empty when a test lets them read. Throws everything away when one event
 /// more comes than there is room for, as the sequencer does.
-class FakeSink : public EventSink {
+class FakeSequencer : public hosts::SequencerOutput {
 public:
+    struct Failure {
+        int status = 0;
+        /// Events that the destination still takes before.
+        unsigned after = 0;
+    };
+
     std::map<int, int> poolSizes{{128, 200}, {129, 200}};
     std::map<int, int> usedCells;
     std::map<int, bool> overran;
+    std::map<PortAddress, Failure> failures;
     std::vector<std::pair<PortAddress, Bytes>> sent;
-    std::map<PortAddress, int> failures;
-    int questions = 0;
-    std::chrono::steady_clock::time_point time{};
+    /// How many events each call of `send` was given.
+    std::vector<std::size_t> batches;
+    /// Every call so far: "!" for a send, "?" for a question of room.
+    std::string calls;
 
-    int sendDirectly(const PortAddress& destination, snd_seq_event_t& event) override {
-        if (const auto failure = failures.find(destination); failure != failures.end()) {
-            return failure->second;
+    std::size_t send(std::span<snd_seq_event_t> events, int& status) override {
+        batches.push_back(events.size());
+        calls += '!';
+        for (std::size_t index = 0; index < events.size(); ++index) {
+            const PortAddress destination{events[index].dest.client, events[index].dest.port};
+            const auto failure = failures.find(destination);
+            if (failure != failures.end() && failure->second.after == 0) {
+                status = failure->second.status;
+                return index;
+            }
+            if (failure != failures.end()) {
+                --failure->second.after;
+            }
+            take(destination, events[index]);
         }
+        return events.size();
+    }
+
+    std::optional<InputRoom> inputRoom(int client) override {
+        calls += '?';
+        const auto pool = poolSizes.find(client);
+        if (pool == poolSizes.end()) {
+            return std::nullopt;
+        }
+        return InputRoom{pool->second, pool->second - usedCells[client]};
+    }
+
+    [[nodiscard]] std::ptrdiff_t questionCount() const { return std::ranges::count(calls, '?'); }
+
+private:
+    void take(const PortAddress& destination, const snd_seq_event_t& event) {
         Bytes bytes;
         int cells = 1;
         if (event.type == SND_SEQ_EVENT_SYSEX) {
@@ -58,31 +97,40 @@ public:
             overran[destination.client] |= used > pool->second;
         }
         sent.emplace_back(destination, bytes);
-        return 0;
-    }
-
-    std::optional<InputRoom> inputRoom(int client) override {
-        ++questions;
-        const auto pool = poolSizes.find(client);
-        if (pool == poolSizes.end()) {
-            return std::nullopt;
-        }
-        return InputRoom{pool->second, pool->second - usedCells[client]};
-    }
-
-    [[nodiscard]] std::chrono::steady_clock::time_point now() const override { return time; }
-
-    /// The program reads all that waits for it, and a moment passes.
-    void read(int client) {
-        usedCells[client] = 0;
-        time += std::chrono::milliseconds(2);
     }
 };
 
 class OutputFlowTest : public testing::Test {
 protected:
+    /// Adds a packet to the next flush. The result is its status; it stays valid.
+    MIDIStatus& add(const PortAddress& destination, Bytes packet) {
+        Added& added = added_.emplace_back(Added{.packet = std::move(packet)});
+        flow_.send(destination, added.packet, added.status, time_);
+        return added.status;
+    }
+
+    MIDIStatus& addNote(const PortAddress& destination, unsigned number) {
+        return add(destination, SequencerPeer::numberedNote(number));
+    }
+
+    /// After this the packets' memory is used for something else.
+    void flush() {
+        flow_.flush(time_);
+        for (Added& added : added_) {
+            std::ranges::fill(added.packet, std::uint8_t{0x55});
+        }
+    }
+
+    MIDIStatus send(const PortAddress& destination, Bytes packet) {
+        const MIDIStatus& status = add(destination, std::move(packet));
+        flush();
+        const MIDIStatus result = status;
+        added_.clear();
+        return result;
+    }
+
     MIDIStatus sendNote(const PortAddress& destination, unsigned number) {
-        return flow_.send(destination, SequencerPeer::numberedNote(number));
+        return send(destination, SequencerPeer::numberedNote(number));
     }
 
     void sendNotes(const PortAddress& destination, unsigned count) {
@@ -91,14 +139,32 @@ protected:
         }
     }
 
+    void sendWaiting() { flow_.sendWaiting(time_); }
+
+    /// The program reads all that waits for it, and a moment passes.
+    void read(int client) {
+        sequencer_.usedCells[client] = 0;
+        time_ += 2ms;
+    }
+
+    /// Has the program read until nothing waits any more.
+    void readAll(int client) {
+        for (int attempt = 0; attempt < 1'000 && flow_.isWaiting(); ++attempt) {
+            read(client);
+            sendWaiting();
+        }
+        EXPECT_FALSE(flow_.isWaiting());
+        EXPECT_FALSE(sequencer_.overran[client]);
+    }
+
     std::size_t countSentTo(const PortAddress& destination) const {
         return static_cast<std::size_t>(
-            std::ranges::count(sink_.sent, destination, &std::pair<PortAddress, Bytes>::first));
+            std::ranges::count(sequencer_.sent, destination, &std::pair<PortAddress, Bytes>::first));
     }
 
     void expectNotesInOrder(const PortAddress& destination, unsigned count) const {
         unsigned number = 0;
-        for (const auto& [address, bytes] : sink_.sent) {
+        for (const auto& [address, bytes] : sequencer_.sent) {
             if (address == destination) {
                 const Bytes note = SequencerPeer::numberedNote(number++);
                 ASSERT_EQ(bytes, Bytes(note.begin() + 1, note.end()));
@@ -107,19 +173,141 @@ protected:
         EXPECT_EQ(number, count);
     }
 
+    [[nodiscard]] Bytes bytesSent() const {
+        Bytes all;
+        for (const auto& [address, bytes] : sequencer_.sent) {
+            all.insert(all.end(), bytes.begin(), bytes.end());
+        }
+        return all;
+    }
+
+    /// Bytes that count up, in one SysEx message of this size.
+    [[nodiscard]] static Bytes sysEx(std::size_t size) {
+        Bytes message(size);
+        for (std::size_t index = 0; index < size; ++index) {
+            message[index] = static_cast<std::uint8_t>(index % 127);
+        }
+        message.front() = 0xF0;
+        message.back() = 0xF7;
+        return message;
+    }
+
     /// Sends so many notes before and after a time in which others fill the receiver's pool all but one place.
     void expectNoOverrunWhereOthersLeaveOnePlace(unsigned count, std::chrono::milliseconds time) {
         sendNotes(kSynth, count);
-        sink_.usedCells[kSynth.client] = sink_.poolSizes[kSynth.client] - 1;
-        sink_.time += time;
+        sequencer_.usedCells[kSynth.client] = sequencer_.poolSizes[kSynth.client] - 1;
+        time_ += time;
         sendNotes(kSynth, count);
-        EXPECT_FALSE(sink_.overran[kSynth.client]);
+        EXPECT_FALSE(sequencer_.overran[kSynth.client]);
         EXPECT_TRUE(flow_.isWaiting());
     }
 
-    FakeSink sink_;
-    OutputFlow flow_{sink_};
+    struct Added {
+        Bytes packet;
+        MIDIStatus status = -1;
+    };
+
+    FakeSequencer sequencer_;
+    OutputFlow flow_{sequencer_};
+    OutputFlow::SteadyTime time_;
+    std::deque<Added> added_;
 };
+
+// Batches
+
+TEST_F(OutputFlowTest, SendsWhatWasAddedInOneCall) {
+    for (unsigned number = 0; number < 3; ++number) {
+        addNote(kSynth, number);
+        addNote(kDrums, number);
+        addNote(kHardware, number);
+    }
+    EXPECT_THAT(sequencer_.batches, IsEmpty());
+    flush();
+    EXPECT_THAT(sequencer_.batches, ElementsAre(9));
+    for (const PortAddress& destination : {kSynth, kDrums, kHardware}) {
+        expectNotesInOrder(destination, 3);
+    }
+    EXPECT_FALSE(flow_.isWaiting());
+}
+
+TEST_F(OutputFlowTest, CutsABatchAt64Events) {
+    for (unsigned number = 0; number < 150; ++number) {
+        addNote(kHardware, number);
+    }
+    flush();
+    EXPECT_THAT(sequencer_.batches, ElementsAre(64, 64, 22));
+    expectNotesInOrder(kHardware, 150);
+}
+
+TEST_F(OutputFlowTest, GivesAFailureToItsPacketAloneAndSendsTheRest) {
+    sequencer_.failures[kDrums] = {-ENODEV};
+    const MIDIStatus& before = addNote(kSynth, 0);
+    const MIDIStatus& failing = add(kDrums, {0x99, 36, 100, 0x99, 38, 100});
+    const MIDIStatus& after = addNote(kSynth, 1);
+    const MIDIStatus& last = addNote(kHardware, 0);
+    flush();
+    EXPECT_EQ(before, 0);
+    EXPECT_EQ(failing, -ENODEV);
+    EXPECT_EQ(after, 0);
+    EXPECT_EQ(last, 0);
+    expectNotesInOrder(kSynth, 2);
+    expectNotesInOrder(kHardware, 1);
+    EXPECT_FALSE(flow_.isWaiting());
+}
+
+TEST_F(OutputFlowTest, GivesTheFirstFailureOfAPacket) {
+    sequencer_.failures[kSynth] = {-ENODEV, 1};
+    EXPECT_EQ(send(kSynth, {0x90, 60, 100, 0x90, 62, 100, 0x90, 64, 100}), -ENODEV);
+    EXPECT_EQ(countSentTo(kSynth), 1U);
+}
+
+TEST_F(OutputFlowTest, KeepsTheOrderAndHoldsUpNoOtherWhenABatchMeetsAFullDestination) {
+    sequencer_.failures[kSynth] = {-EAGAIN, 2};
+    for (unsigned number = 0; number < 10; ++number) {
+        EXPECT_EQ(addNote(kSynth, number), 0);
+        EXPECT_EQ(addNote(kDrums, number), 0);
+    }
+    flush();
+    EXPECT_EQ(countSentTo(kSynth), 2U);
+    expectNotesInOrder(kDrums, 10);
+    sequencer_.failures.clear();
+    EXPECT_EQ(sendNote(kSynth, 10), 0);
+    EXPECT_EQ(countSentTo(kSynth), 2U) << "behind what waits";
+    sendWaiting();
+    EXPECT_FALSE(flow_.isWaiting());
+    expectNotesInOrder(kSynth, 11);
+}
+
+TEST_F(OutputFlowTest, PutsWhatABatchCouldNotSendAheadOfWhatWaitsAlready) {
+    // Five have room, the others wait at once; of the five, three turn out to have none.
+    sequencer_.usedCells[128] = 200 - 25 - 5;
+    sequencer_.failures[kSynth] = {-EAGAIN, 2};
+    for (unsigned number = 0; number < 10; ++number) {
+        addNote(kSynth, number);
+    }
+    EXPECT_TRUE(flow_.isWaiting());
+    flush();
+    EXPECT_EQ(countSentTo(kSynth), 2U);
+    sequencer_.failures.clear();
+    readAll(128);
+    expectNotesInOrder(kSynth, 10);
+}
+
+TEST_F(OutputFlowTest, KeepsTheOrderWhereAFullBatchMeetsAFullDestination) {
+    sequencer_.failures[kHardware] = {-EAGAIN, 60};
+    for (unsigned number = 0; number < 64; ++number) {
+        addNote(kHardware, number);
+    }
+    addNote(kHardware, 64);
+    sequencer_.failures.clear();
+    addNote(kHardware, 65);
+    flush();
+    sendWaiting();
+    EXPECT_FALSE(flow_.isWaiting());
+    expectNotesInOrder(kHardware, 66);
+}
+
+// Room
 
 TEST_F(OutputFlowTest, SendsAtOnceWhatTheReceiverHasRoomFor) {
     sendNotes(kSynth, 100);
@@ -131,33 +319,35 @@ TEST_F(OutputFlowTest, NeverOverrunsAReceiverThatDoesNotRead) {
     sendNotes(kSynth, 1'000);
     EXPECT_TRUE(flow_.isWaiting());
     for (int attempt = 0; attempt < 10; ++attempt) {
-        sink_.time += std::chrono::milliseconds(5);
-        flow_.sendWaiting();
+        time_ += 5ms;
+        sendWaiting();
     }
-    EXPECT_FALSE(sink_.overran[128]);
+    EXPECT_FALSE(sequencer_.overran[128]);
     EXPECT_LT(countSentTo(kSynth), 200U) << "a little stays free for others who send there";
     EXPECT_GT(countSentTo(kSynth), 100U);
 }
 
+TEST_F(OutputFlowTest, CountsTheRoomOfWhatIsAddedAndNotYetSent) {
+    sequencer_.usedCells[128] = 150;
+    for (unsigned number = 0; number < 60; ++number) {
+        addNote(kSynth, number);
+    }
+    flush();
+    EXPECT_EQ(countSentTo(kSynth), 25U) << "50 are free, and an eighth of the 200 stays so";
+    EXPECT_FALSE(sequencer_.overran[128]);
+}
+
 TEST_F(OutputFlowTest, SendsWhatWaitsInOrderAsTheReceiverReads) {
     sendNotes(kSynth, 1'000);
-    for (int attempt = 0; attempt < 100 && flow_.isWaiting(); ++attempt) {
-        sink_.read(128);
-        flow_.sendWaiting();
-    }
-    EXPECT_FALSE(flow_.isWaiting());
-    EXPECT_FALSE(sink_.overran[128]);
+    readAll(128);
     expectNotesInOrder(kSynth, 1'000);
 }
 
 TEST_F(OutputFlowTest, KeepsTheOrderWhenRoomComesBackBeforeTheNextSend) {
     sendNotes(kSynth, 300);
-    sink_.read(128);
+    read(128);
     ASSERT_EQ(sendNote(kSynth, 300), 0);
-    while (flow_.isWaiting()) {
-        sink_.read(128);
-        flow_.sendWaiting();
-    }
+    readAll(128);
     expectNotesInOrder(kSynth, 301);
 }
 
@@ -171,147 +361,164 @@ TEST_F(OutputFlowTest, HoldsUpNoOtherDestination) {
 
 TEST_F(OutputFlowTest, CountsThePortsOfOneProgramTogether) {
     for (unsigned number = 0; number < 400; ++number) {
-        ASSERT_EQ(flow_.send({128, static_cast<int>(number % 4)}, SequencerPeer::numberedNote(number)), 0);
+        ASSERT_EQ(sendNote({128, static_cast<int>(number % 4)}, number), 0);
     }
-    EXPECT_FALSE(sink_.overran[128]);
+    EXPECT_FALSE(sequencer_.overran[128]);
     EXPECT_TRUE(flow_.isWaiting());
 }
 
-TEST_F(OutputFlowTest, CountsTheCellsOfExclusiveData) {
-    Bytes message(1'000, 0x11);
-    message.front() = 0xF0;
-    message.back() = 0xF7;
+TEST_F(OutputFlowTest, CountsTheCellsOfSysEx) {
     for (int count = 0; count < 20; ++count) {
-        ASSERT_EQ(flow_.send(kSynth, message), 0);
+        ASSERT_EQ(send(kSynth, sysEx(1'000)), 0);
     }
-    EXPECT_FALSE(sink_.overran[128]);
     EXPECT_TRUE(flow_.isWaiting());
-    for (int attempt = 0; attempt < 100 && flow_.isWaiting(); ++attempt) {
-        sink_.read(128);
-        flow_.sendWaiting();
-    }
-    Bytes all;
-    for (const auto& [address, bytes] : sink_.sent) {
-        all.insert(all.end(), bytes.begin(), bytes.end());
-    }
-    EXPECT_EQ(all.size(), 20'000U);
-    EXPECT_FALSE(sink_.overran[128]);
+    readAll(128);
+    EXPECT_EQ(bytesSent().size(), 20'000U);
 }
 
 TEST_F(OutputFlowTest, SendsAnEventThatOnlyAnEmptyPoolCanTake) {
-    sink_.poolSizes[128] = 37;
-    Bytes message(1'000, 0x11);
-    message.front() = 0xF0;
-    message.back() = 0xF7;
-    ASSERT_EQ(flow_.send(kSynth, message), 0);
+    sequencer_.poolSizes[128] = 37;
+    ASSERT_EQ(send(kSynth, sysEx(1'000)), 0);
     EXPECT_EQ(countSentTo(kSynth), 1U);
-    EXPECT_FALSE(sink_.overran[128]);
+    EXPECT_FALSE(sequencer_.overran[128]);
+}
+
+// Questions of room
+
+TEST_F(OutputFlowTest, AsksBehindANoteThatComesAlone) {
+    sendNotes(kSynth, 1);
+    sequencer_.calls.clear();
+    time_ += 1s;
+    sendNotes(kSynth, 1);
+    EXPECT_EQ(sequencer_.calls, "!?");
+    time_ += 1s;
+    sendNotes(kSynth, 1);
+    EXPECT_EQ(sequencer_.calls, "!?!?");
+}
+
+TEST_F(OutputFlowTest, AsksAheadOfTheSecondNoteAfterAPause) {
+    sendNotes(kSynth, 1);
+    sequencer_.calls.clear();
+    time_ += 1s;
+    addNote(kSynth, 0);
+    addNote(kSynth, 1);
+    flush();
+    EXPECT_EQ(sequencer_.calls, "?!");
 }
 
 TEST_F(OutputFlowTest, AsksAgainAfterAWhileBecauseOthersSendThereToo) {
-    expectNoOverrunWhereOthersLeaveOnePlace(10, std::chrono::milliseconds(2));
+    expectNoOverrunWhereOthersLeaveOnePlace(10, 2ms);
 }
 
 TEST_F(OutputFlowTest, AsksAgainLaterWhereItSendsLittle) {
-    expectNoOverrunWhereOthersLeaveOnePlace(2, std::chrono::milliseconds(11));
-    EXPECT_EQ(sink_.questions, 3);
+    expectNoOverrunWhereOthersLeaveOnePlace(2, 11ms);
+    EXPECT_EQ(sequencer_.questionCount(), 3);
 }
 
 TEST_F(OutputFlowTest, LeavesRoomForWhatOthersSendBeforeItAsksAgain) {
     sendNotes(kSynth, 10);
-    sink_.usedCells[128] += 20;
-    sink_.time += std::chrono::milliseconds(9);
+    sequencer_.usedCells[128] += 20;
+    time_ += 9ms;
     sendNotes(kSynth, 300);
-    EXPECT_FALSE(sink_.overran[128]);
+    EXPECT_FALSE(sequencer_.overran[128]);
     EXPECT_TRUE(flow_.isWaiting());
 }
 
 TEST_F(OutputFlowTest, DoesNotAskForEveryEvent) {
     sendNotes(kSynth, 100);
-    EXPECT_LT(sink_.questions, 10);
+    EXPECT_EQ(sequencer_.questionCount(), 1);
+    sendNotes(kHardware, 5'000);
+    EXPECT_EQ(sequencer_.questionCount(), 2);
 }
 
 TEST_F(OutputFlowTest, DoesNotAskForEveryNoteOfAPerformance) {
     for (unsigned number = 0; number < 16; ++number) {
         ASSERT_EQ(sendNote(kSynth, number), 0);
-        sink_.read(128);
+        read(128);
     }
-    EXPECT_LT(sink_.questions, 8);
+    EXPECT_LT(sequencer_.questionCount(), 8);
 }
 
-TEST_F(OutputFlowTest, KeepsWhatTheSequencerHasNoPlaceForAheadOfWhatFollows) {
-    sink_.failures[kSynth] = -EAGAIN;
-    ASSERT_EQ(sendNote(kSynth, 0), 0);
-    sink_.failures.clear();
-    ASSERT_EQ(sendNote(kSynth, 1), 0);
-    EXPECT_EQ(countSentTo(kSynth), 0U);
-    flow_.sendWaiting();
+// What waits
+
+TEST_F(OutputFlowTest, KeepsBytesOfItsOwnOfSysExThatWaits) {
+    sequencer_.usedCells[128] = 200;
+    ASSERT_EQ(send(kSynth, sysEx(2'500)), 0);
+    sequencer_.failures[kHardware] = {-EAGAIN};
+    ASSERT_EQ(send(kHardware, sysEx(10)), 0);
+    EXPECT_THAT(sequencer_.sent, IsEmpty());
+    sequencer_.failures.clear();
+    sendWaiting();
+    EXPECT_EQ(bytesSent(), sysEx(10));
+    sequencer_.sent.clear();
+    readAll(128);
+    EXPECT_EQ(bytesSent(), sysEx(2'500));
+}
+
+TEST_F(OutputFlowTest, SendsAtMostSome2000EventsOfABacklogATurn) {
+    sequencer_.failures[kHardware] = {-EAGAIN};
+    sendNotes(kHardware, 10'000);
+    sequencer_.failures.clear();
+    sendWaiting();
+    EXPECT_GE(countSentTo(kHardware), 2'000U);
+    EXPECT_LT(countSentTo(kHardware), 2'100U);
+    for (int turn = 0; turn < 4; ++turn) {
+        sendWaiting();
+    }
     EXPECT_FALSE(flow_.isWaiting());
-    expectNotesInOrder(kSynth, 2);
+    expectNotesInOrder(kHardware, 10'000);
 }
 
-TEST_F(OutputFlowTest, DoesNotAskForEveryEventToTheKernelsClients) {
-    sendNotes(kHardware, 5'000);
-    EXPECT_LT(sink_.questions, 10);
+TEST_F(OutputFlowTest, KeepsTheOrderWhenWhatWaitsMeetsAFullDestinationAgain) {
+    sequencer_.failures[kHardware] = {-EAGAIN};
+    sendNotes(kHardware, 100);
+    sequencer_.failures[kHardware].after = 70;
+    sendWaiting();
+    EXPECT_EQ(countSentTo(kHardware), 70U);
+    sequencer_.failures.clear();
+    sendWaiting();
+    EXPECT_FALSE(flow_.isWaiting());
+    expectNotesInOrder(kHardware, 100);
 }
 
 TEST_F(OutputFlowTest, PastTheBoundOfEventsASendFailsAndOthersGoOn) {
-    sink_.usedCells[128] = 200;
+    sequencer_.usedCells[128] = 200;
     for (unsigned number = 0; number < 65'536; ++number) {
         ASSERT_EQ(sendNote(kSynth, number), 0);
     }
     EXPECT_EQ(sendNote(kSynth, 0), -EAGAIN);
     EXPECT_EQ(sendNote(kDrums, 0), 0);
-    sink_.read(128);
-    flow_.sendWaiting();
+    read(128);
+    sendWaiting();
     EXPECT_EQ(sendNote(kSynth, 65'536), 0) << "there is room again";
 }
 
 TEST_F(OutputFlowTest, PastTheBoundOfBytesASendFails) {
-    sink_.usedCells[128] = 200;
-    Bytes message(1'024, 0x11);
-    message.front() = 0xF0;
-    message.back() = 0xF7;
+    sequencer_.usedCells[128] = 200;
     for (int count = 0; count < 4'096; ++count) {
-        ASSERT_EQ(flow_.send(kSynth, message), 0);
+        ASSERT_EQ(send(kSynth, sysEx(1'024)), 0);
     }
-    EXPECT_EQ(flow_.send(kSynth, message), -EAGAIN);
+    EXPECT_EQ(send(kSynth, sysEx(1'024)), -EAGAIN);
 }
 
-TEST_F(OutputFlowTest, GivesTheSequencersFailure) {
-    sink_.failures[kSynth] = -ENODEV;
-    EXPECT_EQ(sendNote(kSynth, 0), -ENODEV);
+TEST_F(OutputFlowTest, CountsTheFailuresOfWhatWaitedAndSendsTheRest) {
+    sequencer_.failures[kHardware] = {-EAGAIN};
+    sendNotes(kHardware, 5);
+    sequencer_.failures[kHardware] = {-ENOENT, 3};
+    sendWaiting();
     EXPECT_FALSE(flow_.isWaiting());
-}
-
-TEST_F(OutputFlowTest, KeepsWhatTheSequencerHasNoRoomForAfterAll) {
-    sink_.failures[kSynth] = -EAGAIN;
-    EXPECT_EQ(sendNote(kSynth, 0), 0);
-    EXPECT_TRUE(flow_.isWaiting());
-    sink_.failures.clear();
-    flow_.sendWaiting();
-    expectNotesInOrder(kSynth, 1);
-    EXPECT_FALSE(flow_.isWaiting());
-}
-
-TEST_F(OutputFlowTest, CountsTheFailuresOfWhatWaited) {
-    sink_.usedCells[128] = 200;
-    sendNotes(kSynth, 5);
-    sink_.failures[kSynth] = -ENOENT;
-    sink_.read(128);
-    flow_.sendWaiting();
-    EXPECT_FALSE(flow_.isWaiting());
-    EXPECT_EQ(flow_.lateFailureCount(), 5U);
+    expectNotesInOrder(kHardware, 3);
+    EXPECT_EQ(flow_.lateFailureCount(), 2U);
 }
 
 TEST_F(OutputFlowTest, DropsWhatWaitsForAPortThatIsGone) {
-    sink_.usedCells[128] = 200;
+    sequencer_.usedCells[128] = 200;
     sendNotes(kSynth, 5);
     flow_.forget(kSynth);
     EXPECT_FALSE(flow_.isWaiting());
-    sink_.read(128);
-    flow_.sendWaiting();
-    EXPECT_THAT(sink_.sent, IsEmpty());
+    read(128);
+    sendWaiting();
+    EXPECT_THAT(sequencer_.sent, IsEmpty());
     EXPECT_EQ(flow_.lateFailureCount(), 0U);
 }
 

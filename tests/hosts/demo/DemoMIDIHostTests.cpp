@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cerrno>
 #include <functional>
 #include <future>
@@ -17,6 +18,7 @@
 #include <mutex>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,16 +35,14 @@ using ::testing::IsEmpty;
 /// Longer than anything here takes on a loaded machine; a test that waits this long fails.
 constexpr auto kDeadline = 20s;
 
-/// Connection and packets of each call of a receive handler: "1: [90 3C 64]".
+/// What a receive handler was given: "1: 90 3C 64", the connection and a packet.
 class Inbox {
 public:
     [[nodiscard]] MIDIHost::ReceiveHandler handler() {
-        return [this](std::span<const std::span<const std::uint8_t>> packets, MIDIObjectRef connection) {
-            std::string line = std::to_string(connection) + ":";
-            for (const auto& packet : packets) {
-                line += " [" + byteText(packet) + "]";
+        return [this](std::span<const MIDIArrival> arrivals) {
+            for (const MIDIArrival& arrival : arrivals) {
+                lines.push_back(std::to_string(arrival.connection) + ": " + byteText(arrival.bytes));
             }
-            lines.push_back(line);
         };
     }
 
@@ -69,9 +69,17 @@ protected:
 
     MIDIObjectRef makeInput(MIDIObjectRef client) { return host->createInputPort(client, "In", inbox.handler()).ref; }
 
+    [[nodiscard]] MIDISetup setup() const { return *host->setup(MIDIListing::known); }
+    [[nodiscard]] MIDIObjectRef source(std::size_t index) const { return setup().sources.at(index).ref; }
+    [[nodiscard]] MIDIObjectRef destination(std::size_t index) const { return setup().destinations.at(index).ref; }
+
     MIDIStatus sendNote(MIDIObjectRef port, MIDIObjectRef destination) {
-        return host->send(port, destination, {MIDIBytes{0x90, 60, 100}});
+        MIDISend message{.destination = destination, .bytes = kNote};
+        host->send(port, {&message, 1});
+        return message.status;
     }
+
+    static constexpr std::array<std::uint8_t, 3> kNote{0x90, 60, 100};
 
     const std::shared_ptr<ManualQueue> mainQueue = std::make_shared<ManualQueue>();
     std::shared_ptr<DemoMIDIHost> host;
@@ -80,59 +88,50 @@ protected:
 
 TEST_F(DemoMIDIHostTest, ListsItsSixDevicesWithNamesAndFixedIDs) {
     std::vector<std::string> lines;
-    for (unsigned index = 0; index < host->sourceCount(); ++index) {
-        const MIDIObjectRef ref = host->source(index);
-        lines.push_back(*host->displayName(ref) + "/" + *host->name(ref) + "/" + *host->manufacturer(ref) + "/" +
-                        std::to_string(*host->uniqueID(ref)));
-    }
-    for (unsigned index = 0; index < host->destinationCount(); ++index) {
-        const MIDIObjectRef ref = host->destination(index);
-        lines.push_back(*host->displayName(ref) + "/" + *host->name(ref) + "/" + *host->manufacturer(ref) + "/" +
-                        std::to_string(*host->uniqueID(ref)));
+    const MIDISetup listed = setup();
+    for (const auto& records : {listed.sources, listed.destinations}) {
+        for (const MIDIEndpointRecord& record : records) {
+            lines.push_back(*record.displayName + "/" + *record.name + "/" + *record.manufacturer + "/" +
+                            std::to_string(*record.uniqueID));
+            EXPECT_EQ(record.isOffline, false);
+        }
     }
     EXPECT_THAT(lines,
                 ElementsAre("Demo Keyboard/Demo Keyboard/Corvel Demo/1001", "Demo Pads/Demo Pads/Corvel Demo/1002",
                             "Demo Sequencer/Demo Sequencer/Corvel Demo/1003", "Demo Synth/Demo Synth/Corvel Demo/2001",
                             "Demo Drums/Demo Drums/Corvel Demo/2002", "Demo Recorder/Demo Recorder/Corvel Demo/2003"));
-    EXPECT_EQ(host->isOffline(host->source(0)), false);
-}
-
-TEST_F(DemoMIDIHostTest, HasNoEndpointPastTheEnd) {
-    EXPECT_EQ(host->source(3), 0U);
-    EXPECT_EQ(host->destination(3), 0U);
 }
 
 TEST_F(DemoMIDIHostTest, HasADeviceWithOneEntityForEachEndpoint) {
-    ASSERT_EQ(host->deviceCount(), 6U);
-    EXPECT_EQ(host->externalDeviceCount(), 0U);
-    EXPECT_EQ(host->externalDevice(0), 0U);
-    EXPECT_EQ(host->device(6), 0U);
-
-    const MIDIObjectRef pads = host->device(1);
-    EXPECT_EQ(host->displayName(pads), "Demo Pads");
-    ASSERT_EQ(host->entityCount(pads), 1U);
-    const MIDIObjectRef entity = host->entity(pads, 0);
-    EXPECT_EQ(host->displayName(entity), "Demo Pads");
-    EXPECT_EQ(host->entitySourceCount(entity), 1U);
-    EXPECT_EQ(host->entitySource(entity, 0), host->source(1));
-    EXPECT_EQ(host->entityDestinationCount(entity), 0U);
-    EXPECT_EQ(host->entityDestination(entity, 0), 0U);
-
-    const MIDIObjectRef recorder = host->entity(host->device(5), 0);
-    EXPECT_EQ(host->entitySourceCount(recorder), 0U);
-    EXPECT_EQ(host->entityDestinationCount(recorder), 1U);
-    EXPECT_EQ(host->entityDestination(recorder, 0), host->destination(2));
+    const MIDISetup listed = setup();
+    std::vector<std::string> lines;
+    for (const MIDIDeviceRecord& device : listed.devices) {
+        ASSERT_EQ(device.entities.size(), 1U);
+        const MIDIEntityRecord& entity = device.entities.front();
+        EXPECT_EQ(entity.displayName, device.displayName);
+        EXPECT_NE(entity.ref, device.ref);
+        lines.push_back(*device.displayName + ":");
+        for (const MIDIObjectRecord& record : entity.sources) {
+            lines.back() += " <" + std::to_string(record.ref);
+        }
+        for (const MIDIObjectRecord& record : entity.destinations) {
+            lines.back() += " >" + std::to_string(record.ref);
+        }
+    }
+    const auto text = [](const MIDIObjectRecord& record) { return std::to_string(record.ref); };
+    EXPECT_THAT(
+        lines,
+        ElementsAre("Demo Keyboard: <" + text(listed.sources[0]), "Demo Pads: <" + text(listed.sources[1]),
+                    "Demo Sequencer: <" + text(listed.sources[2]), "Demo Synth: >" + text(listed.destinations[0]),
+                    "Demo Drums: >" + text(listed.destinations[1]), "Demo Recorder: >" + text(listed.destinations[2])));
+    EXPECT_THAT(listed.externalDevices, IsEmpty());
 }
 
-TEST_F(DemoMIDIHostTest, HasNoPropertiesForReferencesToNothing) {
-    EXPECT_EQ(host->displayName(9999), std::nullopt);
-    EXPECT_EQ(host->name(9999), std::nullopt);
-    EXPECT_EQ(host->manufacturer(9999), std::nullopt);
-    EXPECT_EQ(host->uniqueID(9999), std::nullopt);
-    EXPECT_EQ(host->isOffline(9999), std::nullopt);
-    EXPECT_EQ(host->entityCount(9999), 0U);
-    EXPECT_EQ(host->entity(9999, 0), 0U);
-    EXPECT_EQ(host->traffic(9999), DemoTraffic{});
+TEST_F(DemoMIDIHostTest, GivesASetupThatStaysAsItWas) {
+    const std::shared_ptr<const MIDISetup> before = host->setup(MIDIListing::known);
+    host->removeEndpoint(source(0));
+    EXPECT_EQ(before->sources.size(), 3U);
+    EXPECT_EQ(setup().sources.size(), 2U);
 }
 
 TEST_F(DemoMIDIHostTest, RefusesPortsOfClientsThatAreNotThere) {
@@ -150,12 +149,12 @@ TEST_F(DemoMIDIHostTest, RefusesConnectionsOfWrongReferences) {
     const MIDIObjectRef input = makeInput(client);
     const MIDIObjectRef output = host->createOutputPort(client, "Out").ref;
 
-    EXPECT_EQ(host->connectSource(9999, host->source(0), 1), -ENOENT);
-    EXPECT_EQ(host->connectSource(output, host->source(0), 1), -ENOENT);
+    EXPECT_EQ(host->connectSource(9999, source(0), 1), -ENOENT);
+    EXPECT_EQ(host->connectSource(output, source(0), 1), -ENOENT);
     EXPECT_EQ(host->connectSource(input, 9999, 1), -ENOENT);
-    EXPECT_EQ(host->connectSource(input, host->destination(0), 1), -ENOENT);
-    EXPECT_EQ(host->disconnectSource(9999, host->source(0)), -ENOENT);
-    EXPECT_EQ(host->disconnectSource(input, host->source(0)), -ENOTCONN);
+    EXPECT_EQ(host->connectSource(input, destination(0), 1), -ENOENT);
+    EXPECT_EQ(host->disconnectSource(9999, source(0)), -ENOENT);
+    EXPECT_EQ(host->disconnectSource(input, source(0)), -ENOTCONN);
 }
 
 TEST_F(DemoMIDIHostTest, RefusesSendsToWrongReferences) {
@@ -163,91 +162,97 @@ TEST_F(DemoMIDIHostTest, RefusesSendsToWrongReferences) {
     const MIDIObjectRef input = makeInput(client);
     const MIDIObjectRef output = host->createOutputPort(client, "Out").ref;
 
-    EXPECT_EQ(sendNote(9999, host->destination(0)), -ENOENT);
-    EXPECT_EQ(sendNote(input, host->destination(0)), -ENOENT);
+    EXPECT_EQ(sendNote(9999, destination(0)), -ENOENT);
+    EXPECT_EQ(sendNote(input, destination(0)), -ENOENT);
     EXPECT_EQ(sendNote(output, 9999), -ENOENT);
-    EXPECT_EQ(sendNote(output, host->source(0)), -ENOENT);
+    EXPECT_EQ(sendNote(output, source(0)), -ENOENT);
 }
 
 TEST_F(DemoMIDIHostTest, DeliversToEveryConnectedPortWithItsConnection) {
     const MIDIObjectRef client = makeClient();
-    const MIDIObjectRef keyboard = host->source(0);
+    const MIDIObjectRef keyboard = source(0);
     ASSERT_EQ(host->connectSource(makeInput(client), keyboard, 71), kMIDISuccess);
     ASSERT_EQ(host->connectSource(makeInput(client), keyboard, 72), kMIDISuccess);
 
     host->play(keyboard, {0x90, 60, 100});
-    host->play(host->source(1), {0x99, 36, 100});
+    host->play(source(1), {0x99, 36, 100});
 
-    EXPECT_THAT(inbox.lines, ElementsAre("71: [90 3C 64]", "72: [90 3C 64]"));
+    EXPECT_THAT(inbox.lines, ElementsAre("71: 90 3C 64", "72: 90 3C 64"));
 }
 
 TEST_F(DemoMIDIHostTest, DeliversOnceWhenASourceIsConnectedAgain) {
     const MIDIObjectRef input = makeInput(makeClient());
-    ASSERT_EQ(host->connectSource(input, host->source(0), 71), kMIDISuccess);
-    ASSERT_EQ(host->connectSource(input, host->source(0), 72), kMIDISuccess);
+    ASSERT_EQ(host->connectSource(input, source(0), 71), kMIDISuccess);
+    ASSERT_EQ(host->connectSource(input, source(0), 72), kMIDISuccess);
 
-    host->play(host->source(0), {0xFE});
+    host->play(source(0), {0xFE});
 
-    EXPECT_THAT(inbox.lines, ElementsAre("72: [FE]"));
+    EXPECT_THAT(inbox.lines, ElementsAre("72: FE"));
 }
 
 TEST_F(DemoMIDIHostTest, DeliversNothingOnceDisconnectedOrDisposedOf) {
     const MIDIObjectRef client = makeClient();
     const MIDIObjectRef disconnected = makeInput(client);
     const MIDIObjectRef disposed = makeInput(client);
-    ASSERT_EQ(host->connectSource(disconnected, host->source(0), 1), kMIDISuccess);
-    ASSERT_EQ(host->connectSource(disposed, host->source(0), 2), kMIDISuccess);
+    ASSERT_EQ(host->connectSource(disconnected, source(0), 1), kMIDISuccess);
+    ASSERT_EQ(host->connectSource(disposed, source(0), 2), kMIDISuccess);
 
-    EXPECT_EQ(host->disconnectSource(disconnected, host->source(0)), kMIDISuccess);
+    EXPECT_EQ(host->disconnectSource(disconnected, source(0)), kMIDISuccess);
     host->disposePort(disposed);
-    host->play(host->source(0), {0xFE});
+    host->play(source(0), {0xFE});
 
     EXPECT_THAT(inbox.lines, IsEmpty());
-    EXPECT_EQ(host->connectSource(disposed, host->source(0), 2), -ENOENT);
+    EXPECT_EQ(host->connectSource(disposed, source(0), 2), -ENOENT);
 }
 
 TEST_F(DemoMIDIHostTest, DisposesOfAClientsPortsWithIt) {
     const MIDIObjectRef client = makeClient();
-    ASSERT_EQ(host->connectSource(makeInput(client), host->source(0), 1), kMIDISuccess);
+    ASSERT_EQ(host->connectSource(makeInput(client), source(0), 1), kMIDISuccess);
     const MIDIObjectRef output = host->createOutputPort(client, "Out").ref;
 
     host->disposeClient(client);
-    host->play(host->source(0), {0xFE});
+    host->play(source(0), {0xFE});
 
     EXPECT_THAT(inbox.lines, IsEmpty());
-    EXPECT_EQ(sendNote(output, host->destination(0)), -ENOENT);
+    EXPECT_EQ(sendNote(output, destination(0)), -ENOENT);
 }
 
 TEST_F(DemoMIDIHostTest, CountsWhatADestinationReceives) {
     const MIDIObjectRef output = host->createOutputPort(makeClient(), "Out").ref;
 
-    EXPECT_EQ(sendNote(output, host->destination(1)), kMIDISuccess);
-    EXPECT_EQ(host->send(output, host->destination(1), *host->makePacket(std::vector<std::uint8_t>{0xC0, 5})),
-              kMIDISuccess);
+    const std::array<std::uint8_t, 2> program{0xC0, 5};
+    std::array<MIDISend, 3> messages{MIDISend{.destination = destination(1), .bytes = kNote},
+                                     MIDISend{.destination = 9999, .bytes = kNote},
+                                     MIDISend{.destination = destination(1), .bytes = program}};
+    host->send(output, messages);
 
-    EXPECT_EQ(host->traffic(host->destination(1)), (DemoTraffic{.packets = 2, .bytes = 5}));
-    EXPECT_EQ(host->traffic(host->destination(0)), DemoTraffic{});
+    EXPECT_EQ(messages[0].status, kMIDISuccess);
+    EXPECT_EQ(messages[1].status, -ENOENT);
+    EXPECT_EQ(messages[2].status, kMIDISuccess);
+    EXPECT_EQ(host->traffic(destination(1)), (DemoTraffic{.packets = 2, .bytes = 5}));
+    EXPECT_EQ(host->traffic(destination(0)), DemoTraffic{});
+    EXPECT_EQ(host->traffic(9999), DemoTraffic{});
 }
 
 TEST_F(DemoMIDIHostTest, LosesWhatIsSentToADeviceThatIsOffline) {
     const MIDIObjectRef output = host->createOutputPort(makeClient(), "Out").ref;
-    host->setOffline(host->destination(0), true);
+    host->setOffline(destination(0), true);
 
-    EXPECT_EQ(sendNote(output, host->destination(0)), kMIDISuccess);
+    EXPECT_EQ(sendNote(output, destination(0)), kMIDISuccess);
 
-    EXPECT_EQ(host->isOffline(host->destination(0)), true);
-    EXPECT_EQ(host->traffic(host->destination(0)), DemoTraffic{});
+    EXPECT_EQ(setup().destinations[0].isOffline, true);
+    EXPECT_EQ(host->traffic(destination(0)), DemoTraffic{});
 }
 
 TEST_F(DemoMIDIHostTest, HearsNothingOfASourceThatIsOffline) {
-    ASSERT_EQ(host->connectSource(makeInput(makeClient()), host->source(0), 1), kMIDISuccess);
-    host->setOffline(host->source(0), true);
-    host->play(host->source(0), {0xFE});
+    ASSERT_EQ(host->connectSource(makeInput(makeClient()), source(0), 1), kMIDISuccess);
+    host->setOffline(source(0), true);
+    host->play(source(0), {0xFE});
     EXPECT_THAT(inbox.lines, IsEmpty());
 
-    host->setOffline(host->source(0), false);
-    host->play(host->source(0), {0xFE});
-    EXPECT_THAT(inbox.lines, ElementsAre("1: [FE]"));
+    host->setOffline(source(0), false);
+    host->play(source(0), {0xFE});
+    EXPECT_THAT(inbox.lines, ElementsAre("1: FE"));
 }
 
 TEST_F(DemoMIDIHostTest, TellsEveryClientOnTheMainQueueWhatWasAdded) {
@@ -261,13 +266,14 @@ TEST_F(DemoMIDIHostTest, TellsEveryClientOnTheMainQueueWhatWasAdded) {
     EXPECT_THAT(first, IsEmpty());
     mainQueue->runAll();
 
-    EXPECT_EQ(source, host->source(3));
-    EXPECT_EQ(host->manufacturer(source), std::nullopt);
-    EXPECT_EQ(host->uniqueID(source), 42);
-    EXPECT_EQ(destination, host->destination(3));
-    EXPECT_EQ(host->manufacturer(destination), "Maker");
-    const std::string sourceEntity = std::to_string(host->entity(host->device(3), 0));
-    const std::string destinationEntity = std::to_string(host->entity(host->device(7), 0));
+    const MIDISetup listed = setup();
+    EXPECT_EQ(listed.sources.at(3).ref, source);
+    EXPECT_EQ(listed.sources.at(3).manufacturer, std::nullopt);
+    EXPECT_EQ(listed.sources.at(3).uniqueID, 42);
+    EXPECT_EQ(listed.destinations.at(3).ref, destination);
+    EXPECT_EQ(listed.destinations.at(3).manufacturer, "Maker");
+    const std::string sourceEntity = std::to_string(listed.devices.at(3).entities.at(0).ref);
+    const std::string destinationEntity = std::to_string(listed.devices.at(7).entities.at(0).ref);
     EXPECT_THAT(first, ElementsAre("2 child " + std::to_string(source) + " of type 2 in " + sourceEntity + " of type 1",
                                    "2 child " + std::to_string(destination) + " of type 3 in " + destinationEntity +
                                        " of type 1"));
@@ -277,8 +283,8 @@ TEST_F(DemoMIDIHostTest, TellsEveryClientOnTheMainQueueWhatWasAdded) {
 TEST_F(DemoMIDIHostTest, TellsWhatWasRemovedAndForgetsIt) {
     std::vector<std::string> notifications;
     const MIDIObjectRef input = makeInput(makeClient(&notifications));
-    const MIDIObjectRef pads = host->source(1);
-    const std::string entity = std::to_string(host->entity(host->device(1), 0));
+    const MIDIObjectRef pads = source(1);
+    const std::string entity = std::to_string(setup().devices.at(1).entities.at(0).ref);
     ASSERT_EQ(host->connectSource(input, pads, 1), kMIDISuccess);
 
     host->removeEndpoint(pads);
@@ -289,8 +295,8 @@ TEST_F(DemoMIDIHostTest, TellsWhatWasRemovedAndForgetsIt) {
     EXPECT_THAT(notifications,
                 ElementsAre("3 child " + std::to_string(pads) + " of type 2 in " + entity + " of type 1"));
     EXPECT_THAT(inbox.lines, IsEmpty());
-    EXPECT_EQ(host->sourceCount(), 2U);
-    EXPECT_EQ(host->displayName(host->source(1)), "Demo Sequencer");
+    EXPECT_EQ(setup().sources.size(), 2U);
+    EXPECT_EQ(setup().sources[1].displayName, "Demo Sequencer");
     EXPECT_EQ(host->connectSource(input, pads, 1), -ENOENT);
 }
 
@@ -298,8 +304,8 @@ TEST_F(DemoMIDIHostTest, TellsOnlyOfOfflineFlagsThatChange) {
     std::vector<std::string> notifications;
     makeClient(&notifications);
 
-    host->setOffline(host->source(0), false);
-    host->setOffline(host->source(0), true);
+    host->setOffline(source(0), false);
+    host->setOffline(source(0), true);
     host->setOffline(9999, true);
     mainQueue->runAll();
 
@@ -309,7 +315,7 @@ TEST_F(DemoMIDIHostTest, TellsOnlyOfOfflineFlagsThatChange) {
 TEST_F(DemoMIDIHostTest, TellsNothingToAClientThatIsGoneByThen) {
     std::vector<std::string> notifications;
     const MIDIObjectRef client = makeClient(&notifications);
-    host->setOffline(host->source(0), true);
+    host->setOffline(source(0), true);
     host->disposeClient(client);
     mainQueue->runAll();
     EXPECT_THAT(notifications, IsEmpty());
@@ -318,17 +324,17 @@ TEST_F(DemoMIDIHostTest, TellsNothingToAClientThatIsGoneByThen) {
 TEST_F(DemoMIDIHostTest, LeavesNothingBehindThatOutlivesIt) {
     std::vector<std::string> notifications;
     makeClient(&notifications);
-    host->setOffline(host->source(0), true);
+    host->setOffline(source(0), true);
     host.reset();
     mainQueue->runAll();
     EXPECT_THAT(notifications, IsEmpty());
 }
 
 TEST_F(DemoMIDIHostTest, GivesAddedEndpointsTheNextFreeID) {
-    const MIDIObjectRef first = host->addSource("A", std::nullopt, 0);
-    const MIDIObjectRef second = host->addDestination("B", std::nullopt, 0);
-    EXPECT_EQ(host->uniqueID(first), 9001);
-    EXPECT_EQ(host->uniqueID(second), 9002);
+    host->addSource("A", std::nullopt, 0);
+    host->addDestination("B", std::nullopt, 0);
+    EXPECT_EQ(setup().sources.at(3).uniqueID, 9001);
+    EXPECT_EQ(setup().destinations.at(3).uniqueID, 9002);
 }
 
 TEST_F(DemoMIDIHostTest, NeverGivesAReferenceAgain) {
@@ -336,24 +342,24 @@ TEST_F(DemoMIDIHostTest, NeverGivesAReferenceAgain) {
     host->removeEndpoint(removed);
     const MIDIObjectRef added = host->addSource("A", std::nullopt, 5);
     EXPECT_NE(added, removed);
-    EXPECT_EQ(host->displayName(removed), std::nullopt);
+    EXPECT_EQ(source(3), added);
 }
 
 TEST_F(DemoMIDIHostTest, LetsAReceiverCallItAgain) {
     const MIDIObjectRef client = makeClient();
     MIDIObjectRef input = 0;
-    const MIDIHost::ReceiveHandler disposing = [&](auto /*packets*/, MIDIObjectRef connection) {
-        inbox.lines.push_back("disposing " + std::to_string(connection));
+    const MIDIHost::ReceiveHandler disposing = [&](std::span<const MIDIArrival> arrivals) {
+        inbox.lines.push_back("disposing " + std::to_string(arrivals.front().connection));
         host->disposePort(input);
-        host->play(host->source(0), {0xFE});
+        host->play(source(0), {0xFE});
     };
     input = host->createInputPort(client, "In", disposing).ref;
-    ASSERT_EQ(host->connectSource(input, host->source(0), 1), kMIDISuccess);
-    ASSERT_EQ(host->connectSource(makeInput(client), host->source(0), 2), kMIDISuccess);
+    ASSERT_EQ(host->connectSource(input, source(0), 1), kMIDISuccess);
+    ASSERT_EQ(host->connectSource(makeInput(client), source(0), 2), kMIDISuccess);
 
-    host->play(host->source(0), {0xF8});
+    host->play(source(0), {0xF8});
 
-    EXPECT_THAT(inbox.lines, ElementsAre("disposing 1", "2: [FE]", "2: [F8]"));
+    EXPECT_THAT(inbox.lines, ElementsAre("disposing 1", "2: FE", "2: F8"));
 }
 
 TEST_F(DemoMIDIHostTest, LetsAHandlersEndCallItAgain) {
@@ -364,25 +370,26 @@ TEST_F(DemoMIDIHostTest, LetsAHandlersEndCallItAgain) {
         delete value;
         host->disposePort(other);
     });
-    const MIDIObjectRef input =
-        host->createInputPort(client, "In", [kept = std::move(property)](auto, MIDIObjectRef) {}).ref;
+    const MIDIObjectRef input = host->createInputPort(client, "In", [kept = std::move(property)](auto) {}).ref;
 
     host->disposePort(input);
 
-    EXPECT_EQ(sendNote(other, host->destination(0)), -ENOENT);
+    EXPECT_EQ(sendNote(other, destination(0)), -ENOENT);
 }
 
 TEST(DemoMIDIHost, LogsItsNoticeOnceWhenTheFirstClientIsMade) {
     const auto mainQueue = std::make_shared<ManualQueue>();
     const auto host = hosts::makeDemoMIDIHost(mainQueue, {.playsByItself = false, .notice = "Instead."});
     std::vector<std::string> messages;
-    host->setDiagnosticHandler([&messages](const std::string& message) { messages.push_back(message); });
+    host->setDiagnosticHandler([&messages](const std::string& message, MIDIStatus status) {
+        messages.push_back(message + " (" + std::to_string(status) + ")");
+    });
     EXPECT_THAT(messages, IsEmpty());
 
     static_cast<void>(host->createClient("A", {}));
     static_cast<void>(host->createClient("B", {}));
 
-    EXPECT_THAT(messages, ElementsAre("Instead."));
+    EXPECT_THAT(messages, ElementsAre("Instead. (0)"));
 }
 
 TEST(DemoMIDIHost, CarriesItsOwnConnectionsThroughTheEngine) {
@@ -398,30 +405,32 @@ TEST(DemoMIDIHost, CarriesItsOwnConnectionsThroughTheEngine) {
     mainQueue->runAll();
     delegate->reports.clear();
 
-    host->play(host->source(0), {0x90, 60, 100});
-    host->play(host->source(1), {0x90, 36, 100});
-    host->play(host->source(2), {0xF8});
+    const MIDISetup setup = *host->setup(MIDIListing::known);
+    host->play(setup.sources[0].ref, {0x90, 60, 100});
+    host->play(setup.sources[1].ref, {0x90, 36, 100});
+    host->play(setup.sources[2].ref, {0xF8});
     queue->runAll();
     mainQueue->runAll();
 
     EXPECT_THAT(delegate->reports, ElementsAre("routed [90 3C 64]", "routed [99 24 64]", "routed [F8]"));
-    EXPECT_EQ(host->traffic(host->destination(0)), (DemoTraffic{.packets = 1, .bytes = 3}));
-    EXPECT_EQ(host->traffic(host->destination(1)), (DemoTraffic{.packets = 1, .bytes = 3}));
-    EXPECT_EQ(host->traffic(host->destination(2)), (DemoTraffic{.packets = 1, .bytes = 1}));
+    EXPECT_EQ(host->traffic(setup.destinations[0].ref), (DemoTraffic{.packets = 1, .bytes = 3}));
+    EXPECT_EQ(host->traffic(setup.destinations[1].ref), (DemoTraffic{.packets = 1, .bytes = 3}));
+    EXPECT_EQ(host->traffic(setup.destinations[2].ref), (DemoTraffic{.packets = 1, .bytes = 1}));
 }
 
 /// Keeps what a service plays on its own thread.
 class Listener {
 public:
-    void receive(std::span<const std::span<const std::uint8_t>> packets) {
+    void receive(std::span<const MIDIArrival> arrivals) {
         const std::lock_guard lock(mutex_);
-        for (const auto& packet : packets) {
-            const int kind = packet[0] & 0xF0;
+        for (const MIDIArrival& arrival : arrivals) {
+            const MIDIBytes& bytes = arrival.bytes;
+            const int kind = bytes[0] & 0xF0;
             if (kind == 0x90) {
-                sounding_.insert({packet[0] & 0x0F, packet[1]});
+                sounding_.insert({bytes[0] & 0x0F, bytes[1]});
                 ++noteCount_;
             } else if (kind == 0x80) {
-                sounding_.erase({packet[0] & 0x0F, packet[1]});
+                sounding_.erase({bytes[0] & 0x0F, bytes[1]});
             }
         }
         if (noteCount_ > 0 && !hasHeard_) {
@@ -450,15 +459,16 @@ private:
 void connectAll(DemoMIDIHost& host, const MIDIHost::ReceiveHandler& handler) {
     const MIDIObjectRef client = host.createClient("Test", {}).ref;
     const MIDIObjectRef input = host.createInputPort(client, "In", handler).ref;
-    for (unsigned index = 0; index < host.sourceCount(); ++index) {
-        ASSERT_EQ(host.connectSource(input, host.source(index), 1), kMIDISuccess);
+    const std::shared_ptr<const MIDISetup> setup = host.setup(MIDIListing::known);
+    for (const MIDIEndpointRecord& source : setup->sources) {
+        ASSERT_EQ(host.connectSource(input, source.ref, 1), kMIDISuccess);
     }
 }
 
 TEST(DemoMIDIHost, EndsEveryNoteThatItPlaysWhenItGoes) {
     auto host = hosts::makeDemoMIDIHost(std::make_shared<ManualQueue>());
     Listener listener;
-    connectAll(*host, [&listener](auto packets, MIDIObjectRef) { listener.receive(packets); });
+    connectAll(*host, [&listener](auto arrivals) { listener.receive(arrivals); });
     ASSERT_TRUE(listener.waitForANote());
 
     host.reset();
@@ -477,7 +487,7 @@ TEST(DemoMIDIHost, MayBeReleasedByAReceiverOnItsOwnThread) {
     const auto owner = std::make_shared<Owner>();
     // Goes with the handlers, which go with the state that the playing thread holds to its end.
     std::shared_ptr<void> witness(nullptr, [owner](void*) { owner->isGone.set_value(); });
-    connectAll(*host, [owner, kept = std::move(witness)](auto, MIDIObjectRef) {
+    connectAll(*host, [owner, kept = std::move(witness)](auto) {
         const std::lock_guard lock(owner->mutex);
         owner->host.reset();
     });
@@ -495,12 +505,12 @@ TEST(DemoMIDIHost, EndsWhatADevicePlaysWhenItIsTakenOffline) {
     const auto host = hosts::makeDemoMIDIHost(std::make_shared<ManualQueue>());
     const MIDIObjectRef client = host->createClient("Test", {}).ref;
     const MIDIObjectRef input = host->createInputPort(client, "In",
-                                                      [&](auto packets, MIDIObjectRef) {
-                                                          for (const auto& packet : packets) {
-                                                              if (packet[0] == 0x90 && events == 0) {
+                                                      [&](std::span<const MIDIArrival> arrivals) {
+                                                          for (const MIDIArrival& arrival : arrivals) {
+                                                              if (arrival.bytes[0] == 0x90 && events == 0) {
                                                                   ++events;
                                                                   struck.set_value();
-                                                              } else if (packet[0] == 0xE0 && events == 1) {
+                                                              } else if (arrival.bytes[0] == 0xE0 && events == 1) {
                                                                   // The bend at rest closes the end of the keyboard's
                                                                   // piece.
                                                                   ++events;
@@ -509,10 +519,11 @@ TEST(DemoMIDIHost, EndsWhatADevicePlaysWhenItIsTakenOffline) {
                                                           }
                                                       })
                                     .ref;
-    ASSERT_EQ(host->connectSource(input, host->source(0), 1), kMIDISuccess);
+    const MIDIObjectRef keyboard = host->setup(MIDIListing::known)->sources[0].ref;
+    ASSERT_EQ(host->connectSource(input, keyboard, 1), kMIDISuccess);
     ASSERT_EQ(struck.get_future().wait_for(kDeadline), std::future_status::ready);
 
-    host->setOffline(host->source(0), true);
+    host->setOffline(keyboard, true);
 
     EXPECT_EQ(ended.get_future().wait_for(kDeadline), std::future_status::ready);
 }

@@ -38,7 +38,8 @@ public:
 
 private:
     void receive(const MIDIBytes& bytes) {
-        const int kind = bytes.at(0) & 0xF0;
+        ASSERT_FALSE(bytes.empty());
+        const int kind = bytes[0] & 0xF0;
         const int channel = (bytes[0] & 0x0F) + 1;
         if (kind != 0xF0) {
             channels_.insert(channel);
