@@ -1,14 +1,20 @@
 #include "benchmarks/wire/CallCount.hpp"
 
+#include <linux/futex.h>
 #include <sys/auxv.h>
+#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <cerrno>
 #include <chrono>
+#include <new>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 namespace corvel::benchmarks {
@@ -54,18 +60,59 @@ const char* nameIn(const Names& names, long number) {
     return found == names.end() ? nullptr : found->second;
 }
 
+/// Whether a thread goes to sleep with this call until something happens.
+bool isWait(const SystemCall& call) {
+    switch (call.number) {
+        case SYS_poll:
+            return static_cast<int>(call.arguments[2]) != 0;
+        case SYS_epoll_wait:
+        case SYS_epoll_pwait:
+            return static_cast<int>(call.arguments[3]) != 0;
+        case SYS_futex: {
+            const auto operation = static_cast<int>(call.arguments[1]) & FUTEX_CMD_MASK;
+            return operation == FUTEX_WAIT || operation == FUTEX_WAIT_BITSET;
+        }
+        case SYS_ppoll:
+        case SYS_epoll_pwait2:
+        case SYS_restart_syscall:
+            return true;
+        default:
+            return false;
+    }
+}
+
+/// A flag that two processes see; set at first.
+class SharedFlag {
+public:
+    SharedFlag()
+        : memory_(mmap(nullptr, sizeof(std::atomic<bool>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) {
+        if (memory_ == MAP_FAILED) {
+            throw std::system_error(errno, std::generic_category(), "share memory");
+        }
+        flag_ = new (memory_) std::atomic<bool>(true);
+    }
+    SharedFlag(const SharedFlag&) = delete;
+    SharedFlag& operator=(const SharedFlag&) = delete;
+    ~SharedFlag() { munmap(memory_, sizeof(std::atomic<bool>)); }
+
+    [[nodiscard]] std::atomic<bool>& get() const { return *flag_; }
+
+private:
+    void* memory_;
+    std::atomic<bool>* flag_ = nullptr;
+};
+
 /// Plays in a process of its own, since the calling thread has to follow the router meanwhile.
-pid_t startPlayer(Wire& wire, const Rate& rate) {
+void startPlayer(Wire& wire, const Rate& rate, const std::atomic<bool>& isRouterAtRest) {
     const pid_t player = fork();
     if (player < 0) {
         throw std::runtime_error("cannot start a player");
     }
     if (player == 0) {
-        const bool isWhole = wire.playAlone(rate.notes, std::chrono::nanoseconds(std::chrono::seconds(1)) /
-                                                            rate.perSecond) == rate.notes;
-        _exit(isWhole ? 0 : 1);
+        const auto interval = std::chrono::nanoseconds(std::chrono::seconds(1)) / rate.perSecond;
+        const std::size_t arrived = wire.playAlone(rate.notes, interval, [&] { return isRouterAtRest.load(); });
+        _exit(arrived == rate.notes ? 0 : 1);
     }
-    return player;
 }
 
 }  // namespace
@@ -99,7 +146,10 @@ CallCount countCalls(ProcessTracer& tracer, Wire& wire, const Rate& rate) {
     count.notes = rate.notes;
     steady_clock::time_point first;
     steady_clock::time_point last;
-    startPlayer(wire, rate);
+    const SharedFlag isAtRest;
+    // Threads that have not stopped since the beginning have slept since then.
+    std::map<pid_t, bool> sleeping;
+    startPlayer(wire, rate, isAtRest.get());
     while (const auto stop = tracer.next()) {
         if (stop->reason == TraceStop::Reason::callEntry) {
             const SystemCall call = tracer.call(stop->thread);
@@ -118,6 +168,8 @@ CallCount countCalls(ProcessTracer& tracer, Wire& wire, const Rate& rate) {
                 count.routingThread = stop->thread;
             }
         }
+        sleeping[stop->thread] = stop->reason == TraceStop::Reason::callEntry && isWait(tracer.call(stop->thread));
+        isAtRest.get() = std::ranges::all_of(sleeping, [](const auto& entry) { return entry.second; });
         tracer.runToCall(stop->thread);
     }
     if (!WIFEXITED(tracer.endedChildStatus()) || WEXITSTATUS(tracer.endedChildStatus()) != 0) {

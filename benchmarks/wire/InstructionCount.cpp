@@ -93,7 +93,7 @@ InstructionCount countInstructions(ProcessTracer& tracer, pid_t routingThread, W
     for (std::size_t number = 0; number < samples; ++number) {
         std::this_thread::sleep_for(kRest);
         tracer.pause(routingThread);
-        wire.sendTogether(messages);
+        wire.sendTogether(number * messages, messages);
         if (runToRead(tracer, routingThread) != messages) {
             throw std::runtime_error("one read did not bring all messages");
         }

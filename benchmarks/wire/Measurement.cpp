@@ -19,6 +19,8 @@ constexpr std::size_t kOutstanding = 64;
 constexpr std::chrono::milliseconds kReceiverSleep{20};
 /// Nothing for so long: the router has nothing left.
 constexpr std::chrono::milliseconds kQuiet{300};
+/// Pause between two looks at whether the router is at rest.
+constexpr std::chrono::microseconds kLook{50};
 /// A note that has not come by then is lost.
 constexpr std::chrono::milliseconds kLatest{100};
 /// A note that has not come so long after the last one was sent is lost, however much holds up the router.
@@ -53,9 +55,9 @@ snd_seq_event_t Wire::message(std::size_t number) const {
     return event;
 }
 
-std::vector<snd_seq_event_t> Wire::burst(std::size_t count) const {
+std::vector<snd_seq_event_t> Wire::burst(std::size_t first, std::size_t count) const {
     std::vector<snd_seq_event_t> messages;
-    for (std::size_t number = 0; number < count; ++number) {
+    for (std::size_t number = first; number < first + count; ++number) {
         messages.push_back(message(number));
     }
     return messages;
@@ -155,12 +157,16 @@ std::vector<std::chrono::nanoseconds> Wire::latencies(std::size_t count) {
     return times;
 }
 
-std::size_t Wire::playAlone(std::size_t count, std::chrono::nanoseconds interval) {
+std::size_t Wire::playAlone(std::size_t count, std::chrono::nanoseconds interval,
+                            const std::function<bool()>& isRouterAtRest) {
     drain();
     auto next = steady_clock::now();
     for (std::size_t number = 0; number < count; ++number) {
         next = std::max(next + interval, steady_clock::now());
         while (receive(next - steady_clock::now()) > 0) {
+        }
+        while (!isRouterAtRest()) {
+            static_cast<void>(receive(kLook));
         }
         send(number);
         while (!isReceived_[number] && receive(kLatest) > 0) {
@@ -200,9 +206,9 @@ std::vector<std::chrono::nanoseconds> Wire::steadyLatencies(std::size_t count, s
     return times;
 }
 
-void Wire::sendTogether(std::size_t count) {
+void Wire::sendTogether(std::size_t first, std::size_t count) {
     isReceived_.assign(kNumbers, false);
-    const std::vector<snd_seq_event_t> messages = burst(std::min(count, kBatch));
+    const std::vector<snd_seq_event_t> messages = burst(first, std::min(count, kBatch));
     const auto size = static_cast<ssize_t>(messages.size() * sizeof(snd_seq_event_t));
     if (write(descriptorOf(sender_.handle()).fd, messages.data(), static_cast<std::size_t>(size)) != size) {
         throw std::runtime_error("the sequencer did not take all messages at once");
@@ -245,7 +251,7 @@ void Wire::receiveBurst(std::size_t count, Receiver receiver) {
 
 std::size_t Wire::lostOfBurst(std::size_t count, Writing writing, Receiver receiver) {
     drain();
-    const std::vector<snd_seq_event_t> messages = burst(count);
+    const std::vector<snd_seq_event_t> messages = burst(0, count);
     std::thread reader([&] { receiveBurst(count, receiver); });
     const int descriptor = descriptorOf(sender_.handle()).fd;
     const std::size_t portion = writing == Writing::batches ? kBatch : 1;

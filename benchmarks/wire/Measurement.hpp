@@ -6,6 +6,7 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -38,17 +39,19 @@ public:
     /// Times from sending to having received, of note-ons 2 ms apart; those that were lost are missing.
     [[nodiscard]] std::vector<std::chrono::nanoseconds> latencies(std::size_t count);
 
-    /// Plays messages that come alone, each at least `interval` after the one before and once that has arrived. Gives
-    /// how many arrived. Begins and ends with a silence in which the router comes to rest.
-    [[nodiscard]] std::size_t playAlone(std::size_t count, std::chrono::nanoseconds interval);
+    /// Plays messages that come alone: each `interval` after the one before, but not before that has arrived and the
+    /// router is at rest. Gives how many arrived. Begins and ends with a silence.
+    [[nodiscard]] std::size_t playAlone(std::size_t count, std::chrono::nanoseconds interval,
+                                        const std::function<bool()>& isRouterAtRest);
 
     /// Times from sending to having received, of messages sent every `interval` whatever has arrived by then; those
     /// that were lost are missing.
     [[nodiscard]] std::vector<std::chrono::nanoseconds> steadyLatencies(std::size_t count,
                                                                         std::chrono::nanoseconds interval);
 
-    /// Hands the sequencer this many messages at once, at most `kBatch`; to be taken with `receiveTogether`.
-    void sendTogether(std::size_t count);
+    /// Hands the sequencer this many messages at once, at most `kBatch`, beginning with the one numbered `first`; to be
+    /// taken with `receiveTogether`. A note-on has an even number, its note-off the next.
+    void sendTogether(std::size_t first, std::size_t count);
     /// Whether all messages of `sendTogether` arrive.
     [[nodiscard]] bool receiveTogether(std::size_t count);
 
@@ -60,7 +63,7 @@ public:
 
 private:
     [[nodiscard]] snd_seq_event_t message(std::size_t number) const;
-    [[nodiscard]] std::vector<snd_seq_event_t> burst(std::size_t count) const;
+    [[nodiscard]] std::vector<snd_seq_event_t> burst(std::size_t first, std::size_t count) const;
     [[nodiscard]] std::size_t receivedCount() const;
     void send(std::size_t number);
     /// Waits for input; false past the limit.

@@ -4,7 +4,6 @@
 #include <sys/user.h>
 #include <sys/wait.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -156,7 +155,7 @@ SystemCall ProcessTracer::call(pid_t thread) const {
     // Before the kernel has taken the call its number is still in the result's register.
     const auto number = static_cast<long>(registers.orig_rax);
     return {number < 0 ? static_cast<long>(registers.rax) : number,
-            {registers.rdi, registers.rsi, registers.rdx},
+            {registers.rdi, registers.rsi, registers.rdx, registers.r10},
             static_cast<long>(registers.rax)};
 }
 

@@ -13,8 +13,8 @@ namespace corvel::benchmarks {
 /// A system call as the registers hold it.
 struct SystemCall {
     long number = -1;
-    /// The first three arguments.
-    std::array<unsigned long, 3> arguments{};
+    /// The first four arguments.
+    std::array<unsigned long, 4> arguments{};
     /// Valid once it has returned; a negative errno if it failed.
     long result = 0;
 };

@@ -9,6 +9,7 @@
 #include "benchmarks/wire/Measurement.hpp"
 #include "benchmarks/wire/Router.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <exception>
@@ -76,6 +77,11 @@ bool isWithin(const std::string& what, double value, double limit) {
     return isMet;
 }
 
+bool isInterruptedBySignals(const CallCount& count) {
+    return std::ranges::any_of(count.callsByName,
+                               [](const auto& entry) { return entry.first.ends_with("rt_sigreturn"); });
+}
+
 Result measure(const std::string& router, Wire& wire, pid_t process) {
     Result result;
     ProcessTracer tracer(process);
@@ -85,6 +91,11 @@ Result measure(const std::string& router, Wire& wire, pid_t process) {
     for (const Rate& rate : kRates) {
         result.calls.push_back(countCalls(tracer, wire, rate));
         printCalls(router, result.calls.back());
+    }
+    if (isInterruptedBySignals(result.calls.front())) {
+        std::printf("%-18s | instructions not counted: signals of its own interrupt the steps\n", router.c_str());
+        std::fflush(stdout);
+        return result;
     }
     tracer.releaseAll();
     for (const auto& [messages, samples] : kSizes) {

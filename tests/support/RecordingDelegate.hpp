@@ -2,12 +2,11 @@
 
 #include "core/engine/CoreMIDIRouterEngine.hpp"
 #include "core/engine/MIDIRouterEngineDelegate.hpp"
+#include "tests/support/ByteText.hpp"
 
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -47,7 +46,7 @@ public:
 
     void midiRouterEngineDidRoute(CoreMIDIRouterEngine& engine, const MIDIActivityEvent& event) override {
         activities.push_back(event);
-        keep(engine, "routed " + hex(event.bytes));
+        keep(engine, "routed [" + byteText(event.bytes) + "]");
     }
 
     void midiRouterEngineDidFail(CoreMIDIRouterEngine& engine, const std::string& message) override {
@@ -61,19 +60,6 @@ public:
     }
 
 private:
-    static std::string hex(const MIDIBytes& bytes) {
-        static constexpr std::string_view kDigits = "0123456789ABCDEF";
-        std::string text = "[";
-        for (const std::uint8_t byte : bytes) {
-            if (text.size() > 1) {
-                text += ' ';
-            }
-            text += kDigits[byte >> 4U];
-            text += kDigits[byte & 15U];
-        }
-        return text + "]";
-    }
-
     void keep(CoreMIDIRouterEngine& engine, std::string report) {
         reporter = &engine;
         reports.push_back(std::move(report));

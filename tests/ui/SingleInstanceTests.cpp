@@ -1,6 +1,7 @@
 #include "ui/SingleInstance.hpp"
 
 #include "core/support/EventLoop.hpp"
+#include "tests/support/Deadline.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 #include "ui/QtMainLoop.hpp"
 #include "ui/QtText.hpp"
@@ -46,12 +47,11 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using tests::kDeadline;
 using tests::TemporaryFolder;
 
 using Outcome = SingleInstance::Outcome;
 
-/// Longer than anything takes on a loaded machine; a test that waits this long fails.
-constexpr seconds kDeadline{20};
 /// For what never comes.
 constexpr milliseconds kShortLimit{100};
 

@@ -3,6 +3,7 @@
 #include "core/engine/CoreMIDIRouterEngine.hpp"
 #include "hosts/demo/DemoDevices.hpp"
 #include "tests/support/ByteText.hpp"
+#include "tests/support/Deadline.hpp"
 #include "tests/support/ManualClock.hpp"
 #include "tests/support/ManualQueue.hpp"
 #include "tests/support/RecordingDelegate.hpp"
@@ -29,9 +30,6 @@ using hosts::DemoMIDIHost;
 using hosts::DemoTraffic;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-/// Longer than anything here takes on a loaded machine; a test that waits this long fails.
-constexpr auto kDeadline = 20s;
 
 /// Connection and packets of each call of a receive handler: "1: [90 3C 64]".
 class Inbox {
