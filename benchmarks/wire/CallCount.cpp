@@ -1,7 +1,6 @@
 #include "benchmarks/wire/CallCount.hpp"
 
 #include <linux/futex.h>
-#include <sys/auxv.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -117,10 +116,6 @@ void startPlayer(Wire& wire, const Rate& rate, const std::atomic<bool>& isRouter
 
 }  // namespace
 
-bool hasUserSpaceClock() {
-    return getauxval(AT_SYSINFO_EHDR) != 0;
-}
-
 bool isClockRead(const SystemCall& call) {
     return call.number == SYS_clock_gettime || call.number == SYS_gettimeofday || call.number == SYS_time;
 }
@@ -153,12 +148,8 @@ CallCount countCalls(ProcessTracer& tracer, Wire& wire, const Rate& rate) {
     while (const auto stop = tracer.next()) {
         if (stop->reason == TraceStop::Reason::callEntry) {
             const SystemCall call = tracer.call(stop->thread);
-            if (isClockRead(call) && !hasUserSpaceClock()) {
-                ++count.clockReads;
-            } else {
-                ++count.calls;
-                ++count.callsByName[tracer.threadName(stop->thread) + ": " + callName(tracer, call)];
-            }
+            ++(isClockRead(call) ? count.clockReads : count.calls);
+            ++count.callsByName[tracer.threadName(stop->thread) + ": " + callName(tracer, call)];
         } else if (stop->reason == TraceStop::Reason::callReturn) {
             const SystemCall call = tracer.call(stop->thread);
             if (call.result > 0 && isSequencerRead(tracer, call)) {

@@ -23,7 +23,7 @@ struct CallCount {
     /// How many reads brought the notes; as many as there are notes if each came alone.
     std::size_t reads = 0;
     std::size_t calls = 0;
-    /// Reads of the clock that are a system call only because this kernel answers none in user space; not in `calls`.
+    /// Reads of the clock, not in `calls`: they are system calls only where the kernel answers none in user space.
     std::size_t clockReads = 0;
     /// By thread, call and what the call is on: "corvel.engine: read /dev/snd/seq".
     std::map<std::string, std::size_t> callsByName;
@@ -36,10 +36,7 @@ struct CallCount {
     [[nodiscard]] double perNote() const { return perNote(calls); }
 };
 
-/// Whether this kernel lets programs read the clock without a system call.
-[[nodiscard]] bool hasUserSpaceClock();
-
-/// Whether the call only reads the clock.
+/// Whether the call only reads the clock, which most kernels let programs do without a system call.
 [[nodiscard]] bool isClockRead(const SystemCall& call);
 
 /// The call and what it is on: "read /dev/snd/seq", "write anon_inode:[eventfd]".

@@ -67,7 +67,7 @@ Sample stepToLastWrite(ProcessTracer& tracer, pid_t thread, std::size_t messages
                 }
             } else {
                 ++otherCalls[callName(tracer, call)];
-                sample.otherCalls += isClockRead(call) && !hasUserSpaceClock() ? 0 : 1;
+                sample.otherCalls += isClockRead(call) ? 0 : 1;
             }
         }
         tracer.step(thread);

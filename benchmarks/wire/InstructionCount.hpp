@@ -26,7 +26,7 @@ struct InstructionCount {
     Spread instructions;
     /// Writes to the sequencer with which the messages left.
     Spread writes;
-    /// System calls between, without those writes and without reads of the clock that are a call only on this kernel.
+    /// System calls between, without those writes and without reads of the clock.
     Spread otherCalls;
     /// All samples together; reads of the clock included.
     std::map<std::string, std::size_t> otherCallsByName;

@@ -169,7 +169,7 @@ std::size_t Wire::playAlone(std::size_t count, std::chrono::nanoseconds interval
             static_cast<void>(receive(kLook));
         }
         send(number);
-        while (!isReceived_[number] && receive(kLatest) > 0) {
+        while (!isReceived_[number] && receive(kGivenUp) > 0) {
         }
     }
     const std::size_t arrived = receivedCount();
