@@ -83,7 +83,7 @@ std::vector<Router> makeRouters(const std::filesystem::path& programs, const std
              [leastRouter](auto&, auto source, auto destination) {
                  return startLeastRouter(leastRouter, source, destination);
              }},
-            {"midish", [](auto&, auto source, auto destination) { return startMidish(source, destination); }},
+            {kMidishName, [](auto&, auto source, auto destination) { return startMidish(source, destination); }},
             {kCorvelName, [corvel](auto&, auto, auto) { return startCorvel(corvel); }}};
 }
 

@@ -32,6 +32,9 @@ struct Router {
 /// The name of the competitor that is held against limits.
 inline constexpr const char* kCorvelName = "corvel --headless";
 
+/// The name of one that works by a timer: what it does for a note alone cannot be told from what it does anyway.
+inline constexpr const char* kMidishName = "midish";
+
 /// Names of the ports between which the routers are put; Corvel finds them by name.
 inline constexpr const char* kSenderName = "Wire Sender";
 inline constexpr const char* kReceiverName = "Wire Receiver";

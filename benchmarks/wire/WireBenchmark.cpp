@@ -128,7 +128,7 @@ bool judge(std::map<std::string, Results>& results) {
     bool isWithin = ratio <= kLatencyLimit;
     std::printf("\nmedian p50 against the least router: %.2f, limit %.2f: %s\n", ratio, kLatencyLimit,
                 isWithin ? "within" : "BEYOND");
-    const double ahead = quantile(own.p50, 0.5) / quantile(results["midish"].p50, 0.5);
+    const double ahead = quantile(own.p50, 0.5) / quantile(results[kMidishName].p50, 0.5);
     std::printf("median p50 against midish: %.2f, limit 1.00: %s\n", ahead, ahead < 1 ? "within" : "BEYOND");
     isWithin = isWithin && ahead < 1;
     double most = quantile(own.lostNotes, 1);
