@@ -30,7 +30,7 @@ struct Sizes {
     std::size_t messages;
     std::size_t samples;
 };
-constexpr std::array kSizes{Sizes{1, 30}, Sizes{2, 10}, Sizes{4, 10}, Sizes{8, 10}, Sizes{16, 10}};
+constexpr std::array kSizes{Sizes{1, 30}, Sizes{2, 5}, Sizes{4, 5}, Sizes{8, 5}, Sizes{16, 5}};
 
 struct Result {
     std::vector<CallCount> calls;
@@ -49,24 +49,20 @@ void printCalls(const std::string& router, const CallCount& count) {
     }
 }
 
-void printInstructions(const std::string& router, const std::vector<InstructionCount>& counts) {
-    const InstructionCount& alone = counts.front();
-    for (const InstructionCount& count : counts) {
-        std::printf("%-18s | %2zu messages in a read | %6.0f instructions (%.0f to %.0f)", router.c_str(),
-                    count.messages, count.instructions.median, count.instructions.minimum, count.instructions.maximum);
-        if (&count != &alone) {
-            std::printf(" | %6.0f for each further", count.forEachFurther(alone));
-        } else {
-            std::printf(" | %23s", "");
-        }
-        std::printf(" | %.0f writes (%.0f to %.0f) | other calls between: %.0f (%.0f to %.0f)", count.writes.median,
-                    count.writes.minimum, count.writes.maximum, count.otherCalls.median, count.otherCalls.minimum,
-                    count.otherCalls.maximum);
-        for (const auto& [name, calls] : count.otherCallsByName) {
-            std::printf(", %s %zu", name.c_str(), calls);
-        }
-        std::printf("\n");
+void printInstructions(const std::string& router, const InstructionCount& count, const InstructionCount& alone) {
+    std::printf("%-18s | %2zu messages in a read | %6.0f instructions (%.0f to %.0f)", router.c_str(), count.messages,
+                count.instructions.median, count.instructions.minimum, count.instructions.maximum);
+    if (count.messages > alone.messages) {
+        std::printf(" | %.0f for each further", count.forEachFurther(alone));
     }
+    std::printf(" | %.0f writes (%.0f to %.0f) | other calls between: %.0f (%.0f to %.0f)", count.writes.median,
+                count.writes.minimum, count.writes.maximum, count.otherCalls.median, count.otherCalls.minimum,
+                count.otherCalls.maximum);
+    for (const auto& [name, calls] : count.otherCallsByName) {
+        std::printf(", %s %zu", name.c_str(), calls);
+    }
+    std::printf("\n");
+    std::fflush(stdout);
 }
 
 bool isWithin(const std::string& what, double value, double limit) {
@@ -87,9 +83,8 @@ Result measure(const std::string& router, Wire& wire, pid_t process) {
     tracer.releaseAll();
     for (const auto& [messages, samples] : kSizes) {
         result.instructions.push_back(countInstructions(tracer, thread, wire, messages, samples));
+        printInstructions(router, result.instructions.back(), result.instructions.front());
     }
-    printInstructions(router, result.instructions);
-    std::fflush(stdout);
     return result;
 }
 
