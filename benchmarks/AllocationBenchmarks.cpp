@@ -30,14 +30,14 @@ std::vector<std::uint8_t> makeMessage(std::size_t size) {
 }
 
 void countAllocations(benchmark::State& state, std::size_t size) {
-    const auto queue = std::make_shared<HandDrivenQueue>();
+    const auto queue = std::make_shared<tests::ManualQueue>();
     EngineRig rig({.matching = kFanOut}, queue);
     queue->runAll();
     const std::vector<std::uint8_t> message = makeMessage(size);
     const auto route = [&] {
         for (std::size_t index = 0; index < kPacketsPerIteration; ++index) {
             rig.receive(message);
-            queue->runRound();
+            queue->runAll();
         }
         rig.takeReports();
     };

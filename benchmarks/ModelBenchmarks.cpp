@@ -4,11 +4,11 @@
 #include "app/InMemorySettings.hpp"
 #include "app/MIDIRouterViewModel.hpp"
 #include "benchmarks/Benchmarks.hpp"
-#include "benchmarks/support/HandDrivenQueue.hpp"
 #include "benchmarks/support/SampleDocument.hpp"
 #include "core/messages/MIDIMessageParser.hpp"
 #include "core/storage/RouteStore.hpp"
 #include "tests/support/FakeMIDIHost.hpp"
+#include "tests/support/ManualQueue.hpp"
 
 #include <benchmark/benchmark.h>
 #include <boost/circular_buffer.hpp>
@@ -83,8 +83,9 @@ private:
 
     std::filesystem::path folder_;
     std::shared_ptr<tests::FakeMIDIHost> host_ = std::make_shared<tests::FakeMIDIHost>();
-    std::shared_ptr<HandDrivenQueue> queue_ = std::make_shared<HandDrivenQueue>();
-    std::shared_ptr<HandDrivenQueue> mainQueue_ = std::make_shared<HandDrivenQueue>();
+    std::shared_ptr<tests::ManualQueue> queue_ = std::make_shared<tests::ManualQueue>();
+    std::shared_ptr<tests::ManualQueue> mainQueue_ =
+        std::make_shared<tests::ManualQueue>(tests::ManualQueue::Current::onMakerThread);
     std::shared_ptr<CoreMIDIRouterEngine> engine_;
     std::shared_ptr<MIDIRouterViewModel> model_;
 };

@@ -2,9 +2,9 @@
 // done with it.
 //
 // The engine's side is whole: callback, copy, post, task, look-ups, transform, packet, send, activity event with its
-// identity and time, report, and the main thread taking the reports in batches. Queues are run by hand on this one
-// thread and cost what the event loop's list of tasks costs (HandDrivenQueue.hpp). The loop's system calls stand in
-// the `loop` figures, on the real loop: one for each burst of packets that are read together.
+// identity and time, report, and the main thread taking the reports in batches. The tests' queues are run by hand on
+// this one thread: a few uncontended locks for each task. What the real loop costs, with its system calls, stands in
+// the `loop` figures: one for each burst of packets that are read together.
 //
 // The plain side does the same copies, the same rewriting and the same calls of the same host, in a loop over a flat
 // table of just the fields that it needs, and reports nothing. That is as little as a router could do, and less than
@@ -14,6 +14,7 @@
 #include "benchmarks/Benchmarks.hpp"
 #include "benchmarks/support/EngineRig.hpp"
 #include "core/support/EventLoop.hpp"
+#include "tests/support/ManualQueue.hpp"
 
 #include <benchmark/benchmark.h>
 #include <sys/eventfd.h>
@@ -53,14 +54,14 @@ void finish(benchmark::State& state, const RoutingLayout& layout, std::size_t se
 }
 
 void routeThroughEngine(benchmark::State& state, const RoutingLayout& layout) {
-    const auto queue = std::make_shared<HandDrivenQueue>();
+    const auto queue = std::make_shared<tests::ManualQueue>();
     EngineRig rig(layout, queue);
     queue->runAll();
     const std::size_t packets = packetsPerIteration(layout);
     for ([[maybe_unused]] const auto _ : state) {
         for (std::size_t index = 0; index < packets; ++index) {
             rig.receive(kNotes[index % kNotes.size()]);
-            queue->runRound();
+            queue->runAll();
         }
         rig.takeReports();
     }

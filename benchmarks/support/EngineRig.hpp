@@ -1,9 +1,9 @@
 #pragma once
 
-#include "benchmarks/support/HandDrivenQueue.hpp"
 #include "core/engine/CoreMIDIRouterEngine.hpp"
 #include "tests/support/CountingDelegate.hpp"
 #include "tests/support/FakeMIDIHost.hpp"
+#include "tests/support/ManualQueue.hpp"
 
 #include <cstddef>
 #include <cstdint>
@@ -51,7 +51,8 @@ public:
 
 private:
     std::shared_ptr<tests::FakeMIDIHost> host_ = std::make_shared<tests::FakeMIDIHost>();
-    std::shared_ptr<HandDrivenQueue> mainQueue_ = std::make_shared<HandDrivenQueue>();
+    std::shared_ptr<tests::ManualQueue> mainQueue_ =
+        std::make_shared<tests::ManualQueue>(tests::ManualQueue::Current::onMakerThread);
     std::shared_ptr<tests::CountingDelegate> delegate_ = std::make_shared<tests::CountingDelegate>();
     std::shared_ptr<CoreMIDIRouterEngine> engine_;
 };

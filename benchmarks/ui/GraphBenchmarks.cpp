@@ -3,12 +3,12 @@
 
 #include "app/InMemorySettings.hpp"
 #include "app/MIDIRouterViewModel.hpp"
-#include "benchmarks/support/HandDrivenQueue.hpp"
 #include "benchmarks/ui/Figures.hpp"
 #include "core/routes/MIDIRouteSetDocument.hpp"
 #include "core/storage/RouteStore.hpp"
 #include "tests/support/FakeMIDIHost.hpp"
 #include "tests/support/ManualClock.hpp"
+#include "tests/support/ManualQueue.hpp"
 #include "tests/support/RouteBuilders.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 #include "ui/Look.hpp"
@@ -112,8 +112,9 @@ private:
     tests::TemporaryFolder folder_;
     const std::shared_ptr<const Clock> clock_;
     const std::shared_ptr<tests::FakeMIDIHost> host_ = std::make_shared<tests::FakeMIDIHost>();
-    const std::shared_ptr<HandDrivenQueue> queue_ = std::make_shared<HandDrivenQueue>();
-    const std::shared_ptr<HandDrivenQueue> mainQueue_ = std::make_shared<HandDrivenQueue>();
+    const std::shared_ptr<tests::ManualQueue> queue_ = std::make_shared<tests::ManualQueue>();
+    const std::shared_ptr<tests::ManualQueue> mainQueue_ =
+        std::make_shared<tests::ManualQueue>(tests::ManualQueue::Current::onMakerThread);
     std::shared_ptr<CoreMIDIRouterEngine> engine_;
     std::shared_ptr<MIDIRouterViewModel> model_;
     const ui::Look look_{AppAppearanceMode::dark};

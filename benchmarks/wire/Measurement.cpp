@@ -1,11 +1,10 @@
 #include "benchmarks/wire/Measurement.hpp"
 
-#include "benchmarks/wire/Router.hpp"
-
 #include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <stdexcept>
 #include <thread>
 
@@ -17,12 +16,15 @@ using std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kNoteInterval{2};
 constexpr std::size_t kOutstanding = 64;
-constexpr std::size_t kBatch = 500;
 constexpr std::chrono::milliseconds kReceiverSleep{20};
 /// Nothing for so long: the router has nothing left.
 constexpr std::chrono::milliseconds kQuiet{300};
+/// Pause between two looks at whether the router is at rest.
+constexpr std::chrono::microseconds kLook{50};
 /// A note that has not come by then is lost.
 constexpr std::chrono::milliseconds kLatest{100};
+/// A note that has not come so long after the last one was sent is lost, however much holds up the router.
+constexpr std::chrono::seconds kGivenUp{10};
 /// The most that the sequencer keeps for a program.
 constexpr std::size_t kLargestPool = 2000;
 constexpr unsigned kNumbers = 2 * 128 * 127;
@@ -51,6 +53,18 @@ snd_seq_event_t Wire::message(std::size_t number) const {
     event.dest = {SND_SEQ_ADDRESS_SUBSCRIBERS, SND_SEQ_ADDRESS_UNKNOWN};
     event.queue = SND_SEQ_QUEUE_DIRECT;
     return event;
+}
+
+std::vector<snd_seq_event_t> Wire::burst(std::size_t first, std::size_t count) const {
+    std::vector<snd_seq_event_t> messages;
+    for (std::size_t number = first; number < first + count; ++number) {
+        messages.push_back(message(number));
+    }
+    return messages;
+}
+
+std::size_t Wire::receivedCount() const {
+    return static_cast<std::size_t>(std::count(isReceived_.begin(), isReceived_.end(), true));
 }
 
 void Wire::send(std::size_t number) {
@@ -143,6 +157,70 @@ std::vector<std::chrono::nanoseconds> Wire::latencies(std::size_t count) {
     return times;
 }
 
+std::size_t Wire::playAlone(std::size_t count, std::chrono::nanoseconds interval,
+                            const std::function<bool()>& isRouterAtRest) {
+    drain();
+    auto next = steady_clock::now();
+    for (std::size_t number = 0; number < count; ++number) {
+        next = std::max(next + interval, steady_clock::now());
+        while (receive(next - steady_clock::now()) > 0) {
+        }
+        while (!isRouterAtRest()) {
+            static_cast<void>(receive(kLook));
+        }
+        send(number);
+        while (!isReceived_[number] && receive(kGivenUp) > 0) {
+        }
+    }
+    const std::size_t arrived = receivedCount();
+    drain();
+    return arrived;
+}
+
+std::vector<std::chrono::nanoseconds> Wire::steadyLatencies(std::size_t count, std::chrono::nanoseconds interval) {
+    drain();
+    std::vector<steady_clock::time_point> sentAt;
+    std::vector<std::size_t> underWay;
+    std::vector<std::chrono::nanoseconds> times;
+    const auto start = steady_clock::now();
+    const auto timeOf = [&](std::size_t number) { return start + static_cast<std::int64_t>(number) * interval; };
+    while (sentAt.size() < count || !underWay.empty()) {
+        const bool isAllSent = sentAt.size() == count;
+        const std::size_t arrived = receive(isAllSent ? kGivenUp : timeOf(sentAt.size()) - steady_clock::now());
+        const auto now = steady_clock::now();
+        std::erase_if(underWay, [&](std::size_t number) {
+            if (isReceived_[number]) {
+                times.emplace_back(now - sentAt[number]);
+            }
+            return isReceived_[number];
+        });
+        if (isAllSent && arrived == 0) {
+            break;
+        }
+        for (std::size_t number = sentAt.size(); number < count && timeOf(number) <= now; ++number) {
+            sentAt.push_back(steady_clock::now());
+            underWay.push_back(number);
+            send(number);
+        }
+    }
+    return times;
+}
+
+void Wire::sendTogether(std::size_t first, std::size_t count) {
+    isReceived_.assign(kNumbers, false);
+    const std::vector<snd_seq_event_t> messages = burst(first, std::min(count, kBatch));
+    const auto size = static_cast<ssize_t>(messages.size() * sizeof(snd_seq_event_t));
+    if (write(descriptorOf(sender_.handle()).fd, messages.data(), static_cast<std::size_t>(size)) != size) {
+        throw std::runtime_error("the sequencer did not take all messages at once");
+    }
+}
+
+bool Wire::receiveTogether(std::size_t count) {
+    while (receivedCount() < count && receive(kQuiet) > 0) {
+    }
+    return receivedCount() == count;
+}
+
 double Wire::floodRate(std::size_t count) {
     drain();
     const auto start = steady_clock::now();
@@ -173,21 +251,23 @@ void Wire::receiveBurst(std::size_t count, Receiver receiver) {
 
 std::size_t Wire::lostOfBurst(std::size_t count, Writing writing, Receiver receiver) {
     drain();
-    std::vector<snd_seq_event_t> burst;
-    for (std::size_t number = 0; number < count; ++number) {
-        burst.push_back(message(number));
-    }
+    const std::vector<snd_seq_event_t> messages = burst(0, count);
     std::thread reader([&] { receiveBurst(count, receiver); });
     const int descriptor = descriptorOf(sender_.handle()).fd;
     const std::size_t portion = writing == Writing::batches ? kBatch : 1;
     for (std::size_t sent = 0; sent < count;) {
         const std::size_t size = std::min(portion, count - sent) * sizeof(snd_seq_event_t);
-        const ssize_t written = write(descriptor, &burst[sent], size);
+        const ssize_t written = write(descriptor, &messages[sent], size);
         // One that the sequencer refuses is passed over: this sender waits for nobody.
         sent += written > 0 ? static_cast<std::size_t>(written) / sizeof(snd_seq_event_t) : 1;
     }
     reader.join();
-    return count - static_cast<std::size_t>(std::count(isReceived_.begin(), isReceived_.end(), true));
+    return count - receivedCount();
+}
+
+RoutedWire::RoutedWire(const Router& router)
+    : router_(router.start(wire_.sender(), wire_.source(), wire_.destination())) {
+    wire_.waitForRouter();
 }
 
 }  // namespace corvel::benchmarks

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "benchmarks/wire/Router.hpp"
 #include "tests/support/SequencerPeer.hpp"
 
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <functional>
+#include <optional>
 #include <vector>
 
 namespace corvel::benchmarks {
@@ -21,6 +24,9 @@ enum class Writing { one, batches };
 /// take them for mistakes. Key and velocity number them.
 class Wire {
 public:
+    /// The most messages that are handed to the sequencer at once.
+    static constexpr std::size_t kBatch = 500;
+
     Wire();
 
     [[nodiscard]] tests::SequencerPeer& sender() { return sender_; }
@@ -33,6 +39,22 @@ public:
     /// Times from sending to having received, of note-ons 2 ms apart; those that were lost are missing.
     [[nodiscard]] std::vector<std::chrono::nanoseconds> latencies(std::size_t count);
 
+    /// Plays messages that come alone: each `interval` after the one before, but not before that has arrived and the
+    /// router is at rest. Gives how many arrived. Begins and ends with a silence.
+    [[nodiscard]] std::size_t playAlone(std::size_t count, std::chrono::nanoseconds interval,
+                                        const std::function<bool()>& isRouterAtRest);
+
+    /// Times from sending to having received, of messages sent every `interval` whatever has arrived by then; those
+    /// that were lost are missing.
+    [[nodiscard]] std::vector<std::chrono::nanoseconds> steadyLatencies(std::size_t count,
+                                                                        std::chrono::nanoseconds interval);
+
+    /// Hands the sequencer this many messages at once, at most `kBatch`, beginning with the one numbered `first`; to be
+    /// taken with `receiveTogether`. A note-on has an even number, its note-off the next.
+    void sendTogether(std::size_t first, std::size_t count);
+    /// Whether all messages of `sendTogether` arrive.
+    [[nodiscard]] bool receiveTogether(std::size_t count);
+
     /// Messages a second with 64 of them on their way at any time; 0 if one was lost.
     [[nodiscard]] double floodRate(std::size_t count);
 
@@ -41,6 +63,8 @@ public:
 
 private:
     [[nodiscard]] snd_seq_event_t message(std::size_t number) const;
+    [[nodiscard]] std::vector<snd_seq_event_t> burst(std::size_t first, std::size_t count) const;
+    [[nodiscard]] std::size_t receivedCount() const;
     void send(std::size_t number);
     /// Waits for input; false past the limit.
     [[nodiscard]] bool waitForInput(std::chrono::nanoseconds limit);
@@ -62,6 +86,21 @@ private:
     std::vector<bool> isReceived_;
     /// The number of the last note-on of each key: routers need not keep a note-off's velocity.
     std::array<std::size_t, 128> lastOfKey_{};
+};
+
+/// A wire with a router on it that routes already.
+class RoutedWire {
+public:
+    /// Throws if the router cannot be started or passes nothing on.
+    explicit RoutedWire(const Router& router);
+
+    [[nodiscard]] Wire& wire() { return wire_; }
+    /// The router's process, if it is one.
+    [[nodiscard]] std::optional<pid_t> process() const { return router_.process; }
+
+private:
+    Wire wire_;
+    RunningRouter router_;
 };
 
 }  // namespace corvel::benchmarks

@@ -1,5 +1,6 @@
 #include "benchmarks/wire/Router.hpp"
 
+#include "tests/support/ChildProcess.hpp"
 #include "tests/support/ConnectionsFile.hpp"
 
 #include <stdexcept>
@@ -34,10 +35,14 @@ private:
     tests::SequencerAddress destination_;
 };
 
+RunningRouter startProgram(const std::vector<std::string>& arguments, const std::string& input = {}) {
+    const auto process = std::make_shared<tests::ChildProcess>(arguments, input);
+    return {process, process->pid()};
+}
+
 RunningRouter startLeastRouter(const std::filesystem::path& program, tests::SequencerAddress source,
                                tests::SequencerAddress destination) {
-    return std::make_shared<tests::ChildProcess>(
-        std::vector<std::string>{program.string(), text(source), text(destination), std::to_string(kForcedChannel)});
+    return startProgram({program.string(), text(source), text(destination), std::to_string(kForcedChannel)});
 }
 
 RunningRouter startMidish(tests::SequencerAddress source, tests::SequencerAddress destination) {
@@ -47,7 +52,7 @@ RunningRouter startMidish(tests::SequencerAddress source, tests::SequencerAddres
                                  "fnew wire\n" +                                                              //
                                  "fmap {any {0 0}} {any {1 " + std::to_string(kForcedChannel - 1) + "}}\n" +  //
                                  "i\n";
-    return std::make_shared<tests::ChildProcess>(std::vector<std::string>{kMidish, "-b"}, commands);
+    return startProgram({kMidish, "-b"}, commands);
 }
 
 RunningRouter startCorvel(const std::filesystem::path& program) {
@@ -57,8 +62,7 @@ RunningRouter startCorvel(const std::filesystem::path& program) {
               .destinationID = tests::endpointID("destination", kReceiverName, 0, kPortName),
               .forcedChannel = kForcedChannel});
     file.write(document);
-    return std::make_shared<tests::ChildProcess>(
-        std::vector<std::string>{program.string(), "--headless", "--midi", "alsa", "--document", document.string()});
+    return startProgram({program.string(), "--headless", "--midi", "alsa", "--document", document.string()});
 }
 
 }  // namespace
@@ -73,14 +77,14 @@ std::vector<Router> makeRouters(const std::filesystem::path& programs, const std
     }
     return {{"kernel subscription",
              [](auto& sender, auto source, auto destination) -> RunningRouter {
-                 return std::make_shared<KernelSubscription>(sender, source, destination);
+                 return {std::make_shared<KernelSubscription>(sender, source, destination)};
              }},
             {"least router",
              [leastRouter](auto&, auto source, auto destination) {
                  return startLeastRouter(leastRouter, source, destination);
              }},
-            {"midish", [](auto&, auto source, auto destination) { return startMidish(source, destination); }},
-            {"corvel --headless", [corvel](auto&, auto, auto) { return startCorvel(corvel); }}};
+            {kMidishName, [](auto&, auto source, auto destination) { return startMidish(source, destination); }},
+            {kCorvelName, [corvel](auto&, auto, auto) { return startCorvel(corvel); }}};
 }
 
 }  // namespace corvel::benchmarks

@@ -1,18 +1,24 @@
 #pragma once
 
-#include "tests/support/ChildProcess.hpp"
 #include "tests/support/SequencerPeer.hpp"
+
+#include <sys/types.h>
 
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace corvel::benchmarks {
 
 /// What carries notes from one port to another while it exists; not yet at work when it is made.
-using RunningRouter = std::shared_ptr<void>;
+struct RunningRouter {
+    std::shared_ptr<void> life;
+    /// Its process, a child of this one; none where the kernel itself routes.
+    std::optional<pid_t> process{};
+};
 
 /// One of the competitors.
 struct Router {
@@ -22,6 +28,12 @@ struct Router {
                                 tests::SequencerAddress destination)>
         start;
 };
+
+/// The name of the competitor that is held against limits.
+inline constexpr const char* kCorvelName = "corvel --headless";
+
+/// The name of one that works by a timer: what it does for a note alone cannot be told from what it does anyway.
+inline constexpr const char* kMidishName = "midish";
 
 /// Names of the ports between which the routers are put; Corvel finds them by name.
 inline constexpr const char* kSenderName = "Wire Sender";

@@ -62,10 +62,8 @@ constexpr std::array kBursts{
 };
 
 void measureTurn(const Router& router, Samples& times) {
-    Wire wire;
-    const RunningRouter running = router.start(wire.sender(), wire.source(), wire.destination());
-    wire.waitForRouter();
-    for (const auto time : wire.latencies(kNotesPerTurn)) {
+    RoutedWire routed(router);
+    for (const auto time : routed.wire().latencies(kNotesPerTurn)) {
         times.push_back(static_cast<double>(time.count()) / 1000);
     }
 }
@@ -87,13 +85,11 @@ void measureLatencies(const std::vector<Router>& routers, std::map<std::string, 
 }
 
 void measureLoad(const Router& router, Results& results) {
-    Wire wire;
-    const RunningRouter running = router.start(wire.sender(), wire.source(), wire.destination());
-    wire.waitForRouter();
-    results.rate.push_back(wire.floodRate(kFloodMessages));
+    RoutedWire routed(router);
+    results.rate.push_back(routed.wire().floodRate(kFloodMessages));
     for (const Burst& burst : kBursts) {
         results.lost[burst.name].push_back(
-            static_cast<double>(wire.lostOfBurst(burst.count, burst.writing, burst.receiver)));
+            static_cast<double>(routed.wire().lostOfBurst(burst.count, burst.writing, burst.receiver)));
     }
 }
 
@@ -127,12 +123,12 @@ void printLosses(const std::vector<Router>& routers, std::map<std::string, Resul
 
 /// Says whether Corvel is within its limits.
 bool judge(std::map<std::string, Results>& results) {
-    const Results& own = results["corvel --headless"];
+    const Results& own = results[kCorvelName];
     const double ratio = quantile(own.p50, 0.5) / quantile(results["least router"].p50, 0.5);
     bool isWithin = ratio <= kLatencyLimit;
     std::printf("\nmedian p50 against the least router: %.2f, limit %.2f: %s\n", ratio, kLatencyLimit,
                 isWithin ? "within" : "BEYOND");
-    const double ahead = quantile(own.p50, 0.5) / quantile(results["midish"].p50, 0.5);
+    const double ahead = quantile(own.p50, 0.5) / quantile(results[kMidishName].p50, 0.5);
     std::printf("median p50 against midish: %.2f, limit 1.00: %s\n", ahead, ahead < 1 ? "within" : "BEYOND");
     isWithin = isWithin && ahead < 1;
     double most = quantile(own.lostNotes, 1);

@@ -182,11 +182,12 @@ const Endpoint* EndpointRegistry::find(MIDIObjectRef ref) const {
 }
 
 const SoundCard* EndpointRegistry::cardOf(const PortDescription& port) {
-    if (port.card < 0) {
-        return nullptr;
-    }
-    const auto known = cards_.find(port.card);
-    return known != cards_.end() ? &known->second : &cards_.emplace(port.card, readCard_(port.card)).first->second;
+    return port.card >= 0 ? &cardWithNumber(port.card) : nullptr;
+}
+
+const SoundCard& EndpointRegistry::cardWithNumber(int card) {
+    const auto known = cards_.find(card);
+    return known != cards_.end() ? known->second : cards_.emplace(card, readCard_(card)).first->second;
 }
 
 std::int32_t EndpointRegistry::takeFreeUniqueID(std::int32_t wanted) {
@@ -263,7 +264,7 @@ void EndpointRegistry::addPlaces(std::vector<MIDIEndpointRecord>& records) {
     }
 }
 
-std::vector<MIDIDeviceRecord> EndpointRegistry::devices(const MIDISetup& setup) const {
+std::vector<MIDIDeviceRecord> EndpointRegistry::devices(const MIDISetup& setup) {
     const std::array endpoints{&setup.sources, &setup.destinations};
     std::array<std::size_t, 2> next{};
     // Ordered by card, those without one last, then by client.
@@ -295,10 +296,9 @@ std::vector<MIDIDeviceRecord> EndpointRegistry::devices(const MIDISetup& setup) 
         const int card = key.first;
         const bool hasCard = card != std::numeric_limits<int>::max();
         if (!hasCard || card != lastCard) {
-            const auto known = cards_.find(card);
             MIDIDeviceRecord device;
             device.ref = objectReference(ObjectKind::device, static_cast<int>(devices.size()));
-            device.name = known != cards_.end() ? known->second.name : entity.name;
+            device.name = hasCard ? cardWithNumber(card).name : entity.name;
             devices.push_back(std::move(device));
             lastCard = card;
         }

@@ -71,7 +71,7 @@ private:
     struct Identity {
         Endpoint endpoint;
         std::int32_t uniqueID = 0;
-        /// Whether client and port had no name of their own when the ID was made.
+        /// Whether client or port had no name of its own when the ID was made.
         bool isProvisional = false;
         /// Set when a second device of the same name appears, and kept, so that a name never comes to mean the other
         /// device.
@@ -94,10 +94,11 @@ private:
     void endIdentity(std::optional<Identity>& identity);
     void endPort(Ports::iterator port);
     [[nodiscard]] const SoundCard* cardOf(const PortDescription& port);
+    [[nodiscard]] const SoundCard& cardWithNumber(int card);
     [[nodiscard]] std::int32_t takeFreeUniqueID(std::int32_t wanted);
     [[nodiscard]] std::vector<MIDIEndpointRecord> records(MIDIEndpointDirection direction);
     void addPlaces(std::vector<MIDIEndpointRecord>& records);
-    [[nodiscard]] std::vector<MIDIDeviceRecord> devices(const MIDISetup& setup) const;
+    [[nodiscard]] std::vector<MIDIDeviceRecord> devices(const MIDISetup& setup);
 
     CardReader readCard_;
     /// The cards of the ports that there are: sysfs and drivers are slow, and asked while MIDI waits.

@@ -23,7 +23,7 @@ TEST(EndpointList, FindsTheFirstOfSeveralEndpointsWithOneID) {
 
 TEST(EndpointList, ResolvesOnlyLabelsThatOneEndpointBears) {
     const EndpointList list({endpoint(1, 1, "Keys", "Acme"), endpoint(2, 2, "Keys", "Bolt"), endpoint(3, 3, "Pads"),
-                             endpoint(4, 4, "Synth", "Acme"), endpoint(5, 5, "Synth", "Acme")});
+                             endpoint(4, 4, "Synth", "Acme"), endpoint(5, 5, "Synth", "Acme"), endpoint(6, 6, "")});
     ASSERT_NE(list.resolve("Keys", "Bolt"), nullptr);
     EXPECT_EQ(list.resolve("Keys", "Bolt")->id, 2);
     // No stored manufacturer goes with any.
@@ -36,6 +36,8 @@ TEST(EndpointList, ResolvesOnlyLabelsThatOneEndpointBears) {
     EXPECT_EQ(list.resolve("Synth", "Acme"), nullptr);
     EXPECT_EQ(list.resolve("Organ", std::nullopt), nullptr);
     EXPECT_EQ(list.resolve(std::nullopt, "Acme"), nullptr);
+    // No stored name is not an empty one.
+    EXPECT_EQ(list.resolve(std::nullopt, std::nullopt), nullptr);
 }
 
 }  // namespace

@@ -150,6 +150,17 @@ TEST_F(MIDIRouterViewModelConnections, TakesTheSameModeForOtherEndpointsUnderAno
     EXPECT_EQ(routeWith(makeID(1)).destinationID, 1021);
 }
 
+TEST_F(MIDIRouterViewModelConnections, TakesTheSameModeForAnotherSource) {
+    const MIDIRouteVariant fromPads =
+        makeVariant({.id = makeID(2), .channelMode = ChannelMode::force(3), .sourceID = 1012, .destinationID = 1021});
+    const MIDIRouteVariant fromKeys = makeVariant({.id = makeID(3), .sourceID = 1011, .destinationID = 1021});
+    makeModel(MIDIRouteSetDocument::singleSet(
+        {makeRoute({.id = makeID(1), .activeVariantID = makeID(3), .variants = {fromPads, fromKeys}})}, "Default"));
+    model->addChannelAssignment(makeID(1), ChannelMode::force(3), std::nullopt);
+    EXPECT_EQ(model->statusMessage(), "Added output channel Ch 3");
+    EXPECT_EQ(routeWith(makeID(1)).variants.size(), 3U);
+}
+
 TEST_F(MIDIRouterViewModelConnections, MovesAShortcutWithinAConnectionOnly) {
     const UUID synth = connectKeys();
     model->addChannelAssignment(synth, ChannelMode::force(1), optionP);

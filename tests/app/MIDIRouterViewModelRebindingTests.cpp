@@ -49,6 +49,46 @@ TEST_F(MIDIRouterViewModelRebinding, TakesOverNewLabelsOfAKnownID) {
     EXPECT_EQ(store->loadDocument(), document());
 }
 
+TEST_F(MIDIRouterViewModelRebinding, TakesOverALabelThatAloneHasChanged) {
+    host->properties[11].displayName = "Grand";
+    reload();
+    EXPECT_EQ(route().sourceName, "Grand");
+    EXPECT_EQ(store->loadDocument(), document());
+    host->properties[11].manufacturer = "Other";
+    reload();
+    EXPECT_EQ(route().sourceManufacturer, "Other");
+    EXPECT_EQ(store->loadDocument(), document());
+}
+
+TEST_F(MIDIRouterViewModelRebinding, HoldsToAKnownIDAlthoughAnotherDeviceBearsTheStoredLabels) {
+    host->properties[11].displayName = "Grand";
+    host->addSource(31, {.displayName = "Keys", .manufacturer = "Acme", .uniqueID = 3031});
+    reload();
+    EXPECT_EQ(route().sourceID, 1011);
+    EXPECT_EQ(route().sourceName, "Grand");
+}
+
+TEST_F(MIDIRouterViewModelRebinding, TakesNoDeviceOfAnotherManufacturer) {
+    unplugSource(11);
+    host->addSource(31, {.displayName = "Keys", .manufacturer = "Other", .uniqueID = 3031});
+    host->addSource(32, {.displayName = "Keys", .manufacturer = std::nullopt, .uniqueID = 3032});
+    reload();
+    EXPECT_EQ(route().sourceID, 1011);
+    host->addSource(33, {.displayName = "Keys", .manufacturer = "Acme", .uniqueID = 3033});
+    reload();
+    EXPECT_EQ(route().sourceID, 3033);
+}
+
+TEST_F(MIDIRouterViewModelRebinding, FindsADeviceByItsNameAloneIfNoManufacturerIsStored) {
+    host->properties[11].manufacturer = std::nullopt;
+    reload();
+    unplugSource(11);
+    host->addSource(31, {.displayName = "Keys", .manufacturer = "Other", .uniqueID = 3031});
+    reload();
+    EXPECT_EQ(route().sourceID, 3031);
+    EXPECT_EQ(route().sourceManufacturer, "Other");
+}
+
 TEST_F(MIDIRouterViewModelRebinding, NeverGuessesBetweenTwoDevicesOfOneName) {
     unplugSource(11);
     host->addSource(31, {.displayName = "Keys", .manufacturer = "Acme", .uniqueID = 3031});

@@ -1,4 +1,5 @@
 #include "tests/app/ModelFixture.hpp"
+#include "tests/support/SaveCounter.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -247,6 +248,28 @@ TEST_F(MIDIRouterViewModelSaving, ComesBackAsItWasLeft) {
     EXPECT_EQ(document(), left);
     EXPECT_EQ(model->routes(), left.routeSets.back().routes);
     EXPECT_THAT(playKeys(), ElementsAre(std::pair(21U, std::vector<std::uint8_t>{0x92, 60, 100})));
+}
+
+TEST_F(MIDIRouterViewModelSaving, HappensOnceForEachCommand) {
+    SaveCounter counter(file);
+    const auto savesOf = [&](const std::function<void()>& command) {
+        static_cast<void>(counter.take());
+        command();
+        return counter.take();
+    };
+    const UUID id = model->routes().front().id;
+    EXPECT_EQ(savesOf([&] { model->connect(1012, 1022); }), 1U);
+    EXPECT_EQ(savesOf([&] { model->setRouteEnabled(id, false); }), 1U);
+    EXPECT_EQ(savesOf([&] { model->addChannelAssignment(id, ChannelMode::force(3), std::nullopt); }), 1U);
+    EXPECT_EQ(savesOf([&] { model->updateActiveChannelAssignment(id, ChannelMode::force(4), std::nullopt); }), 1U);
+    EXPECT_EQ(savesOf([&] { model->deleteActiveVariant(id); }), 1U);
+    EXPECT_EQ(savesOf([&] { model->deleteSelectedRoute(); }), 1U);
+    EXPECT_EQ(savesOf([&] { model->selectRouteSet(makeID(2)); }), 1U);
+    EXPECT_EQ(savesOf([&] { model->createRouteSet("New"); }), 1U);
+    EXPECT_EQ(savesOf([&] { model->duplicateSelectedRouteSet(""); }), 1U);
+    EXPECT_EQ(savesOf([&] { model->renameSelectedRouteSet("Newer"); }), 1U);
+    EXPECT_EQ(savesOf([&] { model->deleteSelectedRouteSet(); }), 1U);
+    EXPECT_EQ(savesOf([&] { model->applyEndpointSnapshot(); }), 0U);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 #include "tests/support/RandomSource.hpp"
 
 #include <algorithm>
+#include <functional>
+#include <map>
 #include <set>
 
 namespace corvel::tests {
@@ -51,6 +53,41 @@ protected:
         if (std::filesystem::exists(store->fileURL())) {
             ASSERT_EQ(store->loadDocument(), current);
         }
+    }
+
+    /// Everything observable that can be compared, by property.
+    [[nodiscard]] std::map<Property, std::function<bool()>> unchangedSince() const {
+        const auto isSame = [](const auto& now) -> std::function<bool()> {
+            return [&now, old = now] { return now == old; };
+        };
+        return {{Property::sources, isSame(model->sources())},
+                {Property::destinations, isSame(model->destinations())},
+                {Property::routeSets, isSame(model->routeSets())},
+                {Property::selectedRouteSetID, isSame(model->selectedRouteSetID())},
+                {Property::routes, isSame(model->routes())},
+                {Property::activityEvents, isSame(model->activityEvents())},
+                {Property::graphActivityEvents, isSame(model->graphActivityEvents())},
+                {Property::diagnosticEvents, isSame(model->diagnosticEvents())},
+                {Property::selectedSourceID, isSame(model->selectedSourceID())},
+                {Property::selectedDestinationID, isSame(model->selectedDestinationID())},
+                {Property::selectedRouteID, isSame(model->selectedRouteID())},
+                {Property::statusMessage, isSame(model->statusMessage())}};
+    }
+
+    /// One step in which no property may change before it was told of.
+    void watchedStep() {
+        std::map<Property, std::function<bool()>> untold = unchangedSince();
+        const auto check = [&] {
+            for (const auto& [property, isUnchanged] : untold) {
+                EXPECT_TRUE(isUnchanged()) << "property " << static_cast<int>(property) << " changed untold";
+            }
+        };
+        const Observation observation = model->observe([&](Property property) {
+            check();
+            untold.erase(property);
+        });
+        step();
+        check();
     }
 
     UUID anyRoute() {
@@ -149,8 +186,9 @@ protected:
 TEST_P(MIDIRouterViewModelSequences, KeepTheModelsPromisesAfterEveryStep) {
     startModel();
     for (int count = 0; count < 500; ++count) {
-        step();
+        watchedStep();
         ASSERT_NO_FATAL_FAILURE(checkPromises()) << "step " << count;
+        ASSERT_FALSE(HasFailure()) << "step " << count;
         if (random.below(100) == 0) {
             makeModel();
             startModel();

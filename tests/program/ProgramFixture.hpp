@@ -2,6 +2,7 @@
 
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/ConnectionsFile.hpp"
+#include "tests/support/Deadline.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
@@ -19,9 +20,6 @@ namespace corvel::tests {
 /// Programs of different tests know nothing of each other.
 class ProgramFixture : public ::testing::Test {
 protected:
-    /// Longer than anything takes on a loaded machine; a test that waits this long fails.
-    static constexpr std::chrono::seconds kDeadline{20};
-
     [[nodiscard]] static ChildProcess start(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), CORVEL_PROGRAM);
         return ChildProcess(arguments);

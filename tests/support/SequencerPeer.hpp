@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/Deadline.hpp"
+
 #include <alsa/asoundlib.h>
 
 #include <chrono>
@@ -15,10 +17,6 @@
 namespace corvel::tests {
 
 using Bytes = std::vector<std::uint8_t>;
-
-/// Time after which a wait for something that has to happen counts as failed. Far above what an emulated machine on a
-/// busy one needs, so that only a real failure reaches it.
-inline constexpr std::chrono::seconds kDeadline{20};
 
 /// Where a port is in the sequencer.
 struct SequencerAddress {

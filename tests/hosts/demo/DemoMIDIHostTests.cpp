@@ -3,6 +3,7 @@
 #include "core/engine/CoreMIDIRouterEngine.hpp"
 #include "hosts/demo/DemoDevices.hpp"
 #include "tests/support/ByteText.hpp"
+#include "tests/support/Deadline.hpp"
 #include "tests/support/ManualClock.hpp"
 #include "tests/support/ManualQueue.hpp"
 #include "tests/support/RecordingDelegate.hpp"
@@ -31,9 +32,6 @@ using hosts::DemoMIDIHost;
 using hosts::DemoTraffic;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-/// Longer than anything here takes on a loaded machine; a test that waits this long fails.
-constexpr auto kDeadline = 20s;
 
 /// What a receive handler was given: "1: 90 3C 64", the connection and a packet.
 class Inbox {
