@@ -131,7 +131,6 @@ int perform(const Start& start, const CommandLine::Headless& headless) {
     }
     const auto reporter = std::make_shared<HeadlessReporter>(
         model, router.clock(), [&errors](std::string line) { errors.write(std::move(line)); }, std::move(activity));
-    router.engine().setDelegate(reporter);
     model->startIfNeeded();
     const RunningInstance self(model, std::filesystem::absolute(store->fileURL()), router.isDemo(), {});
     instance.serve([&self](const InstanceRequest& request) { return self.answer(request); });

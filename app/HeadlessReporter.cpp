@@ -43,22 +43,20 @@ HeadlessReporter::HeadlessReporter(std::shared_ptr<MIDIRouterViewModel> model, s
     : model_(std::move(model)),
       clock_(std::move(clock)),
       diagnostics_(std::move(diagnostics)),
-      activity_(std::move(activity)),
-      observation_(model_->observe([this](Property property) {
-          areNamesStale_ |=
-              property == Property::sources || property == Property::destinations || property == Property::routes;
-      })) {}
-
-void HeadlessReporter::midiRouterEngineDidChangeEndpoints(CoreMIDIRouterEngine& engine) {
-    model_->midiRouterEngineDidChangeEndpoints(engine);
-    writeSaveFailure();
+      activity_(std::move(activity)) {
+    observations_ = {
+        model_->observe([this](Property property) {
+            areNamesStale_ |=
+                property == Property::sources || property == Property::destinations || property == Property::routes;
+        }),
+        model_->observeFailures([this](const std::string& message) { writeDiagnostic(clock_->now(), message); }),
+        model_->observeDiagnostics(
+            [this](const MIDIDiagnosticEvent& event) { writeDiagnostic(event.timestamp, event.message); }),
+        activity_ ? model_->observeActivity([this](const MIDIActivityEvent& event) { writeActivity(event); })
+                  : Observation()};
 }
 
-void HeadlessReporter::midiRouterEngineDidRoute(CoreMIDIRouterEngine&, const MIDIActivityEvent& event) {
-    // Not for the model: what it keeps of the traffic is for a window to draw.
-    if (!activity_) {
-        return;
-    }
+void HeadlessReporter::writeActivity(const MIDIActivityEvent& event) {
     if (areNamesStale_) {
         nameRoutes();
         areNamesStale_ = false;
@@ -76,18 +74,6 @@ void HeadlessReporter::midiRouterEngineDidRoute(CoreMIDIRouterEngine&, const MID
     activity_(std::move(line));
 }
 
-void HeadlessReporter::midiRouterEngineDidFail(CoreMIDIRouterEngine& engine, const std::string& message) {
-    model_->midiRouterEngineDidFail(engine, message);
-    writeDiagnostic(clock_->now(), message);
-}
-
-void HeadlessReporter::midiRouterEngineDidLog(CoreMIDIRouterEngine& engine, const MIDIDiagnosticEvent& event) {
-    model_->midiRouterEngineDidLog(engine, event);
-    writeDiagnostic(event.timestamp, event.message);
-    // The model also saves as it starts, before there is anything to report; the first thing reported is logged.
-    writeSaveFailure();
-}
-
 void HeadlessReporter::writeDiagnostic(Instant instant, const std::string& message) const {
     std::string text = timeOfDay(instant) + ' ';
     std::string_view rest = message;
@@ -96,14 +82,6 @@ void HeadlessReporter::writeDiagnostic(Instant instant, const std::string& messa
         rest.remove_prefix(end + 1);
     }
     diagnostics_(text + escapedLine(rest) + '\n');
-}
-
-void HeadlessReporter::writeSaveFailure() {
-    // The status line would not do: the numbers of endpoints take its place at once.
-    if (model_->saveFailure() && model_->saveFailure() != saveFailure_) {
-        writeDiagnostic(clock_->now(), *model_->saveFailure());
-    }
-    saveFailure_ = model_->saveFailure();
 }
 
 void HeadlessReporter::nameRoutes() {

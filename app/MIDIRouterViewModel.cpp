@@ -76,6 +76,18 @@ Observation MIDIRouterViewModel::observe(Observers<Property>::Observer observer)
     return observers_.add(std::move(observer));
 }
 
+Observation MIDIRouterViewModel::observeActivity(ActivityObservers::Observer observer) {
+    return activityObservers_.add(std::move(observer));
+}
+
+Observation MIDIRouterViewModel::observeFailures(FailureObservers::Observer observer) {
+    return failureObservers_.add(std::move(observer));
+}
+
+Observation MIDIRouterViewModel::observeDiagnostics(DiagnosticObservers::Observer observer) {
+    return diagnosticObservers_.add(std::move(observer));
+}
+
 void MIDIRouterViewModel::startIfNeeded() {
     if (didStart_) {
         return;
@@ -172,14 +184,17 @@ void MIDIRouterViewModel::recordRoutedMessage(const MIDIActivityEvent& event) {
     if (std::vector<MIDIActivityEvent> pulses = graphEvents(event); !pulses.empty()) {
         appendGraphActivity(std::move(pulses));
     }
+    activityObservers_.notify(event);
 }
 
 void MIDIRouterViewModel::recordFailure(const std::string& message) {
     statusMessage_.set(message);
+    failureObservers_.notify(message);
 }
 
 void MIDIRouterViewModel::recordDiagnostic(const MIDIDiagnosticEvent& event) {
     diagnosticEvents_.edit([&](DiagnosticEvents& events) { events.push_back(event); });
+    diagnosticObservers_.notify(event);
 }
 
 void MIDIRouterViewModel::appendGraphActivity(std::vector<MIDIActivityEvent> events) {
@@ -244,11 +259,18 @@ void MIDIRouterViewModel::saveRouteSetDocument(std::optional<std::string> status
         saveFailure_.reset();
     } catch (const std::exception& error) {
         // Whatever it was, playing goes on with what is in memory, and the next change tries again.
-        saveFailure_ = std::string("Could not save sets: ") + error.what();
-        statusMessage = saveFailure_;
+        statusMessage = std::string("Could not save sets: ") + error.what();
+        recordSaveFailure(*statusMessage);
     }
     if (statusMessage) {
         statusMessage_.set(*std::move(statusMessage));
+    }
+}
+
+void MIDIRouterViewModel::recordSaveFailure(std::string message) {
+    if (saveFailure_ != message) {
+        saveFailure_ = std::move(message);
+        failureObservers_.notify(*saveFailure_);
     }
 }
 

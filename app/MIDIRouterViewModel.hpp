@@ -104,8 +104,19 @@ public:
     MIDIRouterViewModel& operator=(MIDIRouterViewModel&&) = delete;
     ~MIDIRouterViewModel() override = default;
 
+    using ActivityObservers = Observers<const MIDIActivityEvent&>;
+    using FailureObservers = Observers<const std::string&>;
+    using DiagnosticObservers = Observers<const MIDIDiagnosticEvent&>;
+
     /// Has `observer` called before every change of a property until the result is destroyed.
     [[nodiscard]] Observation observe(Observers<Property>::Observer observer);
+
+    /// Have `observer` called for each single event, after the model has taken it in: the model's lists hold only the
+    /// newest. Failures are the engine's, and those to save where the one before was saved or failed for another
+    /// reason.
+    [[nodiscard]] Observation observeActivity(ActivityObservers::Observer observer);
+    [[nodiscard]] Observation observeFailures(FailureObservers::Observer observer);
+    [[nodiscard]] Observation observeDiagnostics(DiagnosticObservers::Observer observer);
 
     // State
 
@@ -275,6 +286,7 @@ private:
     void persistRoutes(bool updateStatus);
     void syncSelectedRouteSetRoutes();
     void saveRouteSetDocument(std::optional<std::string> statusMessage);
+    void recordSaveFailure(std::string message);
 
     /// Puts a set's ID and connections in the place of the current ones and hands them to the engine.
     void showRouteSet(const UUID& id, std::vector<MIDIRoute> routes);
@@ -297,6 +309,9 @@ private:
     /// Reports that were posted and have not run yet.
     std::atomic<std::size_t> postedReports_ = 0;
 
+    ActivityObservers activityObservers_;
+    FailureObservers failureObservers_;
+    DiagnosticObservers diagnosticObservers_;
     Observers<Property> observers_;
     PublishedProperty<EndpointList> sources_{observers_, Property::sources, {}};
     PublishedProperty<EndpointList> destinations_{observers_, Property::destinations, {}};

@@ -27,14 +27,14 @@ private:
     std::shared_ptr<const void> observer_;
 };
 
-/// The observers of an object whose properties are told apart by the enumeration `Property`.
+/// The observers of an object. Each is told a `Subject`: which property changes, or the event that came.
 ///
 /// One thread only. During a notification observers may be added (they hear from the next one on) and ended,
 /// the one that is being called included, and further notifications may be made.
-template <typename Property>
+template <typename Subject>
 class Observers {
 public:
-    using Observer = std::function<void(Property)>;
+    using Observer = std::function<void(Subject)>;
 
     Observers() = default;
     Observers(const Observers&) = delete;
@@ -53,13 +53,13 @@ public:
     }
 
     /// Calls every observer. Allocates nothing.
-    void notify(Property property) {
+    void notify(Subject subject) {
         ++depth_;
         // An index and a count taken beforehand, since an observer may add others and so move the list.
         for (std::size_t index = 0, count = observers_.size(); index < count; ++index) {
             // Holding the observer lets it end its own subscription while it runs.
             if (const std::shared_ptr<const Observer> observer = observers_[index].lock()) {
-                (*observer)(property);
+                (*observer)(subject);
             }
         }
         --depth_;

@@ -300,5 +300,47 @@ TEST_F(MIDIRouterViewModelReports, TakesOnlyTheExactTextLightForLight) {
     EXPECT_EQ(settings->string("Corvel.appearanceMode"), "blue") << "the current appearance again stores nothing";
 }
 
+// Observation of single events
+
+TEST_F(MIDIRouterViewModelReports, TellsItsObserversOfEachSingleEventOnceItIsTakenIn) {
+    std::vector<std::string> events;
+    const Observation activity = model->observeActivity([&](const MIDIActivityEvent& event) {
+        EXPECT_EQ(model->activityEvents().back(), event);
+        events.push_back("activity " + std::to_string(event.bytes.front()));
+    });
+    Observation failures = model->observeFailures([&](const std::string& message) {
+        EXPECT_EQ(model->statusMessage(), message);
+        events.push_back(message);
+    });
+    const Observation diagnostics = model->observeDiagnostics([&](const MIDIDiagnosticEvent& event) {
+        EXPECT_EQ(model->diagnosticEvents().back(), event);
+        events.push_back(event.message);
+    });
+    report(synth, {0xF8});
+    model->midiRouterEngineDidFail(*engine, "No room (-11)");
+    report(drums, {0xFA});
+    model->midiRouterEngineDidLog(*engine, {UUID::random(), clock->now(), "Reloaded"});
+    model->midiRouterEngineDidFail(*engine, "No room (-11)");
+    failures.end();
+    model->midiRouterEngineDidFail(*engine, "Gone (-19)");
+    EXPECT_THAT(events, ElementsAre("activity 248", "No room (-11)", "activity 250", "Reloaded", "No room (-11)"));
+}
+
+TEST_F(MIDIRouterViewModelReports, TellsItsObserversOfAFailureToSaveUntilItIsMended) {
+    std::vector<std::string> failures;
+    const Observation observation =
+        model->observeFailures([&](const std::string& message) { failures.push_back(message); });
+    breakStore();
+    model->setRouteEnabled(synth, false);
+    model->setRouteEnabled(synth, true);
+    const std::string failure = "Could not save sets: " + store->fileURL().string() + ": Is a directory";
+    EXPECT_THAT(failures, ElementsAre(failure));
+    std::filesystem::remove_all(store->fileURL());
+    model->setRouteEnabled(synth, false);
+    breakStore();
+    model->setRouteEnabled(synth, true);
+    EXPECT_THAT(failures, ElementsAre(failure, failure));
+}
+
 }  // namespace
 }  // namespace corvel::tests
