@@ -10,19 +10,19 @@
 
 namespace corvel {
 
-void complain(const std::string& message) {
+void printError(const std::string& message) {
     std::fprintf(stderr, "corvel: %s\n", escapedLine(message).c_str());
 }
 
 int print(const std::string& text) {
     const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
     if (!isWritten) {
-        complain("standard output could not be written");
+        printError("standard output could not be written");
     }
     return isWritten ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
-int report(const CommandResult& result) {
+int printResult(const CommandResult& result) {
     if (result.exitCode != EXIT_SUCCESS) {
         std::fprintf(stderr, "corvel: %s\n", result.text.c_str());
         return result.exitCode;

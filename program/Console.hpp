@@ -6,18 +6,17 @@
 
 namespace corvel {
 
-/// One line on standard error, whatever the text.
-void complain(const std::string& message);
+/// Writes the message to standard error, as one line behind the program's name.
+void printError(const std::string& message);
 
-/// Writes to standard output. The exit status: a failure, of which is said so, if it could not be written.
+/// Writes to standard output. The exit status: where that fails, a failure, and standard error says so.
 [[nodiscard]] int print(const std::string& text);
 
-/// Writes what a command came to: what was done to standard output, why it was not done to standard error. The exit
-/// status.
-[[nodiscard]] int report(const CommandResult& result);
+/// Writes a command's result: what was done to standard output, why it was not done to standard error. The exit status.
+[[nodiscard]] int printResult(const CommandResult& result);
 
-/// Opens those of the descriptors 0 to 2 that the caller left closed on nothing. They would be taken by the next thing
-/// that is opened, and lines meant for standard output would end up there.
+/// Opens /dev/null for each of the descriptors 0 to 2 that the caller left closed. The next file that is opened would
+/// get its number, and lines meant for standard output would end up in it.
 void openStandardDescriptors();
 
 }  // namespace corvel

@@ -26,15 +26,15 @@ std::shared_ptr<RouteStore> openStore(const std::optional<std::filesystem::path>
         try {
             store->saveDocument(hosts::makeDemoDocument());
         } catch (const RouteStoreError& failure) {
-            complain(std::string(failure.what()) + "; an empty set is used");
+            printError(std::string(failure.what()) + "; an empty set is used");
         }
         return store;
     }
     // A first start has no document at the usual place, which is nothing to speak of.
     const auto problem = isMissing && !document ? std::nullopt : documentProblem(file);
     if (problem) {
-        complain(file.string() + ": " + *problem +
-                 (store->load().empty() ? "; an empty set is used" : "; the older installation's sets are used"));
+        printError(file.string() + ": " + *problem +
+                   (store->load().empty() ? "; an empty set is used" : "; the older installation's sets are used"));
     }
     return store;
 }

@@ -3,21 +3,19 @@
 #include "core/support/ApplicationIdentifier.hpp"
 #include "program/Console.hpp"
 
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QEventLoop>
+#include <QTimer>
+
 #include <utility>
 
 namespace corvel {
 
 Router::Router(MIDIHostChoice choice)
-    : mainQueue_(EventLoop::onThisThread(std::string(kApplicationIdentifier) + ".main")),
-      engineQueue_(EventLoop::withThread(std::string(kApplicationIdentifier) + ".engine")),
-      selection_(hosts::selectHost(choice, engineQueue_, mainQueue_)) {
-    if (!selection_.message.empty()) {
-        complain(selection_.message);
-    }
-    if (selection_.host) {
-        engine_ = CoreMIDIRouterEngine::create(selection_.host, engineQueue_, mainQueue_, clock_);
-    }
-}
+    : engineQueue_(EventLoop::withThread(std::string(kApplicationIdentifier) + ".engine")),
+      selection_(hosts::selectHost(choice, engineQueue_, mainQueue_.queue())),
+      engine_(CoreMIDIRouterEngine::create(selection_.host, engineQueue_, mainQueue_.queue(), clock_)) {}
 
 /// The engine goes first, and with it ports and client, which still send what waits; then the service, and the queues
 /// last.
@@ -29,14 +27,26 @@ Router::~Router() {
     engineQueue_->sync([] {});
 }
 
-std::string Router::demoReason() const {
-    const bool isChosen = isDemo() && selection_.message.empty();
-    return isChosen ? "Corvel was started with --midi demo" : selection_.message;
+bool Router::printProblem() const {
+    if (!problem().empty()) {
+        printError(isDemo() ? problem() + "; using the demo devices" : problem());
+    }
+    return isDemo() || problem().empty();
 }
 
 std::shared_ptr<MIDIRouterViewModel> Router::makeModel(std::shared_ptr<RouteStore> store,
                                                        std::shared_ptr<Settings> settings) const {
-    return MIDIRouterViewModel::create(engine_, std::move(store), std::move(settings), clock_, mainQueue_);
+    return MIDIRouterViewModel::create(engine_, std::move(store), std::move(settings), clock_, mainQueue_.queue());
+}
+
+void Router::finish(std::chrono::milliseconds limit, const std::function<bool()>& isDone) const {
+    const QDeadlineTimer deadline(limit);
+    // Ends the wait for events.
+    QTimer end;
+    end.start(limit);
+    while (!(mainQueue_.isIdle() && isDone()) && !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
 }
 
 }  // namespace corvel

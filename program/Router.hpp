@@ -8,35 +8,44 @@
 #include "core/support/Clock.hpp"
 #include "core/support/EventLoop.hpp"
 #include "hosts/HostSelection.hpp"
+#include "program/QtMainQueue.hpp"
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 
 namespace corvel {
 
-/// The engine with all that it stands on.
+/// The engine with all that it stands on. On the main thread, while the application object exists.
 class Router {
 public:
-    /// Says on standard error why the service that was asked for is not there.
+    /// Throws `std::system_error` when the system has no thread or descriptor left.
     explicit Router(MIDIHostChoice choice);
     Router(const Router&) = delete;
     Router& operator=(const Router&) = delete;
     ~Router();
 
-    [[nodiscard]] bool hasEngine() const { return engine_ != nullptr; }
     [[nodiscard]] bool isDemo() const { return selection_.isDemo; }
-    /// Why the demo devices stand in, one line. Empty on the system's own MIDI.
-    [[nodiscard]] std::string demoReason() const;
+    /// Why the sequencer cannot be opened, one line. Empty where it can, or was not asked for.
+    [[nodiscard]] const std::string& problem() const { return selection_.problem; }
+    /// Says the problem, if there is one, on standard error. Whether there is a service all the same: the sequencer, or
+    /// the demo in its place.
+    [[nodiscard]] bool printProblem() const;
+
     [[nodiscard]] CoreMIDIRouterEngine& engine() const { return *engine_; }
     /// The application model over the engine. It must be gone before the router is.
     [[nodiscard]] std::shared_ptr<MIDIRouterViewModel> makeModel(std::shared_ptr<RouteStore> store,
                                                                  std::shared_ptr<Settings> settings) const;
-    [[nodiscard]] const std::shared_ptr<EventLoop>& mainQueue() const { return mainQueue_; }
     [[nodiscard]] const std::shared_ptr<const Clock>& clock() const { return clock_; }
+
+    /// Lets Qt's event loop turn until all tasks of the main queue have run and `isDone` holds, but no longer than
+    /// `limit`: for what is still to be reported or written at the end.
+    void finish(std::chrono::milliseconds limit, const std::function<bool()>& isDone) const;
 
 private:
     std::shared_ptr<const Clock> clock_ = makeSystemClock();
-    std::shared_ptr<EventLoop> mainQueue_;
+    QtMainQueue mainQueue_;
     std::shared_ptr<EventLoop> engineQueue_;
     hosts::HostSelection selection_;
     std::shared_ptr<CoreMIDIRouterEngine> engine_;

@@ -125,7 +125,7 @@ void CoreMIDIRouterEngine::post(MIDINotice notice) {
 void CoreMIDIRouterEngine::postActivity(RoutedMIDIMessage&& message) {
     if (reports_.push(std::move(message), clock_->now())) {
         // Nobody sees a few milliseconds, but the message's receiver would wait for them if the main thread came first.
-        mainQueue_->asyncWhenConvenient([weakEngine = weak_from_this()] { deliverReports(weakEngine); });
+        mainQueue_->asyncDeferred([weakEngine = weak_from_this()] { deliverReports(weakEngine); });
     }
 }
 

@@ -38,9 +38,9 @@ public:
     /// Posts a task and returns at once. Tasks are never run inside this call.
     virtual void async(Task task) = 0;
 
-    /// Posts a task that may wait for some milliseconds: the queue need not wake its thread for it at once, so that
-    /// more urgent threads come first. The order among all tasks stays that of their posts.
-    virtual void asyncWhenConvenient(Task task) { async(std::move(task)); }
+    /// Posts a task that may wait for some milliseconds, so that more urgent threads run first and the post is cheap
+    /// for a real-time thread. The order among all tasks stays that of their posts.
+    virtual void asyncDeferred(Task task) { async(std::move(task)); }
 
     /// Posts a task and waits until it has run. On the queue itself the task runs at once.
     virtual void sync(Task task) = 0;

@@ -86,7 +86,7 @@ public:
         }
     }
 
-    void asyncWhenConvenient(Task&& task) {
+    void asyncDeferred(Task&& task) {
         const std::lock_guard lock(mutex_);
         if (hasEnded_) {
             return;
@@ -352,7 +352,7 @@ public:
     void adoptThread() { loop_->adoptThread(); }
 
     void async(Task task) override { loop_->async(std::move(task)); }
-    void asyncWhenConvenient(Task task) override { loop_->asyncWhenConvenient(std::move(task)); }
+    void asyncDeferred(Task task) override { loop_->asyncDeferred(std::move(task)); }
 
     void sync(Task task) override {
         if (isCurrent()) {

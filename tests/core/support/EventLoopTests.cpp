@@ -93,16 +93,16 @@ TEST(EventLoop, RunsATaskThatMayWaitWithoutBeingWokenOtherwise) {
     const auto loop = EventLoop::withThread("test");
     loop->sync([] {});
     std::promise<void> ran;
-    loop->asyncWhenConvenient([&ran] { ran.set_value(); });
+    loop->asyncDeferred([&ran] { ran.set_value(); });
     ran.get_future().wait();
 }
 
 TEST(EventLoop, KeepsTheOrderOfTasksThatMayWaitAndThoseThatMayNot) {
     const auto loop = EventLoop::withThread("test");
     std::vector<int> order;
-    loop->asyncWhenConvenient([&order] { order.push_back(1); });
+    loop->asyncDeferred([&order] { order.push_back(1); });
     loop->async([&order] { order.push_back(2); });
-    loop->asyncWhenConvenient([&order] { order.push_back(3); });
+    loop->asyncDeferred([&order] { order.push_back(3); });
     loop->sync([&order] { order.push_back(4); });
     EXPECT_EQ(order, (std::vector{1, 2, 3, 4}));
 }
@@ -117,7 +117,7 @@ TEST(EventLoop, RunsWorkItemsOnTimeBesideTasksThatMayWait) {
                              done.set_value();
                          }));
     });
-    loop->asyncWhenConvenient([&order] { order.push_back(1); });
+    loop->asyncDeferred([&order] { order.push_back(1); });
     done.get_future().wait();
     EXPECT_EQ(order, (std::vector{1, 2}));
 }

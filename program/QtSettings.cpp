@@ -1,12 +1,19 @@
-#include "ui/QtSettings.hpp"
-
-#include "ui/QtText.hpp"
+#include "program/QtSettings.hpp"
 
 #include <QFile>
+#include <QString>
 #include <QStringList>
 #include <QVariant>
 
-namespace corvel::ui {
+namespace corvel {
+
+namespace {
+
+QString toQString(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+}  // namespace
 
 QtSettings::QtSettings()
     : settings_(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Corvel"), QStringLiteral("Corvel")) {}
@@ -17,7 +24,7 @@ std::filesystem::path QtSettings::file() const {
 
 std::optional<std::string> QtSettings::string(std::string_view key) const {
     const QVariant value = settings_.value(toQString(key));
-    return value.isValid() ? std::optional(toUTF8(value.toString())) : std::nullopt;
+    return value.isValid() ? std::optional(value.toString().toStdString()) : std::nullopt;
 }
 
 void QtSettings::set(std::string_view key, std::string_view value) {
@@ -28,9 +35,9 @@ void QtSettings::set(std::string_view key, std::string_view value) {
 std::vector<std::string> QtSettings::keys() const {
     std::vector<std::string> keys;
     for (const QString& key : settings_.allKeys()) {
-        keys.push_back(toUTF8(key));
+        keys.push_back(key.toStdString());
     }
     return keys;
 }
 
-}  // namespace corvel::ui
+}  // namespace corvel

@@ -1,4 +1,4 @@
-#include "app/RunningInstance.hpp"
+#include "program/RunningInstance.hpp"
 
 #include <cstdlib>
 #include <system_error>
@@ -32,7 +32,7 @@ InstanceAnswer RunningInstance::answer(const InstanceRequest& request) const {
         return std::nullopt;
     }
     if (std::holds_alternative<CommandLine::Window>(commandLine->command)) {
-        return answerWindow();
+        return answerWindow(*commandLine);
     }
     if (std::holds_alternative<CommandLine::Headless>(commandLine->command)) {
         return CommandResult{EXIT_FAILURE, "Corvel is running already; two would play every note twice"};
@@ -44,9 +44,12 @@ InstanceAnswer RunningInstance::answer(const InstanceRequest& request) const {
     return DocumentCommands::perform(*model_, *command);
 }
 
-CommandResult RunningInstance::answerWindow() const {
+CommandResult RunningInstance::answerWindow(const CommandLine& commandLine) const {
     if (!bringForward_) {
         return {EXIT_FAILURE, "Corvel is running already, without a window (--headless); end it to open the window"};
+    }
+    if (isDemo_ && commandLine.midi == MIDIHostChoice::alsa) {
+        return {EXIT_FAILURE, "Corvel is running already, on the demo devices; close its window first"};
     }
     bringForward_();
     return {EXIT_SUCCESS, "Corvel is running already; its window comes to the front"};

@@ -1,4 +1,4 @@
-#include "app/InstanceMessage.hpp"
+#include "program/InstanceMessage.hpp"
 
 #include <charconv>
 #include <cstdint>

@@ -6,7 +6,7 @@
 
 #include <filesystem>
 
-namespace corvel::ui {
+namespace corvel {
 
 /// The user's settings in an INI file, `Corvel/Corvel.ini` in the configuration folder; written at once.
 class QtSettings final : public Settings {
@@ -24,4 +24,4 @@ private:
     QSettings settings_;
 };
 
-}  // namespace corvel::ui
+}  // namespace corvel

@@ -1,13 +1,14 @@
 #pragma once
 
-#include "core/support/EventLoop.hpp"
+#include <QSocketNotifier>
 
 #include <functional>
+#include <memory>
 
 namespace corvel {
 
-/// SIGINT, SIGTERM and SIGHUP as an event on a loop, so that the program ends in order and never in the middle of
-/// anything. SIGHUP stays ignored where it was (`nohup`).
+/// SIGINT, SIGTERM and SIGHUP as events of Qt's event loop, so that the program ends in order and never in the middle
+/// of anything. SIGHUP stays ignored where it was (`nohup`).
 ///
 /// Made before any other thread starts, since threads inherit the signals that it blocks; they stay blocked.
 class TerminationSignals {
@@ -19,9 +20,9 @@ public:
     TerminationSignals& operator=(const TerminationSignals&) = delete;
     ~TerminationSignals();
 
-    /// Has the handler called on the loop for each signal that comes or has come. Once, on the loop, which has to end
-    /// or be gone before this object is.
-    void watch(EventLoop& loop, std::function<void()> handler) const;
+    /// Calls the handler in the event loop for each signal that comes or has come, until the result is destroyed. On
+    /// the main thread, while the application object exists.
+    [[nodiscard]] std::unique_ptr<QSocketNotifier> watch(std::function<void()> handler) const;
 
 private:
     int descriptor_ = -1;

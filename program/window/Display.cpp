@@ -1,4 +1,4 @@
-#include "program/Display.hpp"
+#include "program/window/Display.hpp"
 
 #include "program/Console.hpp"
 #include "ui/QtText.hpp"
@@ -27,7 +27,8 @@ QString& firstWarning() {
 void reportDisplay(QtMsgType type, const QMessageLogContext& /*context*/, const QString& message) {
     if (type == QtFatalMsg) {
         const QString& reason = firstWarning().isEmpty() ? message : firstWarning();
-        complain("the window cannot be shown: " + ui::toUTF8(reason.section('\n', 0, 0).simplified()) + "; " + kAdvice);
+        printError("the window cannot be shown: " + ui::toUTF8(reason.section('\n', 0, 0).simplified()) + "; " +
+                   kAdvice);
         std::_Exit(EXIT_FAILURE);
     }
     if (type != QtDebugMsg && type != QtInfoMsg && firstWarning().isEmpty()) {
@@ -47,7 +48,7 @@ std::unique_ptr<QApplication> makeApplication(QtArguments& arguments) {
 std::unique_ptr<QApplication> openDisplay(QtArguments& arguments) {
     if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
         qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        complain(std::string("there is no display to show the window on; ") + kAdvice);
+        printError(std::string("there is no display to show the window on; ") + kAdvice);
         return nullptr;
     }
     return makeApplication(arguments);

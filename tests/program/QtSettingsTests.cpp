@@ -1,4 +1,4 @@
-#include "ui/QtSettings.hpp"
+#include "program/QtSettings.hpp"
 
 #include "tests/support/TemporaryFolder.hpp"
 
@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-namespace corvel::ui {
+namespace corvel {
 namespace {
 
 using ::testing::UnorderedElementsAre;
@@ -79,4 +79,4 @@ TEST_F(QtSettingsTests, SurviveAFileThatIsNone) {
 }
 
 }  // namespace
-}  // namespace corvel::ui
+}  // namespace corvel

@@ -1,7 +1,6 @@
-#include "ui/SingleInstance.hpp"
+#include "program/SingleInstance.hpp"
 
 #include "core/support/ApplicationIdentifier.hpp"
-#include "ui/QtText.hpp"
 
 #include <QByteArray>
 #include <QCryptographicHash>
@@ -16,18 +15,18 @@
 #include <thread>
 #include <utility>
 
-namespace corvel::ui {
+namespace corvel {
 
 namespace {
 
 using std::chrono::milliseconds;
 
-/// While an instance is just starting or just ending.
+/// Pause before another try while an instance is just starting or just ending.
 constexpr milliseconds kRetryPause{10};
 
-/// Nobody is at the name.
+/// Nobody listens at the name.
 struct Absent {};
-/// Whoever was there has gone without an answer.
+/// The other process ended without an answer.
 struct Gone {};
 using Attempt = std::variant<Absent, Gone, SingleInstance::Outcome>;
 
@@ -41,11 +40,13 @@ QString instanceName(const std::filesystem::path& settingsFile) {
     }
     const QByteArray hash =
         QCryptographicHash::hash(QByteArray::fromStdString(place.native()), QCryptographicHash::Sha256);
-    return toQString(kApplicationIdentifier) +
-           QStringLiteral(".instance.%1.%2").arg(::geteuid()).arg(QString::fromLatin1(hash.toHex().first(32)));
+    return QStringLiteral("%1.instance.%2.%3")
+        .arg(QLatin1String(kApplicationIdentifier.data(), static_cast<qsizetype>(kApplicationIdentifier.size())))
+        .arg(::geteuid())
+        .arg(QLatin1String(hash.toHex().first(32)));
 }
 
-/// Who is at the other end.
+/// The process at the other end, and its user.
 std::optional<ucred> peer(const QLocalSocket& socket) {
     ucred credentials{};
     socklen_t size = sizeof credentials;
@@ -58,9 +59,9 @@ bool isOwnUser(const std::optional<ucred>& peer) {
     return peer && peer->uid == ::geteuid();
 }
 
-SingleInstance::Outcome silent(const std::optional<ucred>& peer) {
+SingleInstance::Outcome notAnswering(const std::optional<ucred>& peer) {
     const std::string process = peer ? " (process " + std::to_string(peer->pid) + ")" : "";
-    return SingleInstance::Silent{"Corvel is running already" + process + ", but does not answer"};
+    return SingleInstance::NotAnswering{"Corvel is running already" + process + ", but does not answer"};
 }
 
 SingleInstance::Outcome outcome(InstanceAnswer answer) {
@@ -76,7 +77,7 @@ Attempt ask(const QString& name, const std::string& message, const QDeadlineTime
     socket.setSocketOptions(QLocalSocket::AbstractNamespaceOption);
     socket.connectToServer(name);
     if (!socket.waitForConnected(remaining())) {
-        return socket.error() == QLocalSocket::ConnectionRefusedError ? Attempt(Absent{}) : silent(std::nullopt);
+        return socket.error() == QLocalSocket::ConnectionRefusedError ? Attempt(Absent{}) : notAnswering(std::nullopt);
     }
     const std::optional<ucred> other = peer(socket);
     if (!isOwnUser(other)) {
@@ -91,10 +92,10 @@ Attempt ask(const QString& name, const std::string& message, const QDeadlineTime
             return outcome(std::move(*complete));
         }
         if (std::holds_alternative<InstanceMessage::Invalid>(answer)) {
-            return silent(other);
+            return notAnswering(other);
         }
         if (!socket.waitForReadyRead(remaining())) {
-            return socket.state() == QLocalSocket::ConnectedState ? Attempt(silent(other)) : Gone{};
+            return socket.state() == QLocalSocket::ConnectedState ? Attempt(notAnswering(other)) : Gone{};
         }
     }
 }
@@ -119,14 +120,14 @@ SingleInstance::Outcome SingleInstance::takeOrAsk(const InstanceRequest& request
             return Taken{};
         }
         if (server_.serverError() != QAbstractSocket::AddressInUseError) {
-            return Unavailable{toUTF8(server_.errorString())};
+            return Unavailable{server_.errorString().toStdString()};
         }
         Attempt attempt = ask(name_, message, deadline);
         if (auto* const outcome = std::get_if<Outcome>(&attempt)) {
             return std::move(*outcome);
         }
         if (deadline.hasExpired()) {
-            return std::holds_alternative<Gone>(attempt) ? silent(std::nullopt)
+            return std::holds_alternative<Gone>(attempt) ? notAnswering(std::nullopt)
                                                          : Unavailable{"its name is taken, and nobody answers there"};
         }
         std::this_thread::sleep_for(kRetryPause);
@@ -171,8 +172,8 @@ void SingleInstance::makeRoom() {
     while (connections_.size() >= kMaxConnections) {
         InstanceConnection* const first = connections_.front();
         connections_.pop_front();
-        first->drop();
+        first->close();
     }
 }
 
-}  // namespace corvel::ui
+}  // namespace corvel

@@ -1,4 +1,4 @@
-#include "program/ScratchStore.hpp"
+#include "program/window/ScratchStore.hpp"
 
 #include "hosts/demo/DemoDevices.hpp"
 

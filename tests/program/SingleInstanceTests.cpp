@@ -1,14 +1,10 @@
-#include "ui/SingleInstance.hpp"
+#include "program/SingleInstance.hpp"
 
-#include "core/support/EventLoop.hpp"
+#include "program/QtMainQueue.hpp"
 #include "tests/support/TemporaryFolder.hpp"
-#include "ui/QtMainLoop.hpp"
-#include "ui/QtText.hpp"
 
-#include <QApplication>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <QDialog>
 #include <QEventLoop>
 #include <QTimer>
 #include <gmock/gmock.h>
@@ -39,7 +35,7 @@
 #include <variant>
 #include <vector>
 
-namespace corvel::ui {
+namespace corvel {
 namespace {
 
 using std::chrono::milliseconds;
@@ -75,7 +71,7 @@ public:
     }
 
     static std::pair<sockaddr_un, socklen_t> address(const QString& name) {
-        const std::string text = toUTF8(name);
+        const std::string text = name.toStdString();
         sockaddr_un result{};
         result.sun_family = AF_UNIX;
         std::memcpy(result.sun_path + 1, text.data(), text.size());
@@ -219,14 +215,15 @@ TEST_F(SingleInstances, OneThatDoesNotAnswerIsToldOfInTime) {
     ASSERT_TRUE(isTaken(instance->takeOrAsk({})));
     SingleInstance other(settings);
     const Outcome outcome = other.takeOrAsk({}, kShortLimit);
-    EXPECT_EQ(std::get<SingleInstance::Silent>(outcome).reason,
+    EXPECT_EQ(std::get<SingleInstance::NotAnswering>(outcome).reason,
               "Corvel is running already (process " + std::to_string(::getpid()) + "), but does not answer");
 }
 
 TEST_F(SingleInstances, DoesNotDoLaterWhatAStartHasGivenUp) {
     ASSERT_TRUE(isTaken(instance->takeOrAsk({})));
     SingleInstance other(settings);
-    ASSERT_TRUE(std::holds_alternative<SingleInstance::Silent>(other.takeOrAsk({"/", {"--set", "1"}}, kShortLimit)));
+    ASSERT_TRUE(
+        std::holds_alternative<SingleInstance::NotAnswering>(other.takeOrAsk({"/", {"--set", "1"}}, kShortLimit)));
     instance->serve([this](const InstanceRequest& request) {
         requests.push_back(request);
         return CommandResult{0, "done"};
@@ -255,7 +252,7 @@ TEST_F(SingleInstances, OfManyThatStartAtTheSameTimeOneTakesThePlace) {
     for (std::future<Outcome>& other : starts) {
         const Outcome outcome = other.get();
         taken += isTaken(outcome) ? 1 : 0;
-        silent += std::holds_alternative<SingleInstance::Silent>(outcome) ? 1 : 0;
+        silent += std::holds_alternative<SingleInstance::NotAnswering>(outcome) ? 1 : 0;
     }
     EXPECT_EQ(taken, 1);
     EXPECT_EQ(silent, kStarts - 1);
@@ -305,7 +302,31 @@ TEST_F(SingleInstances, KeepsThePlaceWhereNoDescriptorIsLeftForAConnection) {
         }
     }
     SingleInstance other(settings);
-    EXPECT_TRUE(std::holds_alternative<SingleInstance::Silent>(other.takeOrAsk({}, kShortLimit)));
+    EXPECT_TRUE(std::holds_alternative<SingleInstance::NotAnswering>(other.takeOrAsk({}, kShortLimit)));
+}
+
+TEST_F(SingleInstances, AnswersWithinASecondWhileTheMainQueueIsFlooded) {
+    const QtMainQueue mainQueue;
+    bool isOver = false;
+    struct Flood {
+        std::shared_ptr<DispatchQueue> queue;
+        bool& isOver;
+        void operator()() const {
+            const auto end = std::chrono::steady_clock::now() + QtMainQueue::kRoundLimit;
+            while (!isOver && std::chrono::steady_clock::now() < end) {
+            }
+            if (!isOver) {
+                queue->async(*this);
+            }
+        }
+    };
+    for (int count = 0; count < 10; ++count) {
+        mainQueue.queue()->async(Flood{mainQueue.queue(), isOver});
+    }
+    serve();
+    EXPECT_EQ(answerOf(startAnother({}, seconds(1))), "1");
+    isOver = true;
+    EXPECT_TRUE(runUntil([&mainQueue] { return mainQueue.isIdle(); }));
 }
 
 /// A process of another user, which only root can make.
@@ -389,34 +410,5 @@ TEST_F(SingleInstances, HasNothingToDoWithOtherUsers) {
     EXPECT_THAT(requests, IsEmpty());
 }
 
-/// The same below a window.
-class SingleInstancesWithWindows : public SingleInstances {
-protected:
-    SingleInstancesWithWindows() {
-        application.reset();
-        ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
-        application = std::make_unique<QApplication>(argumentCount, arguments);
-        instance.emplace(settings);
-    }
-};
-
-TEST_F(SingleInstancesWithWindows, AnswersAndRunsTheMainQueueWhileADialogIsOpen) {
-    serve();
-    const std::shared_ptr<EventLoop> queue = EventLoop::onThisThread("test.main");
-    const QtMainLoop loop(queue);
-    QDialog dialog;
-    std::optional<Outcome> outcome;
-    bool wasOpen = false;
-    // Both run inside the dialog's own event loop.
-    queue->async([&] {
-        outcome = startAnother({});
-        wasOpen = dialog.isVisible();
-        queue->async([&dialog] { dialog.done(7); });
-    });
-    EXPECT_EQ(dialog.exec(), 7);
-    EXPECT_TRUE(wasOpen);
-    EXPECT_EQ(answerOf(outcome.value()), "1");
-}
-
 }  // namespace
-}  // namespace corvel::ui
+}  // namespace corvel

@@ -1,4 +1,4 @@
-#include "app/RunningInstance.hpp"
+#include "program/RunningInstance.hpp"
 
 #include "tests/app/ModelFixture.hpp"
 
@@ -40,6 +40,15 @@ TEST_F(RunningInstanceOnModel, HasNoWindowToBringForwardWhereItHasNone) {
     EXPECT_EQ(
         askWindowless({}),
         (CommandResult{1, "Corvel is running already, without a window (--headless); end it to open the window"}));
+}
+
+TEST_F(RunningInstanceOnModel, RefusesAStartForTheUsersSetsOnTheDemoDevices) {
+    const RunningInstance demo(model, store->fileURL(), true, [this] { ++timesInFront; });
+    EXPECT_EQ(demo.answer({"/", {"--midi", "alsa"}}),
+              (CommandResult{1, "Corvel is running already, on the demo devices; close its window first"}));
+    EXPECT_EQ(timesInFront, 0);
+    EXPECT_EQ(demo.answer({"/", {}}).value().exitCode, 0);
+    EXPECT_EQ(timesInFront, 1);
 }
 
 TEST_F(RunningInstanceOnModel, RefusesASecondRouter) {

@@ -1,20 +1,17 @@
-#include "app/LineOutput.hpp"
+#include "program/LineOutput.hpp"
 
+#include <QCoreApplication>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
-#include <chrono>
 #include <csignal>
-#include <functional>
-#include <memory>
 #include <string>
 
 namespace corvel::tests {
 namespace {
-
-using namespace std::chrono_literals;
 
 /// A pipe that holds 4096 bytes, read without waiting.
 class Pipe {
@@ -53,25 +50,22 @@ private:
 
 class LineOutputTest : public ::testing::Test {
 protected:
-    /// Runs the loop's next rounds up to a task that is posted now.
-    void runLoop() const {
-        loop->async([this] { loop->async([this] { loop->stop(); }); });
-        loop->run();
-    }
-
-    /// Reads what is in the pipe and what comes after it while the loop runs.
+    /// Reads what is in the pipe and what the event loop writes after it.
     [[nodiscard]] std::string readAll() const {
         std::string received;
         for (std::string more = pipe.read(); !more.empty(); more = pipe.read()) {
             received += more;
-            runLoop();
+            QCoreApplication::processEvents();
         }
         return received;
     }
 
+    int argumentCount = 1;
+    char program[7] = "corvel";
+    char* arguments[2] = {program, nullptr};
+    const QCoreApplication application{argumentCount, arguments};
     Pipe pipe;
-    const std::shared_ptr<EventLoop> loop = EventLoop::onThisThread("test.main");
-    LineOutput output{pipe.writer(), loop};
+    LineOutput output{pipe.writer()};
 };
 
 TEST_F(LineOutputTest, WritesALineAtOnce) {
@@ -96,7 +90,7 @@ TEST_F(LineOutputTest, WritesALineThatIsLongerThanThePipe) {
     EXPECT_EQ(readAll(), line);
 }
 
-TEST_F(LineOutputTest, GivesUpTheOldestWholeLinesPastItsLimit) {
+TEST_F(LineOutputTest, LeavesOutTheOldestWholeLinesPastItsLimitAndSaysHowMany) {
     output.write(std::string(5000, 'a') + "\n");
     const std::string half(LineOutput::kLimit / 2, 'b');
     output.write(half + "\n");
@@ -104,7 +98,35 @@ TEST_F(LineOutputTest, GivesUpTheOldestWholeLinesPastItsLimit) {
     output.write("last\n");
 
     // The first line was begun, so it is finished; of the two long ones the older had to go.
-    EXPECT_EQ(readAll(), std::string(5000, 'a') + "\n" + half + "\nlast\n");
+    EXPECT_EQ(readAll(), std::string(5000, 'a') + "\n... 1 line left out\n" + half + "\nlast\n");
+}
+
+TEST_F(LineOutputTest, CountsAllLinesThatItLeavesOutBetweenTwoThatItWrites) {
+    const std::string first(4096, 'a');
+    output.write(first);
+    // 64 bytes each: 16,384 of them fill the limit, and the next to be written has left the queue before.
+    const std::string line = std::string(63, 'b') + "\n";
+    for (int count = 0; count < 31'076; ++count) {
+        output.write(line);
+    }
+    const std::string received = readAll();
+    EXPECT_EQ(received.substr(4096, 30), "... 14,692 lines left out\nbbbb");
+    EXPECT_EQ(std::ranges::count(received, '\n'), 16'384 + 1);
+
+    output.write("later\n");
+    EXPECT_EQ(pipe.read(), "later\n");
+}
+
+TEST_F(LineOutputTest, LosesNothingOfABurstToAReaderThatReads) {
+    std::string received;
+    for (int count = 0; count < 20'000; ++count) {
+        output.write("10:20:30.456\tA keyboard with a long name\tA synthesizer with a long name\tNote\t90 3C 40\n");
+        if (count % 500 == 499) {
+            received += readAll();
+        }
+    }
+    EXPECT_EQ(std::ranges::count(received, '\n'), 20'000);
+    EXPECT_TRUE(output.isIdle());
 }
 
 TEST_F(LineOutputTest, GoesOnWithoutAReader) {
@@ -112,19 +134,16 @@ TEST_F(LineOutputTest, GoesOnWithoutAReader) {
     pipe.closeReader();
     output.write("one\n");
     output.write("two\n");
-    output.finish(10s);
+    EXPECT_TRUE(output.isIdle());
 }
 
-TEST_F(LineOutputTest, FinishesWithoutWaitingWhenNothingIsLeft) {
+TEST_F(LineOutputTest, IsIdleOnceEverythingIsWritten) {
     output.write("one\n");
-    output.finish(10s);
-    EXPECT_EQ(pipe.read(), "one\n");
-}
-
-TEST_F(LineOutputTest, FinishesWithinTheLimitWhenTheReaderStandsStill) {
-    output.write(std::string(5000, 'a'));
-    output.finish(1ms);
-    EXPECT_EQ(pipe.read(), std::string(4096, 'a'));
+    EXPECT_TRUE(output.isIdle());
+    output.write(std::string(9000, 'a'));
+    EXPECT_FALSE(output.isIdle());
+    EXPECT_EQ(readAll().size(), 9004U);
+    EXPECT_TRUE(output.isIdle());
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "app/InstanceMessage.hpp"
+#include "program/InstanceMessage.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

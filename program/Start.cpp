@@ -1,0 +1,101 @@
+#include "program/Start.hpp"
+
+#include "program/Console.hpp"
+
+#include <QCoreApplication>
+#include <QTimer>
+
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+#include <variant>
+
+namespace corvel {
+
+namespace {
+
+constexpr int kUsageStatus = 2;
+
+/// How long the last reports and lines may take at the end.
+constexpr std::chrono::milliseconds kEndLimit{500};
+
+std::optional<SingleInstance::Outcome> takeOrAsk(SingleInstance& instance, const Start& start) {
+    if (start.commandLine.midi == MIDIHostChoice::demo) {
+        return std::nullopt;
+    }
+    std::error_code error;
+    SingleInstance::Outcome outcome =
+        instance.takeOrAsk({.folder = std::filesystem::current_path(error), .arguments = start.arguments});
+    if (const auto* const unavailable = std::get_if<SingleInstance::Unavailable>(&outcome)) {
+        printError("cannot tell whether Corvel is running already: " + unavailable->reason);
+    }
+    return outcome;
+}
+
+std::optional<int> exitStatus(const std::optional<SingleInstance::Outcome>& outcome) {
+    if (!outcome) {
+        return std::nullopt;
+    }
+    if (const auto* const answered = std::get_if<SingleInstance::Answered>(&*outcome)) {
+        return printResult(answered->result);
+    }
+    if (const auto* const silent = std::get_if<SingleInstance::NotAnswering>(&*outcome)) {
+        printError(silent->reason);
+        return EXIT_FAILURE;
+    }
+    return std::nullopt;
+}
+
+int runArguments(int argc, char** argv, const std::function<int(const Start&)>& perform) {
+    std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+    CommandLineResult parsed = parseCommandLine(arguments, CORVEL_VERSION);
+    if (auto* const commandLine = std::get_if<CommandLine>(&parsed)) {
+        QtArguments qtArguments(argv[0]);
+        return perform({std::move(arguments), std::move(*commandLine), qtArguments});
+    }
+    if (const auto* const text = std::get_if<CommandLineText>(&parsed)) {
+        return print(text->text);
+    }
+    printError(std::get<CommandLineError>(parsed).message);
+    return kUsageStatus;
+}
+
+}  // namespace
+
+int runProgram(int argc, char** argv, const std::function<int(const Start&)>& perform) {
+    openStandardDescriptors();
+    try {
+        return runArguments(argc, argv, perform);
+    } catch (const std::exception& error) {
+        printError(error.what());
+        return EXIT_FAILURE;
+    }
+}
+
+std::optional<int> askRunningInstance(SingleInstance& instance, const Start& start) {
+    return exitStatus(takeOrAsk(instance, start));
+}
+
+std::optional<int> becomeRoutingInstance(SingleInstance& instance, const Start& start) {
+    const std::optional<SingleInstance::Outcome> outcome = takeOrAsk(instance, start);
+    if (outcome && std::holds_alternative<SingleInstance::Declined>(*outcome)) {
+        printError("Corvel is running already");
+        return EXIT_FAILURE;
+    }
+    return exitStatus(outcome);
+}
+
+void runMainLoop(const Router& router, const TerminationSignals& termination, int (*exec)(),
+                 const std::function<bool()>& isWritten) {
+    // By way of a timer: a signal that has come already would end the loop before it runs, and be lost.
+    QTimer end;
+    end.setSingleShot(true);
+    QObject::connect(&end, &QTimer::timeout, qApp, &QCoreApplication::quit);
+    const auto watch = termination.watch([&end] { end.start(0); });
+    exec();
+    router.finish(kEndLimit, isWritten);
+}
+
+}  // namespace corvel
