@@ -54,8 +54,8 @@ Without a mode, Corvel opens its window.
   --scale S        ... with S pixels to a point, 1 to 4, decimals allowed
   --appearance A   ... light or dark; dark by default
   --midi SERVICE   alsa: the ALSA sequencer; demo: devices in memory that play by
-                   themselves; auto (the default): ALSA where it can be opened,
-                   the demo otherwise
+                   themselves, with sets of their own; auto (the default): ALSA,
+                   and the demo where there is no sequencer
   --document FILE  The connections file to use instead of the usual one
   --version        Print the version
   -h, --help       Print this help
@@ -63,15 +63,17 @@ Without a mode, Corvel opens its window.
 One Corvel runs at a time, with or without its window: a second start brings the
 window forward. --connect, --disconnect, --set and --sets are carried out by the
 Corvel that runs, unless --document names another file than it uses; where none
-runs, they change the saved connections. With --midi demo, Corvel stays by itself
-and does not count.
+runs, they work on your saved connections, and only --connect needs MIDI. With
+--midi demo, Corvel stays by itself and does not count.
+
+Where there is no sequencer, --midi alsa opens the window on your own sets.
 )";
 
-constexpr int kLeastWidth = 980;
-constexpr int kLeastHeight = 640;
-constexpr int kGreatestWidth = 7680;
-constexpr int kGreatestHeight = 4320;
-constexpr double kGreatestScale = 4;
+constexpr int kMinWidth = 980;
+constexpr int kMinHeight = 640;
+constexpr int kMaxWidth = 7680;
+constexpr int kMaxHeight = 4320;
+constexpr double kMaxScale = 4;
 
 /// The number that is the whole text.
 template <typename Number>
@@ -105,15 +107,14 @@ std::string sizeProblem(const std::string& text) {
         return text + " is not WIDTHxHEIGHT, such as 1180x760";
     }
     const auto [width, height] = *size;
-    const bool fits =
-        width >= kLeastWidth && width <= kGreatestWidth && height >= kLeastHeight && height <= kGreatestHeight;
+    const bool fits = width >= kMinWidth && width <= kMaxWidth && height >= kMinHeight && height <= kMaxHeight;
     return fits ? "" : text + " not in range 980x640 to 7680x4320";
 }
 
 /// What is wrong with a number of pixels to a point; nothing if it can be drawn.
 std::string scaleProblem(const std::string& text) {
     const std::optional<double> scale = parsedNumber<double>(text);
-    return scale && *scale >= 1 && *scale <= kGreatestScale ? "" : "Value " + text + " not in range 1 to 4";
+    return scale && *scale >= 1 && *scale <= kMaxScale ? "" : "Value " + text + " not in range 1 to 4";
 }
 
 CommandLine::Screenshot screenshot(const CLI::App& app) {

@@ -112,7 +112,8 @@ public:
     [[nodiscard]] Observation observe(Observers<Property>::Observer observer);
 
     /// Have `observer` called for each single event, after the model has taken it in: the model's lists hold only the
-    /// newest. Failures are the engine's, and those to save where the one before was saved or failed for another reason.
+    /// newest. Failures are the engine's, and those to save where the one before was saved or failed for another
+    /// reason.
     [[nodiscard]] Observation observeActivity(ActivityObservers::Observer observer);
     [[nodiscard]] Observation observeFailures(FailureObservers::Observer observer);
     [[nodiscard]] Observation observeDiagnostics(DiagnosticObservers::Observer observer);

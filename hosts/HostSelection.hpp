@@ -20,8 +20,8 @@ struct HostSelection {
     std::string problem;
 };
 
-/// Finds the service. With `MIDIHostChoice::automatic`, the demo stands in for a sequencer that is not there, and its log
-/// says so. `engineQueue` is the queue of the engine that will use the service. Throws `std::system_error` when the
+/// Finds the service. With `MIDIHostChoice::automatic`, the demo stands in for a sequencer that is not there, and its
+/// log says so. `engineQueue` is the queue of the engine that will use the service. Throws `std::system_error` when the
 /// system has no thread left.
 [[nodiscard]] HostSelection selectHost(MIDIHostChoice choice, const std::shared_ptr<EventLoop>& engineQueue,
                                        const std::shared_ptr<DispatchQueue>& mainQueue);

@@ -16,13 +16,13 @@ InstanceConnection::InstanceConnection(QLocalSocket& socket, Handler handler, QO
     socket_.setReadBufferSize(static_cast<qint64>(kMaxRequestSize));
     limit_.setSingleShot(true);
     limit_.setInterval(kLimit);
-    QObject::connect(&limit_, &QTimer::timeout, this, &InstanceConnection::drop);
+    QObject::connect(&limit_, &QTimer::timeout, this, &InstanceConnection::close);
     QObject::connect(&socket_, &QLocalSocket::disconnected, this, &InstanceConnection::ended);
     QObject::connect(&socket_, &QLocalSocket::readyRead, this, &InstanceConnection::read);
     limit_.start();
 }
 
-void InstanceConnection::drop() {
+void InstanceConnection::close() {
     socket_.abort();
 }
 
@@ -36,8 +36,8 @@ void InstanceConnection::read() {
     if (const auto* const complete = std::get_if<InstanceRequest>(&request); complete != nullptr && !hasHungUp()) {
         answer(*complete);
     } else if (!std::holds_alternative<InstanceMessage::Incomplete>(request)) {
-        // Who has given up waiting has been told that nothing was done.
-        drop();
+        // A start that no longer waits has told its user that nothing was done.
+        close();
     }
 }
 

@@ -13,8 +13,8 @@
 
 namespace corvel {
 
-/// A later start that has come to the instance: reads its request, has it answered and lets it go. One that says
-/// something else, too much, or nothing for too long is let go without an answer.
+/// The connection of a later start to the instance: reads its request, sends the answer and closes. A request that is
+/// malformed, too large or too slow closes it without an answer.
 class InstanceConnection : public QObject {
     Q_OBJECT
 
@@ -22,16 +22,16 @@ public:
     /// Does what another process asks.
     using Handler = std::function<InstanceAnswer(const InstanceRequest&)>;
 
-    /// How long the request may take to come, and the answer to be read.
+    /// Time limit for the request to arrive, and again for the answer to be read.
     static constexpr std::chrono::milliseconds kLimit{2'000};
-    /// The longest request, in bytes of its texts.
+    /// Maximum size of a request, in bytes of its texts.
     static constexpr std::size_t kMaxRequestSize = 1'048'576;
 
     /// Takes the socket, which is connected.
     InstanceConnection(QLocalSocket& socket, Handler handler, QObject* parent);
 
-    /// Lets the other side go.
-    void drop();
+    /// Closes the connection without an answer.
+    void close();
 
 signals:
     /// The connection has ended.

@@ -12,9 +12,9 @@
 
 namespace corvel {
 
-/// What a later start of the program asks of the one that runs.
+/// What a later start of the program asks of the running one.
 struct InstanceRequest {
-    /// Where the later start is, from which the names of its files count.
+    /// The later start's working folder, to which its relative file names refer.
     std::filesystem::path folder;
     /// Its arguments as they were typed, the program's name left out.
     std::vector<std::string> arguments;
@@ -22,19 +22,19 @@ struct InstanceRequest {
     bool operator==(const InstanceRequest&) const = default;
 };
 
-/// What the running one answers: what the request came to, or nothing if it is none of its business.
+/// The running program's answer: the result, or none if the request does not concern it.
 using InstanceAnswer = std::optional<CommandResult>;
 
-/// The form in which the two write to each other: a word that tells the form, the number of bytes that follow (four,
-/// the highest first), and texts, each with a zero byte behind it. None of the texts holds a zero byte, as arguments
-/// and file names cannot; an answer's text would end there.
+/// The messages between the two: a word that names the format, the number of bytes that follow (four bytes,
+/// big-endian), and texts, each followed by a zero byte. Arguments and file names hold no zero byte; an answer's text
+/// is cut there.
 namespace InstanceMessage {
 
-/// The message is not all there yet.
+/// More bytes of the message are to come.
 struct Incomplete {
     bool operator==(const Incomplete&) const = default;
 };
-/// It is none, or longer than allowed.
+/// Not a message, or longer than allowed.
 struct Invalid {
     bool operator==(const Invalid&) const = default;
 };
@@ -44,8 +44,8 @@ using Decoded = std::variant<Incomplete, Invalid, Content>;
 [[nodiscard]] std::string encoded(const InstanceRequest& request);
 [[nodiscard]] std::string encoded(const InstanceAnswer& answer);
 
-/// What the bytes received so far come to. What cannot become a message with at most `limit` bytes of texts is invalid
-/// as soon as that is certain.
+/// Decodes the bytes received so far. They are invalid as soon as they cannot become a message with at most `limit`
+/// bytes of texts.
 [[nodiscard]] Decoded<InstanceRequest> decodedRequest(std::string_view received, std::size_t limit);
 [[nodiscard]] Decoded<InstanceAnswer> decodedAnswer(std::string_view received, std::size_t limit);
 

@@ -35,7 +35,8 @@ private:
     void close();
 
     const int descriptor_;
-    /// Whole lines, of which `written_` bytes are written. Never left out, since a line that was begun must be finished.
+    /// Whole lines, of which `written_` bytes are written. Never left out, since a line that was begun must be
+    /// finished.
     std::string current_;
     std::size_t written_ = 0;
     /// What follows, and its bytes.

@@ -34,7 +34,7 @@ std::shared_ptr<RouteStore> openStore(const std::optional<std::filesystem::path>
     const auto problem = isMissing && !document ? std::nullopt : documentProblem(file);
     if (problem) {
         printError(file.string() + ": " + *problem +
-                 (store->load().empty() ? "; an empty set is used" : "; the older installation's sets are used"));
+                   (store->load().empty() ? "; an empty set is used" : "; the older installation's sets are used"));
     }
     return store;
 }

@@ -43,13 +43,18 @@ void runGuarded(Task& task) {
 }  // namespace
 
 /// The tasks that wait, and what the posting threads have to know to wake the main thread no more often than needed.
-class QtMainQueue::Inbox final : public DispatchQueue, public std::enable_shared_from_this<Inbox> {
+class QtMainQueue::Inbox final : public DispatchQueue {
 public:
     explicit Inbox(QObject& timers)
         : timers_(timers), wakeUp_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), tasks_(kInitialCapacity) {
         if (wakeUp_ < 0) {
             throw std::system_error(errno, std::generic_category(), "eventfd");
         }
+        // Memory is written to once beforehand: the routing thread must not wait for page faults.
+        while (!tasks_.full()) {
+            tasks_.push_back(Task());
+        }
+        tasks_.clear();
     }
     Inbox(const Inbox&) = delete;
     Inbox& operator=(const Inbox&) = delete;
@@ -75,10 +80,16 @@ public:
 
     void asyncAfter(std::chrono::nanoseconds delay, std::shared_ptr<DispatchWorkItem> item) override {
         async([this, dueAt = SteadyClock::now() + delay, item = std::move(item)] {
-            const auto rest = std::chrono::ceil<std::chrono::milliseconds>(dueAt - SteadyClock::now());
+            auto* const timer = new QTimer(&timers_);
+            timer->setSingleShot(true);
+            timer->setTimerType(Qt::PreciseTimer);
             // Posted once it is due, it stays behind the tasks that were posted before.
-            QTimer::singleShot(std::max(rest, std::chrono::milliseconds(0)), Qt::PreciseTimer, &timers_,
-                               [inbox = shared_from_this(), item] { inbox->async([item] { item->perform(); }); });
+            QObject::connect(timer, &QTimer::timeout, [this, timer, item] {
+                async([item] { item->perform(); });
+                timer->deleteLater();
+            });
+            const auto rest = std::chrono::ceil<std::chrono::milliseconds>(dueAt - SteadyClock::now());
+            timer->start(std::max(rest, std::chrono::milliseconds(0)));
         });
     }
 
@@ -103,24 +114,17 @@ public:
         return hasNewDeferred_ && !std::exchange(isTimerRunning_, true);
     }
 
-    /// Has the tasks that wait run. Whether the timer is to run on.
+    /// When the timer has run out: makes the tasks that wait due. Whether the timer is to run again.
     [[nodiscard]] bool continuesTimer() {
-        bool mustWake = false;
-        bool isRunning = false;
-        {
-            const std::lock_guard lock(mutex_);
-            quietTurns_ = std::exchange(hasNewDeferred_, false) ? 0 : quietTurns_ + 1;
-            isTimerRunning_ = quietTurns_ < kDeferredTasksEnd / kDeferral;
-            isRunning = isTimerRunning_;
-            if (!tasks_.empty()) {
-                isDue_ = true;
-                mustWake = !std::exchange(isWoken_, true);
-            }
+        // Read here and not at the post, which has to be cheap.
+        const SteadyClock::time_point now = SteadyClock::now();
+        const std::lock_guard lock(mutex_);
+        isDue_ = !tasks_.empty();
+        if (std::exchange(hasNewDeferred_, false)) {
+            lastDeferred_ = now;
         }
-        if (mustWake) {
-            wake();
-        }
-        return isRunning;
+        isTimerRunning_ = now - lastDeferred_ < kDeferredTasksEnd;
+        return isTimerRunning_;
     }
 
     [[nodiscard]] bool isDue() const {
@@ -195,7 +199,7 @@ private:
     }
 
     const std::thread::id thread_ = std::this_thread::get_id();
-    /// Used by tasks alone, and none runs after it has gone.
+    /// Outlives every task and timer that uses it.
     QObject& timers_;
     const int wakeUp_;
 
@@ -209,15 +213,16 @@ private:
     bool isTimerRunning_ = false;
     /// A deferred task came since the timer last ran out.
     bool hasNewDeferred_ = false;
-    /// How often the timer ran out without one.
-    int quietTurns_ = 0;
+    /// When the timer last ran out after one.
+    SteadyClock::time_point lastDeferred_;
     bool hasEnded_ = false;
 };
 
 QtMainQueue::QtMainQueue()
     : inbox_(std::make_shared<Inbox>(timers_)), wakeUps_(inbox_->descriptor(), QSocketNotifier::Read) {
     QObject::connect(&wakeUps_, &QSocketNotifier::activated, &wakeUps_, [this] { handleWakeUp(); });
-    QObject::connect(&deferralTimer_, &QTimer::timeout, &deferralTimer_, [this] { lookForDeferredTasks(); });
+    deferralTimer_.setSingleShot(true);
+    QObject::connect(&deferralTimer_, &QTimer::timeout, &deferralTimer_, [this] { handleTimer(); });
 }
 
 QtMainQueue::~QtMainQueue() {
@@ -246,11 +251,12 @@ void QtMainQueue::handleWakeUp() {
     }
 }
 
-/// Runs nothing itself: Qt would not let the timer run out again inside an event loop of one of the tasks.
-void QtMainQueue::lookForDeferredTasks() {
-    if (!inbox_->continuesTimer()) {
-        deferralTimer_.stop();
+void QtMainQueue::handleTimer() {
+    // Started anew before the tasks: Qt does not let a repeating timer run out inside an event loop of one of them.
+    if (inbox_->continuesTimer()) {
+        deferralTimer_.start(kDeferral);
     }
+    runRound();
 }
 
 void QtMainQueue::runRound() {

@@ -43,7 +43,7 @@ private:
     class Inbox;
 
     void handleWakeUp();
-    void lookForDeferredTasks();
+    void handleTimer();
     void runRound();
 
     /// Owns the timers of work items.

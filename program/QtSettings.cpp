@@ -1,6 +1,5 @@
 #include "program/QtSettings.hpp"
 
-
 #include <QFile>
 #include <QString>
 #include <QStringList>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "app/DocumentCommands.hpp"
-#include "program/InstanceMessage.hpp"
 #include "app/MIDIRouterViewModel.hpp"
+#include "program/InstanceMessage.hpp"
 
 #include <filesystem>
 #include <functional>
@@ -11,8 +11,8 @@
 
 namespace corvel {
 
-/// The program that runs, as later starts meet it: it does what they were asked to do, so that nothing is routed twice
-/// and nobody else writes its document. Main thread only.
+/// Carries out the requests of later starts in the running program, so that nothing is routed twice and nobody else
+/// writes its document. Main thread only.
 class RunningInstance {
 public:
     /// `document` is the file that the model saves, absolute. `bringForward` brings the window to the front; it is
@@ -20,8 +20,8 @@ public:
     RunningInstance(std::shared_ptr<MIDIRouterViewModel> model, std::filesystem::path document, bool isDemo,
                     std::function<void()> bringForward);
 
-    /// Does what the later start was asked to do, and tells what that came to. Nothing if it is none of this instance's
-    /// business: a command on another document, or on MIDI devices that this instance does not have.
+    /// Carries out a request and gives its result. None if the request does not concern this instance: a command on
+    /// another document, or on MIDI devices that this instance does not have.
     [[nodiscard]] InstanceAnswer answer(const InstanceRequest& request) const;
 
 private:

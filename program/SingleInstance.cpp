@@ -21,12 +21,12 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// While an instance is just starting or just ending.
+/// Pause before another try while an instance is just starting or just ending.
 constexpr milliseconds kRetryPause{10};
 
-/// Nobody is at the name.
+/// Nobody listens at the name.
 struct Absent {};
-/// Whoever was there has gone without an answer.
+/// The other process ended without an answer.
 struct Gone {};
 using Attempt = std::variant<Absent, Gone, SingleInstance::Outcome>;
 
@@ -46,7 +46,7 @@ QString instanceName(const std::filesystem::path& settingsFile) {
         .arg(QLatin1String(hash.toHex().first(32)));
 }
 
-/// Who is at the other end.
+/// The process at the other end, and its user.
 std::optional<ucred> peer(const QLocalSocket& socket) {
     ucred credentials{};
     socklen_t size = sizeof credentials;
@@ -172,7 +172,7 @@ void SingleInstance::makeRoom() {
     while (connections_.size() >= kMaxConnections) {
         InstanceConnection* const first = connections_.front();
         connections_.pop_front();
-        first->drop();
+        first->close();
     }
 }
 

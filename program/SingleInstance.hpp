@@ -1,7 +1,7 @@
 #pragma once
 
-#include "program/InstanceMessage.hpp"
 #include "program/InstanceConnection.hpp"
+#include "program/InstanceMessage.hpp"
 
 #include <QLocalServer>
 #include <QLocalSocket>
@@ -16,12 +16,12 @@
 
 namespace corvel {
 
-/// Keeps the program single, for each user and each place of settings, and lets later starts speak to the one that
-/// runs.
+/// Lets only one instance of the program run for each user and each folder of settings, and lets later starts send it
+/// their request.
 ///
-/// Whoever holds a certain name in the system's abstract socket namespace is the instance. The name is free again as
-/// soon as its holder has ended, whatever ended it, and leaves no file. Such names know no permissions: each side looks
-/// who is at the other end, and has nothing to do with other users.
+/// The instance is the process that holds a certain name in the system's abstract socket namespace. The name is free
+/// again as soon as that process has ended, whatever ended it, and leaves no file. Such names have no permissions, so
+/// each side checks the user at the other end.
 ///
 /// On one thread, while the application object exists; needs its event loop only to answer.
 class SingleInstance {
@@ -38,17 +38,17 @@ public:
     };
     /// Another process is the instance, and the request is none of its business.
     struct Declined {};
-    /// Another process is the instance but gives no answer in time; a sentence that says so.
+    /// Another process is the instance but does not answer in time; a sentence for the user.
     struct NotAnswering {
         std::string reason;
     };
     using Outcome = std::variant<Taken, Unavailable, Answered, Declined, NotAnswering>;
 
-    /// How long a request may take to be answered: more than a disk that has to wake up.
+    /// Time limit of an answer: longer than a disk takes to spin up.
     static constexpr std::chrono::milliseconds kAnswerLimit{5'000};
-    /// How many may be about to say what they want. Of more, the first to come gives way.
+    /// Maximum number of connections whose request has not come yet. One more closes the oldest.
     static constexpr std::size_t kMaxConnections = 32;
-    /// The longest answer, in bytes of its texts.
+    /// Maximum size of an answer, in bytes of its texts.
     static constexpr std::size_t kMaxAnswerSize = 16'777'216;
 
     /// `settingsFile` is where the user's settings are or would be.
@@ -57,7 +57,7 @@ public:
     SingleInstance& operator=(const SingleInstance&) = delete;
     ~SingleInstance();
 
-    /// The name that stands for the place.
+    /// The socket name of this user and folder of settings.
     [[nodiscard]] const QString& name() const { return name_; }
 
     /// Becomes the instance; where there is one, asks it. Waits `limit` at most. Of several that try at the same time,
@@ -74,7 +74,7 @@ private:
     void makeRoom();
 
     const QString name_;
-    /// Those who are not gone yet, in the order in which they came.
+    /// The open connections, oldest first.
     std::deque<InstanceConnection*> connections_;
     InstanceConnection::Handler handler_;
     QLocalServer server_;

@@ -35,7 +35,8 @@ struct Start {
 
 /// Runs Qt's event loop by `exec` until the program is to end. Then what the engine has reported so far is still handed
 /// on, for half a second at most, and longer within that time while `isWritten` does not hold.
-void runMainLoop(const Router& router, const TerminationSignals& termination, int (*exec)(),
-                 const std::function<bool()>& isWritten = [] { return true; });
+void runMainLoop(
+    const Router& router, const TerminationSignals& termination, int (*exec)(),
+    const std::function<bool()>& isWritten = [] { return true; });
 
 }  // namespace corvel

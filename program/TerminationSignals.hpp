@@ -20,8 +20,8 @@ public:
     TerminationSignals& operator=(const TerminationSignals&) = delete;
     ~TerminationSignals();
 
-    /// Calls the handler in the event loop for each signal that comes or has come, until the result is destroyed. On the
-    /// main thread, while the application object exists.
+    /// Calls the handler in the event loop for each signal that comes or has come, until the result is destroyed. On
+    /// the main thread, while the application object exists.
     [[nodiscard]] std::unique_ptr<QSocketNotifier> watch(std::function<void()> handler) const;
 
 private:

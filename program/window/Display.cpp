@@ -27,7 +27,8 @@ QString& firstWarning() {
 void reportDisplay(QtMsgType type, const QMessageLogContext& /*context*/, const QString& message) {
     if (type == QtFatalMsg) {
         const QString& reason = firstWarning().isEmpty() ? message : firstWarning();
-        printError("the window cannot be shown: " + ui::toUTF8(reason.section('\n', 0, 0).simplified()) + "; " + kAdvice);
+        printError("the window cannot be shown: " + ui::toUTF8(reason.section('\n', 0, 0).simplified()) + "; " +
+                   kAdvice);
         std::_Exit(EXIT_FAILURE);
     }
     if (type != QtDebugMsg && type != QtInfoMsg && firstWarning().isEmpty()) {

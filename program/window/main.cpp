@@ -35,8 +35,9 @@ std::string demoReason(const Router& router) {
     if (router.problem().empty()) {
         return "Corvel was started with --midi demo";
     }
-    return router.problem() + "; using the demo devices, which have sets of their own. Your sets: close this window "
-                              "and start corvel --midi alsa";
+    return router.problem() +
+           "; using the demo devices, which have sets of their own. Your sets: close this window "
+           "and start corvel --midi alsa";
 }
 
 int perform(const Start& start, const CommandLine::Window& /*window*/) {
@@ -72,11 +73,10 @@ int perform(const Start& start, const CommandLine::Screenshot& screenshot) {
     const ScratchStore scratch;
     const Router router(MIDIHostChoice::demo);
     const auto model = router.makeModel(scratch.store(), std::make_shared<InMemorySettings>());
-    const std::optional<QString> problem =
-        ui::takeScreenshot(*model, router.clock(), ui::toQString(demoReason(router)),
-                           {.file = screenshot.file,
-                            .size = QSize(screenshot.width, screenshot.height),
-                            .appearance = screenshot.appearance});
+    const std::optional<QString> problem = ui::takeScreenshot(*model, router.clock(), ui::toQString(demoReason(router)),
+                                                              {.file = screenshot.file,
+                                                               .size = QSize(screenshot.width, screenshot.height),
+                                                               .appearance = screenshot.appearance});
     if (problem) {
         printError(screenshot.file.string() + ": " + ui::toUTF8(*problem));
         return EXIT_FAILURE;

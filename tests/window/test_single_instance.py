@@ -89,5 +89,5 @@ class CommandsForTheRunningOne(WindowTestCase):
     def test_they_work_on_the_document_once_it_has_ended(self):
         self.router.corvel.terminate()
         self.router.corvel.wait_ended()
-        self.assertEqual(self.run_corvel("--set", "Studio")[0], 0)
+        self.assertEqual(self.run_corvel("--set", "Studio", "--midi", "demo")[0], 0)
         self.assertEqual(self.saved().current_set_name, "Studio")
