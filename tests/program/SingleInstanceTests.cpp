@@ -1,6 +1,7 @@
 #include "program/SingleInstance.hpp"
 
 #include "program/QtMainQueue.hpp"
+#include "tests/support/Deadline.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
 #include <QCoreApplication>
@@ -42,12 +43,11 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using tests::kDeadline;
 using tests::TemporaryFolder;
 
 using Outcome = SingleInstance::Outcome;
 
-/// Longer than anything takes on a loaded machine; a test that waits this long fails.
-constexpr seconds kDeadline{20};
 /// For what never comes.
 constexpr milliseconds kShortLimit{100};
 
