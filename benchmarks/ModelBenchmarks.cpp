@@ -66,7 +66,6 @@ public:
 
 private:
     void addEndpoints(std::int32_t count, Endpoints endpoints) {
-        host_->recording = tests::FakeMIDIHost::Recording::nothing;
         constexpr std::int32_t kDestinationReferences = 1'000'000;
         const bool areKnown = endpoints == Endpoints::known;
         // Against the alphabet, so that there is something to sort.
@@ -93,11 +92,11 @@ private:
 // A routed event
 
 MIDIBytes repeatedNotes(std::size_t count) {
-    MIDIBytes bytes;
+    std::vector<std::uint8_t> bytes;
     for (std::size_t index = 0; index < count; ++index) {
         bytes.insert(bytes.end(), {0x90, 0x3C, 0x64});
     }
-    return bytes;
+    return MIDIBytes(bytes);
 }
 
 void recordEvent(benchmark::State& state, std::size_t notes) {

@@ -22,6 +22,7 @@
 
 #include <algorithm>
 #include <array>
+#include <semaphore>
 #include <string>
 #include <vector>
 
@@ -69,33 +70,38 @@ void routeThroughEngine(benchmark::State& state, const RoutingLayout& layout) {
 }
 
 /// The same on the event loop that the program runs the engine on, which finds `burst` packets to read in each round,
-/// on one thread as with the sequencer.
+/// on its thread as with the sequencer.
 void routeThroughLoop(benchmark::State& state, const RoutingLayout& layout, std::size_t burst) {
-    const std::shared_ptr<EventLoop> loop = EventLoop::onThisThread("benchmark");
+    const std::shared_ptr<EventLoop> loop = EventLoop::withThread("benchmark");
     EngineRig rig(layout, loop);
-    const int descriptor = ::eventfd(1, EFD_CLOEXEC);
+    const int descriptor = ::eventfd(0, EFD_CLOEXEC);
     const std::size_t packets = packetsPerIteration(layout);
     std::size_t left = 0;
-    loop->async([&] {
-        loop->watch(descriptor, [&] {
-            for (std::size_t index = 0; index < burst && left > 0; ++index, --left) {
-                rig.receive(kNotes[left % kNotes.size()]);
-            }
-            if (left == 0) {
-                loop->stop();
-            }
-        });
-    });
-    loop->run();
+    std::binary_semaphore isDone(0);
+    const auto receiveBurst = [&] {
+        for (std::size_t index = 0; index < burst && left > 0; ++index, --left) {
+            rig.receive(kNotes[left % kNotes.size()]);
+        }
+        if (left == 0) {
+            eventfd_t count = 0;
+            ::eventfd_read(descriptor, &count);
+            isDone.release();
+        }
+    };
+    loop->sync([&] { loop->watch(descriptor, receiveBurst, [] {}); });
     for ([[maybe_unused]] const auto _ : state) {
         left = packets;
-        loop->run();
+        ::eventfd_write(descriptor, 1);
+        isDone.acquire();
         rig.takeReports();
     }
-    loop->unwatch(descriptor);
+    loop->sync([&] { loop->unwatch(descriptor); });
     ::close(descriptor);
     finish(state, layout, rig.sent(), rig.delegate().routed);
 }
+
+/// The reference that the host gives the plain side's port.
+constexpr MIDIObjectRef kOutputPort = 2;
 
 /// What the plain side knows of a connection.
 struct Connection {
@@ -125,10 +131,11 @@ void routePlainly(MIDIHost& host, const std::vector<Connection>& connections, st
         }
         MIDIBytes bytes = received;
         if (bytes[0] >= 0x80 && bytes[0] < 0xF0) {
-            bytes[0] = static_cast<std::uint8_t>((bytes[0] & 0xF0U) | connection.channelBits);
+            bytes.writable()[0] = static_cast<std::uint8_t>((bytes[0] & 0xF0U) | connection.channelBits);
         }
-        const std::optional<MIDIPacket> made = host.makePacket(bytes);
-        if (made && host.send(1, connection.destination, *made) == kMIDISuccess) {
+        MIDISend message{.destination = connection.destination, .bytes = bytes};
+        host.send(kOutputPort, {&message, 1});
+        if (message.status == kMIDISuccess) {
             report(connection, std::move(bytes));
         }
     }
@@ -138,6 +145,10 @@ template <typename Report>
 void runPlainly(benchmark::State& state, const RoutingLayout& layout, const Report& report) {
     const auto host = std::make_shared<tests::FakeMIDIHost>();
     addEndpoints(*host, layout);
+    const MIDIObjectRef client = host->createClient("Plain", {}).ref;
+    if (host->createOutputPort(client, "Plain Output").ref != kOutputPort) {
+        state.SkipWithError("the port has another reference");
+    }
     const std::vector<Connection> connections = makeConnections(layout);
     const std::size_t packets = packetsPerIteration(layout);
     std::size_t reported = 0;

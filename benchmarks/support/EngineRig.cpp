@@ -44,7 +44,6 @@ std::vector<MIDIRoute> makeRoutes(const RoutingLayout& layout) {
 }
 
 void addEndpoints(tests::FakeMIDIHost& host, const RoutingLayout& layout) {
-    host.recording = tests::FakeMIDIHost::Recording::nothing;
     host.keepsSent = false;
     const auto properties = [](std::int32_t id) {
         return tests::FakeMIDIProperties{.displayName = "Endpoint " + std::to_string(id), .uniqueID = id};

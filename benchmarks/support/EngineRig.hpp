@@ -28,7 +28,7 @@ inline constexpr std::int32_t kFirstDestination = 100'000;
 /// The connections, those that match in the middle of the list.
 [[nodiscard]] std::vector<MIDIRoute> makeRoutes(const RoutingLayout& layout);
 
-/// A host with the endpoints of these connections, that records nothing.
+/// A host with the endpoints of these connections, that keeps nothing of what is sent.
 void addEndpoints(tests::FakeMIDIHost& host, const RoutingLayout& layout);
 
 /// A started engine over a fake host, on a queue of the caller's choice and with a main queue run by hand.
@@ -39,8 +39,8 @@ public:
 
     /// One packet from the source that plays.
     void receive(std::span<const std::uint8_t> packet) {
-        const std::span<const std::uint8_t> packets[] = {packet};
-        host_->receiveInPlace(packets, static_cast<MIDIObjectRef>(kSource));
+        const MIDIArrival arrivals[] = {{static_cast<MIDIObjectRef>(kSource), MIDIBytes(packet)}};
+        host_->receive(arrivals);
     }
 
     /// Lets the main thread take what was reported.

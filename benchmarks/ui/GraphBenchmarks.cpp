@@ -49,7 +49,6 @@ constexpr std::chrono::nanoseconds kEventGap = kEventLife / MIDIRouterViewModel:
 class StageRig {
 public:
     explicit StageRig(std::shared_ptr<const Clock> clock) : clock_(std::move(clock)) {
-        host_->recording = tests::FakeMIDIHost::Recording::nothing;
         ui::EndpointConnectorYPositions positions;
         for (std::int32_t index = 0; index < kEndpoints; ++index) {
             const double height = 12 + 24.0 * index;

@@ -40,7 +40,6 @@ constexpr std::int32_t kFirstDestination = 1000;
 class WindowRig {
 public:
     WindowRig() {
-        host_->recording = tests::FakeMIDIHost::Recording::nothing;
         addEndpoints("First");
         std::vector<MIDIRoute> routes;
         for (std::uint32_t index = 0; index < kConnections; ++index) {

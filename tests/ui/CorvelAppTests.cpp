@@ -34,10 +34,7 @@ protected:
         turn();
     }
 
-    [[nodiscard]] std::ptrdiff_t clientCount() const {
-        return std::ranges::count_if(host->calls,
-                                     [](const std::string& call) { return call.starts_with("createClient"); });
-    }
+    [[nodiscard]] std::ptrdiff_t clientCount() const { return std::ranges::count(host->requested, "Corvel"); }
 
     [[nodiscard]] static bool isDark() { return QApplication::palette().color(QPalette::Window).lightness() < 128; }
 

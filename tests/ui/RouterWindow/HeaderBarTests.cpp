@@ -57,11 +57,12 @@ TEST_F(HeaderBarTests, SaysWhatItsButtonsDo) {
 }
 
 TEST_F(HeaderBarTests, ListsTheDevicesAfresh) {
-    host->recording = tests::FakeMIDIHost::Recording::everything;
+    host->listings.clear();
     host->addSource(13, {.displayName = "Foot", .uniqueID = 1013});
     button("Refresh MIDI devices").click();
     EXPECT_EQ(model->statusMessage(), "Refreshing MIDI devices...");
     settle();
+    EXPECT_EQ(host->listings.front(), MIDIListing::afresh);
     EXPECT_THAT(model->sources(), SizeIs(3));
     EXPECT_EQ(model->statusMessage(), "3 inputs, 2 outputs");
 }
