@@ -20,15 +20,6 @@ std::optional<std::string> decodingProblem(std::string_view json) {
     }
 }
 
-bool isRouteArray(std::string_view json) {
-    try {
-        static_cast<void>(RouteSetDocumentCoder::decodeRouteArray(json));
-        return true;
-    } catch (const DecodingError&) {
-        return false;
-    }
-}
-
 }  // namespace
 
 std::optional<std::string> documentProblem(const std::filesystem::path& file) {
@@ -38,8 +29,7 @@ std::optional<std::string> documentProblem(const std::filesystem::path& file) {
     } catch (const std::system_error& error) {
         return error.code().message();
     }
-    std::optional<std::string> problem = decodingProblem(json);
-    return problem && isRouteArray(json) ? std::nullopt : problem;
+    return decodingProblem(json);
 }
 
 }  // namespace corvel

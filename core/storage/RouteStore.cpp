@@ -32,11 +32,7 @@ std::optional<MIDIRouteSetDocument> decodeEitherForm(std::string_view json) {
     try {
         return RouteSetDocumentCoder::decode(json);
     } catch (const DecodingError&) {
-        try {
-            return RouteSetDocumentCoder::decodeRouteArray(json);
-        } catch (const DecodingError&) {
-            return std::nullopt;
-        }
+        return std::nullopt;
     }
 }
 
