@@ -104,8 +104,7 @@ TEST(DocumentJSON, IsRefusedWithoutACrashHoweverDeepItNests) {
 
 TEST(DocumentJSON, IsNeverReadWithAnEndpointBeyondTheRangeOfNumbers) {
     for (const std::string number : {"1e400", "-1e400", "1e99999"}) {
-        EXPECT_FALSE(
-            isRead(documentText({setText({routeText().with("sourceID", number).text()}).text()}).text()));
+        EXPECT_FALSE(isRead(documentText({setText({routeText().with("sourceID", number).text()}).text()}).text()));
     }
 }
 
