@@ -1,7 +1,7 @@
 #include "app/EndpointListing.hpp"
 
 #include "app/TextLine.hpp"
-#include "core/storage/JSONWriter.hpp"
+#include "core/storage/JSON.hpp"
 
 #include <algorithm>
 #include <array>
@@ -53,25 +53,13 @@ void appendTable(std::string& text, std::string_view heading, const std::vector<
     text += '\n';
 }
 
-void writeArray(JSONWriter& writer, const std::vector<MIDIEndpointModel>& endpoints) {
-    writer.beginArray();
+json::Value array(const std::vector<MIDIEndpointModel>& endpoints) {
+    auto array = json::Value::array();
     for (const MIDIEndpointModel& endpoint : endpoints) {
-        writer.beginObject();
-        writer.key("displayName");
-        writer.string(endpoint.displayName);
-        writer.key("id");
-        writer.integer(endpoint.id);
-        writer.key("isOnline");
-        writer.boolean(endpoint.isOnline);
-        writer.key("manufacturer");
-        if (endpoint.manufacturer) {
-            writer.string(*endpoint.manufacturer);
-        } else {
-            writer.null();
-        }
-        writer.endObject();
+        array.push_back({{"displayName", endpoint.displayName}, {"id", endpoint.id}, {"isOnline", endpoint.isOnline}});
+        array.back()["manufacturer"] = endpoint.manufacturer ? json::Value(*endpoint.manufacturer) : json::Value();
     }
-    writer.endArray();
+    return array;
 }
 
 }  // namespace
@@ -85,14 +73,9 @@ std::string table(const MIDIEndpoints& endpoints) {
 }
 
 std::string json(const MIDIEndpoints& endpoints) {
-    JSONWriter writer;
-    writer.beginObject();
-    writer.key("destinations");
-    writeArray(writer, endpoints.destinations);
-    writer.key("sources");
-    writeArray(writer, endpoints.sources);
-    writer.endObject();
-    return writer.take() + '\n';
+    return corvel::json::text(
+               {{"destinations", array(endpoints.destinations)}, {"sources", array(endpoints.sources)}}) +
+           '\n';
 }
 
 }  // namespace corvel::EndpointListing

@@ -70,6 +70,10 @@ MIDIRouterViewModel::MIDIRouterViewModel(Private, std::shared_ptr<CoreMIDIRouter
     routes_.set(document.selectedRouteSet().routes);
     selectedRouteSetID_.set(document.selectedSetID);
     routeSets_.set(std::move(document.routeSets));
+    if (const std::optional<std::string>& problem = routeStore_->loadProblem()) {
+        addDiagnostic(*problem);
+        statusMessage_.set(*problem);
+    }
 }
 
 Observation MIDIRouterViewModel::observe(Observers<Property>::Observer observer) {
@@ -111,8 +115,13 @@ void MIDIRouterViewModel::applyEndpointSnapshot() {
     destinations_.set(std::move(sortedDestinations));
     reconcileRoutesWithCurrentEndpoints();
     removeGraphActivityForHiddenRoutes();
+    const bool showsLoadProblem = statusMessage() == routeStore_->loadProblem();
     statusMessage_.set(std::to_string(sources().size()) + " inputs, " + std::to_string(destinations().size()) +
                        " outputs");
+    if (showsLoadProblem) {
+        // A command of the user replaces it, devices do not.
+        statusMessage_.set(*routeStore_->loadProblem());
+    }
 }
 
 EndpointList MIDIRouterViewModel::sortedByName(std::vector<MIDIEndpointModel> endpoints) const {
@@ -197,6 +206,10 @@ void MIDIRouterViewModel::recordDiagnostic(const MIDIDiagnosticEvent& event) {
     diagnosticObservers_.notify(event);
 }
 
+void MIDIRouterViewModel::addDiagnostic(std::string message) {
+    recordDiagnostic({UUID::random(), clock_->now(), std::move(message)});
+}
+
 void MIDIRouterViewModel::appendGraphActivity(std::vector<MIDIActivityEvent> events) {
     const Instant cutoff = clock_->now() - kGraphActivityRetention;
     const auto isExpired = [cutoff](const MIDIActivityEvent& event) { return event.timestamp < cutoff; };
@@ -254,16 +267,25 @@ void MIDIRouterViewModel::syncSelectedRouteSetRoutes() {
 }
 
 void MIDIRouterViewModel::saveRouteSetDocument(std::optional<std::string> statusMessage) {
+    if (std::exchange(isKeptCopyShown_, false)) {
+        keptCopy_.reset();
+    }
     try {
-        routeStore_->saveDocument(MIDIRouteSetDocument(selectedRouteSetID(), routeSets()));
+        if (const auto copy = routeStore_->saveDocument(MIDIRouteSetDocument(selectedRouteSetID(), routeSets()))) {
+            addDiagnostic(routeStore_->fileURL().string() +
+                          ": replaced a file that Corvel had not read; it is kept as " + copy->string());
+            keptCopy_ = copy->filename().string();
+        }
         saveFailure_.reset();
     } catch (const std::exception& error) {
         // Whatever it was, playing goes on with what is in memory, and the next change tries again.
-        statusMessage = std::string("Could not save sets: ") + error.what();
-        recordSaveFailure(*statusMessage);
+        const std::string failure = std::string("Could not save sets: ") + error.what();
+        recordSaveFailure(failure);
+        statusMessage_.set(failure);
+        return;
     }
     if (statusMessage) {
-        statusMessage_.set(*std::move(statusMessage));
+        showOutcome(*std::move(statusMessage));
     }
 }
 
@@ -272,6 +294,14 @@ void MIDIRouterViewModel::recordSaveFailure(std::string message) {
         saveFailure_ = std::move(message);
         failureObservers_.notify(*saveFailure_);
     }
+}
+
+void MIDIRouterViewModel::showOutcome(std::string message) {
+    if (keptCopy_) {
+        message += "; the file that was there is kept as " + *keptCopy_;
+        isKeptCopyShown_ = true;
+    }
+    statusMessage_.set(std::move(message));
 }
 
 }  // namespace corvel

@@ -274,6 +274,8 @@ private:
     void recordRoutedMessage(const MIDIActivityEvent& event);
     void recordFailure(const std::string& message);
     void recordDiagnostic(const MIDIDiagnosticEvent& event);
+    /// An entry of the model's own, as of now.
+    void addDiagnostic(std::string message);
 
     [[nodiscard]] EndpointList sortedByName(std::vector<MIDIEndpointModel> endpoints) const;
     void removeGraphActivityForHiddenRoutes();
@@ -287,6 +289,9 @@ private:
     void syncSelectedRouteSetRoutes();
     void saveRouteSetDocument(std::optional<std::string> statusMessage);
     void recordSaveFailure(std::string message);
+    /// Shows the text of a command that was carried out, and if its save found another file in the document's place,
+    /// what that file is called now.
+    void showOutcome(std::string message);
 
     /// Puts a set's ID and connections in the place of the current ones and hands them to the engine.
     void showRouteSet(const UUID& id, std::vector<MIDIRoute> routes);
@@ -306,6 +311,9 @@ private:
     const Collator collator_ = Collator::forUser();
     bool didStart_ = false;
     std::optional<std::string> saveFailure_;
+    /// The name of the copy that the newest texts mention: the last save's, or that of an earlier save without a text.
+    std::optional<std::string> keptCopy_;
+    bool isKeptCopyShown_ = false;
     /// Reports that were posted and have not run yet.
     std::atomic<std::size_t> postedReports_ = 0;
 

@@ -264,7 +264,7 @@ void MIDIRouterViewModel::finishAssignmentCommand(const UUID& routeID, std::stri
     // Endpoints or channel of the connection may be others now, so its pulses no longer tell the truth.
     removeGraphActivity(routeID);
     persistRoutes(true);
-    statusMessage_.set(std::move(statusMessage));
+    showOutcome(std::move(statusMessage));
 }
 
 }  // namespace corvel

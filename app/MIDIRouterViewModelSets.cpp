@@ -45,7 +45,7 @@ void MIDIRouterViewModel::selectRouteSet(const UUID& id) {
     reconcileRoutesWithCurrentEndpoints();
     removeGraphActivityForHiddenRoutes();
     saveRouteSetDocument(std::nullopt);
-    statusMessage_.set("Loaded set " + text::quoted(name));
+    showOutcome("Loaded set " + text::quoted(name));
 }
 
 void MIDIRouterViewModel::createRouteSet(std::string_view name) {
@@ -96,7 +96,7 @@ void MIDIRouterViewModel::deleteSelectedRouteSet() {
     reconcileRoutesWithCurrentEndpoints();
     removeGraphActivityForHiddenRoutes();
     saveRouteSetDocument(std::nullopt);
-    statusMessage_.set("Deleted set " + text::quoted(name));
+    showOutcome("Deleted set " + text::quoted(name));
 }
 
 std::string MIDIRouterViewModel::uniqueRouteSetName(std::string_view base, const std::optional<UUID>& excluding) const {

@@ -1,6 +1,5 @@
 #include "program/OpenStore.hpp"
 
-#include "app/DocumentProblem.hpp"
 #include "hosts/demo/DemoDevices.hpp"
 #include "program/Console.hpp"
 
@@ -19,10 +18,12 @@ std::filesystem::path demoFile() {
 
 std::shared_ptr<RouteStore> openStore(const std::optional<std::filesystem::path>& document, bool isDemo) {
     const std::filesystem::path file = document.value_or(isDemo ? demoFile() : RouteStore::defaultFileURL());
-    auto store = std::make_shared<RouteStore>(file);
+    // A first start has no document at the usual place, which is nothing to speak of.
+    const auto missing = document ? RouteStore::MissingFile::isAProblem : RouteStore::MissingFile::isNormal;
+    auto store = std::make_shared<RouteStore>(file, std::nullopt, missing);
     std::error_code error;
-    const bool isMissing = std::filesystem::symlink_status(file, error).type() == std::filesystem::file_type::not_found;
-    if (isDemo && !document && isMissing) {
+    if (isDemo && !document &&
+        std::filesystem::symlink_status(file, error).type() == std::filesystem::file_type::not_found) {
         try {
             store->saveDocument(hosts::makeDemoDocument());
         } catch (const RouteStoreError& failure) {
@@ -30,11 +31,9 @@ std::shared_ptr<RouteStore> openStore(const std::optional<std::filesystem::path>
         }
         return store;
     }
-    // A first start has no document at the usual place, which is nothing to speak of.
-    const auto problem = isMissing && !document ? std::nullopt : documentProblem(file);
-    if (problem) {
-        printError(file.string() + ": " + *problem +
-                   (store->load().empty() ? "; an empty set is used" : "; the older installation's sets are used"));
+    static_cast<void>(store->loadDocument());
+    if (store->loadProblem()) {
+        printError(*store->loadProblem());
     }
     return store;
 }

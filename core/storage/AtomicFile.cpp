@@ -3,12 +3,15 @@
 #include "core/support/UUID.hpp"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <optional>
 #include <system_error>
+#include <utility>
 
 namespace corvel {
 
@@ -59,10 +62,6 @@ private:
     int value_;
 };
 
-FileStamp stampOf(const struct ::stat& status) {
-    return {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
-}
-
 void requireRegular(const struct ::stat& status) {
     if (!S_ISREG(status.st_mode)) {
         fail(S_ISDIR(status.st_mode) ? EISDIR : EOPNOTSUPP);
@@ -93,27 +92,10 @@ path followLinks(path file) {
     fail(ELOOP);
 }
 
-void writeAll(const FileDescriptor& file, std::string_view bytes) {
+void writeAll(int descriptor, std::string_view bytes) {
     while (!bytes.empty()) {
-        const auto written = checked([&] { return ::write(file.get(), bytes.data(), bytes.size()); });
+        const auto written = checked([&] { return ::write(descriptor, bytes.data(), bytes.size()); });
         bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-}
-
-/// Without `wanted` the new file gets the permissions that the user's programs give their files.
-FileStamp writeNewFile(const path& name, std::string_view bytes, std::optional<::mode_t> wanted) {
-    const FileDescriptor file(name, O_WRONLY | O_CREAT | O_EXCL, wanted.value_or(kDefaultPermissions));
-    try {
-        // Only where they differ: file systems without permissions of their own refuse every change.
-        if (wanted && (file.status().st_mode & kPermissions) != *wanted) {
-            checked([&] { return ::fchmod(file.get(), *wanted); });
-        }
-        writeAll(file, bytes);
-        checked([&] { return ::fsync(file.get()); });
-        return stampOf(file.status());
-    } catch (...) {
-        ::unlink(name.c_str());
-        throw;
     }
 }
 
@@ -132,55 +114,127 @@ void syncFolder(const path& folder) {
     }
 }
 
-}  // namespace
+constexpr std::string_view kTemporaryPrefix = ".corvel-";
+constexpr std::string_view kTemporarySuffix = ".tmp";
 
-std::optional<FileStamp> fileStamp(const path& path) {
-    struct ::stat status {};
-    return ::stat(path.c_str(), &status) == 0 ? std::optional(stampOf(status)) : std::nullopt;
+bool isTemporaryName(std::string_view name) {
+    const std::size_t affixes = kTemporaryPrefix.size() + kTemporarySuffix.size();
+    return name.size() > affixes && name.starts_with(kTemporaryPrefix) && name.ends_with(kTemporarySuffix) &&
+           UUID::parse(name.substr(kTemporaryPrefix.size(), name.size() - affixes));
 }
 
-std::string readFile(const path& path) {
+/// Removes the file unless a process is writing it, as far as can be told.
+void removeIfAbandoned(const path& temporary) {
+    try {
+        const FileDescriptor file(temporary, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+        // A shared lock, since network file systems want write permission for the other kind.
+        if (S_ISREG(file.status().st_mode) && ::flock(file.get(), LOCK_SH | LOCK_NB) == 0) {
+            ::unlink(temporary.c_str());
+        }
+    } catch (const std::system_error&) {
+        return;
+    }
+}
+
+}  // namespace
+
+std::string readFile(const path& path, std::size_t maximumSize) {
     // Opening a named pipe would otherwise wait for its writer.
     const FileDescriptor file(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
     const auto status = file.status();
     requireRegular(status);
+    if (std::cmp_greater(status.st_size, maximumSize)) {
+        fail(EFBIG);
+    }
     std::string bytes;
     bytes.reserve(static_cast<std::size_t>(status.st_size));
     std::array<char, 65536> buffer;
-    for (;;) {
+    while (bytes.size() <= maximumSize) {
         const auto count = checked([&] { return ::read(file.get(), buffer.data(), buffer.size()); });
         if (count == 0) {
             return bytes;
         }
         bytes.append(buffer.data(), static_cast<std::size_t>(count));
     }
+    fail(EFBIG);
 }
 
-void createFile(const path& path, std::string_view bytes, const std::filesystem::path& model) {
-    writeNewFile(path, bytes, permissions(model));
-    syncFolder(folderOf(path));
+void AtomicFile::removeAbandoned(const path& target) {
+    try {
+        for (const auto& entry : std::filesystem::directory_iterator(folderOf(followLinks(target)))) {
+            if (isTemporaryName(entry.path().filename().native())) {
+                removeIfAbandoned(entry.path());
+            }
+        }
+    } catch (const std::system_error&) {
+        // A folder that is not there, or that cannot be listed, holds nothing to remove.
+        return;
+    }
 }
 
 AtomicFile::AtomicFile(const path& target, std::string_view bytes) : target_(followLinks(target)) {
-    const auto wanted = permissions(target_);
-    for (;;) {
-        temporary_ = folderOf(target_) / (".corvel-" + UUID::random().text() + ".tmp");
-        try {
-            stamp_ = writeNewFile(temporary_, bytes, wanted);
-            return;
-        } catch (const std::system_error& error) {
-            // A name that a killed process left behind must not stand in the way of every later save.
-            if (error.code() != std::errc::file_exists) {
-                throw;
-            }
+    const auto old = permissions(target_);
+    const ::mode_t wanted = old ? *old | S_IRUSR : kDefaultPermissions;
+    createTemporary(wanted);
+    try {
+        struct ::stat status {};
+        checked([&] { return ::fstat(descriptor_, &status); });
+        // Only where they differ: file systems without permissions of their own refuse every change.
+        if (old && (status.st_mode & kPermissions) != wanted) {
+            checked([&] { return ::fchmod(descriptor_, wanted); });
         }
+        writeAll(descriptor_, bytes);
+        checked([&] { return ::fsync(descriptor_); });
+    } catch (...) {
+        discard();
+        throw;
     }
 }
 
 AtomicFile::~AtomicFile() {
+    discard();
+}
+
+void AtomicFile::createTemporary(unsigned permissions) {
+    do {
+        if (descriptor_ >= 0) {
+            ::close(descriptor_);
+        }
+        temporary_ =
+            folderOf(target_) / std::string(kTemporaryPrefix).append(UUID::random().text()).append(kTemporarySuffix);
+        descriptor_ = checked(
+            [&] { return ::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ::mode_t(permissions)); });
+        // Without effect on file systems without locks, where nobody removes the file either.
+        while (::flock(descriptor_, LOCK_EX) != 0 && errno == EINTR) {
+        }
+        // Ahead of the lock the file looked abandoned, and another process may have removed it.
+    } while (::access(temporary_.c_str(), F_OK) != 0 && errno == ENOENT);
+}
+
+void AtomicFile::discard() {
     if (!isCommitted_) {
         ::unlink(temporary_.c_str());
+        if (isOldMoved_) {
+            static_cast<void>(::rename(kept_.c_str(), target_.c_str()));
+        } else if (!kept_.empty()) {
+            ::unlink(kept_.c_str());
+        }
     }
+    ::close(descriptor_);
+}
+
+void AtomicFile::keepOld(const path& name) {
+    if (::link(target_.c_str(), name.c_str()) != 0) {
+        // Not every file system has hard links, and not every file may be linked to.
+        if (errno == EEXIST || std::filesystem::exists(std::filesystem::symlink_status(name))) {
+            fail(EEXIST);
+        }
+        checked([&] { return ::rename(target_.c_str(), name.c_str()); });
+        isOldMoved_ = true;
+    }
+    kept_ = name;
+    // The name must last before the old one is given to another file.
+    syncFolder(folderOf(target_));
 }
 
 void AtomicFile::commit() {

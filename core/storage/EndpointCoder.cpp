@@ -1,51 +1,49 @@
 #include "core/storage/EndpointCoder.hpp"
 
-#include "core/storage/JSONText.hpp"
-#include "core/storage/JSONWriter.hpp"
+#include "core/storage/JSON.hpp"
 
 #include <cstdint>
 
 namespace corvel::EndpointCoder {
 
-std::string encode(const MIDIEndpointModel& endpoint) {
-    JSONWriter json;
-    json.beginObject();
-    json.key("direction");
-    json.string(rawValue(endpoint.direction));
-    json.key("displayName");
-    json.string(endpoint.displayName);
-    json.key("endpointRef");
-    json.integer(endpoint.endpointRef);
-    json.key("id");
-    json.integer(endpoint.id);
-    json.key("isOnline");
-    json.boolean(endpoint.isOnline);
-    if (endpoint.manufacturer) {
-        json.key("manufacturer");
-        json.string(*endpoint.manufacturer);
-    }
-    json.endObject();
-    return json.take();
-}
+namespace {
 
-MIDIEndpointModel decode(std::string_view json) {
-    const JSONText text(json);
-    const JSONValue root = text.root();
+using json::Value;
+
+MIDIEndpointModel read(const Value& object) {
     MIDIEndpointModel endpoint;
-    endpoint.id = root.required("id").integer<std::int32_t>();
-    endpoint.endpointRef = root.required("endpointRef").integer<std::uint32_t>();
-    endpoint.displayName = root.required("displayName").string();
-    if (const auto manufacturer = root.optional("manufacturer")) {
-        endpoint.manufacturer = manufacturer->string();
+    endpoint.id = json::integer<std::int32_t>(json::required(object, "id"));
+    endpoint.endpointRef = json::integer<std::uint32_t>(json::required(object, "endpointRef"));
+    endpoint.displayName = json::string(json::required(object, "displayName"));
+    if (const Value* const manufacturer = json::optional(object, "manufacturer")) {
+        endpoint.manufacturer = json::string(*manufacturer);
     }
-    const JSONValue direction = root.required("direction");
-    const auto known = endpointDirectionFromRawValue(direction.string());
+    const Value& direction = json::required(object, "direction");
+    const auto known = endpointDirectionFromRawValue(json::string(direction));
     if (!known) {
-        direction.fail("unknown direction");
+        json::fail(direction, "unknown direction");
     }
     endpoint.direction = *known;
-    endpoint.isOnline = root.required("isOnline").boolean();
+    endpoint.isOnline = json::boolean(json::required(object, "isOnline"));
     return endpoint;
+}
+
+}  // namespace
+
+std::string encode(const MIDIEndpointModel& endpoint) {
+    Value object{{"direction", rawValue(endpoint.direction)},
+                 {"displayName", endpoint.displayName},
+                 {"endpointRef", endpoint.endpointRef},
+                 {"id", endpoint.id},
+                 {"isOnline", endpoint.isOnline}};
+    if (endpoint.manufacturer) {
+        object["manufacturer"] = *endpoint.manufacturer;
+    }
+    return json::text(object);
+}
+
+MIDIEndpointModel decode(std::string_view text) {
+    return json::decode(text, read);
 }
 
 }  // namespace corvel::EndpointCoder

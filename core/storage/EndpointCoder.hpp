@@ -14,6 +14,6 @@ namespace corvel::EndpointCoder {
 [[nodiscard]] std::string encode(const MIDIEndpointModel& endpoint);
 
 /// Throws `DecodingError`.
-[[nodiscard]] MIDIEndpointModel decode(std::string_view json);
+[[nodiscard]] MIDIEndpointModel decode(std::string_view text);
 
 }  // namespace corvel::EndpointCoder

@@ -1,7 +1,6 @@
 #include "core/storage/RouteSetDocumentCoder.hpp"
 
-#include "core/storage/JSONText.hpp"
-#include "core/storage/JSONWriter.hpp"
+#include "core/storage/JSON.hpp"
 
 #include <cstdint>
 #include <optional>
@@ -12,153 +11,144 @@ namespace corvel::RouteSetDocumentCoder {
 
 namespace {
 
+using json::Value;
+
 /// The name that assignments of older documents bear; it is replaced by the mode's title.
 constexpr std::string_view kOlderVariantName = "Default";
 
-void write(JSONWriter& json, std::string_view key, const std::optional<std::string>& text) {
-    if (text) {
-        json.key(key);
-        json.string(*text);
+/// As many as a connection or assignment can have.
+constexpr std::size_t kMaxMembers = 11;
+
+Value written(const UUID& id) {
+    return id.text();
+}
+
+Value written(const ChannelMode& mode) {
+    Value object;
+    if (const auto channel = mode.forcedChannel()) {
+        object["force"]["_0"] = *channel;
+    } else {
+        object["asIs"] = Value::object();
     }
+    return object;
 }
 
-void write(JSONWriter& json, std::string_view key, const UUID& id) {
-    json.key(key);
-    json.string(id.text());
-}
-
-void write(JSONWriter& json, std::string_view key, std::int32_t number) {
-    json.key(key);
-    json.integer(number);
-}
-
-void write(JSONWriter& json, const ChannelMode& mode) {
-    json.key("channelMode");
-    json.beginObject();
-    const auto channel = mode.forcedChannel();
-    json.key(channel ? "force" : "asIs");
-    json.beginObject();
-    if (channel) {
-        write(json, "_0", *channel);
-    }
-    json.endObject();
-    json.endObject();
-}
-
-void write(JSONWriter& json, const KeyboardShortcutSpec& shortcut) {
-    json.key("shortcut");
-    json.beginObject();
-    write(json, "key", std::optional(shortcut.key));
-    json.key("modifiers");
-    json.beginArray();
+Value written(const KeyboardShortcutSpec& shortcut) {
+    Value modifiers = Value::array();
     for (const auto modifier : shortcut.modifiers) {
-        json.string(rawValue(modifier));
+        modifiers.push_back(rawValue(modifier));
     }
-    json.endArray();
-    json.endObject();
+    Value object;
+    object["key"] = shortcut.key;
+    object["modifiers"] = std::move(modifiers);
+    return object;
 }
 
-void write(JSONWriter& json, const MIDIRouteVariant& variant) {
-    json.beginObject();
+void write(Value& object, const char* key, const std::optional<std::string>& text) {
+    if (text) {
+        object[key] = *text;
+    }
+}
+
+/// Writes what connections and assignments have in common.
+template <typename Connection>
+Value writtenEndpoints(const Connection& connection) {
+    Value::object_t members;
+    members.reserve(kMaxMembers);
+    Value object = std::move(members);
+    object["destinationID"] = connection.destinationID;
+    write(object, "destinationManufacturer", connection.destinationManufacturer);
+    write(object, "destinationName", connection.destinationName);
+    object["id"] = written(connection.id);
+    object["sourceID"] = connection.sourceID;
+    write(object, "sourceManufacturer", connection.sourceManufacturer);
+    write(object, "sourceName", connection.sourceName);
+    return object;
+}
+
+Value written(const MIDIRouteVariant& variant) {
+    Value object = writtenEndpoints(variant);
+    object["name"] = variant.name;
     if (variant.channelMode) {
-        write(json, *variant.channelMode);
+        object["channelMode"] = written(*variant.channelMode);
     }
-    write(json, "destinationID", variant.destinationID);
-    write(json, "destinationManufacturer", variant.destinationManufacturer);
-    write(json, "destinationName", variant.destinationName);
-    write(json, "id", variant.id);
-    write(json, "name", std::optional(variant.name));
     if (variant.shortcut) {
-        write(json, *variant.shortcut);
+        object["shortcut"] = written(*variant.shortcut);
     }
-    write(json, "sourceID", variant.sourceID);
-    write(json, "sourceManufacturer", variant.sourceManufacturer);
-    write(json, "sourceName", variant.sourceName);
-    json.endObject();
+    return object;
 }
 
-void write(JSONWriter& json, const MIDIRoute& route) {
-    json.beginObject();
-    write(json, "activeVariantID", route.activeVariantID);
-    write(json, route.channelMode);
-    write(json, "destinationID", route.destinationID);
-    write(json, "destinationManufacturer", route.destinationManufacturer);
-    write(json, "destinationName", route.destinationName);
-    write(json, "id", route.id);
-    json.key("isEnabled");
-    json.boolean(route.isEnabled);
-    write(json, "sourceID", route.sourceID);
-    write(json, "sourceManufacturer", route.sourceManufacturer);
-    write(json, "sourceName", route.sourceName);
-    json.key("variants");
-    json.beginArray();
-    for (const auto& variant : route.variants) {
-        write(json, variant);
+template <typename Record>
+Value writtenArray(const std::vector<Record>& records, Value (*write)(const Record&)) {
+    Value::array_t array;
+    array.reserve(records.size());
+    for (const Record& record : records) {
+        array.push_back(write(record));
     }
-    json.endArray();
-    json.endObject();
+    return array;
 }
 
-void write(JSONWriter& json, const MIDIRouteSet& routeSet) {
-    json.beginObject();
-    write(json, "id", routeSet.id);
-    write(json, "name", std::optional(routeSet.name));
-    json.key("routes");
-    json.beginArray();
-    for (const auto& route : routeSet.routes) {
-        write(json, route);
-    }
-    json.endArray();
-    json.endObject();
+Value written(const MIDIRoute& route) {
+    Value object = writtenEndpoints(route);
+    object["activeVariantID"] = written(route.activeVariantID);
+    object["channelMode"] = written(route.channelMode);
+    object["isEnabled"] = route.isEnabled;
+    object["variants"] = writtenArray(route.variants, written);
+    return object;
 }
 
-std::optional<std::string> readOptionalText(const JSONValue& json, std::string_view key) {
-    const auto value = json.optional(key);
-    return value ? std::optional(value->string()) : std::nullopt;
+Value written(const MIDIRouteSet& routeSet) {
+    return {{"id", written(routeSet.id)}, {"name", routeSet.name}, {"routes", writtenArray(routeSet.routes, written)}};
 }
 
-ChannelMode readChannelMode(const JSONValue& json) {
-    const bool isAsIs = json.hasKey("asIs");
-    if (isAsIs == json.hasKey("force")) {
-        json.fail("Invalid number of keys found, expected one.");
+std::optional<std::string> readOptionalText(const Value& object, std::string_view key) {
+    const Value* const value = json::optional(object, key);
+    return value != nullptr ? std::optional(json::string(*value)) : std::nullopt;
+}
+
+ChannelMode readChannelMode(const Value& mode) {
+    const auto& members = json::object(mode);
+    const bool isAsIs = members.contains("asIs");
+    if (isAsIs == members.contains("force")) {
+        json::fail(mode, "Invalid number of keys found, expected one.");
     }
     if (isAsIs) {
-        json.required("asIs").requireObject();
+        static_cast<void>(json::object(json::required(mode, "asIs")));
         return ChannelMode::asIs();
     }
-    return ChannelMode::force(json.required("force").required("_0").integer<std::int32_t>());
+    return ChannelMode::force(json::integer<std::int32_t>(json::required(json::required(mode, "force"), "_0")));
 }
 
-KeyboardShortcutSpec readShortcut(const JSONValue& json) {
+KeyboardShortcutSpec readShortcut(const Value& object) {
     // Not by the normalising constructor: a shortcut stays as it was saved.
     KeyboardShortcutSpec shortcut;
-    shortcut.key = json.required("key").string();
-    for (const auto& value : json.required("modifiers").elements()) {
-        const auto modifier = keyboardShortcutModifierFromRawValue(value.string());
+    shortcut.key = json::string(json::required(object, "key"));
+    for (const Value& value : json::array(json::required(object, "modifiers"))) {
+        const auto modifier = keyboardShortcutModifierFromRawValue(json::string(value));
         if (!modifier) {
-            value.fail("unknown modifier");
+            json::fail(value, "unknown modifier");
         }
         shortcut.modifiers.push_back(*modifier);
     }
     return shortcut;
 }
 
-MIDIRouteVariant readVariant(const JSONValue& json) {
+MIDIRouteVariant readVariant(const Value& object) {
     MIDIRouteVariant variant;
-    variant.id = json.required("id").uuid();
-    variant.name = json.required("name").string();
-    if (const auto shortcut = json.optional("shortcut")) {
+    variant.id = json::uuid(json::required(object, "id"));
+    variant.name = json::string(json::required(object, "name"));
+    if (const Value* const shortcut = json::optional(object, "shortcut")) {
         variant.shortcut = readShortcut(*shortcut);
     }
-    if (const auto mode = json.optional("channelMode")) {
+    if (const Value* const mode = json::optional(object, "channelMode")) {
         variant.channelMode = readChannelMode(*mode);
     }
-    variant.sourceID = json.required("sourceID").integer<std::int32_t>();
-    variant.destinationID = json.required("destinationID").integer<std::int32_t>();
-    variant.sourceName = readOptionalText(json, "sourceName");
-    variant.sourceManufacturer = readOptionalText(json, "sourceManufacturer");
-    variant.destinationName = readOptionalText(json, "destinationName");
-    variant.destinationManufacturer = readOptionalText(json, "destinationManufacturer");
+    variant.sourceID = json::integer<std::int32_t>(json::required(object, "sourceID"));
+    variant.destinationID = json::integer<std::int32_t>(json::required(object, "destinationID"));
+    variant.sourceName = readOptionalText(object, "sourceName");
+    variant.sourceManufacturer = readOptionalText(object, "sourceManufacturer");
+    variant.destinationName = readOptionalText(object, "destinationName");
+    variant.destinationManufacturer = readOptionalText(object, "destinationManufacturer");
     return variant;
 }
 
@@ -176,66 +166,61 @@ void migrateChannelModes(MIDIRoute& route, const ChannelMode& savedMode) {
     route.applyActiveVariant();
 }
 
-MIDIRoute readRoute(const JSONValue& json) {
-    const UUID id = json.required("id").uuid();
-    const ChannelMode mode = readChannelMode(json.required("channelMode"));
+MIDIRoute readRoute(const Value& object) {
+    const UUID id = json::uuid(json::required(object, "id"));
+    const ChannelMode mode = readChannelMode(json::required(object, "channelMode"));
     std::optional<UUID> activeVariantID;
-    if (const auto value = json.optional("activeVariantID")) {
-        activeVariantID = value->uuid();
+    if (const Value* const value = json::optional(object, "activeVariantID")) {
+        activeVariantID = json::uuid(*value);
     }
     std::vector<MIDIRouteVariant> variants;
-    if (const auto values = json.optional("variants")) {
-        for (const auto& value : values->elements()) {
+    if (const Value* const values = json::optional(object, "variants")) {
+        for (const Value& value : json::array(*values)) {
             variants.push_back(readVariant(value));
         }
     }
-    MIDIRoute route(id, json.required("sourceID").integer<std::int32_t>(),
-                    json.required("destinationID").integer<std::int32_t>(), readOptionalText(json, "sourceName"),
-                    readOptionalText(json, "sourceManufacturer"), readOptionalText(json, "destinationName"),
-                    readOptionalText(json, "destinationManufacturer"), mode, json.required("isEnabled").boolean(),
-                    activeVariantID, std::move(variants));
+    MIDIRoute route(id, json::integer<std::int32_t>(json::required(object, "sourceID")),
+                    json::integer<std::int32_t>(json::required(object, "destinationID")),
+                    readOptionalText(object, "sourceName"), readOptionalText(object, "sourceManufacturer"),
+                    readOptionalText(object, "destinationName"), readOptionalText(object, "destinationManufacturer"),
+                    mode, json::boolean(json::required(object, "isEnabled")), activeVariantID, std::move(variants));
     migrateChannelModes(route, mode);
     return route;
 }
 
-std::vector<MIDIRoute> readRoutes(const JSONValue& json) {
+std::vector<MIDIRoute> readRoutes(const Value& array) {
     std::vector<MIDIRoute> routes;
-    for (const auto& value : json.elements()) {
+    for (const Value& value : json::array(array)) {
         routes.push_back(readRoute(value));
     }
     return routes;
 }
 
+MIDIRouteSet readRouteSet(const Value& object) {
+    return {json::uuid(json::required(object, "id")), json::string(json::required(object, "name")),
+            readRoutes(json::required(object, "routes"))};
+}
+
+MIDIRouteSetDocument readDocument(const Value& root) {
+    if (root.is_array()) {
+        return MIDIRouteSetDocument::singleSet(readRoutes(root), MIDIRouteSetDocument::kDefaultSetName);
+    }
+    std::vector<MIDIRouteSet> routeSets;
+    for (const Value& value : json::array(json::required(root, "routeSets"))) {
+        routeSets.push_back(readRouteSet(value));
+    }
+    return {json::uuid(json::required(root, "selectedSetID")), std::move(routeSets)};
+}
+
 }  // namespace
 
 std::string encode(const MIDIRouteSetDocument& document) {
-    JSONWriter json;
-    json.beginObject();
-    json.key("routeSets");
-    json.beginArray();
-    for (const auto& routeSet : document.routeSets) {
-        write(json, routeSet);
-    }
-    json.endArray();
-    write(json, "selectedSetID", document.selectedSetID);
-    json.endObject();
-    return json.take();
+    return json::text(
+        {{"routeSets", writtenArray(document.routeSets, written)}, {"selectedSetID", written(document.selectedSetID)}});
 }
 
-MIDIRouteSetDocument decode(std::string_view json) {
-    const JSONText text(json);
-    const JSONValue root = text.root();
-    std::vector<MIDIRouteSet> routeSets;
-    for (const auto& value : root.required("routeSets").elements()) {
-        routeSets.push_back(
-            {value.required("id").uuid(), value.required("name").string(), readRoutes(value.required("routes"))});
-    }
-    return {root.required("selectedSetID").uuid(), std::move(routeSets)};
-}
-
-MIDIRouteSetDocument decodeRouteArray(std::string_view json) {
-    const JSONText text(json);
-    return MIDIRouteSetDocument::singleSet(readRoutes(text.root()), MIDIRouteSetDocument::kDefaultSetName);
+MIDIRouteSetDocument decode(std::string_view text) {
+    return json::decode(text, readDocument);
 }
 
 }  // namespace corvel::RouteSetDocumentCoder

@@ -11,17 +11,15 @@ namespace corvel::RouteSetDocumentCoder {
 
 using corvel::DecodingError;
 
-/// The document as JSON, byte for byte reproducible: two blanks of indentation, `"key" : value`, keys in ascending
-/// byte order, absent optional values left out, slashes escaped, no final newline. Texts that are not UTF-8 are
-/// repaired on the way. The document is written as it is, without normalisation.
+/// The document as JSON: indented, keys in ascending byte order, absent optional values left out, slashes escaped, no
+/// final newline. Equal documents give equal bytes. Texts that are not UTF-8 are repaired on the way. The document is
+/// written as it is, without normalisation.
 [[nodiscard]] std::string encode(const MIDIRouteSetDocument& document);
 
-/// Reads a document in the current form: strict RFC 8259 JSON (one leading byte-order mark is skipped, nesting over
-/// 512 is refused), unknown keys ignored, the last of duplicate keys counting. The result is normalised. Throws
-/// `DecodingError`; nothing is partially read.
-[[nodiscard]] MIDIRouteSetDocument decode(std::string_view json);
-
-/// Reads the older form, a top-level array of connections, as one selected set named "Default". Throws `DecodingError`.
-[[nodiscard]] MIDIRouteSetDocument decodeRouteArray(std::string_view json);
+/// Reads a document: strict RFC 8259 JSON (one leading byte-order mark is skipped, nesting over 512 is refused),
+/// unknown keys ignored, the last of duplicate keys counting. A top-level array is the older form, a list of
+/// connections, and becomes one selected set named "Default". The result is normalised. Throws `DecodingError`; nothing
+/// is partially read.
+[[nodiscard]] MIDIRouteSetDocument decode(std::string_view text);
 
 }  // namespace corvel::RouteSetDocumentCoder

@@ -2,9 +2,11 @@
 
 #include "core/storage/ApplicationSupportFolder.hpp"
 #include "core/storage/AtomicFile.hpp"
+#include "core/storage/KeptCopies.hpp"
 #include "core/storage/RouteSetDocumentCoder.hpp"
 
-#include <exception>
+#include <functional>
+#include <new>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -16,6 +18,8 @@ namespace {
 
 using std::filesystem::path;
 
+constexpr const char* kTooLarge = "larger than 64 MB";
+constexpr const char* kNoMemory = "not enough memory to read it";
 constexpr const char* kFileName = "routes.json";
 constexpr const char* kFolderName = "Corvel";
 constexpr const char* kLegacyFolderName = "MIDIRouter";
@@ -28,54 +32,41 @@ path legacyDefaultFileURL() {
     throw RouteStoreError(file.string() + ": " + error.code().message());
 }
 
-std::optional<MIDIRouteSetDocument> decodeEitherForm(std::string_view json) {
-    try {
-        return RouteSetDocumentCoder::decode(json);
-    } catch (const DecodingError&) {
-        try {
-            return RouteSetDocumentCoder::decodeRouteArray(json);
-        } catch (const DecodingError&) {
-            return std::nullopt;
-        }
-    }
+std::size_t fingerprint(std::string_view text) {
+    return std::hash<std::string_view>()(text);
 }
 
-std::optional<MIDIRouteSetDocument> readDocument(const path& file) {
-    try {
-        return decodeEitherForm(readFile(file));
-    } catch (const std::exception&) {
-        // Whatever the reason, a file too large for the memory included: a show must start all the same.
-        return std::nullopt;
-    }
-}
+/// A file's text, or why there is none.
+struct FileText {
+    std::optional<std::string> text;
+    std::string problem;
+    bool isMissing = false;
+};
 
-/// Copies a file that no load would accept to a name that is free beside it, and returns that name; does nothing if
-/// there is no file or it is acceptable. A file that cannot be read is an error: nobody knows what would be lost.
-std::optional<path> keepIfUnreadable(const path& file) {
-    std::string bytes;
+FileText readText(const path& file) {
     try {
-        bytes = readFile(file);
+        return {.text = readFile(file, RouteStore::kMaxFileSize), .problem = {}};
     } catch (const std::system_error& error) {
-        if (error.code() == std::errc::no_such_file_or_directory) {
-            return std::nullopt;
-        }
-        throw;
+        const bool isTooLarge = error.code() == std::errc::file_too_large;
+        return {.text = std::nullopt,
+                .problem = isTooLarge ? kTooLarge : error.code().message(),
+                .isMissing = error.code() == std::errc::no_such_file_or_directory};
+    } catch (const std::bad_alloc&) {
+        return {.text = std::nullopt, .problem = kNoMemory};
     }
-    if (decodeEitherForm(bytes)) {
-        return std::nullopt;
+}
+
+/// The document in a file. If there is none, the problem says why.
+std::optional<MIDIRouteSetDocument> documentIn(FileText& file) {
+    try {
+        return file.text ? std::optional(RouteSetDocumentCoder::decode(*file.text)) : std::nullopt;
+    } catch (const DecodingError& error) {
+        file.problem = error.what();
+    } catch (const std::bad_alloc&) {
+        // A small file can hold very many values; a show must start all the same.
+        file.problem = kNoMemory;
     }
-    for (int number = 1;; ++number) {
-        path copy = file;
-        copy += number == 1 ? ".unreadable" : ".unreadable-" + std::to_string(number);
-        try {
-            createFile(copy, bytes, file);
-            return copy;
-        } catch (const std::system_error& error) {
-            if (error.code() != std::errc::file_exists) {
-                failToWrite(copy, error);
-            }
-        }
-    }
+    return std::nullopt;
 }
 
 void removeFolderIfEmpty(const path& folder) {
@@ -91,10 +82,15 @@ bool isTaken(const path& file) {
     return std::filesystem::status(file, error).type() != std::filesystem::file_type::not_found;
 }
 
+bool isLink(const path& file) {
+    std::error_code error;
+    return std::filesystem::is_symlink(std::filesystem::symlink_status(file, error));
+}
+
 }  // namespace
 
-RouteStore::RouteStore(path fileURL, std::optional<path> legacyFileURL)
-    : fileURL_(std::move(fileURL)), legacyFileURL_(std::move(legacyFileURL)) {
+RouteStore::RouteStore(path fileURL, std::optional<path> legacyFileURL, MissingFile missingFile)
+    : fileURL_(std::move(fileURL)), legacyFileURL_(std::move(legacyFileURL)), missingFile_(missingFile) {
     if (!legacyFileURL_ && fileURL_ == defaultFileURL()) {
         legacyFileURL_ = legacyDefaultFileURL();
     }
@@ -105,24 +101,44 @@ path RouteStore::defaultFileURL() {
 }
 
 MIDIRouteSetDocument RouteStore::loadDocument() const {
-    if (auto document = readDocument(fileURL_)) {
+    AtomicFile::removeAbandoned(fileURL_);
+    known_.reset();
+    loadProblem_.reset();
+    FileText current = readText(fileURL_);
+    if (auto document = documentIn(current)) {
+        known_ = fingerprint(*current.text);
         return *std::move(document);
     }
+    // A link that leads nowhere is never normal: what it leads to may be on a disk that is not there yet.
+    const bool isNormal = current.isMissing && missingFile_ == MissingFile::isNormal && !isLink(fileURL_);
+    const auto noteProblem = [&](std::string_view consequence) {
+        if (!isNormal) {
+            loadProblem_ = fileURL_.string() + ": " + current.problem + "; " + std::string(consequence);
+        }
+    };
     if (legacyFileURL_) {
-        if (auto document = readDocument(*legacyFileURL_)) {
+        FileText legacy = readText(*legacyFileURL_);
+        if (auto document = documentIn(legacy)) {
+            noteProblem("the older installation's sets are used");
             migrate(*document, *legacyFileURL_);
             return *std::move(document);
         }
     }
+    noteProblem("an empty set is used");
     return MIDIRouteSetDocument::singleSet({}, MIDIRouteSetDocument::kDefaultSetName);
 }
 
-void RouteStore::saveDocument(const MIDIRouteSetDocument& document) const {
+std::optional<path> RouteStore::saveDocument(const MIDIRouteSetDocument& document) const {
+    const std::string text = RouteSetDocumentCoder::encode(document);
+    if (text.size() > kMaxFileSize) {
+        throw RouteStoreError(fileURL_.string() + ": " + kTooLarge);
+    }
     try {
         if (fileURL_.has_parent_path()) {
             std::filesystem::create_directories(fileURL_.parent_path());
         }
-        replaceFile(RouteSetDocumentCoder::encode(document));
+        AtomicFile::removeAbandoned(fileURL_);
+        return replaceFile(text);
     } catch (const std::system_error& error) {
         failToWrite(fileURL_, error);
     }
@@ -136,23 +152,33 @@ void RouteStore::save(const std::vector<MIDIRoute>& routes) const {
     saveDocument(MIDIRouteSetDocument::singleSet(routes, MIDIRouteSetDocument::kDefaultSetName));
 }
 
-void RouteStore::replaceFile(std::string_view json) const {
+std::optional<path> RouteStore::replaceFile(std::string_view text) const {
     // Ahead of the copy, so that saves that fail again and again for want of space leave no copies behind.
-    AtomicFile replacement(fileURL_, json);
-    std::optional<path> copy;
-    if (!lastWritten_ || fileStamp(fileURL_) != lastWritten_) {
-        copy = keepIfUnreadable(fileURL_);
+    AtomicFile replacement(fileURL_, text);
+    const std::optional<path> copy = keepIfUnknown(replacement);
+    replacement.commit();
+    known_ = fingerprint(text);
+    return copy;
+}
+
+std::optional<path> RouteStore::keepIfUnknown(AtomicFile& replacement) const {
+    const path& file = replacement.target();
+    FileText current = readText(file);
+    if (current.isMissing || (current.text && fingerprint(*current.text) == known_)) {
+        return std::nullopt;
     }
+    const KeptCopies copies(file, documentIn(current) ? "kept" : "unreadable");
+    if (auto copy = current.text ? copies.holding(*current.text) : std::nullopt) {
+        return copy;
+    }
+    path copy = copies.nextName();
     try {
-        replacement.commit();
-    } catch (const std::system_error&) {
-        if (copy) {
-            std::error_code ignored;
-            std::filesystem::remove(*copy, ignored);
-        }
-        throw;
+        replacement.keepOld(copy);
+    } catch (const std::system_error& error) {
+        failToWrite(copy, error);
     }
-    lastWritten_ = replacement.stamp();
+    copies.makeRoom();
+    return copy;
 }
 
 void RouteStore::migrate(const MIDIRouteSetDocument& document, const path& legacyFile) const {

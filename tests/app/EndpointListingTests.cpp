@@ -50,7 +50,7 @@ TEST(EndpointListing, WritesEveryEndpointAsJSON) {
 }
 
 TEST(EndpointListing, WritesEmptyArraysAsJSONWithoutEndpoints) {
-    EXPECT_EQ(EndpointListing::json({}), "{\n  \"destinations\" : [],\n  \"sources\" : []\n}\n");
+    EXPECT_EQ(EndpointListing::json({}), "{\n  \"destinations\": [],\n  \"sources\": []\n}\n");
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include "core/storage/RouteSetDocumentCoder.hpp"
 #include "tests/app/ModelFixture.hpp"
 #include "tests/support/SaveCounter.hpp"
 
@@ -270,6 +271,65 @@ TEST_F(MIDIRouterViewModelSaving, HappensOnceForEachCommand) {
     EXPECT_EQ(savesOf([&] { model->renameSelectedRouteSet("Newer"); }), 1U);
     EXPECT_EQ(savesOf([&] { model->deleteSelectedRouteSet(); }), 1U);
     EXPECT_EQ(savesOf([&] { model->applyEndpointSnapshot(); }), 0U);
+}
+
+/// What another program or the user made of the document.
+MIDIRouteSetDocument edited() {
+    return {makeID(9), {{makeID(9), "Edited", {}}}};
+}
+
+TEST_F(MIDIRouterViewModelSaving, TellsWhereTheFileOfAnotherProgramIsKept) {
+    const std::vector<std::pair<std::string, std::function<void()>>> commands{
+        {"Set \"Live\" saved (2 connections)", [&] { model->connect(1012, 1022); }},
+        {"Added output channel Ch 3", [&] { model->addChannelAssignment(makeID(11), ChannelMode::force(3), {}); }},
+        {"Loaded set \"Studio\"", [&] { model->selectRouteSet(makeID(2)); }},
+        {"Renamed set \"Room\"", [&] { model->renameSelectedRouteSet("Room"); }},
+        {"Deleted set \"Room\"", [&] { model->deleteSelectedRouteSet(); }},
+    };
+    const std::string kept = (file.parent_path() / "routes.json.kept").string();
+    for (const auto& [text, command] : commands) {
+        writeFile(file, RouteSetDocumentCoder::encode(edited()));
+        command();
+        EXPECT_EQ(model->statusMessage(), text + "; the file that was there is kept as routes.json.kept");
+        EXPECT_EQ(model->diagnosticEvents().back().message,
+                  file.string() + ": replaced a file that Corvel had not read; it is kept as " + kept);
+        EXPECT_EQ(saved(), document());
+    }
+    EXPECT_EQ(RouteStore(kept).loadDocument(), edited());
+    model->renameSelectedRouteSet("Encore");
+    EXPECT_EQ(model->statusMessage(), "Renamed set \"Encore\"") << "said once";
+}
+
+TEST_F(MIDIRouterViewModelSaving, TellsOfACopyThatADeviceCausedWithTheNextCommand) {
+    writeFile(file, RouteSetDocumentCoder::encode(edited()));
+    // The synth comes back under another ID, which is saved.
+    unplugDestination(21);
+    model->applyEndpointSnapshot();
+    host->addDestination(31, {.displayName = "Synth", .manufacturer = "Acme", .uniqueID = 1031});
+    model->applyEndpointSnapshot();
+    EXPECT_EQ(model->statusMessage(), "2 inputs, 2 outputs");
+    EXPECT_THAT(model->diagnosticEvents().back().message, ::testing::HasSubstr("it is kept as "));
+    model->selectRouteSet(makeID(2));
+    EXPECT_EQ(model->statusMessage(), "Loaded set \"Studio\"; the file that was there is kept as routes.json.kept");
+}
+
+TEST_F(MIDIRouterViewModelSaving, TellsThatTheDocumentCouldNotBeReadUntilTheFirstCommand) {
+    writeFile(file, "{oops");
+    model = MIDIRouterViewModel::create(engine, std::make_shared<RouteStore>(file), settings, clock, mainQueue);
+    const std::string problem = file.string() + ": line 1: not valid JSON; an empty set is used";
+    EXPECT_EQ(model->statusMessage(), problem);
+    ASSERT_THAT(model->diagnosticEvents(), SizeIs(1));
+    EXPECT_EQ(model->diagnosticEvents().front().message, problem);
+    startModel();
+    model->applyEndpointSnapshot();
+    EXPECT_EQ(model->statusMessage(), problem) << "devices do not hide it";
+    model->connect(1011, 1021);
+    EXPECT_EQ(model->statusMessage(),
+              "Set \"Default\" saved (1 connections); the file that was there is kept as "
+              "routes.json.unreadable");
+    model->applyEndpointSnapshot();
+    EXPECT_EQ(model->statusMessage(), "2 inputs, 2 outputs");
+    EXPECT_EQ(readFile(file.parent_path() / "routes.json.unreadable"), "{oops");
 }
 
 }  // namespace

@@ -9,12 +9,12 @@ namespace corvel::tests {
 namespace {
 
 constexpr const char* kKeysJSON = R"({
-  "direction" : "source",
-  "displayName" : "Keys",
-  "endpointRef" : 4294967295,
-  "id" : -42,
-  "isOnline" : false,
-  "manufacturer" : "Acme"
+  "direction": "source",
+  "displayName": "Keys",
+  "endpointRef": 4294967295,
+  "id": -42,
+  "isOnline": false,
+  "manufacturer": "Acme"
 })";
 
 MIDIEndpointModel keys() {
@@ -42,11 +42,11 @@ TEST(EndpointCoder, LeavesAnAbsentManufacturerOut) {
     const MIDIEndpointModel drums{7, 12, "Drums", std::nullopt, MIDIEndpointDirection::destination, true};
     const std::string json = EndpointCoder::encode(drums);
     EXPECT_EQ(json, R"({
-  "direction" : "destination",
-  "displayName" : "Drums",
-  "endpointRef" : 12,
-  "id" : 7,
-  "isOnline" : true
+  "direction": "destination",
+  "displayName": "Drums",
+  "endpointRef": 12,
+  "id": 7,
+  "isOnline": true
 })");
     EXPECT_EQ(EndpointCoder::decode(json), drums);
 }

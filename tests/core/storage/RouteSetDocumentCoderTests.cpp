@@ -32,65 +32,65 @@ UUID idOf(std::string_view text) {
 }
 
 constexpr std::string_view kTwoAssignmentsText = R"({
-  "routeSets" : [
+  "routeSets": [
     {
-      "id" : "4C1E2B7A-0F43-4D7B-9E55-6A0B1C2D3E4F",
-      "name" : "Default",
-      "routes" : [
+      "id": "4C1E2B7A-0F43-4D7B-9E55-6A0B1C2D3E4F",
+      "name": "Default",
+      "routes": [
         {
-          "activeVariantID" : "B2B0C6D1-5E0A-4F7C-8D11-2233445566AA",
-          "channelMode" : {
-            "force" : {
-              "_0" : 10
+          "activeVariantID": "B2B0C6D1-5E0A-4F7C-8D11-2233445566AA",
+          "channelMode": {
+            "force": {
+              "_0": 10
             }
           },
-          "destinationID" : -1270023412,
-          "destinationName" : "Synth In",
-          "id" : "9F0E8D7C-6B5A-4938-8271-605F4E3D2C1B",
-          "isEnabled" : true,
-          "sourceID" : 1193046,
-          "sourceManufacturer" : "Example Maker",
-          "sourceName" : "Keys Out",
-          "variants" : [
+          "destinationID": -1270023412,
+          "destinationName": "Synth In",
+          "id": "9F0E8D7C-6B5A-4938-8271-605F4E3D2C1B",
+          "isEnabled": true,
+          "sourceID": 1193046,
+          "sourceManufacturer": "Example Maker",
+          "sourceName": "Keys Out",
+          "variants": [
             {
-              "channelMode" : {
-                "asIs" : {}
+              "channelMode": {
+                "asIs": {}
               },
-              "destinationID" : -1270023412,
-              "destinationName" : "Synth In",
-              "id" : "A1A0B5C0-4D09-4E6B-8C00-112233445599",
-              "name" : "As Is",
-              "sourceID" : 1193046,
-              "sourceManufacturer" : "Example Maker",
-              "sourceName" : "Keys Out"
+              "destinationID": -1270023412,
+              "destinationName": "Synth In",
+              "id": "A1A0B5C0-4D09-4E6B-8C00-112233445599",
+              "name": "As Is",
+              "sourceID": 1193046,
+              "sourceManufacturer": "Example Maker",
+              "sourceName": "Keys Out"
             },
             {
-              "channelMode" : {
-                "force" : {
-                  "_0" : 10
+              "channelMode": {
+                "force": {
+                  "_0": 10
                 }
               },
-              "destinationID" : -1270023412,
-              "destinationName" : "Synth In",
-              "id" : "B2B0C6D1-5E0A-4F7C-8D11-2233445566AA",
-              "name" : "Ch 10",
-              "shortcut" : {
-                "key" : "p",
-                "modifiers" : [
+              "destinationID": -1270023412,
+              "destinationName": "Synth In",
+              "id": "B2B0C6D1-5E0A-4F7C-8D11-2233445566AA",
+              "name": "Ch 10",
+              "shortcut": {
+                "key": "p",
+                "modifiers": [
                   "option",
                   "shift"
                 ]
               },
-              "sourceID" : 1193046,
-              "sourceManufacturer" : "Example Maker",
-              "sourceName" : "Keys Out"
+              "sourceID": 1193046,
+              "sourceManufacturer": "Example Maker",
+              "sourceName": "Keys Out"
             }
           ]
         }
       ]
     }
   ],
-  "selectedSetID" : "4C1E2B7A-0F43-4D7B-9E55-6A0B1C2D3E4F"
+  "selectedSetID": "4C1E2B7A-0F43-4D7B-9E55-6A0B1C2D3E4F"
 })";
 
 /// One enabled connection with two assignments, of which the second, forcing channel 10, is active.
@@ -119,7 +119,7 @@ MIDIRouteSetDocument twoAssignments() {
 /// The written form of a set's name.
 std::string writtenName(std::string_view name) {
     const std::string text = encode({makeID(1), {{makeID(1), std::string(name), {}}}});
-    const std::string_view start = "\"name\" : ";
+    const std::string_view start = "\"name\": ";
     const std::size_t from = text.find(start) + start.size();
     return text.substr(from, text.find(",\n      \"routes\"") - from);
 }
@@ -134,14 +134,14 @@ TEST(RouteSetDocumentCoder, ReadsWhatItWrites) {
 
 TEST(RouteSetDocumentCoder, WritesAnEmptySet) {
     EXPECT_EQ(encode({makeID(1), {{makeID(1), "", {}}}}), R"({
-  "routeSets" : [
+  "routeSets": [
     {
-      "id" : "00000000-0000-4000-8000-000000000001",
-      "name" : "",
-      "routes" : []
+      "id": "00000000-0000-4000-8000-000000000001",
+      "name": "",
+      "routes": []
     }
   ],
-  "selectedSetID" : "00000000-0000-4000-8000-000000000001"
+  "selectedSetID": "00000000-0000-4000-8000-000000000001"
 })");
 }
 
@@ -150,8 +150,8 @@ TEST(RouteSetDocumentCoder, WritesTheDocumentWithoutNormalisingIt) {
     document.selectedSetID = makeID(0xAB);
     document.routeSets.clear();
     EXPECT_EQ(encode(document), R"({
-  "routeSets" : [],
-  "selectedSetID" : "00000000-0000-4000-8000-0000000000AB"
+  "routeSets": [],
+  "selectedSetID": "00000000-0000-4000-8000-0000000000AB"
 })");
 }
 
@@ -170,52 +170,52 @@ TEST(RouteSetDocumentCoder, WritesEveryOptionalKeyThatHasAValue) {
                                              .destinationName = "Synth",
                                              .destinationManufacturer = ""})}});
     EXPECT_EQ(encode({makeID(1), {{makeID(1), "Stage", {route}}}}), R"({
-  "routeSets" : [
+  "routeSets": [
     {
-      "id" : "00000000-0000-4000-8000-000000000001",
-      "name" : "Stage",
-      "routes" : [
+      "id": "00000000-0000-4000-8000-000000000001",
+      "name": "Stage",
+      "routes": [
         {
-          "activeVariantID" : "00000000-0000-4000-8000-000000000003",
-          "channelMode" : {
-            "force" : {
-              "_0" : 1
+          "activeVariantID": "00000000-0000-4000-8000-000000000003",
+          "channelMode": {
+            "force": {
+              "_0": 1
             }
           },
-          "destinationID" : 2147483647,
-          "destinationManufacturer" : "",
-          "destinationName" : "Synth",
-          "id" : "00000000-0000-4000-8000-000000000002",
-          "isEnabled" : false,
-          "sourceID" : -2147483648,
-          "sourceManufacturer" : "Keys Maker",
-          "sourceName" : "Keys",
-          "variants" : [
+          "destinationID": 2147483647,
+          "destinationManufacturer": "",
+          "destinationName": "Synth",
+          "id": "00000000-0000-4000-8000-000000000002",
+          "isEnabled": false,
+          "sourceID": -2147483648,
+          "sourceManufacturer": "Keys Maker",
+          "sourceName": "Keys",
+          "variants": [
             {
-              "channelMode" : {
-                "force" : {
-                  "_0" : 1
+              "channelMode": {
+                "force": {
+                  "_0": 1
                 }
               },
-              "destinationID" : 2147483647,
-              "destinationManufacturer" : "",
-              "destinationName" : "Synth",
-              "id" : "00000000-0000-4000-8000-000000000003",
-              "name" : "Lead",
-              "shortcut" : {
-                "key" : "k",
-                "modifiers" : []
+              "destinationID": 2147483647,
+              "destinationManufacturer": "",
+              "destinationName": "Synth",
+              "id": "00000000-0000-4000-8000-000000000003",
+              "name": "Lead",
+              "shortcut": {
+                "key": "k",
+                "modifiers": []
               },
-              "sourceID" : -2147483648,
-              "sourceManufacturer" : "Keys Maker",
-              "sourceName" : "Keys"
+              "sourceID": -2147483648,
+              "sourceManufacturer": "Keys Maker",
+              "sourceName": "Keys"
             }
           ]
         }
       ]
     }
   ],
-  "selectedSetID" : "00000000-0000-4000-8000-000000000001"
+  "selectedSetID": "00000000-0000-4000-8000-000000000001"
 })");
 }
 
@@ -224,38 +224,38 @@ TEST(RouteSetDocumentCoder, LeavesOutOptionalKeysWithoutValue) {
                                  .channelMode = ChannelMode::force(0),
                                  .variants = {makeVariant({.id = makeID(3), .channelMode = std::nullopt})}});
     EXPECT_EQ(encode({makeID(1), {{makeID(1), "Stage", {route}}}}), R"({
-  "routeSets" : [
+  "routeSets": [
     {
-      "id" : "00000000-0000-4000-8000-000000000001",
-      "name" : "Stage",
-      "routes" : [
+      "id": "00000000-0000-4000-8000-000000000001",
+      "name": "Stage",
+      "routes": [
         {
-          "activeVariantID" : "00000000-0000-4000-8000-000000000003",
-          "channelMode" : {
-            "force" : {
-              "_0" : 0
+          "activeVariantID": "00000000-0000-4000-8000-000000000003",
+          "channelMode": {
+            "force": {
+              "_0": 0
             }
           },
-          "destinationID" : 2,
-          "id" : "00000000-0000-4000-8000-000000000002",
-          "isEnabled" : true,
-          "sourceID" : 1,
-          "variants" : [
+          "destinationID": 2,
+          "id": "00000000-0000-4000-8000-000000000002",
+          "isEnabled": true,
+          "sourceID": 1,
+          "variants": [
             {
-              "destinationID" : 2,
-              "id" : "00000000-0000-4000-8000-000000000003",
-              "name" : "As Is",
-              "sourceID" : 1
+              "destinationID": 2,
+              "id": "00000000-0000-4000-8000-000000000003",
+              "name": "As Is",
+              "sourceID": 1
             }
           ]
         }
       ]
     }
   ],
-  "selectedSetID" : "00000000-0000-4000-8000-000000000001"
+  "selectedSetID": "00000000-0000-4000-8000-000000000001"
 })");
     route.variants.clear();
-    EXPECT_THAT(encode({makeID(1), {{makeID(1), "Stage", {route}}}}), HasSubstr("          \"variants\" : []\n"));
+    EXPECT_THAT(encode({makeID(1), {{makeID(1), "Stage", {route}}}}), HasSubstr("          \"variants\": []\n"));
 }
 
 TEST(RouteSetDocumentCoder, WritesModifiersInStoredOrder) {

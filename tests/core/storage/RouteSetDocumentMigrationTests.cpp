@@ -13,7 +13,6 @@ namespace {
 
 using namespace std::string_literals;
 using RouteSetDocumentCoder::decode;
-using RouteSetDocumentCoder::decodeRouteArray;
 using RouteSetDocumentCoder::DecodingError;
 using testing::IsEmpty;
 using tests::arrayText;
@@ -180,7 +179,7 @@ TEST(RouteSetDocumentMigration, KeepsRepeatedIDs) {
 TEST(RouteSetDocumentMigration, ReadsTheOlderArrayOfConnections) {
     const std::string text =
         arrayText({olderRouteText().text(), routeText().with("id", inQuotes(kUnknownIDText)).text()});
-    const MIDIRouteSetDocument document = decodeRouteArray(text);
+    const MIDIRouteSetDocument document = decode(text);
     ASSERT_EQ(document.routeSets.size(), 1U);
     EXPECT_EQ(document.routeSets.front().name, "Default");
     EXPECT_EQ(document.selectedSetID, document.routeSets.front().id);
@@ -189,27 +188,26 @@ TEST(RouteSetDocumentMigration, ReadsTheOlderArrayOfConnections) {
     EXPECT_EQ(document.routeSets.front().routes[0].variants.at(0).channelMode, ChannelMode::force(5));
     EXPECT_EQ(document.routeSets.front().routes[1].id, idOf(kUnknownIDText));
     EXPECT_EQ(document.routeSets.front().routes[1].variants.at(0).name, "As Is");
-    EXPECT_NE(decodeRouteArray(text).selectedSetID, document.selectedSetID);
+    EXPECT_NE(decode(text).selectedSetID, document.selectedSetID);
 }
 
 TEST(RouteSetDocumentMigration, ReadsAnEmptyOlderArray) {
-    const MIDIRouteSetDocument document = decodeRouteArray("[]");
+    const MIDIRouteSetDocument document = decode("[]");
     ASSERT_EQ(document.routeSets.size(), 1U);
     EXPECT_EQ(document.routeSets.front().name, "Default");
     EXPECT_THAT(document.routeSets.front().routes, IsEmpty());
 }
 
-TEST(RouteSetDocumentMigration, KeepsTheTwoFormsApart) {
-    EXPECT_THROW(static_cast<void>(decode("[]")), DecodingError);
-    EXPECT_THROW(static_cast<void>(decode(arrayText({routeText().text()}))), DecodingError);
-    EXPECT_THROW(static_cast<void>(decodeRouteArray(documentText().text())), DecodingError);
-    EXPECT_THROW(static_cast<void>(decodeRouteArray("{}")), DecodingError);
-    EXPECT_THROW(static_cast<void>(decodeRouteArray(arrayText({documentText().text()}))), DecodingError);
+TEST(RouteSetDocumentMigration, RefusesWhatMixesTheTwoForms) {
+    EXPECT_THROW(static_cast<void>(decode("{}")), DecodingError);
+    EXPECT_THROW(static_cast<void>(decode(routeText().text())), DecodingError);
+    EXPECT_THROW(static_cast<void>(decode(arrayText({documentText().text()}))), DecodingError);
+    EXPECT_THROW(static_cast<void>(decode(arrayText({setText().text()}))), DecodingError);
 }
 
 TEST(RouteSetDocumentMigration, RefusesAnOlderArrayWithOneBadConnection) {
     for (const std::string bad : {"null", "5", "{}", "[]", R"("x")"}) {
-        EXPECT_THROW(static_cast<void>(decodeRouteArray(arrayText({routeText().text(), bad}))), DecodingError) << bad;
+        EXPECT_THROW(static_cast<void>(decode(arrayText({routeText().text(), bad}))), DecodingError) << bad;
     }
 }
 

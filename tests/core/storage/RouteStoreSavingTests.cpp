@@ -99,8 +99,8 @@ TEST(RouteStoreSaving, WritesTheDocumentWithoutNormalisingIt) {
     document.routeSets.clear();
     store.saveDocument(document);
     EXPECT_EQ(tests::readFile(folder / "routes.json"), R"({
-  "routeSets" : [],
-  "selectedSetID" : "00000000-0000-4000-8000-0000000000FF"
+  "routeSets": [],
+  "selectedSetID": "00000000-0000-4000-8000-0000000000FF"
 })");
     EXPECT_EQ(store.loadDocument().routeSets.at(0).name, "Default");
 }

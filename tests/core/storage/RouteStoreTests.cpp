@@ -153,6 +153,63 @@ TEST(RouteStore, LoadsOneEmptySetWhereAFolderStandsInItsPlace) {
     expectDefaultDocument(RouteStore(folder / "routes.json").loadDocument());
 }
 
+/// What a store of this file says about it, after the path.
+std::optional<std::string> loadProblem(const std::filesystem::path& file,
+                                       RouteStore::MissingFile missing = RouteStore::MissingFile::isNormal) {
+    const RouteStore store(file, std::nullopt, missing);
+    static_cast<void>(store.loadDocument());
+    const std::optional<std::string>& problem = store.loadProblem();
+    const std::string start = file.string() + ": ";
+    EXPECT_EQ(problem.value_or(start).substr(0, start.size()), start);
+    return problem ? std::optional(problem->substr(start.size())) : std::nullopt;
+}
+
+TEST(RouteStore, HasNoProblemWithADocumentOrAFirstStart) {
+    const TemporaryFolder folder;
+    EXPECT_EQ(loadProblem(folder / "none/routes.json"), std::nullopt);
+    writeFile(folder / "routes.json", encode(stageAndStudio()));
+    EXPECT_EQ(loadProblem(folder / "routes.json"), std::nullopt);
+    writeFile(folder / "routes.json", "[]");
+    EXPECT_EQ(loadProblem(folder / "routes.json"), std::nullopt);
+}
+
+TEST(RouteStore, TellsWhyItCouldNotLoad) {
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder / "routes.json";
+    EXPECT_EQ(loadProblem(file, RouteStore::MissingFile::isAProblem),
+              "No such file or directory; an empty set is used");
+    EXPECT_EQ(loadProblem(folder.path()), "Is a directory; an empty set is used");
+    writeFile(file, "{\n  \"routeSets\" : oops\n}");
+    EXPECT_EQ(loadProblem(file), "line 2: not valid JSON; an empty set is used");
+    writeFile(file, "");
+    EXPECT_EQ(loadProblem(file), "line 1: not valid JSON; an empty set is used");
+    writeFile(file, R"({"selectedSetID": "no", "routeSets": 5})");
+    EXPECT_EQ(loadProblem(file), "routeSets: expected an array; an empty set is used");
+    writeFile(file, R"([{"id": 5}])");
+    EXPECT_EQ(loadProblem(file), "[0].id: expected a UUID; an empty set is used");
+    std::filesystem::resize_file(file, 67'108'865);
+    EXPECT_EQ(loadProblem(file), "larger than 64 MB; an empty set is used");
+}
+
+TEST(RouteStore, TellsThatItsLinkLeadsNowhere) {
+    const TemporaryFolder folder;
+    std::filesystem::create_symlink("disk/routes.json", folder / "routes.json");
+    EXPECT_EQ(loadProblem(folder / "routes.json"), "No such file or directory; an empty set is used");
+}
+
+TEST(RouteStore, TellsThatTheOlderInstallationsSetsAreUsed) {
+    const TemporaryFolder folder;
+    const RouteStore store(folder / "new/routes.json", folder / "old/routes.json");
+    writeFile(folder / "old/routes.json", encode(stageAndStudio()));
+    writeFile(folder / "new/routes.json", "damaged");
+    static_cast<void>(store.loadDocument());
+    EXPECT_EQ(store.loadProblem(), (folder / "new/routes.json").string() +
+                                       ": line 1: not valid JSON; the older installation's sets are used");
+    std::filesystem::remove(folder / "new/routes.json");
+    static_cast<void>(store.loadDocument());
+    EXPECT_EQ(store.loadProblem(), std::nullopt);
+}
+
 TEST(RouteStoreMigration, MovesTheLegacyFileToTheCurrentPlace) {
     const TemporaryFolder folder;
     const RouteStore store(folder / "new/deeper/routes.json", folder / "old/routes.json");
