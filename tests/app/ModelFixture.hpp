@@ -40,6 +40,7 @@ protected:
     void makeModel() {
         model.reset();
         engine = CoreMIDIRouterEngine::create(host, queue, mainQueue, clock);
+        host->requested.clear();
         model = MIDIRouterViewModel::create(engine, store, settings, clock, mainQueue);
     }
 

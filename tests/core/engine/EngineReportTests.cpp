@@ -246,6 +246,10 @@ TEST_F(EngineReports, TellOfARepeatedFailureOnceASecondWithItsCount) {
     EXPECT_THAT(reportsDuring(milliseconds(1000)),
                 ElementsAre("failed: MIDI message could not be sent (-11), repeated 1 time"));
     EXPECT_THAT(reportsDuring(milliseconds(60'000)), IsEmpty());
+
+    playNotes(1);
+    settle();
+    EXPECT_EQ(delegate->failures.back(), "MIDI message could not be sent (-11)") << "new trouble";
 }
 
 TEST_F(EngineReports, TellOfAFailureAtOnceAfterASecondWithoutIt) {
