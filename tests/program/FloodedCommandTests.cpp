@@ -1,5 +1,5 @@
-// Commands that reach a router while programs play as fast as they can: they are carried out, and take effect, as soon
-// as on a quiet stage.
+// Commands that reach a router while programs play more than it can send: they are carried out, and take effect, as
+// soon as on a quiet stage.
 
 #include "tests/program/SequencerProgramFixture.hpp"
 #include "tests/support/SequencerFlood.hpp"
@@ -16,7 +16,7 @@ using std::chrono::steady_clock;
 
 class FloodedCommand : public SequencerProgramFixture {
 protected:
-    static constexpr std::array<const char*, 3> kFlooders{"Flooder 1", "Flooder 2", "Flooder 3"};
+    static constexpr std::array<const char*, 4> kFlooders{"Flooder 1", "Flooder 2", "Flooder 3", "Flooder 4"};
 
     /// A set, named by its digit and its name, that connects each flooder with the destination.
     static std::string setJSON(char digit, const std::string& name, const std::string& destination) {
@@ -43,9 +43,11 @@ TEST_F(FloodedCommand, ToChangeTheSetTakesEffectInTheMiddleOfTheFlood) {
     for (SequencerPeer* peer : {&first, &second}) {
         peer->addPort("In", SequencerPeer::kDestination);
         peer->setInputPool(kLargestPool);
+        // Without a pace one reading would last as long as the flood.
+        peer->setReadingPace(milliseconds(1));
     }
     std::array<SequencerFlood, kFlooders.size()> flooders{SequencerFlood(kFlooders[0]), SequencerFlood(kFlooders[1]),
-                                                          SequencerFlood(kFlooders[2])};
+                                                          SequencerFlood(kFlooders[2]), SequencerFlood(kFlooders[3])};
     ASSERT_NO_FATAL_FAILURE(startOnDocument());
     for (SequencerFlood& flooder : flooders) {
         ASSERT_TRUE(waitUntilHeard(flooder.peer(), flooder.port()));

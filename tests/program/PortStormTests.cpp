@@ -139,7 +139,7 @@ TEST_F(PortStorm, OfTwoHundredAndFiftyPortsHoldsNoNoteUpForLong) {
     constexpr unsigned kManyPorts = 250;
     constexpr unsigned kNotes = kRounds * kManyPorts * 2;
     // Milliseconds on a quiet machine; seconds if each port is a reload that the notes wait for.
-    constexpr std::chrono::milliseconds kLimit{1'000};
+    constexpr std::chrono::milliseconds kLimit{500};
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_TRUE(waitUntilHeard(keyboard_, keys_));
     SequencerPeer rack("Rack");
@@ -171,16 +171,10 @@ TEST_F(PortStorm, OfTwoHundredAndFiftyPortsHoldsNoNoteUpForLong) {
 
 TEST_F(PortStorm, IsNoticedPortByPortWhenEachComesOrGoesWhileTheLastIsBeingTakenIn) {
     ASSERT_NO_FATAL_FAILURE(start());
-    ASSERT_NO_FATAL_FAILURE(plugAndSettle());
     for (int run = 0; run < runs(); ++run) {
         SCOPED_TRACE(run);
-        // What has settled is written before the program looks at the endpoints again. It is to find the next change
-        // and the word of it at the same time.
-        ASSERT_NO_FATAL_FAILURE(halt());
-        const std::size_t before = errorLines(kSettled).size();
-        plug();
-        resume();
-        ASSERT_NO_FATAL_FAILURE(waitUntilSettled(before));
+        // The program is still looking at what has settled when the next change comes.
+        ASSERT_NO_FATAL_FAILURE(plugAndSettle());
         if (visitor_) {
             ASSERT_TRUE(waitUntilHeard(*visitor_, {visitor_->client(), 0}));
         }

@@ -96,19 +96,15 @@ bool SequencerProgramFixture::waitUntilHeard(const SequencerPeer& peer, Sequence
     return waitUntil([&] { return !peer.subscribers(source).empty(); });
 }
 
-void SequencerProgramFixture::plug() {
+void SequencerProgramFixture::plugAndSettle() {
+    const std::string settled = "Endpoint reload (notification settled)";
+    const std::size_t before = errorLines(settled).size();
     if (visitor_) {
         visitor_.reset();
     } else {
         visitor_.emplace("Visitor");
         visitor_->addPort("Out", SequencerPeer::kSource);
     }
-}
-
-void SequencerProgramFixture::plugAndSettle() {
-    const std::string settled = "Endpoint reload (notification settled)";
-    const std::size_t before = errorLines(settled).size();
-    plug();
     ASSERT_TRUE(waitUntil([&] { return errorLines(settled).size() > before; })) << corvel_->standardError();
 }
 

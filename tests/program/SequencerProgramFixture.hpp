@@ -92,9 +92,7 @@ protected:
     }
     /// Waits until the program has connected the source.
     [[nodiscard]] bool waitUntilHeard(const SequencerPeer& peer, SequencerAddress source);
-    /// Lets another program with one source port come or, if it is there, go.
-    void plug();
-    /// The same, then waits for the settled reload.
+    /// Lets another program with one source port come or, if it is there, go, then waits for the settled reload.
     void plugAndSettle();
 
     /// Plays numbered notes from `first` on in batches, no further ahead of the receiver than the sequencer keeps;

@@ -1,11 +1,15 @@
 #include "tests/support/SequencerFlood.hpp"
 
+#include <chrono>
+
 namespace corvel::tests {
 
 namespace {
 
 /// Notes that leave with one system call.
 constexpr int kTogether = 200;
+constexpr int kPerSecond = 24'000;
+constexpr std::chrono::nanoseconds kPause = std::chrono::seconds(1) * kTogether / kPerSecond;
 
 }  // namespace
 
@@ -37,12 +41,15 @@ void SequencerFlood::play() {
     note.source.port = port_.raw().port;
     note.dest = {SND_SEQ_ADDRESS_SUBSCRIBERS, SND_SEQ_ADDRESS_UNKNOWN};
     while (!isToEnd_) {
+        const auto next = std::chrono::steady_clock::now() + kPause;
         while (snd_seq_event_output_buffer(handle, &note) >= 0) {
         }
         // What a receiver has no room for is lost; that is what makes it a flood.
         if (snd_seq_drain_output(handle) < 0) {
             snd_seq_drop_output_buffer(handle);
         }
+        // The pace of the program that is played, not a wait for anything.
+        std::this_thread::sleep_until(next);
     }
 }
 

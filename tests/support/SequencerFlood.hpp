@@ -8,8 +8,9 @@
 
 namespace corvel::tests {
 
-/// A program with a source port "Out" that plays one note over and over, as fast as the sequencer takes it, many times
-/// with each system call, in a thread of its own. Its operations belong to the test's thread.
+/// A program with a source port "Out" that plays one note over and over, 24,000 times a second if the machine can, 200
+/// times with each system call, in a thread of its own. Four of them play more than a router in an emulated machine can
+/// send. Its operations belong to the test's thread.
 class SequencerFlood {
 public:
     explicit SequencerFlood(const std::string& name);
