@@ -137,6 +137,15 @@ TEST_F(LineOutputTest, GoesOnWithoutAReader) {
     EXPECT_TRUE(output.isIdle());
 }
 
+TEST_F(LineOutputTest, DropsWhatWaitsWhenAStalledReaderGoes) {
+    std::signal(SIGPIPE, SIG_IGN);
+    output.write(std::string(9000, 'a'));
+    ASSERT_FALSE(output.isIdle());
+    pipe.closeReader();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(output.isIdle());
+}
+
 TEST_F(LineOutputTest, IsIdleOnceEverythingIsWritten) {
     output.write("one\n");
     EXPECT_TRUE(output.isIdle());
