@@ -3,7 +3,6 @@
 #include "hosts/alsa/ObjectReference.hpp"
 #include "hosts/alsa/SequencerService.hpp"
 
-#include <system_error>
 #include <utility>
 
 namespace corvel::hosts {
@@ -63,14 +62,6 @@ private:
 };
 
 }  // namespace
-
-std::optional<std::string> alsaSequencerProblem() {
-    int status = 0;
-    if (SequencerClient::open("Corvel", status)) {
-        return std::nullopt;
-    }
-    return "the ALSA sequencer cannot be opened (/dev/snd/seq: " + std::system_category().message(-status) + ")";
-}
 
 std::shared_ptr<MIDIHost> makeALSAMIDIHost(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue) {
     return std::make_shared<ALSAMIDIHost>(std::move(queue), std::move(mainQueue));

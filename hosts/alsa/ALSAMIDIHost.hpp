@@ -5,13 +5,8 @@
 #include "core/support/EventLoop.hpp"
 
 #include <memory>
-#include <optional>
-#include <string>
 
 namespace corvel::hosts {
-
-/// Why the ALSA sequencer cannot be opened on this machine now; no value where it can.
-[[nodiscard]] std::optional<std::string> alsaSequencerProblem();
 
 /// The operating system's MIDI: the ALSA sequencer.
 ///

@@ -245,8 +245,13 @@ void SequencerService::scan() {
         }
     });
     keepMIDIGoing();
-    for (const PortAddress& ended : registry_.replaceAll(ports, hasMissedPorts)) {
-        flow_.forget(ended);
+    const std::vector<PortAddress> ended = registry_.replaceAll(ports, hasMissedPorts);
+    for (const PortAddress& address : ended) {
+        flow_.forget(address);
+    }
+    if (!ended.empty() && !hasMissedPorts) {
+        // Their announcements come later and find nothing left to report.
+        notify({.messageID = MIDINotification::kSetupChanged});
     }
     if (hasMissedPorts) {
         // A device that went and came back unseen looks the same, but nobody subscribes to it now.
