@@ -12,6 +12,7 @@
 #include <limits>
 #include <string>
 #include <string_view>
+#include <utility>
 
 /// What reading and writing documents needs beyond the JSON library: typed access, and errors that name the place.
 namespace corvel::json {

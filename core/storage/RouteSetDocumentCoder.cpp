@@ -44,38 +44,42 @@ Value written(const KeyboardShortcutSpec& shortcut) {
     return object;
 }
 
-void write(Value& object, const char* key, const std::optional<std::string>& text) {
+/// Fastest where the keys come in ascending order.
+void write(Value::object_t& members, const char* key, Value value) {
+    members.emplace_hint(members.end(), key, std::move(value));
+}
+
+void write(Value::object_t& members, const char* key, const std::optional<std::string>& text) {
     if (text) {
-        object[key] = *text;
+        write(members, key, Value(*text));
     }
 }
 
 /// Writes what connections and assignments have in common.
 template <typename Connection>
-Value writtenEndpoints(const Connection& connection) {
+Value::object_t writtenEndpoints(const Connection& connection) {
     Value::object_t members;
     members.reserve(kMaxMembers);
-    Value object = std::move(members);
-    object["destinationID"] = connection.destinationID;
-    write(object, "destinationManufacturer", connection.destinationManufacturer);
-    write(object, "destinationName", connection.destinationName);
-    object["id"] = written(connection.id);
-    object["sourceID"] = connection.sourceID;
-    write(object, "sourceManufacturer", connection.sourceManufacturer);
-    write(object, "sourceName", connection.sourceName);
-    return object;
+    write(members, "destinationID", connection.destinationID);
+    write(members, "destinationManufacturer", connection.destinationManufacturer);
+    write(members, "destinationName", connection.destinationName);
+    write(members, "id", written(connection.id));
+    write(members, "sourceID", connection.sourceID);
+    write(members, "sourceManufacturer", connection.sourceManufacturer);
+    write(members, "sourceName", connection.sourceName);
+    return members;
 }
 
 Value written(const MIDIRouteVariant& variant) {
-    Value object = writtenEndpoints(variant);
-    object["name"] = variant.name;
+    Value::object_t members = writtenEndpoints(variant);
+    write(members, "name", Value(variant.name));
     if (variant.channelMode) {
-        object["channelMode"] = written(*variant.channelMode);
+        write(members, "channelMode", written(*variant.channelMode));
     }
     if (variant.shortcut) {
-        object["shortcut"] = written(*variant.shortcut);
+        write(members, "shortcut", written(*variant.shortcut));
     }
-    return object;
+    return members;
 }
 
 template <typename Record>
@@ -89,12 +93,12 @@ Value writtenArray(const std::vector<Record>& records, Value (*write)(const Reco
 }
 
 Value written(const MIDIRoute& route) {
-    Value object = writtenEndpoints(route);
-    object["activeVariantID"] = written(route.activeVariantID);
-    object["channelMode"] = written(route.channelMode);
-    object["isEnabled"] = route.isEnabled;
-    object["variants"] = writtenArray(route.variants, written);
-    return object;
+    Value::object_t members = writtenEndpoints(route);
+    write(members, "activeVariantID", written(route.activeVariantID));
+    write(members, "channelMode", written(route.channelMode));
+    write(members, "isEnabled", route.isEnabled);
+    write(members, "variants", writtenArray(route.variants, written));
+    return members;
 }
 
 Value written(const MIDIRouteSet& routeSet) {
