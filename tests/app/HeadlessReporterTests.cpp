@@ -130,10 +130,10 @@ TEST_F(HeadlessReporterTest, KeepsALineALineWhateverADeviceCallsItself) {
 
 TEST_F(HeadlessReporterTest, WritesAllBytesOfALongMessage) {
     makeReporter({makeRoute({.id = makeID(5)})});
-    MIDIBytes bytes(60'000, 0x7F);
+    std::vector<std::uint8_t> bytes(60'000, 0x7F);
     bytes.front() = 0xF0;
     bytes.back() = 0xF7;
-    route(makeID(5), bytes);
+    route(makeID(5), MIDIBytes(bytes));
     ASSERT_EQ(activity.size(), 1U);
     const std::string& line = activity.front();
     const std::string start = "00:00:01.234\tID 1\tID 2\tSysEx\tF0 7F 7F";
