@@ -279,8 +279,8 @@ private:
     /// Whether `pending_` holds anything, to be asked without the lock.
     std::atomic<bool> hasPending_ = false;
     std::multimap<SteadyTime, std::shared_ptr<DispatchWorkItem>> timed_;
-    /// Whether the next post has to wake the thread. The loop itself takes it back without the lock, since a superfluous
-    /// wake-up does no harm.
+    /// Whether the next post has to wake the thread. The loop itself takes it back without the lock, since a
+    /// superfluous wake-up does no harm.
     std::atomic<bool> isWaiting_ = false;
     std::optional<SteadyTime> armed_;
     bool isStopping_ = false;

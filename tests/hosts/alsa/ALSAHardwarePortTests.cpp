@@ -66,13 +66,11 @@ TEST_F(ALSAHardwarePort, IsListedBothWaysUnderTheCardsIdentity) {
 }
 
 TEST_F(ALSAHardwarePort, ComesAfterTheCardsBeforeItInTheDeviceTree) {
-    corvel_.onQueue([&] {
-        MIDIHost& host = corvel_.host();
-        ASSERT_EQ(host.deviceCount(), 3U);
-        ASSERT_EQ(host.entityCount(host.device(1)), 1U);
-        EXPECT_EQ(host.entitySource(host.entity(host.device(1), 0), 0), source_);
-        EXPECT_EQ(host.entityDestination(host.entity(host.device(1), 0), 0), destination_);
-    });
+    const std::shared_ptr<const MIDISetup> setup = corvel_.setup();
+    ASSERT_EQ(setup->devices.size(), 3U);
+    ASSERT_EQ(setup->devices[1].entities.size(), 1U);
+    EXPECT_EQ(setup->devices[1].entities[0].sources.at(0).ref, source_);
+    EXPECT_EQ(setup->devices[1].entities[0].destinations.at(0).ref, destination_);
 }
 
 TEST_F(ALSAHardwarePort, IsTakenAtTheFirstSendAndKept) {

@@ -78,18 +78,17 @@ void HostUnderTest::start() {
                           "client");
     });
     queue_->sync([this] {
-        inputPort_ =
-            orThrow(host_->createInputPort(client_, "Corvel Input",
-                                           [reports = reports_](std::span<const MIDIArrival> arrivals) {
-                                               const std::lock_guard lock(reports->mutex);
-                                               for (const MIDIArrival& arrival : arrivals) {
-                                                   reports->deliveries.push_back(
-                                                       {arrival.connection,
-                                                        Bytes(arrival.bytes.begin(), arrival.bytes.end())});
-                                               }
-                                               reports->changed.notify_all();
-                                           }),
-                    "input port");
+        inputPort_ = orThrow(
+            host_->createInputPort(client_, "Corvel Input",
+                                   [reports = reports_](std::span<const MIDIArrival> arrivals) {
+                                       const std::lock_guard lock(reports->mutex);
+                                       for (const MIDIArrival& arrival : arrivals) {
+                                           reports->deliveries.push_back(
+                                               {arrival.connection, Bytes(arrival.bytes.begin(), arrival.bytes.end())});
+                                       }
+                                       reports->changed.notify_all();
+                                   }),
+            "input port");
         outputPort_ = orThrow(host_->createOutputPort(client_, "Corvel Output"), "output port");
     });
 }
@@ -107,10 +106,10 @@ void HostUnderTest::dispose() {
     }
 }
 
-std::function<void()> HostUnderTest::holdQueue() {
+std::function<void()> HostUnderTest::hold(EventLoop& queue) {
     auto release = std::make_shared<std::promise<void>>();
     std::promise<void> held;
-    queue_->async([&held, released = release->get_future().share()] {
+    queue.async([&held, released = release->get_future().share()] {
         held.set_value();
         released.wait();
     });

@@ -59,8 +59,9 @@ public:
             return std::move(*result);
         }
     }
-    /// Keeps the queue from doing anything until the returned function is called.
-    [[nodiscard]] std::function<void()> holdQueue();
+    /// Keeps the queue, or the main queue, from doing anything until the returned function is called.
+    [[nodiscard]] std::function<void()> holdQueue() { return hold(*queue_); }
+    [[nodiscard]] std::function<void()> holdMainQueue() { return hold(*mainQueue_); }
 
     // Single operations, each a task of its own; listings are made afresh
     [[nodiscard]] std::shared_ptr<const MIDISetup> setup();
@@ -98,6 +99,8 @@ private:
         std::vector<std::string> diagnostics;
         bool notifiedElsewhere = false;
     };
+
+    [[nodiscard]] static std::function<void()> hold(EventLoop& queue);
 
     template <typename Value>
     [[nodiscard]] Value copy(Value Reports::*field) {
