@@ -5,6 +5,7 @@
 
 #include <alsa/asoundlib.h>
 
+#include <algorithm>
 #include <limits>
 #include <set>
 #include <string_view>
@@ -145,9 +146,14 @@ void EndpointRegistry::endPort(Ports::iterator port) {
     for (std::optional<Identity>& identity : port->second.identities) {
         endIdentity(identity);
     }
-    // Another card may get the number next.
-    cards_.erase(port->second.description.card);
+    const int card = port->second.description.card;
     ports_.erase(port);
+    const auto isOfCard = [card](const auto& entry) { return entry.second.description.card == card; };
+    if (card >= 0 && std::ranges::none_of(ports_, isOfCard)) {
+        // Another card may get the number next. Until its last port has ended, it must not be read again: a card that
+        // is being removed has lost its details.
+        cards_.erase(card);
+    }
     setup_ = nullptr;
 }
 
@@ -186,8 +192,11 @@ const SoundCard* EndpointRegistry::cardOf(const PortDescription& port) {
 }
 
 const SoundCard& EndpointRegistry::cardWithNumber(int card) {
-    const auto known = cards_.find(card);
-    return known != cards_.end() ? known->second : cards_.emplace(card, readCard_(card)).first->second;
+    SoundCard& known = cards_[card];
+    if (known.id.empty()) {
+        known = readCard_(card);
+    }
+    return known;
 }
 
 std::int32_t EndpointRegistry::takeFreeUniqueID(std::int32_t wanted) {

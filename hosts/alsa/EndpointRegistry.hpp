@@ -45,6 +45,9 @@ public:
     /// ended.
     std::vector<PortAddress> replaceAll(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts);
 
+    /// Whether the card's details can be read. Its ports are announced before it has them, and get other IDs without.
+    [[nodiscard]] bool isCardComplete(int card) { return !cardWithNumber(card).id.empty(); }
+
     /// Forgets the port at this address; the next one there is another port.
     void portEnded(const PortAddress& address);
 

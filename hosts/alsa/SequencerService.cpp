@@ -28,6 +28,10 @@ constexpr auto kReopenInterval = 1s;
 constexpr int kInputPortNumber = 1;
 constexpr int kOutputPortNumber = 2;
 
+/// Time between two looks at a sound card that has no details yet, and how many there are before it is taken as it is.
+constexpr auto kCardRetryDelay = 5ms;
+constexpr unsigned kMaxLooksAtCard = 40;
+
 /// Ports looked at, and announcements applied, between two looks for MIDI: each takes the kernel some microseconds.
 constexpr unsigned kStepsPerLook = 16;
 
@@ -193,6 +197,7 @@ void SequencerService::closeClient() {
     isReadable_ = false;
     registry_.clear();
     announcements_.clear();
+    unreadyPorts_.clear();
     subscriptions_.clear();
     outputSubscriptions_.clear();
     flow_.clear();
@@ -238,9 +243,13 @@ std::shared_ptr<const MIDISetup> SequencerService::setup(MIDIListing listing) {
 void SequencerService::scan() {
     const bool hasMissedPorts = std::exchange(mayHaveMissedPorts_, false);
     std::vector<PortDescription> ports;
+    const std::size_t unreadyCount = unreadyPorts_.size();
+    unsigned step = 0;
     client_->forEachPort([&](PortDescription&& port) {
-        ports.push_back(std::move(port));
-        if (ports.size() % kStepsPerLook == 0) {
+        if (isReady(port)) {
+            ports.push_back(std::move(port));
+        }
+        if (++step % kStepsPerLook == 0) {
             keepMIDIGoing();
         }
     });
@@ -249,8 +258,8 @@ void SequencerService::scan() {
     for (const PortAddress& address : ended) {
         flow_.forget(address);
     }
-    if (!ended.empty() && !hasMissedPorts) {
-        // Their announcements come later and find nothing left to report.
+    if ((!ended.empty() && !hasMissedPorts) || unreadyPorts_.size() < unreadyCount) {
+        // Their announcements, or the looks at their card, come later and find nothing left to report.
         notify({.messageID = MIDINotification::kSetupChanged});
     }
     if (hasMissedPorts) {
@@ -288,10 +297,7 @@ void SequencerService::apply(const Announcement& announcement) {
     const PortAddress& address = announcement.address;
     switch (announcement.type) {
         case SND_SEQ_EVENT_PORT_START:
-            if (const std::optional<PortDescription> port = client_->port(address)) {
-                registry_.update(*port);
-                notifyPort(MIDINotification::kObjectAdded, address);
-            }
+            takeOverPort(address);
             break;
         case SND_SEQ_EVENT_PORT_EXIT:
             applyPortEnd(address);
@@ -320,7 +326,41 @@ void SequencerService::apply(const Announcement& announcement) {
     }
 }
 
+/// A sound card's ports are announced some moments before the card has its details, of which their IDs are made.
+bool SequencerService::isReady(const PortDescription& port) {
+    const bool isKnown = registry_.find(port.address, MIDIEndpointDirection::source) != nullptr ||
+                         registry_.find(port.address, MIDIEndpointDirection::destination) != nullptr;
+    if (port.card < 0 || isKnown || registry_.isCardComplete(port.card) ||
+        ++unreadyPorts_[port.address] > kMaxLooksAtCard) {
+        unreadyPorts_.erase(port.address);
+        return true;
+    }
+    if (!std::exchange(isRetryScheduled_, true)) {
+        postAfter(kCardRetryDelay, &SequencerService::retryPorts);
+    }
+    return false;
+}
+
+void SequencerService::retryPorts() {
+    isRetryScheduled_ = false;
+    for (const auto& [address, looks] : std::map(unreadyPorts_)) {
+        takeOverPort(address);
+    }
+    sendNotification();
+}
+
+void SequencerService::takeOverPort(const PortAddress& address) {
+    const std::optional<PortDescription> port = client_ ? client_->port(address) : std::nullopt;
+    if (!port) {
+        unreadyPorts_.erase(address);
+    } else if (isReady(*port)) {
+        registry_.update(*port);
+        notifyPort(MIDINotification::kObjectAdded, address);
+    }
+}
+
 void SequencerService::applyPortEnd(const PortAddress& address) {
+    unreadyPorts_.erase(address);
     notifyPort(MIDINotification::kObjectRemoved, address);
     registry_.portEnded(address);
     subscriptions_.erase(address);

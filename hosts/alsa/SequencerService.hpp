@@ -100,6 +100,10 @@ private:
     void applyAnnouncements();
     void apply(const Announcement& announcement);
     void applyPortEnd(const PortAddress& address);
+    /// Whether the port can be taken over; otherwise looks at it again soon.
+    [[nodiscard]] bool isReady(const PortDescription& port);
+    void takeOverPort(const PortAddress& address);
+    void retryPorts();
     /// Whether the port's end has been read and not yet taken effect.
     [[nodiscard]] bool hasEnded(const PortAddress& address) const;
     void scan();
@@ -152,6 +156,9 @@ private:
     std::deque<Announcement> announcements_;
     bool mayHaveMissedPorts_ = false;
     EndpointRegistry registry_;
+    /// Ports whose sound card has no details yet, with the number of looks at each.
+    std::map<PortAddress, unsigned> unreadyPorts_;
+    bool isRetryScheduled_ = false;
     /// The change that the main thread is told of next, and whether it is being told of one.
     std::optional<MIDINotification> nextNotification_;
     bool isNotifying_ = false;
