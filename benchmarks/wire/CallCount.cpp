@@ -144,11 +144,13 @@ CallCount countCalls(ProcessTracer& tracer, Wire& wire, const Rate& rate) {
     const SharedFlag isAtRest;
     // Threads that have not stopped since the beginning have slept since then.
     std::map<pid_t, bool> sleeping;
+    std::map<pid_t, std::size_t> callsByThread;
     startPlayer(wire, rate, isAtRest.get());
     while (const auto stop = tracer.next()) {
         if (stop->reason == TraceStop::Reason::callEntry) {
             const SystemCall call = tracer.call(stop->thread);
             ++(isClockRead(call) ? count.clockReads : count.calls);
+            callsByThread[stop->thread] += isClockRead(call) ? 0 : 1;
             ++count.callsByName[tracer.threadName(stop->thread) + ": " + callName(tracer, call)];
         } else if (stop->reason == TraceStop::Reason::callReturn) {
             const SystemCall call = tracer.call(stop->thread);
@@ -166,6 +168,7 @@ CallCount countCalls(ProcessTracer& tracer, Wire& wire, const Rate& rate) {
     if (!WIFEXITED(tracer.endedChildStatus()) || WEXITSTATUS(tracer.endedChildStatus()) != 0) {
         throw std::runtime_error("a note was lost");
     }
+    count.routingCalls = callsByThread[count.routingThread];
     const double seconds = std::chrono::duration<double>(last - first).count();
     count.rate = count.reads > 1 ? static_cast<double>(count.reads - 1) / seconds : 0;
     return count;

@@ -23,6 +23,8 @@ struct CallCount {
     /// How many reads brought the notes; as many as there are notes if each came alone.
     std::size_t reads = 0;
     std::size_t calls = 0;
+    /// Those of them that the thread made that read the notes.
+    std::size_t routingCalls = 0;
     /// Reads of the clock, not in `calls`: they are system calls only where the kernel answers none in user space.
     std::size_t clockReads = 0;
     /// By thread, call and what the call is on: "corvel.engine: read /dev/snd/seq".

@@ -38,6 +38,8 @@ public:
     explicit MIDIBytes(std::span<const std::uint8_t> bytes) : MIDIBytes(bytes.size()) {
         std::ranges::copy(bytes, storage(bytes.size()));
     }
+    /// The first `count` of the bytes, at most 16.
+    MIDIBytes(const std::array<std::uint8_t, kInlineSize>& bytes, std::size_t count) : size_(count), inline_(bytes) {}
     // NOLINTNEXTLINE(google-explicit-constructor): a list of bytes in braces reads as what it is
     MIDIBytes(std::initializer_list<std::uint8_t> bytes) : MIDIBytes(std::span(bytes.begin(), bytes.size())) {}
     template <std::contiguous_iterator Iterator>

@@ -18,10 +18,11 @@ std::size_t positionAfterSysEx(const MIDIBytes& bytes, std::size_t start) {
 
 }  // namespace
 
-MIDIBytes transform(MIDIBytes bytes, const ChannelMode& channelMode) {
+MIDIBytes transform(const MIDIBytes& bytes, const ChannelMode& channelMode) {
+    MIDIBytes result = bytes;
     const std::optional<int> channel = channelMode.forcedChannel();
     if (!channel || *channel < 1 || *channel > 16) {
-        return bytes;
+        return result;
     }
     const auto channelBits = static_cast<std::uint8_t>(*channel - 1);
     std::size_t position = 0;
@@ -33,11 +34,11 @@ MIDIBytes transform(MIDIBytes bytes, const ChannelMode& channelMode) {
         }
         if (const auto forced = static_cast<std::uint8_t>((byte & 0xF0U) | channelBits);
             isChannelVoiceStatus(byte) && byte != forced) {
-            bytes.writable()[position] = forced;
+            result.writable()[position] = forced;
         }
         position += nominalMessageLength(byte);
     }
-    return bytes;
+    return result;
 }
 
 }  // namespace corvel::MIDIMessageTransformer

@@ -17,6 +17,6 @@ namespace corvel::MIDIMessageTransformer {
 /// `asIs`, and a forced channel outside 1 to 16, return the bytes as they are. Steps over each message by its nominal
 /// length whatever bytes follow, so a status byte inside a truncated message keeps its channel. The result shares the
 /// memory of a long sequence unless a byte changes. Any thread.
-[[nodiscard]] MIDIBytes transform(MIDIBytes bytes, const ChannelMode& channelMode);
+[[nodiscard]] MIDIBytes transform(const MIDIBytes& bytes, const ChannelMode& channelMode);
 
 }  // namespace corvel::MIDIMessageTransformer

@@ -175,6 +175,48 @@ private:
     std::size_t position_ = 0;
 };
 
+MIDIBytes message(unsigned kind, unsigned channel, int first) {
+    return {{static_cast<std::uint8_t>(kind | (channel & 0x0FU)), static_cast<std::uint8_t>(first & 0x7F)}, 2};
+}
+
+MIDIBytes message(unsigned kind, unsigned channel, int first, int second) {
+    return {{static_cast<std::uint8_t>(kind | (channel & 0x0FU)), static_cast<std::uint8_t>(first & 0x7F),
+             static_cast<std::uint8_t>(second & 0x7F)},
+            3};
+}
+
+/// The bytes of a channel message; no value for other events. These are nearly all that is played, and the library's
+/// way through its tables would be a good part of what a note costs.
+std::optional<MIDIBytes> channelMessage(const snd_seq_event_t& event) {
+    const auto& note = event.data.note;
+    const auto& control = event.data.control;
+    switch (event.type) {
+        case SND_SEQ_EVENT_NOTEON:
+            return message(0x90, note.channel, note.note, note.velocity);
+        case SND_SEQ_EVENT_NOTEOFF:
+            return message(0x80, note.channel, note.note, note.velocity);
+        case SND_SEQ_EVENT_KEYPRESS:
+            return message(0xA0, note.channel, note.note, note.velocity);
+        case SND_SEQ_EVENT_CONTROLLER:
+            return message(0xB0, control.channel, static_cast<int>(control.param), control.value);
+        case SND_SEQ_EVENT_PGMCHANGE:
+            return message(0xC0, control.channel, control.value);
+        case SND_SEQ_EVENT_CHANPRESS:
+            return message(0xD0, control.channel, control.value);
+        case SND_SEQ_EVENT_PITCHBEND:
+            return message(0xE0, control.channel, control.value + 8192, (control.value + 8192) >> 7);
+        default:
+            return std::nullopt;
+    }
+}
+
+/// Whether the packet is one channel message and nothing else.
+bool isChannelMessage(std::span<const std::uint8_t> packet) {
+    return !packet.empty() && !isData(packet[0]) && packet[0] < kExclusiveStart &&
+           packet.size() == nominalMessageLength(packet[0]) && isData(packet[1]) &&
+           (packet.size() == 2 || isData(packet[2]));
+}
+
 }  // namespace
 
 EventDecoder::EventDecoder() {
@@ -187,25 +229,30 @@ EventDecoder::EventDecoder() {
 }
 
 std::optional<MIDIBytes> EventDecoder::decode(const snd_seq_event_t& event) {
-    if (event.type == SND_SEQ_EVENT_SYSEX) {
+    std::optional<MIDIBytes> bytes = channelMessage(event);
+    if (!bytes && event.type == SND_SEQ_EVENT_SYSEX) {
         // Other programs can send one whose bytes did not come with it: its pointer means nothing here.
-        if (!snd_seq_ev_is_variable(&event)) {
-            return std::nullopt;
+        if (snd_seq_ev_is_variable(&event)) {
+            bytes.emplace(std::span(static_cast<const std::uint8_t*>(event.data.ext.ptr), event.data.ext.len));
         }
-        const auto* bytes = static_cast<const std::uint8_t*>(event.data.ext.ptr);
-        return MIDIBytes(bytes, bytes + event.data.ext.len);
+    } else if (!bytes) {
+        // The longest is a parameter number with its 14-bit value: four controllers.
+        std::array<std::uint8_t, MIDIBytes::kInlineSize> buffer;
+        snd_midi_event_reset_decode(coder_.get());
+        const long count = snd_midi_event_decode(coder_.get(), buffer.data(), static_cast<long>(buffer.size()), &event);
+        if (count > 0) {
+            bytes.emplace(buffer, static_cast<std::size_t>(count));
+        }
     }
-    // The longest is a parameter number with its 14-bit value: four controllers.
-    std::array<std::uint8_t, MIDIBytes::kInlineSize> bytes;
-    snd_midi_event_reset_decode(coder_.get());
-    const long count = snd_midi_event_decode(coder_.get(), bytes.data(), static_cast<long>(bytes.size()), &event);
-    if (count <= 0) {
-        return std::nullopt;
-    }
-    return MIDIBytes(bytes.data(), bytes.data() + count);
+    return bytes;
 }
 
 void encodeEvents(std::span<const std::uint8_t> packet, absl::FunctionRef<void(snd_seq_event_t&)> visit) {
+    if (isChannelMessage(packet)) {
+        snd_seq_event_t event = channelEvent(packet[0], packet[1], packet.size() > 2 ? packet[2] : std::uint8_t{0});
+        visit(event);
+        return;
+    }
     Encoder(packet, visit).run();
 }
 

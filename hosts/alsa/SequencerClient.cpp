@@ -5,6 +5,7 @@
 #include "hosts/alsa/QuietLibrary.hpp"
 
 #include <poll.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <string>
@@ -153,9 +154,32 @@ bool SequencerClient::hasBufferedEvents() const {
 }
 
 std::size_t SequencerClient::send(std::span<snd_seq_event_t> events, int& status) {
+    bool hasFixedSize = true;
     for (snd_seq_event_t& event : events) {
         snd_seq_ev_set_source(&event, static_cast<unsigned char>(outputPort_));
         snd_seq_ev_set_direct(&event);
+        hasFixedSize = hasFixedSize && !snd_seq_ev_is_variable(&event);
+    }
+    return hasFixedSize ? write(events, status) : writeBuffered(events, status);
+}
+
+/// Events of fixed size stand in memory as the kernel takes them.
+std::size_t SequencerClient::write(std::span<const snd_seq_event_t> events, int& status) {
+    std::size_t sent = 0;
+    while (sent < events.size()) {
+        const ssize_t written = ::write(descriptor_, &events[sent], (events.size() - sent) * sizeof(snd_seq_event_t));
+        if (written > 0) {
+            sent += static_cast<std::size_t>(written) / sizeof(snd_seq_event_t);
+        } else if (errno != EINTR) {
+            status = -errno;
+            break;
+        }
+    }
+    return sent;
+}
+
+std::size_t SequencerClient::writeBuffered(std::span<snd_seq_event_t> events, int& status) {
+    for (snd_seq_event_t& event : events) {
         snd_seq_event_output_buffer(handle_.get(), &event);
     }
     status = snd_seq_drain_output(handle_.get());

@@ -70,6 +70,8 @@ private:
     };
 
     explicit SequencerClient(snd_seq_t* handle);
+    [[nodiscard]] std::size_t write(std::span<const snd_seq_event_t> events, int& status);
+    [[nodiscard]] std::size_t writeBuffered(std::span<snd_seq_event_t> events, int& status);
     [[nodiscard]] bool isSubscribed(const snd_seq_addr_t& sender, const snd_seq_addr_t& receiver) const;
 
     std::unique_ptr<snd_seq_t, Close> handle_;
