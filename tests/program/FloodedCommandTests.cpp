@@ -16,9 +16,9 @@ using std::chrono::steady_clock;
 
 class FloodedCommand : public SequencerProgramFixture {
 protected:
-    static  /// How long nothing arrives once nothing is on its way.
-        constexpr milliseconds kSilence{500};
-    constexpr std::array<const char*, 4> kFlooders{"Flooder 1", "Flooder 2", "Flooder 3", "Flooder 4"};
+    /// How long nothing arrives once nothing is on its way.
+    static constexpr milliseconds kSilence{500};
+    static constexpr std::array<const char*, 4> kFlooders{"Flooder 1", "Flooder 2", "Flooder 3", "Flooder 4"};
 
     /// A set, named by its digit and its name, that connects each flooder with the destination.
     static std::string setJSON(char digit, const std::string& name, const std::string& destination) {
