@@ -272,7 +272,7 @@ void checkEventCoding(Bytes buffer, const std::vector<MIDIMessageFragment>& frag
     Sequence result;
     hosts::encodeEvents(buffer, [&](snd_seq_event_t& event) {
         require(event.type != SND_SEQ_EVENT_SYSEX ||
-                    (event.data.ext.len > 0 && event.data.ext.len <= hosts::kMaximumRawEventSize),
+                    (event.data.ext.len > 0 && event.data.ext.len <= hosts::kMaxRawEventSize),
                 "a raw event has 1 to 1024 bytes", [buffer] { return "buffer " + hex(buffer); });
         const std::optional<MIDIBytes> bytes = decoder.decode(event);
         require(bytes.has_value(), "every encoded event is MIDI",

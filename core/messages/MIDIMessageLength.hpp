@@ -6,8 +6,8 @@
 
 namespace corvel {
 
-inline constexpr std::uint8_t kExclusiveStart = 0xF0;
-inline constexpr std::uint8_t kExclusiveEnd = 0xF7;
+inline constexpr std::uint8_t kSysExStart = 0xF0;
+inline constexpr std::uint8_t kSysExEnd = 0xF7;
 inline constexpr std::uint8_t kFirstStatus = 0x80;
 inline constexpr std::uint8_t kFirstRealtime = 0xF8;
 
@@ -24,7 +24,7 @@ inline constexpr std::uint8_t kFirstRealtime = 0xF8;
 [[nodiscard]] constexpr std::size_t nominalMessageLength(std::uint8_t byte) {
     constexpr std::array<std::uint8_t, 16> kByUpperHalf{1, 1, 1, 1, 1, 1, 1, 1, 3, 3, 3, 3, 2, 2, 3, 1};
     constexpr std::array<std::uint8_t, 16> kSystem{1, 2, 3, 2, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
-    return byte < kExclusiveStart ? kByUpperHalf[byte >> 4U] : kSystem[byte & 0x0FU];
+    return byte < kSysExStart ? kByUpperHalf[byte >> 4U] : kSystem[byte & 0x0FU];
 }
 
 }  // namespace corvel

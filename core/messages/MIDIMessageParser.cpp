@@ -19,8 +19,8 @@ public:
 
     std::vector<MIDIMessageFragment> run() {
         while (position_ < buffer_.size()) {
-            if (buffer_[position_] == kExclusiveStart) {
-                takeExclusive();
+            if (buffer_[position_] == kSysExStart) {
+                takeSysEx();
             } else {
                 takeMessage();
             }
@@ -32,10 +32,10 @@ private:
     /// A message that is being collected.
     using Message = absl::InlinedVector<std::uint8_t, MIDIBytes::kInlineSize>;
 
-    /// Any byte but 0xF7 and realtime belongs to the message: a status byte inside an exclusive message does not end
+    /// Any byte but 0xF7 and realtime belongs to the message: a status byte inside a SysEx message does not end
     /// it.
-    void takeExclusive() {
-        Message message{kExclusiveStart};
+    void takeSysEx() {
+        Message message{kSysExStart};
         ++position_;
         bool isComplete = false;
         while (!isComplete && position_ < buffer_.size()) {
@@ -45,7 +45,7 @@ private:
                 continue;
             }
             message.push_back(byte);
-            isComplete = byte == kExclusiveEnd;
+            isComplete = byte == kSysExEnd;
         }
         emit(message);
     }

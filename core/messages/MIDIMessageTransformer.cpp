@@ -12,7 +12,7 @@ namespace {
 
 /// The position just after the SysEx message that starts at `start`; the end of the bytes if it is not ended.
 std::size_t positionAfterSysEx(const MIDIBytes& bytes, std::size_t start) {
-    const auto* const terminator = std::find(bytes.begin() + start, bytes.end(), kExclusiveEnd);
+    const auto* const terminator = std::find(bytes.begin() + start, bytes.end(), kSysExEnd);
     return static_cast<std::size_t>(terminator - bytes.begin()) + (terminator == bytes.end() ? 0U : 1U);
 }
 
@@ -28,7 +28,7 @@ MIDIBytes transform(const MIDIBytes& bytes, const ChannelMode& channelMode) {
     std::size_t position = 0;
     while (position < bytes.size()) {
         const std::uint8_t byte = bytes[position];
-        if (byte == kExclusiveStart) {
+        if (byte == kSysExStart) {
             position = positionAfterSysEx(bytes, position);
             continue;
         }

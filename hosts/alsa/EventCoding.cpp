@@ -90,8 +90,8 @@ public:
     void run() {
         while (position_ < packet_.size()) {
             const std::uint8_t byte = packet_[position_];
-            if (byte == kExclusiveStart || isData(byte)) {
-                takeExclusive(byte == kExclusiveStart);
+            if (byte == kSysExStart || isData(byte)) {
+                takeSysEx(byte == kSysExStart);
             } else if (const std::size_t wanted = nominalMessageLength(byte) - 1; wanted > 0) {
                 takeMessage(byte, wanted);
             } else {
@@ -101,8 +101,8 @@ public:
     }
 
 private:
-    /// An exclusive message up to its end, or a run of data bytes, which is the rest of one, with its end.
-    void takeExclusive(bool fromItsStart) {
+    /// A SysEx message up to its end, or a run of data bytes, which is the rest of one, with its end.
+    void takeSysEx(bool fromItsStart) {
         std::size_t start = position_;
         while (position_ < packet_.size()) {
             const std::uint8_t byte = packet_[position_];
@@ -112,7 +112,7 @@ private:
                 start = position_;
                 continue;
             }
-            if (byte == kExclusiveEnd) {
+            if (byte == kSysExEnd) {
                 ++position_;
                 break;
             }
@@ -140,8 +140,8 @@ private:
             }
         }
         if (count == wanted) {
-            snd_seq_event_t event = status < kExclusiveStart ? channelEvent(status, data[0], data[1])
-                                                             : systemCommonEvent(status, data[0], data[1]);
+            snd_seq_event_t event = status < kSysExStart ? channelEvent(status, data[0], data[1])
+                                                         : systemCommonEvent(status, data[0], data[1]);
             visit_(event);
         }
     }
@@ -161,7 +161,7 @@ private:
 
     void emitRaw(std::size_t start, std::size_t end) {
         for (std::size_t size = 0; start < end; start += size) {
-            size = std::min(end - start, kMaximumRawEventSize);
+            size = std::min(end - start, kMaxRawEventSize);
             snd_seq_event_t event{};
             // The sequencer only reads the bytes, but takes them by a pointer that could write.
             snd_seq_ev_set_sysex(&event, static_cast<unsigned>(size),
@@ -212,7 +212,7 @@ std::optional<MIDIBytes> channelMessage(const snd_seq_event_t& event) {
 
 /// Whether the packet is one channel message and nothing else.
 bool isChannelMessage(std::span<const std::uint8_t> packet) {
-    return !packet.empty() && !isData(packet[0]) && packet[0] < kExclusiveStart &&
+    return !packet.empty() && !isData(packet[0]) && packet[0] < kSysExStart &&
            packet.size() == nominalMessageLength(packet[0]) && isData(packet[1]) &&
            (packet.size() == 2 || isData(packet[2]));
 }

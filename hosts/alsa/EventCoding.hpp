@@ -21,7 +21,7 @@ public:
     EventDecoder();
 
     /// The event's bytes: one message, or the several messages that a 14-bit controller or a parameter number stands
-    /// for, or a piece of an exclusive message as it is. No value for events that are no MIDI or came without their
+    /// for, or a piece of a SysEx message as it is. No value for events that are no MIDI or came without their
     /// bytes.
     [[nodiscard]] std::optional<MIDIBytes> decode(const snd_seq_event_t& event);
 
@@ -33,10 +33,10 @@ private:
 };
 
 /// Most bytes in one raw event: larger ones overrun the buffers of receivers.
-inline constexpr std::size_t kMaximumRawEventSize = 1024;
+inline constexpr std::size_t kMaxRawEventSize = 1024;
 
-/// Calls `visit` with the events that carry the packet's bytes, in order. Messages become events; exclusive bytes,
-/// pieces of exclusive messages, stray data and undefined bytes become raw events that point into `packet`. Incomplete
+/// Calls `visit` with the events that carry the packet's bytes, in order. Messages become events; SysEx bytes,
+/// pieces of SysEx messages, stray data and undefined bytes become raw events that point into `packet`. Incomplete
 /// messages, which the sequencer cannot carry, are left out. Realtime bytes inside a message keep their place before or
 /// between its pieces.
 void encodeEvents(std::span<const std::uint8_t> packet, absl::FunctionRef<void(snd_seq_event_t&)> visit);

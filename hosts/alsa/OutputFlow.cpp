@@ -38,7 +38,7 @@ int cellsOf(const snd_seq_event_t& event) {
 }
 
 /// Cells left to others who send to the same client: an eighth of what it has, so that a small pool is still used.
-int marginOf(const InputRoom& room) {
+int marginOf(const InputPool& room) {
     return std::max(1, room.size / 8);
 }
 
@@ -134,7 +134,7 @@ bool OutputFlow::takeRoom(const snd_seq_event_t& event, SteadyTime now) {
 
 void OutputFlow::ask(int client, int wanted, SteadyTime now) {
     Budget& budget = budgets_[static_cast<std::size_t>(client)];
-    const std::optional<InputRoom> room = output_.inputRoom(client);
+    const std::optional<InputPool> room = output_.inputPool(client);
     budget = {.isKnown = true, .cells = std::numeric_limits<int>::max(), .askedAt = now};
     if (!room) {
         return;

@@ -2,7 +2,7 @@
 
 #include "core/host/MIDIHost.hpp"
 #include "core/messages/MIDIBytes.hpp"
-#include "hosts/alsa/InputRoom.hpp"
+#include "hosts/alsa/InputPool.hpp"
 #include "hosts/alsa/PortDescription.hpp"
 
 #include <alsa/asoundlib.h>
@@ -28,7 +28,7 @@ public:
     [[nodiscard]] virtual std::size_t send(std::span<snd_seq_event_t> events, int& status) = 0;
 
     /// The room that a client has; none for clients without a pool of their own (the kernel's) and unknown ones.
-    [[nodiscard]] virtual std::optional<InputRoom> inputRoom(int client) = 0;
+    [[nodiscard]] virtual std::optional<InputPool> inputPool(int client) = 0;
 };
 
 /// Sends packets without ever overrunning a program that receives: the sequencer drops everything that waits for a

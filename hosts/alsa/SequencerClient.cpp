@@ -1,8 +1,8 @@
 #include "hosts/alsa/SequencerClient.hpp"
 
-#include "hosts/alsa/ClientPool.hpp"
 #include "hosts/alsa/EventCoding.hpp"
-#include "hosts/alsa/QuietLibrary.hpp"
+#include "hosts/alsa/InputPool.hpp"
+#include "hosts/alsa/SilencedLibraryErrors.hpp"
 
 #include <poll.h>
 #include <unistd.h>
@@ -30,7 +30,7 @@ constexpr std::size_t kInputBufferSize = 65'536;
 
 /// Bytes that one write can take: as many of the largest events as are sent together.
 constexpr std::size_t kOutputBufferSize =
-    SequencerClient::kMaxEventsPerSend * (sizeof(snd_seq_event_t) + kMaximumRawEventSize) + 1;
+    SequencerClient::kMaxEventsPerSend * (sizeof(snd_seq_event_t) + kMaxRawEventSize) + 1;
 
 PortDescription describe(snd_seq_client_info_t* client, const snd_seq_port_info_t* port) {
     const bool isKernelClient = snd_seq_client_info_get_type(client) == SND_SEQ_KERNEL_CLIENT;
@@ -46,7 +46,7 @@ PortDescription describe(snd_seq_client_info_t* client, const snd_seq_port_info_
 }  // namespace
 
 std::unique_ptr<SequencerClient> SequencerClient::open(std::string_view name, int& status) {
-    const QuietLibrary quiet;
+    const SilencedLibraryErrors silenced;
     snd_seq_t* handle = nullptr;
     status = snd_seq_open(&handle, "default", SND_SEQ_OPEN_DUPLEX, SND_SEQ_NONBLOCK);
     if (status < 0) {
@@ -195,8 +195,8 @@ std::size_t SequencerClient::writeBuffered(std::span<snd_seq_event_t> events, in
     return sent;
 }
 
-std::optional<InputRoom> SequencerClient::inputRoom(int client) const {
-    return queryInputRoom(descriptor_, client);
+std::optional<InputPool> SequencerClient::inputPool(int client) const {
+    return queryInputPool(descriptor_, client);
 }
 
 }  // namespace corvel::hosts

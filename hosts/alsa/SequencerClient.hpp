@@ -1,6 +1,6 @@
 #pragma once
 
-#include "hosts/alsa/InputRoom.hpp"
+#include "hosts/alsa/InputPool.hpp"
 #include "hosts/alsa/PortDescription.hpp"
 
 #include <absl/functional/function_ref.h>
@@ -62,7 +62,7 @@ public:
     [[nodiscard]] std::size_t send(std::span<snd_seq_event_t> events, int& status);
 
     /// The room for events in a program's input pool; none for the kernel's clients.
-    [[nodiscard]] std::optional<InputRoom> inputRoom(int client) const;
+    [[nodiscard]] std::optional<InputPool> inputPool(int client) const;
 
 private:
     struct Close {

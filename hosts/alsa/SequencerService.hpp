@@ -52,6 +52,8 @@ public:
 private:
     using SteadyTime = std::chrono::steady_clock::time_point;
 
+    static constexpr const char* kClientName = "Corvel";
+
     /// How soon a receiver that had no room is tried again.
     static constexpr std::chrono::microseconds kRetryDelay{500};
 
@@ -96,7 +98,7 @@ private:
     /// Between the steps of long work: reads and delivers, so that no note waits for the end of it.
     void keepMIDIGoing();
 
-    // Announcements
+    // Announcements (SequencerServiceSetup.cpp)
     void applyAnnouncements();
     void apply(const Announcement& announcement);
     void applyPortEnd(const PortAddress& address);
@@ -111,8 +113,10 @@ private:
     void notify(const MIDINotification& notification);
     void sendNotification();
 
-    // Subscriptions, and output (SequencerServiceTraffic.cpp)
+    // Subscriptions (SequencerServiceSetup.cpp)
     void settleSubscriptions();
+
+    // Output (SequencerServiceTraffic.cpp)
     [[nodiscard]] MIDIStatus subscribeOutput(const PortAddress& destination);
     void prepareSend(MIDISend& message, SteadyTime now);
     void scheduleSendingWaiting();
@@ -124,7 +128,7 @@ private:
     void postAfter(std::chrono::nanoseconds delay, void (SequencerService::*operation)());
 
     std::size_t send(std::span<snd_seq_event_t> events, int& status) override;
-    std::optional<InputRoom> inputRoom(int client) override;
+    std::optional<InputPool> inputPool(int client) override;
 
     const std::shared_ptr<EventLoop> queue_;
     const std::shared_ptr<DispatchQueue> mainQueue_;

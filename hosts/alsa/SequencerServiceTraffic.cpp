@@ -267,8 +267,8 @@ std::size_t SequencerService::send(std::span<snd_seq_event_t> events, int& statu
     return client_->send(events, status);
 }
 
-std::optional<InputRoom> SequencerService::inputRoom(int client) {
-    return client_->inputRoom(client);
+std::optional<InputPool> SequencerService::inputPool(int client) {
+    return client_->inputPool(client);
 }
 
 }  // namespace corvel::hosts

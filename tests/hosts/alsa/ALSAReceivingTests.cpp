@@ -3,13 +3,17 @@
 #include "tests/hosts/alsa/HostUnderTest.hpp"
 #include "tests/support/RawMIDIDevice.hpp"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <filesystem>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -295,6 +299,45 @@ TEST_F(ALSAReceiving, AfterAnOverrunAStaleReferenceDoesNotHitTheProgramThatCameM
     ASSERT_EQ(corvel_.send(corvel_.destination("After Overrun In").ref, {0x90, 2, 2}), 0);
     ASSERT_TRUE(newcomer.readUntilBytes(3));
     EXPECT_EQ(newcomer.receivedBytes(), (Bytes{0x90, 2, 2}));
+}
+
+/// The descriptors of this process that are open on the sequencer.
+std::vector<int> sequencerDescriptors() {
+    std::vector<int> found;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code error;
+        if (std::filesystem::read_symlink(entry.path(), error) == "/dev/snd/seq") {
+            found.push_back(std::stoi(entry.path().filename()));
+        }
+    }
+    return found;
+}
+
+TEST(ALSAReceivingAfterAReadFailure, OpensTheSequencerAgainAndReceivesAndSends) {
+    HostUnderTest corvel;
+    corvel.start();
+    const std::vector<int> descriptors = sequencerDescriptors();
+    ASSERT_THAT(descriptors, SizeIs(1));
+    // A folder in the client's place fails every read.
+    const int folder = ::open("/", O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(::dup2(folder, descriptors.front()), 0);
+    ::close(folder);
+    corvel.onQueue([&] { static_cast<void>(corvel.host().setup(MIDIListing::known)); });
+
+    ASSERT_TRUE(corvel.waitUntil([&] { return corvel.diagnostics().size() >= 2; }));
+    EXPECT_THAT(corvel.diagnostics(),
+                ElementsAre("MIDI can no longer be read: Is a directory; the sequencer is opened again",
+                            "The sequencer is open again"));
+    ASSERT_TRUE(corvel.waitUntil([&] { return !corvel.notifications().empty(); }));
+    EXPECT_EQ(corvel.notifications().front().messageID, MIDINotification::kIOError);
+    SequencerPeer peer("Again");
+    const SequencerAddress port = peer.addPort("Both", SequencerPeer::kDuplex);
+    ASSERT_EQ(corvel.connect(corvel.source("Again Both").ref), kMIDISuccess);
+    peer.play(port, {0x90, 60, 100});
+    EXPECT_TRUE(corvel.waitUntil([&] { return corvel.deliveredBytes() == Bytes{0x90, 60, 100}; }));
+    ASSERT_EQ(corvel.send(corvel.destination("Again Both").ref, {0x80, 60, 0}), kMIDISuccess);
+    EXPECT_TRUE(peer.readUntilBytes(3));
+    EXPECT_THAT(peer.find("Corvel", "Corvel Input").client, testing::Ge(0));
 }
 
 TEST(ALSAReceivingFromARawDevice, DeliversWhatIsWrittenToIt) {

@@ -21,7 +21,7 @@ namespace corvel::tests {
 namespace {
 
 using namespace std::chrono_literals;
-using hosts::InputRoom;
+using hosts::InputPool;
 using hosts::OutputFlow;
 using hosts::PortAddress;
 using testing::ElementsAre;
@@ -69,13 +69,13 @@ public:
         return events.size();
     }
 
-    std::optional<InputRoom> inputRoom(int client) override {
+    std::optional<InputPool> inputPool(int client) override {
         calls += '?';
         const auto pool = poolSizes.find(client);
         if (pool == poolSizes.end()) {
             return std::nullopt;
         }
-        return InputRoom{pool->second, pool->second - usedCells[client]};
+        return InputPool{pool->second, pool->second - usedCells[client]};
     }
 
     [[nodiscard]] std::ptrdiff_t questionCount() const { return std::ranges::count(calls, '?'); }

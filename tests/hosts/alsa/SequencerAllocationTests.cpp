@@ -13,7 +13,7 @@
 namespace corvel::tests {
 namespace {
 
-using hosts::InputRoom;
+using hosts::InputPool;
 
 constexpr std::array<std::uint8_t, 3> kNote{0x90, 60, 100};
 
@@ -26,7 +26,7 @@ public:
         sentCount += events.size();
         return events.size();
     }
-    std::optional<InputRoom> inputRoom(int) override { return InputRoom{.size = 2'000, .free = 2'000}; }
+    std::optional<InputPool> inputPool(int) override { return InputPool{.size = 2'000, .free = 2'000}; }
 };
 
 TEST(SequencerAllocation, SendingShortMessagesTakesNone) {

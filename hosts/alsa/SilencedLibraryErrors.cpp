@@ -1,4 +1,4 @@
-#include "hosts/alsa/QuietLibrary.hpp"
+#include "hosts/alsa/SilencedLibraryErrors.hpp"
 
 #include <cstdarg>
 
@@ -16,11 +16,11 @@ void ignore(const char*, int, const char*, int, const char*, va_list) {}
 
 }  // namespace
 
-QuietLibrary::QuietLibrary() {
+SilencedLibraryErrors::SilencedLibraryErrors() {
     snd_lib_error_set_local(ignore);
 }
 
-QuietLibrary::~QuietLibrary() {
+SilencedLibraryErrors::~SilencedLibraryErrors() {
     snd_lib_error_set_local(nullptr);
 }
 

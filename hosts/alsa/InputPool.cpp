@@ -1,4 +1,4 @@
-#include "hosts/alsa/ClientPool.hpp"
+#include "hosts/alsa/InputPool.hpp"
 
 // The kernel's own header, which cannot stand beside the library's in one file.
 #include <sound/asequencer.h>
@@ -6,13 +6,13 @@
 
 namespace corvel::hosts {
 
-std::optional<InputRoom> queryInputRoom(int sequencerDescriptor, int client) {
+std::optional<InputPool> queryInputPool(int sequencerDescriptor, int client) {
     snd_seq_client_pool pool{};
     pool.client = client;
     if (::ioctl(sequencerDescriptor, SNDRV_SEQ_IOCTL_GET_CLIENT_POOL, &pool) != 0 || pool.input_pool == 0) {
         return std::nullopt;
     }
-    return InputRoom{.size = pool.input_pool, .free = pool.input_free};
+    return InputPool{.size = pool.input_pool, .free = pool.input_free};
 }
 
 }  // namespace corvel::hosts

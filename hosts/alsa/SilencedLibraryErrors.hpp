@@ -4,12 +4,12 @@ namespace corvel::hosts {
 
 /// Keeps the sequencer's library from writing to standard error on this thread, for as long as it lives: a missing
 /// sequencer is an answer, not an accident.
-class QuietLibrary {
+class SilencedLibraryErrors {
 public:
-    QuietLibrary();
-    QuietLibrary(const QuietLibrary&) = delete;
-    QuietLibrary& operator=(const QuietLibrary&) = delete;
-    ~QuietLibrary();
+    SilencedLibraryErrors();
+    SilencedLibraryErrors(const SilencedLibraryErrors&) = delete;
+    SilencedLibraryErrors& operator=(const SilencedLibraryErrors&) = delete;
+    ~SilencedLibraryErrors();
 };
 
 }  // namespace corvel::hosts

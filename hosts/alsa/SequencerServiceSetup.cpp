@@ -1,0 +1,271 @@
+#include "hosts/alsa/SequencerService.hpp"
+
+#include "hosts/alsa/ObjectReference.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+#include <vector>
+
+namespace corvel::hosts {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Time between two looks at a sound card that has no details yet, and how many there are before it is taken as it is.
+constexpr auto kCardRetryDelay = 5ms;
+constexpr unsigned kMaxLooksAtCard = 40;
+
+/// Ports looked at, and announcements applied, between two looks for MIDI: each takes the kernel some microseconds.
+constexpr unsigned kStepsPerLook = 16;
+
+}  // namespace
+
+// The setup
+
+std::shared_ptr<const MIDISetup> SequencerService::setup(MIDIListing listing) {
+    // Output subscriptions that failed may be tried again.
+    std::erase_if(outputSubscriptions_, [](const auto& entry) { return entry.second != kMIDISuccess; });
+    if (!client_) {
+        // Nothing is announced, so no port is known to be the one that was seen before.
+        registry_.clear();
+        int status = 0;
+        if (const std::unique_ptr<SequencerClient> visitor = SequencerClient::open(kClientName, status)) {
+            visitor->forEachPort([this](const PortDescription& port) { registry_.update(port); });
+        }
+    } else {
+        readWaitingEvents();
+        if (listing == MIDIListing::afresh || mayHaveMissedPorts_) {
+            scan();
+        }
+        applyAnnouncements();
+    }
+    return registry_.setup();
+}
+
+void SequencerService::scan() {
+    const bool hasMissedPorts = std::exchange(mayHaveMissedPorts_, false);
+    std::vector<PortDescription> ports;
+    const std::size_t unreadyCount = unreadyPorts_.size();
+    unsigned step = 0;
+    client_->forEachPort([&](PortDescription&& port) {
+        if (isReady(port)) {
+            ports.push_back(std::move(port));
+        }
+        if (++step % kStepsPerLook == 0) {
+            keepMIDIGoing();
+        }
+    });
+    keepMIDIGoing();
+    const std::vector<PortAddress> ended = registry_.replaceAll(ports, hasMissedPorts);
+    for (const PortAddress& address : ended) {
+        flow_.forget(address);
+    }
+    if ((!ended.empty() && !hasMissedPorts) || unreadyPorts_.size() < unreadyCount) {
+        // Their announcements, or the looks at their card, come later and find nothing left to report.
+        notify({.messageID = MIDINotification::kSetupChanged});
+    }
+    if (hasMissedPorts) {
+        // A device that went and came back unseen looks the same, but nobody subscribes to it now.
+        outputSubscriptions_.clear();
+        for (auto& [address, subscription] : subscriptions_) {
+            subscription.isCertain = false;
+        }
+    }
+}
+
+// Announcements
+
+/// All that have been read; a change that is read meanwhile as well.
+void SequencerService::applyAnnouncements() {
+    for (unsigned step = 1; !announcements_.empty(); ++step) {
+        deliverUntil(announcements_.front().arrivalsBefore);
+        const Announcement announcement = announcements_.front();
+        announcements_.pop_front();
+        apply(announcement);
+        if (step % kStepsPerLook == 0) {
+            keepMIDIGoing();
+        }
+    }
+    sendNotification();
+}
+
+bool SequencerService::hasEnded(const PortAddress& address) const {
+    return std::ranges::any_of(announcements_, [&](const Announcement& announcement) {
+        return announcement.type == SND_SEQ_EVENT_PORT_EXIT && announcement.address == address;
+    });
+}
+
+void SequencerService::apply(const Announcement& announcement) {
+    const PortAddress& address = announcement.address;
+    switch (announcement.type) {
+        case SND_SEQ_EVENT_PORT_START:
+            takeOverPort(address);
+            break;
+        case SND_SEQ_EVENT_PORT_EXIT:
+            applyPortEnd(address);
+            break;
+        case SND_SEQ_EVENT_PORT_CHANGE:
+            if (const std::optional<PortDescription> port = client_->port(address)) {
+                registry_.update(*port);
+            }
+            notify({.messageID = MIDINotification::kPropertyChanged});
+            break;
+        case SND_SEQ_EVENT_CLIENT_CHANGE:
+            for (const PortAddress& own : registry_.portsOf(address.client)) {
+                if (const std::optional<PortDescription> port = client_->port(own)) {
+                    registry_.update(*port);
+                }
+            }
+            notify({.messageID = MIDINotification::kPropertyChanged});
+            break;
+        case SND_SEQ_EVENT_PORT_UNSUBSCRIBED:
+            if (const auto subscription = subscriptions_.find(address); subscription != subscriptions_.end()) {
+                subscription->second.isCertain = false;
+            }
+            break;
+        default:
+            break;
+    }
+}
+
+/// A sound card's ports are announced some moments before the card has its details, of which their IDs are made.
+bool SequencerService::isReady(const PortDescription& port) {
+    const bool isKnown = registry_.find(port.address, MIDIEndpointDirection::source) != nullptr ||
+                         registry_.find(port.address, MIDIEndpointDirection::destination) != nullptr;
+    if (port.card < 0 || isKnown || registry_.isCardComplete(port.card) ||
+        ++unreadyPorts_[port.address] > kMaxLooksAtCard) {
+        unreadyPorts_.erase(port.address);
+        return true;
+    }
+    if (!std::exchange(isRetryScheduled_, true)) {
+        postAfter(kCardRetryDelay, &SequencerService::retryPorts);
+    }
+    return false;
+}
+
+void SequencerService::retryPorts() {
+    isRetryScheduled_ = false;
+    for (const auto& [address, looks] : std::map(unreadyPorts_)) {
+        takeOverPort(address);
+    }
+    sendNotification();
+}
+
+void SequencerService::takeOverPort(const PortAddress& address) {
+    const std::optional<PortDescription> port = client_ ? client_->port(address) : std::nullopt;
+    if (!port) {
+        unreadyPorts_.erase(address);
+    } else if (isReady(*port)) {
+        registry_.update(*port);
+        notifyPort(MIDINotification::kObjectAdded, address);
+    }
+}
+
+void SequencerService::applyPortEnd(const PortAddress& address) {
+    unreadyPorts_.erase(address);
+    notifyPort(MIDINotification::kObjectRemoved, address);
+    registry_.portEnded(address);
+    subscriptions_.erase(address);
+    outputSubscriptions_.erase(address);
+    flow_.forget(address);
+}
+
+void SequencerService::notifyPort(std::int32_t messageID, const PortAddress& address) {
+    const Endpoint* const source = registry_.find(address, MIDIEndpointDirection::source);
+    const Endpoint* const endpoint =
+        source != nullptr ? source : registry_.find(address, MIDIEndpointDirection::destination);
+    if (endpoint == nullptr) {
+        return;
+    }
+    notify({.messageID = messageID,
+            .parent = endpoint->isHardware ? objectReference(ObjectKind::entity, address.client) : 0,
+            .parentType = endpoint->isHardware ? MIDINotification::kEntity : MIDINotification::kOther,
+            .child = endpoint->ref,
+            .childType = source != nullptr ? MIDINotification::kSource : MIDINotification::kDestination});
+}
+
+/// Changes that the main thread has not been told of yet become one: a program that opens a hundred ports must not
+/// cause a hundred reloads.
+void SequencerService::notify(const MIDINotification& notification) {
+    nextNotification_ =
+        nextNotification_ ? MIDINotification{.messageID = MIDINotification::kSetupChanged} : notification;
+}
+
+void SequencerService::sendNotification() {
+    if (isNotifying_ || !nextNotification_) {
+        return;
+    }
+    const MIDINotification notification = *std::exchange(nextNotification_, std::nullopt);
+    if (!notificationHandler_) {
+        return;
+    }
+    isNotifying_ = true;
+    mainQueue_->async([handler = notificationHandler_, notification, weakService = weak_from_this(),
+                       weakQueue = std::weak_ptr<DispatchQueue>(queue_)] {
+        handler(notification);
+        // Behind what the handler has posted there.
+        if (const auto queue = weakQueue.lock()) {
+            queue->async([weakService] {
+                if (const auto service = weakService.lock()) {
+                    service->isNotifying_ = false;
+                    service->sendNotification();
+                }
+            });
+        }
+    });
+}
+
+// Subscriptions
+
+MIDIStatus SequencerService::connectSource(MIDIObjectRef source, MIDIObjectRef connection) {
+    applyAnnouncements();
+    const Endpoint* endpoint = registry_.find(source);
+    if (endpoint == nullptr || endpoint->direction != MIDIEndpointDirection::source || !client_ || inputPort_ < 0) {
+        return -ENODEV;
+    }
+    const PortAddress address = endpoint->address;
+    const auto known = subscriptions_.find(address);
+    const bool isKept = known != subscriptions_.end() && known->second.source == source &&
+                        (known->second.isCertain || client_->isSubscribedFrom(inputPort_, address));
+    if (!isKept) {
+        if (const int status = client_->subscribeFrom(inputPort_, address); status < 0) {
+            subscriptions_.erase(address);
+            return status;
+        }
+        if (++subscribesSinceLook_ >= kStepsPerLook) {
+            subscribesSinceLook_ = 0;
+            keepMIDIGoing();
+        }
+    }
+    subscriptions_[address] = {.source = source, .connection = connection};
+    return kMIDISuccess;
+}
+
+MIDIStatus SequencerService::disconnectSource(MIDIObjectRef source) {
+    const auto found = subscriptions_.find(portAddress(source));
+    if (found == subscriptions_.end() || found->second.source != source) {
+        return -ENODEV;
+    }
+    // The kernel is told later, and only if the source is not connected again by then: it would lose what is played in
+    // between, and hardware would be closed and opened.
+    found->second.isWanted = false;
+    if (!std::exchange(isSettlingScheduled_, true)) {
+        post(&SequencerService::settleSubscriptions);
+    }
+    return kMIDISuccess;
+}
+
+void SequencerService::settleSubscriptions() {
+    isSettlingScheduled_ = false;
+    std::erase_if(subscriptions_, [this](const auto& entry) {
+        const auto& [address, subscription] = entry;
+        if (!subscription.isWanted && client_ && inputPort_ >= 0) {
+            client_->unsubscribeFrom(inputPort_, address);
+        }
+        return !subscription.isWanted;
+    });
+}
+
+}  // namespace corvel::hosts
