@@ -207,6 +207,7 @@ TEST_F(RouteListTests, StaysWhereItIsUnlessTheSelectionChanges) {
     show(manyRoutes(40));
     model->setSelectedRouteID(makeID(21));
     ASSERT_TRUE(turnUntil([&] { return scrollValue() == 888; }));
+    ASSERT_FALSE(turnUntil([&] { return scrollValue() != 888; }, kQuietTime)) << "the movement has ended";
     scrollArea().verticalScrollBar()->setValue(100);
     model->setRouteEnabled(makeID(21), false);
     model->setSelectedRouteID(makeID(21));
