@@ -67,9 +67,12 @@ public:
     bool operator==(const MIDIBytes& other) const { return std::ranges::equal(*this, other); }
 
 private:
+    // NOLINTNEXTLINE(*-avoid-c-arrays): the size is not known before the program runs
+    using Array = std::uint8_t[];
+
     explicit MIDIBytes(std::size_t size) : size_(size) {
         if (size > kInlineSize) {
-            shared_ = std::make_shared_for_overwrite<std::uint8_t[]>(size);
+            shared_ = std::make_shared_for_overwrite<Array>(size);
         }
     }
 
@@ -81,7 +84,7 @@ private:
     std::size_t size_ = 0;
     std::array<std::uint8_t, kInlineSize> inline_{};
     /// The bytes of a long sequence; null for a short one.
-    std::shared_ptr<std::uint8_t[]> shared_;
+    std::shared_ptr<Array> shared_;
 };
 
 }  // namespace corvel

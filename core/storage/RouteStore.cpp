@@ -155,7 +155,7 @@ void RouteStore::save(const std::vector<MIDIRoute>& routes) const {
 std::optional<path> RouteStore::replaceFile(std::string_view text) const {
     // Ahead of the copy, so that saves that fail again and again for want of space leave no copies behind.
     AtomicFile replacement(fileURL_, text);
-    const std::optional<path> copy = keepIfUnknown(replacement);
+    std::optional<path> copy = keepIfUnknown(replacement);
     replacement.commit();
     known_ = fingerprint(text);
     return copy;

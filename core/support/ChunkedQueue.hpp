@@ -13,11 +13,11 @@ namespace corvel {
 /// A number of chunks is there from the start and kept, and its memory has been written to. A thread that routes MIDI
 /// must not wait for the heap, nor for the page fault with which memory that is only reserved answers its first use.
 /// One thread at a time.
-template <typename Value, std::size_t kChunkSize>
+template <typename Value, std::size_t ChunkSize>
 class ChunkedQueue {
 public:
     /// A queue that holds `keptCount` elements, rounded up to whole chunks, without asking for memory.
-    explicit ChunkedQueue(std::size_t keptCount) : keptChunks_((keptCount + kChunkSize - 1) / kChunkSize + 1) {
+    explicit ChunkedQueue(std::size_t keptCount) : keptChunks_((keptCount + ChunkSize - 1) / ChunkSize + 1) {
         for (std::size_t count = 0; count < keptChunks_; ++count) {
             keep(std::make_unique<Chunk>());
         }
@@ -35,7 +35,7 @@ public:
     [[nodiscard]] std::size_t size() const { return size_; }
 
     void push(Value&& value) {
-        if (last_ == nullptr || last_->end == kChunkSize) {
+        if (last_ == nullptr || last_->end == ChunkSize) {
             append();
         }
         last_->values[last_->end++] = std::move(value);
@@ -92,7 +92,7 @@ public:
 
 private:
     struct Chunk {
-        std::array<Value, kChunkSize> values{};
+        std::array<Value, ChunkSize> values{};
         std::size_t begin = 0;
         std::size_t end = 0;
         std::unique_ptr<Chunk> next;

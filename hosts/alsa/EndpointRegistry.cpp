@@ -15,6 +15,9 @@ namespace corvel::hosts {
 
 namespace {
 
+/// In the place of a card's number: behind all cards.
+constexpr int kNoCard = std::numeric_limits<int>::max();
+
 constexpr std::array kDirections{MIDIEndpointDirection::source, MIDIEndpointDirection::destination};
 
 std::size_t indexOf(MIDIEndpointDirection direction) {
@@ -73,7 +76,7 @@ void EndpointRegistry::update(const PortDescription& description) {
 
 void EndpointRegistry::updateIdentity(Port& port, MIDIEndpointDirection direction) {
     const PortDescription& description = port.description;
-    std::optional<Identity>& identity = port.identities[indexOf(direction)];
+    std::optional<EndpointIdentity>& identity = port.identities[indexOf(direction)];
     if (!isEndpoint(description, direction)) {
         endIdentity(identity);
         return;
@@ -96,7 +99,7 @@ void EndpointRegistry::updateIdentity(Port& port, MIDIEndpointDirection directio
     }
 }
 
-void EndpointRegistry::endIdentity(std::optional<Identity>& identity) {
+void EndpointRegistry::endIdentity(std::optional<EndpointIdentity>& identity) {
     if (identity) {
         identities_.erase(identity->endpoint.ref);
         uniqueIDs_.erase(identity->uniqueID);
@@ -143,7 +146,7 @@ void EndpointRegistry::portEnded(const PortAddress& address) {
 }
 
 void EndpointRegistry::endPort(Ports::iterator port) {
-    for (std::optional<Identity>& identity : port->second.identities) {
+    for (std::optional<EndpointIdentity>& identity : port->second.identities) {
         endIdentity(identity);
     }
     const int card = port->second.description.card;
@@ -178,7 +181,7 @@ const Endpoint* EndpointRegistry::find(const PortAddress& address, MIDIEndpointD
     if (port == ports_.end()) {
         return nullptr;
     }
-    const std::optional<Identity>& identity = port->second.identities[indexOf(direction)];
+    const std::optional<EndpointIdentity>& identity = port->second.identities[indexOf(direction)];
     return identity ? &identity->endpoint : nullptr;
 }
 
@@ -224,7 +227,7 @@ std::vector<MIDIEndpointRecord> EndpointRegistry::records(MIDIEndpointDirection 
     std::size_t clientStart = 0;
     int client = -1;
     for (auto& [address, port] : ports_) {
-        const std::optional<Identity>& identity = port.identities[indexOf(direction)];
+        const std::optional<EndpointIdentity>& identity = port.identities[indexOf(direction)];
         if (!identity) {
             continue;
         }
@@ -250,13 +253,13 @@ std::vector<MIDIEndpointRecord> EndpointRegistry::records(MIDIEndpointDirection 
 void EndpointRegistry::addPlaces(std::vector<MIDIEndpointRecord>& records) {
     struct Candidate {
         MIDIEndpointRecord* record;
-        Identity* identity;
+        EndpointIdentity* identity;
         int card;
     };
     std::vector<Candidate> candidates;
     std::map<std::string_view, std::set<int>> cardsByName;
     for (MIDIEndpointRecord& record : records) {
-        Identity* const identity = identities_.at(record.ref);
+        EndpointIdentity* const identity = identities_.at(record.ref);
         if (const int card = ports_.at(identity->endpoint.address).description.card; card >= 0) {
             candidates.push_back({&record, identity, card});
             cardsByName[*record.displayName].insert(card);
@@ -273,45 +276,41 @@ void EndpointRegistry::addPlaces(std::vector<MIDIEndpointRecord>& records) {
     }
 }
 
-std::vector<MIDIDeviceRecord> EndpointRegistry::devices(const MIDISetup& setup) {
-    const std::array endpoints{&setup.sources, &setup.destinations};
-    std::array<std::size_t, 2> next{};
-    // Ordered by card, those without one last, then by client.
+std::map<std::pair<int, int>, MIDIEntityRecord> EndpointRegistry::entities(const MIDISetup& setup) const {
     std::map<std::pair<int, int>, MIDIEntityRecord> entities;
     for (const auto& [address, port] : ports_) {
         const PortDescription& description = port.description;
-        MIDIEntityRecord* entity = nullptr;
-        if (description.isKernelClient && address.client != SND_SEQ_CLIENT_SYSTEM) {
-            const int card = description.card >= 0 ? description.card : std::numeric_limits<int>::max();
-            entity = &entities[{card, address.client}];
-            entity->ref = objectReference(ObjectKind::entity, address.client);
-            entity->name = port.clientName;
+        if (!description.isKernelClient || address.client == SND_SEQ_CLIENT_SYSTEM) {
+            continue;
         }
-        // The records stand in the order of the ports.
-        for (const std::size_t direction : {0U, 1U}) {
-            if (!port.identities[direction]) {
-                continue;
-            }
-            const MIDIObjectRecord& record = (*endpoints[direction])[next[direction]++];
-            if (entity != nullptr) {
-                (direction == 0 ? entity->sources : entity->destinations).push_back(record);
+        MIDIEntityRecord& entity = entities[{description.card >= 0 ? description.card : kNoCard, address.client}];
+        entity.ref = objectReference(ObjectKind::entity, address.client);
+        entity.name = port.clientName;
+        for (const MIDIEndpointDirection direction : kDirections) {
+            if (const Endpoint* const endpoint = find(address, direction)) {
+                const bool isSource = direction == MIDIEndpointDirection::source;
+                const std::vector<MIDIEndpointRecord>& records = isSource ? setup.sources : setup.destinations;
+                (isSource ? entity.sources : entity.destinations)
+                    .push_back(*std::ranges::find(records, endpoint->ref, &MIDIObjectRecord::ref));
             }
         }
     }
+    return entities;
+}
 
+std::vector<MIDIDeviceRecord> EndpointRegistry::devices(const MIDISetup& setup) {
     std::vector<MIDIDeviceRecord> devices;
     int lastCard = -1;
-    for (auto& [key, entity] : entities) {
+    for (auto& [key, entity] : entities(setup)) {
         const int card = key.first;
-        const bool hasCard = card != std::numeric_limits<int>::max();
-        if (!hasCard || card != lastCard) {
+        if (card == kNoCard || card != lastCard) {
             MIDIDeviceRecord device;
             device.ref = objectReference(ObjectKind::device, static_cast<int>(devices.size()));
-            device.name = hasCard ? cardWithNumber(card).name : entity.name;
+            device.name = card != kNoCard ? cardWithNumber(card).name : entity.name;
             devices.push_back(std::move(device));
             lastCard = card;
         }
-        devices.back().entities.push_back(std::move(entity));
+        devices.back().entities.push_back(entity);
     }
     return devices;
 }

@@ -14,6 +14,7 @@
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace corvel::hosts {
@@ -27,6 +28,17 @@ struct Endpoint {
     bool isHardware = false;
 };
 
+/// What stays with an endpoint as long as its port lives.
+struct EndpointIdentity {
+    Endpoint endpoint;
+    std::int32_t uniqueID = 0;
+    /// Whether client or port had no name of its own when the ID was made.
+    bool isProvisional = false;
+    /// Set when a second device of the same name appears, and kept, so that a name never comes to mean the other
+    /// device.
+    bool showsPlace = false;
+};
+
 /// Knows the sequencer's ports: gives each endpoint a reference that is not reused for 8,192 endpoints, and a unique ID
 /// and a name that a returning device or program gets again.
 ///
@@ -38,7 +50,7 @@ public:
     explicit EndpointRegistry(CardReader readCard) : readCard_(std::move(readCard)) {}
 
     /// Takes over a port that is new or may have changed.
-    void update(const PortDescription& port);
+    void update(const PortDescription& description);
 
     /// Takes over all ports that there are now; those that are not among them have ended. With `mayHaveMissedPorts`, a
     /// port whose names differ counts as a new one at an old address. Returns the addresses of the ports that have
@@ -70,17 +82,6 @@ public:
     [[nodiscard]] static bool isEndpoint(const PortDescription& port, MIDIEndpointDirection direction);
 
 private:
-    /// What stays with an endpoint as long as its port lives.
-    struct Identity {
-        Endpoint endpoint;
-        std::int32_t uniqueID = 0;
-        /// Whether client or port had no name of its own when the ID was made.
-        bool isProvisional = false;
-        /// Set when a second device of the same name appears, and kept, so that a name never comes to mean the other
-        /// device.
-        bool showsPlace = false;
-    };
-
     struct Port {
         PortDescription description;
         /// The names without what differs from one start of a program to the next.
@@ -88,19 +89,21 @@ private:
         std::string name;
         std::string displayName;
         /// By direction; none where the port is no endpoint.
-        std::array<std::optional<Identity>, 2> identities;
+        std::array<std::optional<EndpointIdentity>, 2> identities;
     };
 
     using Ports = std::map<PortAddress, Port>;
 
     void updateIdentity(Port& port, MIDIEndpointDirection direction);
-    void endIdentity(std::optional<Identity>& identity);
+    void endIdentity(std::optional<EndpointIdentity>& identity);
     void endPort(Ports::iterator port);
     [[nodiscard]] const SoundCard* cardOf(const PortDescription& port);
     [[nodiscard]] const SoundCard& cardWithNumber(int card);
     [[nodiscard]] std::int32_t takeFreeUniqueID(std::int32_t wanted);
     [[nodiscard]] std::vector<MIDIEndpointRecord> records(MIDIEndpointDirection direction);
     void addPlaces(std::vector<MIDIEndpointRecord>& records);
+    /// Kernel clients with their endpoints, by card, those without one last, and by client.
+    [[nodiscard]] std::map<std::pair<int, int>, MIDIEntityRecord> entities(const MIDISetup& setup) const;
     [[nodiscard]] std::vector<MIDIDeviceRecord> devices(const MIDISetup& setup);
 
     CardReader readCard_;
@@ -108,7 +111,7 @@ private:
     std::map<int, SoundCard> cards_;
     std::uint32_t nextGeneration_ = 0;
     Ports ports_;
-    std::unordered_map<MIDIObjectRef, Identity*> identities_;
+    std::unordered_map<MIDIObjectRef, EndpointIdentity*> identities_;
     std::unordered_set<std::int32_t> uniqueIDs_;
     /// Made when it is asked for; null after a change.
     std::shared_ptr<const MIDISetup> setup_;

@@ -192,39 +192,45 @@ void OutputFlow::sendWaiting(SteadyTime now) {
 }
 
 bool OutputFlow::sendBacklog(Backlog& backlog, SteadyTime now) {
-    for (std::size_t count = 0; count < kEventsPerTurn && !backlog.events.empty(); count += batch_.size()) {
-        batch_.clear();
-        for (WaitingEvent& waiting : backlog.events) {
-            if (batch_.size() == SequencerClient::kMaxEventsPerSend || !takeRoom(waiting.event, now)) {
-                break;
-            }
-            if (snd_seq_ev_is_variable(&waiting.event)) {
-                waiting.event.data.ext.ptr = waiting.bytes.writable().data();
-            }
-            batch_.push_back(waiting.event);
-        }
-        if (batch_.empty()) {
-            return false;
-        }
-        int status = 0;
-        const std::size_t sent = output_.send(batch_, status);
-        const bool isUnsent = sent < batch_.size();
-        const bool hasFailed = isUnsent && status != -EAGAIN;
-        lateFailureCount_ += hasFailed ? 1 : 0;
-        for (std::size_t index = 0; index < sent + (hasFailed ? 1 : 0); ++index) {
-            backlog.bytes -= sizeOf(backlog.events.front().event);
-            backlog.events.pop_front();
-        }
-        if (isUnsent) {
-            // The rest did not take the room that it had.
-            budgets_[batch_[0].dest.client].isKnown = false;
-            if (!hasFailed) {
-                break;
-            }
-        }
+    bool hasRoom = true;
+    for (std::size_t count = 0; hasRoom && count < kEventsPerTurn && !backlog.events.empty(); count += batch_.size()) {
+        fillBatch(backlog, now);
+        hasRoom = !batch_.empty() && sendBatch(backlog);
     }
     batch_.clear();
     return backlog.events.empty();
+}
+
+/// The backlog's oldest events, as many as have room.
+void OutputFlow::fillBatch(Backlog& backlog, SteadyTime now) {
+    batch_.clear();
+    for (WaitingEvent& waiting : backlog.events) {
+        if (batch_.size() == SequencerClient::kMaxEventsPerSend || !takeRoom(waiting.event, now)) {
+            return;
+        }
+        if (snd_seq_ev_is_variable(&waiting.event)) {
+            waiting.event.data.ext.ptr = waiting.bytes.writable().data();
+        }
+        batch_.push_back(waiting.event);
+    }
+}
+
+/// False if the sequencer had no room for them after all.
+bool OutputFlow::sendBatch(Backlog& backlog) {
+    int status = 0;
+    const std::size_t sent = output_.send(batch_, status);
+    const bool isUnsent = sent < batch_.size();
+    const bool hasFailed = isUnsent && status != -EAGAIN;
+    lateFailureCount_ += hasFailed ? 1 : 0;
+    for (std::size_t index = 0; index < sent + (hasFailed ? 1 : 0); ++index) {
+        backlog.bytes -= sizeOf(backlog.events.front().event);
+        backlog.events.pop_front();
+    }
+    if (isUnsent) {
+        // The rest did not take the room that it had.
+        budgets_[batch_[0].dest.client].isKnown = false;
+    }
+    return !isUnsent || hasFailed;
 }
 
 void OutputFlow::forget(const PortAddress& destination) {

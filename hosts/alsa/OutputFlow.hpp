@@ -103,6 +103,8 @@ private:
     void keepUnsent(std::size_t first, const PortAddress& destination);
     /// True when nothing waits any more.
     [[nodiscard]] bool sendBacklog(Backlog& backlog, SteadyTime now);
+    void fillBatch(Backlog& backlog, SteadyTime now);
+    [[nodiscard]] bool sendBatch(Backlog& backlog);
 
     SequencerOutput& output_;
     /// The events that are sent next, and their packets' statuses.

@@ -164,7 +164,7 @@ std::size_t SequencerClient::send(std::span<snd_seq_event_t> events, int& status
 }
 
 /// Events of fixed size stand in memory as the kernel takes them.
-std::size_t SequencerClient::write(std::span<const snd_seq_event_t> events, int& status) {
+std::size_t SequencerClient::write(std::span<const snd_seq_event_t> events, int& status) const {
     std::size_t sent = 0;
     while (sent < events.size()) {
         const ssize_t written = ::write(descriptor_, &events[sent], (events.size() - sent) * sizeof(snd_seq_event_t));

@@ -70,7 +70,7 @@ private:
     };
 
     explicit SequencerClient(snd_seq_t* handle);
-    [[nodiscard]] std::size_t write(std::span<const snd_seq_event_t> events, int& status);
+    [[nodiscard]] std::size_t write(std::span<const snd_seq_event_t> events, int& status) const;
     [[nodiscard]] std::size_t writeBuffered(std::span<snd_seq_event_t> events, int& status);
     [[nodiscard]] bool isSubscribed(const snd_seq_addr_t& sender, const snd_seq_addr_t& receiver) const;
 
