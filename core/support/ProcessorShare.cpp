@@ -1,5 +1,6 @@
 #include "core/support/ProcessorShare.hpp"
 
+#include <algorithm>
 #include <ctime>
 #include <thread>
 
@@ -10,6 +11,9 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::chrono::nanoseconds kWindow = 25ms;
+
+/// What arrives meanwhile has to fit into what the system keeps for a client.
+constexpr std::chrono::nanoseconds kMaxPause = 2ms;
 
 /// Rounds in a window from which on the thread may be busy.
 constexpr unsigned kManyRounds = 16;
@@ -32,16 +36,19 @@ void ProcessorShare::endRound(SteadyTime began, bool hasMoreWork) {
 
 void ProcessorShare::endWindow(SteadyTime now) {
     const std::chrono::nanoseconds elapsed = now - windowStart_;
+    std::chrono::nanoseconds pause = 0ns;
     if (mayBeBusy_) {
         const std::chrono::nanoseconds used = usedProcessorTime();
         if (usedBefore_ >= 0ns && used - usedBefore_ > elapsed * 19 / 20) {
-            std::this_thread::sleep_for(kWindow / 19);
+            pause = std::min(elapsed / 19, kMaxPause);
+            std::this_thread::sleep_for(pause);
         }
         usedBefore_ = used;
     } else {
         usedBefore_ = -1ns;
     }
-    windowStart_ = now;
+    // The pause belongs to the window that it ends: in the next one it would pass for idle time.
+    windowStart_ = now + pause;
     rounds_ = 0;
     mayBeBusy_ = false;
 }

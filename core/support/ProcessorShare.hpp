@@ -8,7 +8,7 @@ namespace corvel {
 /// it sleeps for the rest of its 5 %.
 ///
 /// The kernel does the same to threads with real-time priority, but by stopping all of them for 50 ms, which is heard.
-/// A pause here is shorter than 1.5 ms. The thread's processor time is asked for only where it may be busy, since that
+/// A pause here is at most 2 ms. The thread's processor time is asked for only where it may be busy, since that
 /// is a system call.
 class ProcessorShare {
 public:
