@@ -69,7 +69,7 @@ void CoreMIDIRouterEngine::deliverReports(const std::weak_ptr<CoreMIDIRouterEngi
     }
     const Instant began = engine->clock_->now();
     do {
-        // A delegate may release the engine, and then hears no more of it.
+        // A delegate may release the engine; nothing more is delivered then.
         if (!engine->deliverNextReport() || engine.use_count() == 1) {
             return;
         }

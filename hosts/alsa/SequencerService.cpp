@@ -146,7 +146,7 @@ void SequencerService::disposeClient() {
     closeClient();
 }
 
-/// In a task of its own, since whoever was reading may be in the middle of work with the client.
+/// Opens the client again in a task of its own: the caller may still be using the old one.
 void SequencerService::noteReadFailure(int status) {
     isReadable_ = false;
     diagnose("MIDI can no longer be read: " + textOf(status) + "; the sequencer is opened again");

@@ -163,7 +163,7 @@ private:
     /// Ports whose sound card has no details yet, with the number of looks at each.
     std::map<PortAddress, unsigned> unreadyPorts_;
     bool isRetryScheduled_ = false;
-    /// The change that the main thread is told of next, and whether it is being told of one.
+    /// The next notification for the main thread, and whether the one before is still being handled.
     std::optional<MIDINotification> nextNotification_;
     bool isNotifying_ = false;
 

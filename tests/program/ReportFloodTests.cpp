@@ -85,7 +85,7 @@ protected:
         played_ += count;
     }
 
-    /// Plays all notes and the mark; whoever reads the lines takes them as they come.
+    /// Plays all notes and the mark, while the lines are read elsewhere.
     void playAll() {
         ASSERT_TRUE(waitUntilHeard(keyboard_, keys_));
         while (played_ < kCount) {

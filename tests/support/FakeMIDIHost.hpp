@@ -83,7 +83,7 @@ public:
 
     /// Delivers packets as if they had come from the connected source with this reference constant. The handler stays
     /// usable when its port is disposed of, like a call that the service had already begun. Does nothing without a
-    /// port. The packets are overwritten after the call, so that whoever kept a reference is found out.
+    /// port. The packets are overwritten after the call, so that a test notices a kept reference.
     void receive(std::initializer_list<MIDIBytes> packets, MIDIObjectRef connection);
 
     /// The same for packets as a service gives them.
