@@ -1,6 +1,6 @@
 #include "core/engine/CoreMIDIRouterEngine.hpp"
 
-#include "core/messages/RouteProcessor.hpp"
+#include "core/messages/MIDIMessageTransformer.hpp"
 
 #include <absl/container/inlined_vector.h>
 
@@ -113,13 +113,9 @@ void CoreMIDIRouterEngine::startPortsOnQueue(MIDIObjectRef client) {
 }
 
 void CoreMIDIRouterEngine::updateRoutes(std::vector<MIDIRoute> routes) {
-    RoutesBySource routesBySourceID;
-    for (MIDIRoute& route : routes) {
-        routesBySourceID[route.sourceID].push_back(std::move(route));
-    }
-    queue_->async([weakEngine = weak_from_this(), routesBySourceID = std::move(routesBySourceID)]() mutable {
+    queue_->async([weakEngine = weak_from_this(), routes = std::move(routes)]() mutable {
         if (const auto engine = weakEngine.lock()) {
-            engine->routesBySourceID_ = std::move(routesBySourceID);
+            engine->endHeldNotes(engine->routeTable_.setRoutes(std::move(routes)));
         }
     });
 }
@@ -141,30 +137,31 @@ void CoreMIDIRouterEngine::handle(std::span<const MIDIArrival> arrivals) {
 
 void CoreMIDIRouterEngine::deliverOnQueue(std::span<const MIDIArrival> arrivals) {
     for (const MIDIArrival& arrival : arrivals) {
-        const auto sourceID = sourceIDByEndpointRef_.find(arrival.connection);
-        if (sourceID == sourceIDByEndpointRef_.end()) {
+        const RouteTable::Source* const source = routeTable_.find(arrival.connection);
+        if (source == nullptr) {
             continue;
         }
-        const auto routes = routesBySourceID_.find(sourceID->second);
-        if (routes == routesBySourceID_.end()) {
-            continue;
+        EndpointTraffic::note(*source->traffic);
+        for (const RouteTable::Connection& connection : source->connections) {
+            addToSend(connection, arrival.bytes);
         }
-        RouteProcessor::forEachRoutedMessage(sourceID->second, arrival.bytes, routes->second,
-                                             [this](RoutedMIDIMessage&& message) { addToSend(std::move(message)); });
     }
     sendCollected();
 }
 
-void CoreMIDIRouterEngine::addToSend(RoutedMIDIMessage&& message) {
-    const auto destination = destinationRefByID_.find(message.destinationID);
-    if (destination == destinationRefByID_.end()) {
-        return;
-    }
+void CoreMIDIRouterEngine::addToSend(const RouteTable::Connection& connection, const MIDIBytes& bytes) {
     if (collected_.size() == kMessagesPerSend) {
         sendCollected();
     }
-    const RoutedMIDIMessage& kept = collected_.emplace_back(std::move(message));
-    sends_.push_back({.destination = destination->second, .bytes = kept.bytes});
+    collected_.push_back({.routeID = connection.routeID,
+                          .destinationID = connection.destinationID,
+                          .bytes = MIDIMessageTransformer::transform(bytes, connection.channelMode)});
+    const MIDIBytes& sent = collected_.back().bytes;
+    sends_.push_back({.destination = connection.destination, .bytes = sent});
+    EndpointTraffic::note(*connection.traffic);
+    if (connection.held != nullptr) {
+        connection.held->takeIn(sent);
+    }
 }
 
 void CoreMIDIRouterEngine::sendCollected() {

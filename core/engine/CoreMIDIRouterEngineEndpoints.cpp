@@ -161,39 +161,34 @@ void CoreMIDIRouterEngine::reloadEndpointsOnQueue(std::string_view reason, MIDIL
         // A failure means that the source is gone or was not connected, and so asks for nothing.
         host_->disconnectSource(inputPort_, source);
     }
-    std::unordered_map<MIDIObjectRef, std::int32_t> sourceIDByEndpointRef;
-    std::unordered_map<std::int32_t, MIDIObjectRef> destinationRefByID;
-    std::unordered_set<MIDIObjectRef> connectedSourceRefs;
-    sourceIDByEndpointRef.reserve(setup->sources.size());
-    destinationRefByID.reserve(setup->destinations.size());
-    connectedSourceRefs.reserve(setup->sources.size());
-
-    std::size_t connectionCount = 0;
+    connectedSourceRefs_.clear();
+    connectedSourceRefs_.reserve(setup->sources.size());
+    std::vector<RouteTable::Endpoint> sources;
+    std::vector<RouteTable::Endpoint> destinations;
+    sources.reserve(setup->sources.size());
+    destinations.reserve(setup->destinations.size());
     for (const MIDIEndpointRecord& source : setup->sources) {
         if (source.ref == 0) {
             continue;
         }
-        sourceIDByEndpointRef[source.ref] = idOf(source);
+        sources.push_back({.ref = source.ref, .id = idOf(source)});
         const MIDIStatus status = host_->connectSource(inputPort_, source.ref, source.ref);
         if (status == kMIDISuccess) {
-            connectedSourceRefs.insert(source.ref);
-            ++connectionCount;
+            connectedSourceRefs_.push_back(source.ref);
         } else {
             reportIfFailed(status, "MIDI source could not be connected: " + nameOf(source));
         }
     }
     for (const MIDIEndpointRecord& destination : setup->destinations) {
         if (destination.ref != 0) {
-            destinationRefByID[idOf(destination)] = destination.ref;
+            destinations.push_back({.ref = destination.ref, .id = idOf(destination)});
         }
     }
-    sourceIDByEndpointRef_ = std::move(sourceIDByEndpointRef);
-    destinationRefByID_ = std::move(destinationRefByID);
-    connectedSourceRefs_ = std::move(connectedSourceRefs);
+    endHeldNotes(routeTable_.setEndpoints(std::move(sources), destinations));
 
     logDiagnostic("Endpoint reload (" + std::string(reason) + "): " + std::to_string(setup->sources.size()) +
                   " sources, " + std::to_string(setup->destinations.size()) + " destinations, " +
-                  std::to_string(connectionCount) + " source connections");
+                  std::to_string(connectedSourceRefs_.size()) + " source connections");
     logDiagnostic(deviceTreeSummary(*setup));
 }
 

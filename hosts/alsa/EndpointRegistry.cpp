@@ -18,6 +18,9 @@ namespace {
 /// In the place of a card's number: behind all cards.
 constexpr int kNoCard = std::numeric_limits<int>::max();
 
+/// Ports listed between two pauses.
+constexpr std::size_t kPortsPerPause = 64;
+
 constexpr std::array kDirections{MIDIEndpointDirection::source, MIDIEndpointDirection::destination};
 
 std::size_t indexOf(MIDIEndpointDirection direction) {
@@ -35,15 +38,18 @@ void numberEqualNames(std::vector<MIDIEndpointRecord>& records, std::size_t firs
     if (records.size() - first < 2) {
         return;
     }
-    std::unordered_map<std::string, int> counts;
+    std::unordered_map<std::string_view, int> counts;
     for (std::size_t index = first; index < records.size(); ++index) {
         ++counts[*records[index].displayName];
     }
+    std::vector<MIDIEndpointRecord*> shared;
     for (std::size_t index = first; index < records.size(); ++index) {
-        std::string& name = *records[index].displayName;
-        if (counts[name] > 1) {
-            name += " (" + std::to_string(portAddress(records[index].ref).port) + ")";
+        if (counts[*records[index].displayName] > 1) {
+            shared.push_back(&records[index]);
         }
+    }
+    for (MIDIEndpointRecord* const record : shared) {
+        *record->displayName += " (" + std::to_string(portAddress(record->ref).port) + ")";
     }
 }
 
@@ -210,18 +216,19 @@ std::int32_t EndpointRegistry::takeFreeUniqueID(std::int32_t wanted) {
     return wanted;
 }
 
-std::shared_ptr<const MIDISetup> EndpointRegistry::setup() {
+std::shared_ptr<const MIDISetup> EndpointRegistry::setup(absl::FunctionRef<void()> pause) {
     if (!setup_) {
         MIDISetup setup;
-        setup.sources = records(MIDIEndpointDirection::source);
-        setup.destinations = records(MIDIEndpointDirection::destination);
+        setup.sources = records(MIDIEndpointDirection::source, pause);
+        setup.destinations = records(MIDIEndpointDirection::destination, pause);
         setup.devices = devices(setup);
         setup_ = std::make_shared<const MIDISetup>(std::move(setup));
     }
     return setup_;
 }
 
-std::vector<MIDIEndpointRecord> EndpointRegistry::records(MIDIEndpointDirection direction) {
+std::vector<MIDIEndpointRecord> EndpointRegistry::records(MIDIEndpointDirection direction,
+                                                          absl::FunctionRef<void()> pause) {
     std::vector<MIDIEndpointRecord> records;
     records.reserve(identities_.size());
     std::size_t clientStart = 0;
@@ -235,6 +242,9 @@ std::vector<MIDIEndpointRecord> EndpointRegistry::records(MIDIEndpointDirection 
             numberEqualNames(records, clientStart);
             clientStart = records.size();
             client = address.client;
+        }
+        if (records.size() % kPortsPerPause == kPortsPerPause - 1) {
+            pause();
         }
         const SoundCard* const card = cardOf(port.description);
         records.push_back({{.ref = identity->endpoint.ref,

@@ -5,6 +5,8 @@
 #include "hosts/alsa/PortDescription.hpp"
 #include "hosts/alsa/SoundCard.hpp"
 
+#include <absl/functional/function_ref.h>
+
 #include <array>
 #include <cstdint>
 #include <functional>
@@ -75,8 +77,9 @@ public:
     [[nodiscard]] const Endpoint* find(MIDIObjectRef ref) const;
 
     /// All endpoints in the order of client and port, and the devices: one for each sound card that has clients, in
-    /// card order, then one for each kernel client without a card; programs are no devices.
-    [[nodiscard]] std::shared_ptr<const MIDISetup> setup();
+    /// card order, then one for each kernel client without a card; programs are no devices. Calls `pause` every few
+    /// ports while it works; that must not change any.
+    [[nodiscard]] std::shared_ptr<const MIDISetup> setup(absl::FunctionRef<void()> pause = [] {});
 
     /// Whether the port can be connected by a user in this direction.
     [[nodiscard]] static bool isEndpoint(const PortDescription& port, MIDIEndpointDirection direction);
@@ -100,7 +103,8 @@ private:
     [[nodiscard]] const SoundCard* cardOf(const PortDescription& port);
     [[nodiscard]] const SoundCard& cardWithNumber(int card);
     [[nodiscard]] std::int32_t takeFreeUniqueID(std::int32_t wanted);
-    [[nodiscard]] std::vector<MIDIEndpointRecord> records(MIDIEndpointDirection direction);
+    [[nodiscard]] std::vector<MIDIEndpointRecord> records(MIDIEndpointDirection direction,
+                                                          absl::FunctionRef<void()> pause);
     void addPlaces(std::vector<MIDIEndpointRecord>& records);
     /// Kernel clients with their endpoints, by card, those without one last, and by client.
     [[nodiscard]] std::map<std::pair<int, int>, MIDIEntityRecord> entities(const MIDISetup& setup) const;

@@ -114,6 +114,7 @@ private:
     void sendNotification();
 
     // Subscriptions (SequencerServiceSetup.cpp)
+    void lookBetweenSteps();
     void settleSubscriptions();
 
     // Output (SequencerServiceTraffic.cpp)
@@ -170,7 +171,7 @@ private:
     /// By the source's address.
     std::unordered_map<PortAddress, Subscription> subscriptions_;
     bool isSettlingScheduled_ = false;
-    unsigned subscribesSinceLook_ = 0;
+    unsigned stepsSinceLook_ = 0;
     /// Hardware destinations that the output port was subscribed to, with the result.
     std::map<PortAddress, MIDIStatus> outputSubscriptions_;
     OutputFlow flow_{*this};

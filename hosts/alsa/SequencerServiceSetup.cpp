@@ -41,7 +41,7 @@ std::shared_ptr<const MIDISetup> SequencerService::setup(MIDIListing listing) {
         }
         applyAnnouncements();
     }
-    return registry_.setup();
+    return registry_.setup([this] { keepMIDIGoing(); });
 }
 
 void SequencerService::scan() {
@@ -219,6 +219,14 @@ void SequencerService::sendNotification() {
 
 // Subscriptions
 
+/// Reloading many sources is long work, too.
+void SequencerService::lookBetweenSteps() {
+    if (++stepsSinceLook_ >= kStepsPerLook) {
+        stepsSinceLook_ = 0;
+        keepMIDIGoing();
+    }
+}
+
 MIDIStatus SequencerService::connectSource(MIDIObjectRef source, MIDIObjectRef connection) {
     applyAnnouncements();
     const Endpoint* endpoint = registry_.find(source);
@@ -226,6 +234,7 @@ MIDIStatus SequencerService::connectSource(MIDIObjectRef source, MIDIObjectRef c
         return -ENODEV;
     }
     const PortAddress address = endpoint->address;
+    lookBetweenSteps();
     const auto known = subscriptions_.find(address);
     const bool isKept = known != subscriptions_.end() && known->second.source == source &&
                         (known->second.isCertain || client_->isSubscribedFrom(inputPort_, address));
@@ -234,16 +243,13 @@ MIDIStatus SequencerService::connectSource(MIDIObjectRef source, MIDIObjectRef c
             subscriptions_.erase(address);
             return status;
         }
-        if (++subscribesSinceLook_ >= kStepsPerLook) {
-            subscribesSinceLook_ = 0;
-            keepMIDIGoing();
-        }
     }
     subscriptions_[address] = {.source = source, .connection = connection};
     return kMIDISuccess;
 }
 
 MIDIStatus SequencerService::disconnectSource(MIDIObjectRef source) {
+    lookBetweenSteps();
     const auto found = subscriptions_.find(portAddress(source));
     if (found == subscriptions_.end() || found->second.source != source) {
         return -ENODEV;

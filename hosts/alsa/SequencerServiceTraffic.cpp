@@ -179,7 +179,10 @@ void SequencerService::deliverUntil(std::uint64_t count) {
 
 void SequencerService::keepMIDIGoing() {
     readWaitingEvents();
-    deliverUntil(readCount_);
+    // After an overrun the ports have to be looked at first, which the caller may be in the middle of.
+    if (!mayHaveMissedPorts_) {
+        deliverUntil(readCount_);
+    }
 }
 
 // Output

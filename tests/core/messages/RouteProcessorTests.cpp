@@ -105,18 +105,6 @@ TEST(RouteProcessor, GoesByTheRouteAndNotByItsAssignments) {
     EXPECT_THAT(RouteProcessor::routedMessages(kKeys, {0x90, 0x3C, 0x64}, std::vector{route}), IsEmpty());
 }
 
-TEST(RouteProcessor, VisitsTheSameMessagesThatItLists) {
-    const std::vector routes{
-        makeRoute({.id = makeID(1), .sourceID = kKeys, .destinationID = kSynth}),
-        makeRoute({.id = makeID(2), .sourceID = kKeys, .destinationID = kSynth, .isEnabled = false}),
-        makeRoute({.id = makeID(3), .sourceID = kKeys, .destinationID = kDrums, .channelMode = ChannelMode::force(1)})};
-    std::vector<RoutedMIDIMessage> visited;
-    RouteProcessor::forEachRoutedMessage(kKeys, MIDIBytes{0x8A, 0x3C, 0x00}, routes,
-                                         [&](RoutedMIDIMessage message) { visited.push_back(std::move(message)); });
-    EXPECT_THAT(visited, ElementsAre(RoutedMIDIMessage{makeID(1), kSynth, {0x8A, 0x3C, 0x00}},
-                                     RoutedMIDIMessage{makeID(3), kDrums, {0x80, 0x3C, 0x00}}));
-}
-
 TEST(RoutedMIDIMessage, EqualsAnotherOnlyInAllItsFields) {
     const RoutedMIDIMessage message{makeID(1), kSynth, {0x90, 0x3C, 0x64}};
     EXPECT_EQ(message, (RoutedMIDIMessage{makeID(1), kSynth, {0x90, 0x3C, 0x64}}));

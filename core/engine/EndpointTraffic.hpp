@@ -1,0 +1,60 @@
+#pragma once
+
+#include "core/support/QueueMutex.hpp"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace corvel {
+
+/// Unique IDs of the endpoints that have sent a message, and of those that were sent one.
+struct ActiveEndpoints {
+    std::vector<std::int32_t> sources;
+    std::vector<std::int32_t> destinations;
+
+    bool operator==(const ActiveEndpoints&) const = default;
+};
+
+/// Keeps, for each endpoint, whether there was a message since somebody last looked.
+///
+/// A mark costs the thread that routes no lock and, while nobody looks, no write. That thread alone replaces the
+/// endpoints and marks them; any thread takes.
+class EndpointTraffic {
+public:
+    using Mark = std::atomic<bool>;
+
+    static void note(Mark& mark) {
+        if (!mark.load(std::memory_order_relaxed)) {
+            mark.store(true, std::memory_order_relaxed);
+        }
+    }
+
+    /// Follows these endpoints from now on; marks that were not taken are dropped.
+    void replace(std::span<const std::int32_t> sources, std::span<const std::int32_t> destinations);
+
+    /// The mark of the source or destination at this place in what was given to `replace`. Valid until the next one.
+    [[nodiscard]] Mark& source(std::size_t index) { return table_->sources[index].mark; }
+    [[nodiscard]] Mark& destination(std::size_t index) { return table_->destinations[index].mark; }
+
+    /// The marked endpoints, in order, which are marked no longer.
+    [[nodiscard]] ActiveEndpoints take();
+
+private:
+    struct Entry {
+        std::int32_t id = 0;
+        Mark mark = false;
+    };
+    struct Table {
+        std::vector<Entry> sources;
+        std::vector<Entry> destinations;
+    };
+
+    QueueMutex mutex_;
+    std::shared_ptr<Table> table_ = std::make_shared<Table>();
+};
+
+}  // namespace corvel

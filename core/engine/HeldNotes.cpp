@@ -1,0 +1,110 @@
+#include "core/engine/HeldNotes.hpp"
+
+#include "core/messages/MIDIMessageLength.hpp"
+
+#include <algorithm>
+
+namespace corvel {
+
+namespace {
+
+constexpr std::uint8_t kNoteOff = 0x80;
+constexpr std::uint8_t kNoteOn = 0x90;
+constexpr std::uint8_t kController = 0xB0;
+
+constexpr std::uint8_t kSustain = 64;
+constexpr std::uint8_t kPedalDown = 64;
+constexpr std::uint8_t kAllSoundOff = 120;
+constexpr std::uint8_t kAllNotesOff = 123;
+
+/// What a note-off has that no key was lifted for.
+constexpr std::uint8_t kNoteOffVelocity = 64;
+
+}  // namespace
+
+void HeldNotes::takeIn(std::span<const std::uint8_t> packet) {
+    // Only the messages with two data bytes count, so one data byte is kept.
+    std::uint8_t status = 0;
+    std::uint8_t first = 0;
+    bool hasFirst = false;
+    for (auto next = packet.begin(); next != packet.end(); ++next) {
+        const std::uint8_t byte = *next;
+        if (isRealtime(byte)) {
+            continue;
+        }
+        if (!isData(byte)) {
+            status = byte;
+            hasFirst = false;
+            if (byte == kSysExStart) {
+                next = std::find(next, packet.end(), kSysExEnd);
+                if (next == packet.end()) {
+                    return;
+                }
+            }
+        } else if (!hasFirst) {
+            first = byte;
+            hasFirst = true;
+        } else {
+            takeMessage(status, first, byte);
+            // Without a status of its own what follows is no message.
+            status = 0;
+        }
+    }
+}
+
+void HeldNotes::takeMessage(std::uint8_t status, std::uint8_t first, std::uint8_t second) {
+    const std::size_t channel = status & 0x0FU;
+    switch (status & 0xF0U) {
+        case kNoteOn:
+            notes_[channel].set(first, second > 0);
+            break;
+        case kNoteOff:
+            notes_[channel].reset(first);
+            break;
+        case kController:
+            takeController(channel, first, second);
+            break;
+        default:
+            break;
+    }
+}
+
+void HeldNotes::takeController(std::size_t channel, std::uint8_t controller, std::uint8_t value) {
+    if (controller == kSustain) {
+        pedals_.set(channel, value >= kPedalDown);
+    } else if (controller == kAllSoundOff || controller >= kAllNotesOff) {
+        notes_[channel].reset();
+    }
+}
+
+void HeldNotes::add(const HeldNotes& other) {
+    for (std::size_t channel = 0; channel < kChannelCount; ++channel) {
+        notes_[channel] |= other.notes_[channel];
+    }
+    pedals_ |= other.pedals_;
+}
+
+bool HeldNotes::empty() const {
+    return pedals_.none() && std::ranges::all_of(notes_, [](const auto& notes) { return notes.none(); });
+}
+
+std::vector<MIDIBytes> HeldNotes::endings(const HeldNotes& others) const {
+    std::vector<MIDIBytes> messages;
+    for (std::size_t channel = 0; channel < kChannelCount; ++channel) {
+        const auto ended = notes_[channel] & ~others.notes_[channel];
+        for (std::size_t note = 0; note < kNoteCount; ++note) {
+            if (ended[note]) {
+                messages.push_back(
+                    {static_cast<std::uint8_t>(kNoteOff | channel), static_cast<std::uint8_t>(note), kNoteOffVelocity});
+            }
+        }
+    }
+    for (std::size_t channel = 0; channel < kChannelCount; ++channel) {
+        if (pedals_[channel] && !others.pedals_[channel]) {
+            messages.push_back({static_cast<std::uint8_t>(kController | channel), kSustain, 0});
+        }
+    }
+    return messages;
+}
+
+}  // namespace corvel
