@@ -16,6 +16,7 @@
 #include <QCoreApplication>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -65,26 +66,43 @@ int perform(const Start& start, const CommandLine::List& list) {
     return print(list.writesJSON ? EndpointListing::json(endpoints) : EndpointListing::table(endpoints));
 }
 
+/// Waits until everything is sent that silences outputs. False if that takes too long.
+bool waitForSilence(const Router& router) {
+    const auto isSilent = std::make_shared<bool>(false);
+    router.engine().silence({}, [isSilent] { *isSilent = true; });
+    router.finish(std::chrono::seconds(2), [isSilent] { return *isSilent; });
+    return *isSilent;
+}
+
 /// The running instance does it. Where there is none, this process is the instance meanwhile, so that nobody else reads
-/// or writes the document; it routes nothing, so the engine is not started. The user's sets are there whatever MIDI the
-/// machine has, so the demo does not stand in: only a new connection needs endpoints.
+/// or writes the document; it routes nothing, so the engine is started only to silence outputs, and has no connections
+/// then. The user's sets are there whatever MIDI the machine has, so the demo does not stand in.
 int perform(const Start& start, const CommandLine::DocumentCommand& command) {
     const QCoreApplication application(start.qtArguments.count(), start.qtArguments.values());
     SingleInstance instance(QtSettings().file());
     if (const std::optional<int> status = askRunningInstance(instance, start)) {
         return *status;
     }
-    const bool isConnect = std::holds_alternative<CommandLine::Connect>(command);
+    const bool isSilence = std::holds_alternative<CommandLine::AllNotesOff>(command);
+    const bool needsMIDI = isSilence || std::holds_alternative<CommandLine::Connect>(command);
     const Router router(start.commandLine.midi == MIDIHostChoice::demo ? MIDIHostChoice::demo : MIDIHostChoice::alsa);
-    if (isConnect && !router.printProblem()) {
+    if (needsMIDI && !router.printProblem()) {
         return EXIT_FAILURE;
     }
     const auto model =
         router.makeModel(openStore(start.commandLine.document, router.isDemo()), std::make_shared<InMemorySettings>());
-    if (isConnect || std::holds_alternative<CommandLine::Disconnect>(command)) {
+    if (isSilence) {
+        router.engine().start();
+    }
+    if (needsMIDI || std::holds_alternative<CommandLine::Disconnect>(command)) {
         model->applyEndpointSnapshot();
     }
-    return printResult(DocumentCommands::perform(*model, command));
+    const CommandResult result = DocumentCommands::perform(*model, command);
+    if (isSilence && !waitForSilence(router)) {
+        printError("the outputs could not be silenced within two seconds");
+        return EXIT_FAILURE;
+    }
+    return printResult(result);
 }
 
 }  // namespace

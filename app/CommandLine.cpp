@@ -28,6 +28,7 @@ Usage:
   corvel --disconnect SOURCE DESTINATION [--midi SERVICE] [--document FILE]
   corvel --set NAME [--midi SERVICE] [--document FILE]
   corvel --sets [--midi SERVICE] [--document FILE]
+  corvel --all-notes-off [--midi SERVICE] [--document FILE]
   corvel --screenshot FILE [--size WxH] [--scale S] [--appearance light|dark]
 
 Without a mode, Corvel opens its window.
@@ -46,6 +47,8 @@ Without a mode, Corvel opens its window.
   --disconnect     Delete a connection of the current set
   --set NAME       Make another connection set the current one, by name or ID
   --sets           List the connection sets, the current one marked with *
+  --all-notes-off  Silence every output of the current set: sustain off, All
+                   Notes Off and All Sound Off on all channels
   --screenshot FILE
                    Draw the window with the demo devices into a PNG file; needs
                    no display
@@ -61,10 +64,11 @@ Without a mode, Corvel opens its window.
   -h, --help       Print this help
 
 One Corvel runs at a time, with or without its window: a second start brings the
-window forward. --connect, --disconnect, --set and --sets are carried out by the
-Corvel that runs, unless --document names another file than it uses; where none
-runs, they work on your saved connections, and only --connect needs MIDI. With
---midi demo, Corvel stays by itself and does not count.
+window forward. --connect, --disconnect, --set, --sets and --all-notes-off are
+carried out by the Corvel that runs, unless --document names another file than it
+uses; where none runs, they work on your saved connections, and only --connect
+and --all-notes-off need MIDI. With --midi demo, Corvel stays by itself and does
+not count.
 
 Where there is no sequencer, --midi alsa opens the window on your own sets.
 )";
@@ -162,6 +166,9 @@ CommandLine::Command command(const CLI::App& app) {
     if (isGiven("--sets")) {
         return CommandLine::ListSets{};
     }
+    if (isGiven("--all-notes-off")) {
+        return CommandLine::AllNotesOff{};
+    }
     return CommandLine::Window{};
 }
 
@@ -187,7 +194,8 @@ CommandLineResult parseCommandLine(std::span<const std::string> arguments, const
                                              connect,
                                              addEndpointsOption(app, "--disconnect"),
                                              app.add_option("--set")->type_size(1),
-                                             app.add_flag("--sets")};
+                                             app.add_flag("--sets"),
+                                             app.add_flag("--all-notes-off")};
     for (auto first = commands.begin(); first != commands.end(); ++first) {
         std::for_each(first + 1, commands.end(), [first](CLI::Option* second) { second->excludes(*first); });
     }

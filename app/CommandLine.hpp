@@ -63,8 +63,12 @@ struct CommandLine {
     struct ListSets {
         bool operator==(const ListSets&) const = default;
     };
+    /// The end of every note at the outputs of the current set.
+    struct AllNotesOff {
+        bool operator==(const AllNotesOff&) const = default;
+    };
     /// The commands on the saved connections, or on those of the instance that runs.
-    using DocumentCommand = std::variant<Connect, Disconnect, SelectSet, ListSets>;
+    using DocumentCommand = std::variant<Connect, Disconnect, SelectSet, ListSets, AllNotesOff>;
     using Command = std::variant<Window, Headless, List, Screenshot, DocumentCommand>;
 
     Command command;

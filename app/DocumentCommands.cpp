@@ -186,6 +186,10 @@ CommandResult answer(const MIDIRouterViewModel& model, const CommandLine::ListSe
     return listSets(model);
 }
 
+CommandResult answer(MIDIRouterViewModel& model, const CommandLine::AllNotesOff& /*command*/) {
+    return allNotesOff(model);
+}
+
 }  // namespace
 
 CommandResult perform(MIDIRouterViewModel& model, const CommandLine::DocumentCommand& command) {
@@ -296,6 +300,11 @@ CommandResult listSets(const MIDIRouterViewModel& model) {
         text += escapedLine(routeSet.name) + " (" + countText(routeSet) + ')';
     }
     return {kSucceeded, std::move(text)};
+}
+
+CommandResult allNotesOff(MIDIRouterViewModel& model) {
+    model.allNotesOff();
+    return {kSucceeded, escapedLine(model.statusMessage())};
 }
 
 }  // namespace corvel::DocumentCommands

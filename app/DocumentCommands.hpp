@@ -51,6 +51,9 @@ namespace DocumentCommands {
 /// Lists the sets with their numbers of connections, the current one marked with an asterisk.
 [[nodiscard]] CommandResult listSets(const MIDIRouterViewModel& model);
 
+/// Silences the outputs of the current set. The engine has to run; the messages leave within some 50 ms.
+[[nodiscard]] CommandResult allNotesOff(MIDIRouterViewModel& model);
+
 }  // namespace DocumentCommands
 
 }  // namespace corvel

@@ -66,6 +66,7 @@ MIDIRouterViewModel::MIDIRouterViewModel(Private, std::shared_ptr<CoreMIDIRouter
       clock_(std::move(clock)),
       mainQueue_(std::move(mainQueue)) {
     appearanceMode_.set(storedAppearanceMode(*settings_));
+    releasesHeldNotes_ = settings_->string(kReleasesHeldNotesKey) == "true";
     MIDIRouteSetDocument document = routeStore_->loadDocument();
     routes_.set(document.selectedRouteSet().routes);
     selectedRouteSetID_.set(document.selectedSetID);
@@ -97,6 +98,7 @@ void MIDIRouterViewModel::startIfNeeded() {
         return;
     }
     didStart_ = true;
+    engine_->setReleasesHeldNotes(releasesHeldNotes_);
     engine_->updateRoutes(routes());
     engine_->start();
     applyEndpointSnapshot();
@@ -142,6 +144,30 @@ void MIDIRouterViewModel::setAppearanceMode(AppAppearanceMode mode) {
     }
     appearanceMode_.set(mode);
     settings_->set(kAppearanceModeKey, rawValue(mode));
+}
+
+void MIDIRouterViewModel::setReleasesHeldNotes(bool releases) {
+    if (releases == releasesHeldNotes_) {
+        return;
+    }
+    releasesHeldNotes_ = releases;
+    settings_->set(kReleasesHeldNotesKey, releases ? "true" : "false");
+    engine_->setReleasesHeldNotes(releases);
+}
+
+void MIDIRouterViewModel::allNotesOff(std::function<void()> onDone) {
+    std::vector<std::int32_t> destinationIDs;
+    for (const MIDIRoute& route : routes()) {
+        if (destinations_.value().find(route.destinationID) != nullptr &&
+            std::ranges::find(destinationIDs, route.destinationID) == destinationIDs.end()) {
+            destinationIDs.push_back(route.destinationID);
+        }
+    }
+    const std::size_t count = destinationIDs.size();
+    engine_->silence(std::move(destinationIDs), std::move(onDone));
+    statusMessage_.set(count == 0   ? "The current set has no output to silence"
+                       : count == 1 ? "All notes off on 1 output"
+                                    : "All notes off on " + std::to_string(count) + " outputs");
 }
 
 void MIDIRouterViewModel::setSelectedSourceID(std::optional<std::int32_t> id) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "app/AppAppearanceMode.hpp"
+#include "app/DocumentEdit.hpp"
+#include "app/EditHistory.hpp"
 #include "app/EndpointList.hpp"
 #include "app/Observers.hpp"
 #include "app/Published.hpp"
@@ -27,10 +29,12 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 namespace corvel {
@@ -86,6 +90,8 @@ public:
 
     /// The setting that holds the appearance mode's raw value.
     static constexpr std::string_view kAppearanceModeKey = "Corvel.appearanceMode";
+    /// The setting that holds whether held notes are released: "true" or anything else.
+    static constexpr std::string_view kReleasesHeldNotesKey = "Corvel.releasesHeldNotes";
 
     /// Makes the model: loads the document and becomes the engine's delegate. Neither starts the engine nor
     /// saves.
@@ -167,6 +173,17 @@ public:
     /// Changes the appearance and stores it; the current one again stores nothing.
     void setAppearanceMode(AppAppearanceMode mode);
 
+    /// Whether held notes are released when their connection changes; changes that and stores it.
+    [[nodiscard]] bool releasesHeldNotes() const { return releasesHeldNotes_; }
+    void setReleasesHeldNotes(bool releases);
+
+    /// Silences every output of the current set, connections that are paused included. Calls `onDone`, if there is one,
+    /// once everything is sent, some 50 ms later.
+    void allNotesOff(std::function<void()> onDone = {});
+
+    /// The endpoints that have sent or been sent messages since the last call, connected or not.
+    [[nodiscard]] ActiveEndpoints takeEndpointsWithTraffic() { return engine_->takeTraffic(); }
+
     void setSelectedSourceID(std::optional<std::int32_t> id);
     void setSelectedDestinationID(std::optional<std::int32_t> id);
     void setSelectedRouteID(std::optional<UUID> id);
@@ -236,7 +253,26 @@ public:
     /// others. False if there is none, so that the key press means something else.
     [[nodiscard]] bool handleShortcut(const KeyboardShortcutSpec& spec);
 
+    // Undo and redo (MIDIRouterViewModelHistory.cpp)
+
+    /// Takes back the newest edit of the document, or makes one again that was taken back. What the performer has done
+    /// since stays: the current set and the active assignments are no edits, and change only where the edit itself had
+    /// changed them last. Does nothing where there is nothing to undo or redo.
+    void undo();
+    void redo();
+
+    /// What would be undone or redone next, as a menu names it. Changes with the sets and the connections.
+    [[nodiscard]] std::optional<std::string> undoName() const { return history_.undoName(); }
+    [[nodiscard]] std::optional<std::string> redoName() const { return history_.redoName(); }
+
+    /// Whether the status line tells of a deletion that `undo()` would take back.
+    [[nodiscard]] bool offersUndo() const { return undoOffer_ == statusMessage(); }
+
     // Presentation (MIDIRouterViewModelPresentation.cpp)
+
+    /// The connections of the current set through which messages come back to where they started, at once and without
+    /// end.
+    [[nodiscard]] std::unordered_set<UUID> feedbackRouteIDs() const;
 
     /// Whether a connection can carry MIDI. A missing endpoint counts before the connection's own switch.
     [[nodiscard]] RouteAvailability routeAvailability(const MIDIRoute& route) const;
@@ -300,6 +336,25 @@ private:
     [[nodiscard]] std::optional<std::size_t> routeIndex(const UUID& routeID) const;
     void finishAssignmentCommand(const UUID& routeID, std::string statusMessage);
 
+    // Edits (MIDIRouterViewModelHistory.cpp). An edit is made before the change, and recorded after it if anything is
+    // different then.
+    [[nodiscard]] DocumentEdit connectionEdit(std::string name, const UUID& routeID) const;
+    void recordConnectionEdit(DocumentEdit edit);
+    [[nodiscard]] DocumentEdit routeSetEdit(std::string name, const UUID& setID) const;
+    void recordRouteSetEdit(DocumentEdit edit);
+    void record(DocumentEdit edit);
+    [[nodiscard]] RouteSetChange routeSetChange(const UUID& setID, const UUID& selectedSetID) const;
+    /// Has the status line, which tells of a deletion now, offer to undo it.
+    void offerUndo();
+    /// Gives the opposite; no value if the edit has no place any more.
+    [[nodiscard]] std::optional<DocumentEdit> carryOut(DocumentEdit edit, std::string message);
+    [[nodiscard]] bool exchange(ConnectionChange& change, const UUID& setID);
+    [[nodiscard]] bool exchange(RouteSetChange& change, const UUID& setID);
+    [[nodiscard]] bool exchange(RouteSetNameChange& change, const UUID& setID);
+
+    /// Says so in the status line if messages of this connection come back.
+    void warnOfFeedback(const UUID& routeID);
+
     /// Points stored connections at the endpoints that are there now (MIDIRouterViewModelRebinding.cpp).
     void reconcileRoutesWithCurrentEndpoints();
 
@@ -310,6 +365,10 @@ private:
     const std::shared_ptr<DispatchQueue> mainQueue_;
     const Collator collator_ = Collator::forUser();
     bool didStart_ = false;
+    bool releasesHeldNotes_ = false;
+    EditHistory history_;
+    /// The status line that offers to undo.
+    std::optional<std::string> undoOffer_;
     std::optional<std::string> saveFailure_;
     /// The name of the copy that the newest texts mention: the last save's, or that of an earlier save without a text.
     std::optional<std::string> keptCopy_;

@@ -79,9 +79,12 @@ void MIDIRouterViewModel::connect(std::int32_t sourceID, std::int32_t destinatio
                          destination->displayName, destination->manufacturer, ChannelMode::asIs(), true, std::nullopt,
                          {});
     const UUID id = connection.id;
+    DocumentEdit edit = connectionEdit("Connect", id);
     routes_.edit([&](std::vector<MIDIRoute>& routes) { routes.push_back(std::move(connection)); });
     selectedRouteID_.set(id);
+    recordConnectionEdit(std::move(edit));
     persistRoutes(true);
+    warnOfFeedback(id);
 }
 
 void MIDIRouterViewModel::deleteSelectedRoute() {
@@ -89,11 +92,14 @@ void MIDIRouterViewModel::deleteSelectedRoute() {
     if (!id) {
         return;
     }
+    DocumentEdit edit = connectionEdit("Delete Connection", *id);
     routes_.edit([&](std::vector<MIDIRoute>& routes) {
         std::erase_if(routes, [&](const MIDIRoute& route) { return route.id == *id; });
     });
     selectedRouteID_.set(routes().empty() ? std::nullopt : std::optional(routes().front().id));
+    recordConnectionEdit(std::move(edit));
     persistRoutes(true);
+    offerUndo();
 }
 
 void MIDIRouterViewModel::setRouteEnabled(const UUID& routeID, bool isEnabled) {
@@ -101,8 +107,17 @@ void MIDIRouterViewModel::setRouteEnabled(const UUID& routeID, bool isEnabled) {
     if (!index) {
         return;
     }
+    DocumentEdit edit = connectionEdit(isEnabled ? "Resume Connection" : "Pause Connection", routeID);
     routes_.edit([&](std::vector<MIDIRoute>& routes) { routes[*index].isEnabled = isEnabled; });
+    recordConnectionEdit(std::move(edit));
     persistRoutes(true);
+    warnOfFeedback(routeID);
+}
+
+void MIDIRouterViewModel::warnOfFeedback(const UUID& routeID) {
+    if (!saveFailure_ && feedbackRouteIDs().contains(routeID)) {
+        showOutcome("This connection feeds back");
+    }
 }
 
 void MIDIRouterViewModel::setActiveVariant(const UUID& variantID, const UUID& routeID) {
@@ -131,6 +146,7 @@ void MIDIRouterViewModel::addChannelAssignment(const UUID& routeID, ChannelMode 
         statusMessage_.set("Channel assignment already exists");
         return;
     }
+    DocumentEdit edit = connectionEdit("Add Output Channel", routeID);
     routes_.edit([&](std::vector<MIDIRoute>& routes) {
         MIDIRoute& route = routes[*index];
         if (shortcut) {
@@ -142,6 +158,7 @@ void MIDIRouterViewModel::addChannelAssignment(const UUID& routeID, ChannelMode 
                                   route.sourceManufacturer, route.destinationName, route.destinationManufacturer});
         route.setActiveVariant(id);
     });
+    recordConnectionEdit(std::move(edit));
     finishAssignmentCommand(routeID, outputChannelMessage("Added", channelMode, shortcut));
 }
 
@@ -160,6 +177,7 @@ void MIDIRouterViewModel::updateActiveChannelAssignment(const UUID& routeID, Cha
         return;
     }
     const auto activeIndex = static_cast<std::size_t>(active - routes()[*index].variants.data());
+    DocumentEdit edit = connectionEdit("Change Output Channel", routeID);
     routes_.edit([&](std::vector<MIDIRoute>& routes) {
         MIDIRoute& route = routes[*index];
         if (shortcut) {
@@ -171,6 +189,7 @@ void MIDIRouterViewModel::updateActiveChannelAssignment(const UUID& routeID, Cha
         variant.shortcut = shortcut;
         route.applyActiveVariant();
     });
+    recordConnectionEdit(std::move(edit));
     finishAssignmentCommand(routeID, outputChannelMessage("Updated", channelMode, shortcut));
 }
 
@@ -190,12 +209,15 @@ void MIDIRouterViewModel::deleteActiveVariant(const UUID& routeID) {
     }
     const MIDIRouteVariant* const active = current.activeVariant();
     const ChannelMode deletedMode = active != nullptr ? modeOf(*active) : ChannelMode::asIs();
+    DocumentEdit edit = connectionEdit("Delete Output Channel", routeID);
     routes_.edit([&](std::vector<MIDIRoute>& routes) {
         MIDIRoute& route = routes[*index];
         std::erase_if(route.variants, [&](const MIDIRouteVariant& variant) { return variant.id == activeID; });
         route.setActiveVariant(route.variants.front().id);
     });
+    recordConnectionEdit(std::move(edit));
     finishAssignmentCommand(routeID, outputChannelMessage("Deleted", deletedMode));
+    offerUndo();
 }
 
 ChannelMode MIDIRouterViewModel::suggestedVariantChannelMode(const MIDIRoute& route) {

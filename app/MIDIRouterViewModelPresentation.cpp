@@ -1,5 +1,6 @@
 #include "app/MIDIRouterViewModel.hpp"
 
+#include "app/FeedbackSearch.hpp"
 #include "core/messages/MIDIMessageKind.hpp"
 
 #include <algorithm>
@@ -42,6 +43,10 @@ RouteAvailability MIDIRouterViewModel::routeAvailability(const MIDIRoute& route)
         return RouteAvailability::missingInput;
     }
     return route.isEnabled ? RouteAvailability::active : RouteAvailability::paused;
+}
+
+std::unordered_set<UUID> MIDIRouterViewModel::feedbackRouteIDs() const {
+    return findFeedback(routes(), sources_.value(), destinations_.value());
 }
 
 std::string MIDIRouterViewModel::routeDetailText(const MIDIRoute& route) const {

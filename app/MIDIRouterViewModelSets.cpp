@@ -52,8 +52,10 @@ void MIDIRouterViewModel::createRouteSet(std::string_view name) {
     MIDIRouteSet created{UUID::random(), uniqueRouteSetName(cleanedRouteSetName(name, "New Set")), {}};
     const UUID id = created.id;
     std::string message = "Created set " + text::quoted(created.name);
+    DocumentEdit edit = routeSetEdit("New Set", id);
     routeSets_.edit([&](std::vector<MIDIRouteSet>& routeSets) { routeSets.push_back(std::move(created)); });
     showRouteSet(id, {});
+    recordRouteSetEdit(std::move(edit));
     saveRouteSetDocument(std::move(message));
 }
 
@@ -65,8 +67,10 @@ void MIDIRouterViewModel::duplicateSelectedRouteSet(std::string_view name) {
     MIDIRouteSet duplicate{UUID::random(), uniqueRouteSetName(base), copies};
     const UUID id = duplicate.id;
     std::string message = "Duplicated set " + text::quoted(duplicate.name);
+    DocumentEdit edit = routeSetEdit("Duplicate Set", id);
     routeSets_.edit([&](std::vector<MIDIRouteSet>& routeSets) { routeSets.push_back(std::move(duplicate)); });
     showRouteSet(id, std::move(copies));
+    recordRouteSetEdit(std::move(edit));
     saveRouteSetDocument(std::move(message));
 }
 
@@ -78,6 +82,9 @@ void MIDIRouterViewModel::renameSelectedRouteSet(std::string_view name) {
     const MIDIRouteSet& routeSet = routeSets()[*index];
     std::string newName = uniqueRouteSetName(cleanedRouteSetName(name, routeSet.name), routeSet.id);
     std::string message = "Renamed set " + text::quoted(newName);
+    if (newName != routeSet.name) {
+        record({.name = "Rename Set", .setID = routeSet.id, .change = RouteSetNameChange{routeSet.name}});
+    }
     routeSets_.edit([&](std::vector<MIDIRouteSet>& routeSets) { routeSets[*index].name = std::move(newName); });
     saveRouteSetDocument(std::move(message));
 }
@@ -88,6 +95,7 @@ void MIDIRouterViewModel::deleteSelectedRouteSet() {
         return;
     }
     const std::string name = routeSets()[*index].name;
+    DocumentEdit edit = routeSetEdit("Delete Set", selectedRouteSetID());
     routeSets_.edit([&](std::vector<MIDIRouteSet>& routeSets) {
         routeSets.erase(routeSets.begin() + static_cast<std::ptrdiff_t>(*index));
     });
@@ -95,8 +103,10 @@ void MIDIRouterViewModel::deleteSelectedRouteSet() {
     showRouteSet(next.id, next.routes);
     reconcileRoutesWithCurrentEndpoints();
     removeGraphActivityForHiddenRoutes();
+    recordRouteSetEdit(std::move(edit));
     saveRouteSetDocument(std::nullopt);
     showOutcome("Deleted set " + text::quoted(name));
+    offerUndo();
 }
 
 std::string MIDIRouterViewModel::uniqueRouteSetName(std::string_view base, const std::optional<UUID>& excluding) const {

@@ -63,7 +63,9 @@ std::vector<MIDIEndpointModel> models(const std::vector<MIDIEndpointRecord>& end
                               .displayName = nameOf(endpoint),
                               .manufacturer = endpoint.manufacturer,
                               .direction = direction,
-                              .isOnline = !endpoint.isOffline.value_or(false)});
+                              .isOnline = !endpoint.isOffline.value_or(false),
+                              .port = endpoint.port,
+                              .isLoopback = endpoint.isLoopback});
         }
     }
     return models;

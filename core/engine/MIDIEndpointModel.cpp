@@ -38,5 +38,5 @@ std::string MIDIEndpointModel::detailText() const {
 
 std::size_t std::hash<corvel::MIDIEndpointModel>::operator()(const corvel::MIDIEndpointModel& endpoint) const noexcept {
     return corvel::hashOf(endpoint.id, endpoint.endpointRef, endpoint.displayName, endpoint.manufacturer,
-                          endpoint.direction, endpoint.isOnline);
+                          endpoint.direction, endpoint.isOnline, endpoint.port, endpoint.isLoopback);
 }

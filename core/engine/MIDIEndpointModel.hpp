@@ -28,6 +28,11 @@ struct MIDIEndpointModel {
     std::optional<std::string> manufacturer;
     MIDIEndpointDirection direction = MIDIEndpointDirection::source;
     bool isOnline = true;
+    /// The same for the source and the destination of one port, 0 where the service does not tell; valid as long as
+    /// `endpointRef`.
+    std::uint32_t port = 0;
+    /// Whether the port sends what it is sent.
+    bool isLoopback = false;
 
     /// The display name, the manufacturer where there is one, the direction and "ID " with the ID, a line each.
     [[nodiscard]] std::string detailText() const;

@@ -44,6 +44,10 @@ struct MIDIObjectRecord {
 struct MIDIEndpointRecord : MIDIObjectRecord {
     std::optional<std::int32_t> uniqueID;
     std::optional<std::string> manufacturer;
+    /// The same for the source and the destination of one port, 0 where the service does not tell.
+    MIDIObjectRef port = 0;
+    /// Whether the port sends what it is sent.
+    bool isLoopback = false;
 
     bool operator==(const MIDIEndpointRecord&) const = default;
 };

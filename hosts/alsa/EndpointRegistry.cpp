@@ -33,6 +33,11 @@ bool lacksName(const PortDescription& port) {
            port.portName == "port-" + std::to_string(port.address.port);
 }
 
+/// The kernel's own client that returns what it is sent.
+bool isLoopback(const PortDescription& port) {
+    return port.isKernelClient && port.card < 0 && port.clientName == "Midi Through";
+}
+
 /// Endpoints of one client, from `first` on, that would show the same name get their port's number behind it.
 void numberEqualNames(std::vector<MIDIEndpointRecord>& records, std::size_t first) {
     if (records.size() - first < 2) {
@@ -252,7 +257,9 @@ std::vector<MIDIEndpointRecord> EndpointRegistry::records(MIDIEndpointDirection 
                             .name = port.name,
                             .isOffline = (port.description.capabilities & PortDescription::kInactive) != 0},
                            identity->uniqueID,
-                           card != nullptr && card->usb ? card->usb->manufacturer : std::nullopt});
+                           card != nullptr && card->usb ? card->usb->manufacturer : std::nullopt,
+                           portReference(address),
+                           isLoopback(port.description)});
     }
     numberEqualNames(records, clientStart);
     addPlaces(records);

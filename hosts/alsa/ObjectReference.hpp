@@ -33,6 +33,13 @@ inline constexpr std::uint32_t kByteMask = 0xFF;
            (static_cast<std::uint32_t>(address.port) & detail::kByteMask);
 }
 
+/// The reference of another client's port, for both directions.
+[[nodiscard]] constexpr MIDIObjectRef portReference(const PortAddress& address) {
+    return static_cast<MIDIObjectRef>(ObjectKind::port) << detail::kKindShift |
+           (static_cast<std::uint32_t>(address.client) & detail::kByteMask) << detail::kClientShift |
+           (static_cast<std::uint32_t>(address.port) & detail::kByteMask);
+}
+
 /// The address in a reference made by `endpointReference`.
 [[nodiscard]] constexpr PortAddress portAddress(MIDIObjectRef endpoint) {
     return {static_cast<int>(endpoint >> detail::kClientShift & detail::kByteMask),

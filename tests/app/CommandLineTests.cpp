@@ -72,6 +72,7 @@ TEST(CommandLine, ReadsDisconnectAndTheCommandsOnSets) {
     EXPECT_EQ(parsed({"--set", "Live 2"}).command, CommandLine::Command(CommandLine::SelectSet{"Live 2"}));
     EXPECT_EQ(parsed({"--sets", "--document", "a.json"}).document, "a.json");
     EXPECT_EQ(parsed({"--sets"}).command, CommandLine::Command(CommandLine::ListSets{}));
+    EXPECT_EQ(parsed({"--all-notes-off"}).command, CommandLine::Command(CommandLine::AllNotesOff{}));
 }
 
 TEST(CommandLine, ReadsTheWindowWithItsOptions) {

@@ -66,6 +66,7 @@ TEST_F(DocumentCommandsOnModel, PerformsWhicheverCommandWasGiven) {
     EXPECT_EQ(perform(*model, CommandLine::Connect{"Keys", "Synth", 3}),
               (CommandResult{0, "Added output channel Ch 3"}));
     EXPECT_EQ(perform(*model, CommandLine::ListSets{}), (CommandResult{0, "* Default (1 connection)"}));
+    EXPECT_EQ(perform(*model, CommandLine::AllNotesOff{}), (CommandResult{0, "All notes off on 1 output"}));
     EXPECT_EQ(perform(*model, CommandLine::Disconnect{"Keys", "Synth"}),
               (CommandResult{0, "Set \"Default\" saved (0 connections)"}));
     EXPECT_EQ(perform(*model, CommandLine::SelectSet{"Default"}),
