@@ -33,10 +33,9 @@ std::optional<QPixmap> aboutPanelIcon(const QString& resource) {
 
 AboutPanel::AboutPanel(const Look& look, const BundleInformation& bundle, const std::optional<QPixmap>& icon,
                        QWidget* parent)
-    : SheetDialog(look, parent) {
+    : QDialog(parent->window()) {
+    setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(QStringLiteral("About Corvel"));
-    setWindowModality(Qt::WindowModal);
-    setFixedWidth(kWidth);
 
     auto* const picture = new QLabel(this);
     const QIcon shown = icon ? QIcon(*icon) : style()->standardIcon(QStyle::SP_DesktopIcon);
@@ -52,6 +51,8 @@ AboutPanel::AboutPanel(const Look& look, const BundleInformation& bundle, const 
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
     layout->setSpacing(0);
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+    layout->addStrut(kWidth - 2 * kPadding);
     layout->addWidget(picture, 0, Qt::AlignHCenter);
     layout->addSpacing(12);
     layout->addWidget(name, 0, Qt::AlignHCenter);
@@ -60,6 +61,11 @@ AboutPanel::AboutPanel(const Look& look, const BundleInformation& bundle, const 
     layout->addSpacing(kPadding);
     layout->addWidget(close, 0, Qt::AlignHCenter);
     close->setFocus();
+}
+
+void AboutPanel::showEvent(QShowEvent* event) {
+    // The base class would choose a place itself.
+    QWidget::showEvent(event);
 }
 
 }  // namespace corvel::ui

@@ -1,8 +1,9 @@
 #pragma once
 
 #include "ui/BundleInformation.hpp"
-#include "ui/controls/SheetDialog.hpp"
+#include "ui/Look.hpp"
 
+#include <QDialog>
 #include <QPixmap>
 
 #include <optional>
@@ -13,12 +14,16 @@ namespace corvel::ui {
 /// "Packaging" of the current directory, the first that loads. `resource` is the one in the program.
 [[nodiscard]] std::optional<QPixmap> aboutPanelIcon(const QString& resource);
 
-/// Name, version and icon of the application, over the router window only.
-class AboutPanel final : public SheetDialog {
+/// Name, version and icon of the application: a window that the desktop places, beside which everything goes on.
+/// Deletes itself once closed.
+class AboutPanel final : public QDialog {
     Q_OBJECT
 
 public:
     AboutPanel(const Look& look, const BundleInformation& bundle, const std::optional<QPixmap>& icon, QWidget* parent);
+
+protected:
+    void showEvent(QShowEvent* event) override;
 };
 
 }  // namespace corvel::ui

@@ -89,6 +89,8 @@ void CorvelApp::showAboutPanel() {
         QApplication::setWindowIcon(QIcon(*icon));
     }
     auto* const panel = new AboutPanel(look_, *makeMainBundleInformation(), icon, &window_);
+    // The menu's keys work there too.
+    panel->addActions(menu_);
     panel->show();
 }
 

@@ -1,6 +1,6 @@
 """The list of connections, the curves above it and the output-channel dialog."""
 
-from support import pointing, windows
+from support import pointing
 from support.documents import DRUMS, KEYBOARD, PADS, RECORDER, SEQUENCER, SYNTH, connection, shortcut
 from support.waiting import wait_for
 from support.window_test_case import WindowTestCase
@@ -163,10 +163,10 @@ class ChannelDialog(WindowTestCase):
         for _ in range(6):
             dialog = self.add()
             self.router.open_dialog_channels(dialog)
-            box = windows.content(dialog.window)
+            x, y, room, depth = box = dialog.again().element.extents
             left, top, width, height = self.router.accessibility.menu().extents
-            self.assertTrue(box.x <= left and left + width <= box.x + box.width, (left, box))
-            self.assertTrue(top <= box.y + box.height and top + height >= box.y, (top, height, box))
+            self.assertTrue(x <= left and left + width <= x + room, (left, box))
+            self.assertTrue(top <= y + depth and top + height >= y, (top, height, box))
             pointing.press_keys("Escape")
             wait_for(lambda: not self.router.menu_items(), "the menu to close")
             pointing.press_keys("Escape")

@@ -140,7 +140,8 @@ void ChannelAssignmentView::paintEvent(QPaintEvent*) {
 }
 
 bool ChannelAssignmentView::isOwnWindow(const QObject* watched) const {
-    if (!isVisible()) {
+    const QWidget* const focus = window()->focusWidget();
+    if (!isVisible() || (focus != nullptr && focus != parentWidget() && !parentWidget()->isAncestorOf(focus))) {
         return false;
     }
     if (watched->isWidgetType()) {
@@ -174,7 +175,7 @@ bool ChannelAssignmentView::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::KeyPress && isReturn && (watched == channelPicker_ || watched == clearButton_)) {
         // These answer to the space bar; Return is for the dialog.
         event->accept();
-        QCoreApplication::sendEvent(window(), event);
+        QCoreApplication::sendEvent(parentWidget(), event);
         return true;
     }
     return false;

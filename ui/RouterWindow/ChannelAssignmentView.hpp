@@ -20,8 +20,8 @@ class VerticallyCenteredLabelField;
 
 /// The editor of a channel assignment: its channel, and the shortcut that activates it.
 ///
-/// While it is shown, every key press in its window that makes a shortcut becomes its shortcut, whatever has the focus;
-/// other keys do what they always do.
+/// While the focus is in its dialog, every key press that makes a shortcut becomes its shortcut; other keys do what
+/// they always do.
 class ChannelAssignmentView final : public QWidget {
     Q_OBJECT
 

@@ -30,7 +30,6 @@ SettingsSheet::SettingsSheet(MIDIRouterViewModel& model, const Look& look, QWidg
       appearance_(new AppearanceChoice(model, look, this)),
       diagnostics_(new DiagnosticsView(model, look, this)) {
     setWindowTitle(QStringLiteral("Settings"));
-    setWindowModality(Qt::WindowModal);
     setFixedSize(kSize);
 
     auto* const title = new LookLabel(look, Look::font(17, QFont::DemiBold), &Theme::text, this);
@@ -62,7 +61,7 @@ SettingsSheet::SettingsSheet(MIDIRouterViewModel& model, const Look& look, QWidg
     pages_->addWidget(diagnostics_);
     layout->addWidget(pages_, 1);
     showPage(0);
-    done->setFocus();
+    setFirstFocus(done);
 }
 
 void SettingsSheet::showPage(int index) {

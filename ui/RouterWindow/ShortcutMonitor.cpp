@@ -1,6 +1,7 @@
 #include "ui/RouterWindow/ShortcutMonitor.hpp"
 
 #include "ui/RouterWindow/KeyEventShortcut.hpp"
+#include "ui/controls/AlertDialog.hpp"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -17,10 +18,8 @@ std::uint64_t identity(const QKeyEvent& event) {
 
 /// Whether keys now belong to a question, an open menu or a text.
 bool areKeysSpokenFor() {
-    const QWidget* const modal = QApplication::activeModalWidget();
     const QWidget* const focus = QApplication::focusWidget();
-    return (modal != nullptr && modal->windowModality() == Qt::ApplicationModal) ||
-           QApplication::activePopupWidget() != nullptr ||
+    return AlertDialog::isAnyOpen() || QApplication::activePopupWidget() != nullptr ||
            (focus != nullptr && focus->testAttribute(Qt::WA_InputMethodEnabled));
 }
 

@@ -2,10 +2,13 @@
 
 #include "ui/controls/ParagraphLabel.hpp"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace corvel::ui {
 
@@ -26,7 +29,6 @@ AlertDialog::AlertDialog(const Look& look, Style style, const QString& message, 
     : SheetDialog(look, parent), accessoryPlace_(new QVBoxLayout) {
     setWindowTitle(message);
     setAccessibleDescription(informativeText);
-    setWindowModality(Qt::ApplicationModal);
     setFixedWidth(kWidth);
 
     auto* const layout = new QVBoxLayout(this);
@@ -61,13 +63,19 @@ AlertDialog::AlertDialog(const Look& look, Style style, const QString& message, 
     connect(cancel, &QAbstractButton::clicked, this, &QDialog::reject);
     layout->addLayout(buttons);
     setTabOrder(confirm, cancel);
-    confirm->setFocus();
+    setFirstFocus(confirm);
 }
 
 void AlertDialog::setAccessory(QWidget* accessory) {
     accessoryPlace_->addSpacing(20);
     accessoryPlace_->addWidget(accessory, 0, Qt::AlignHCenter);
-    accessory->setFocus();
+    setFirstFocus(accessory);
+}
+
+bool AlertDialog::isAnyOpen() {
+    return std::ranges::any_of(QApplication::topLevelWidgets(), [](const QWidget* window) {
+        return qobject_cast<AlertDialog*>(topOf(*window)) != nullptr;
+    });
 }
 
 void AlertDialog::keyPressEvent(QKeyEvent* event) {

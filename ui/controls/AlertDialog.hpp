@@ -29,6 +29,9 @@ public:
     /// Puts a view between text and buttons, centred; it belongs to the dialog from now on.
     void setAccessory(QWidget* accessory);
 
+    /// Whether a question waits for its answer in any window.
+    [[nodiscard]] static bool isAnyOpen();
+
 protected:
     void keyPressEvent(QKeyEvent* event) override;
 

@@ -20,7 +20,7 @@ constexpr qreal kShadowAlpha = 0.06;
 
 Scrim::Scrim(const Look& look, QWidget& window, const QRectF& card) : QWidget(&window), look_(look), card_(card) {
     setGeometry(window.rect());
-    setAttribute(Qt::WA_TransparentForMouseEvents);
+    setAttribute(Qt::WA_NoMousePropagation);
     window.installEventFilter(this);
     connect(&look, &Look::changed, this, [this] { update(); });
     connect(&fade_, &QVariantAnimation::valueChanged, this, [this] { update(); });
@@ -37,6 +37,7 @@ void Scrim::setCard(const QRectF& card) {
 
 void Scrim::fadeOut(const QPixmap& sheet) {
     leavingSheet_ = sheet;
+    setAttribute(Qt::WA_TransparentForMouseEvents);
     connect(&fade_, &QVariantAnimation::finished, this, &QObject::deleteLater);
     fadeTo(0, kFadeOut);
 }

@@ -11,8 +11,8 @@ class QPainter;
 
 namespace corvel::ui {
 
-/// Dims a window behind a sheet, and holds the sheet's shadow: a sheet is a window of its own, and draws nothing
-/// outside its card.
+/// Dims a window behind a sheet, takes the clicks that are meant for the window, and holds the sheet's shadow: a sheet
+/// draws nothing outside its card.
 class Scrim final : public QWidget {
     Q_OBJECT
 
@@ -26,10 +26,11 @@ public:
     void setCard(const QRectF& card);
     [[nodiscard]] const QRectF& card() const { return card_; }
 
-    /// Fades out together with the sheet's last picture, if it had one, and deletes itself.
+    /// Fades out together with the sheet's last picture, if it had one, and deletes itself. The window takes clicks
+    /// again at once.
     void fadeOut(const QPixmap& sheet);
 
-    /// What a window looks like behind a sheet once faded in, painted over it: for the sheet's round corners.
+    /// What a window looks like behind a sheet once faded in, painted over it.
     static void paint(QPainter& painter, const QRectF& whole, const QRectF& card, const Theme& theme);
 
 protected:

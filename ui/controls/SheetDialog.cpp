@@ -2,12 +2,15 @@
 
 #include "ui/controls/Painting.hpp"
 #include "ui/controls/Scrim.hpp"
+#include "ui/controls/SheetAccessible.hpp"
 #include "ui/controls/SheetEntrance.hpp"
 
-#include <QCoreApplication>
-#include <QFocusEvent>
+#include <QAccessible>
+#include <QApplication>
 #include <QPainter>
-#include <QTimer>
+
+#include <ranges>
+#include <utility>
 
 namespace corvel::ui {
 
@@ -17,89 +20,156 @@ constexpr qreal kRadius = 12;
 
 }  // namespace
 
-SheetDialog::SheetDialog(const Look& look, QWidget* parent) : QDialog(parent->window()), look_(look) {
-    setWindowFlag(Qt::FramelessWindowHint);
+// The toolkit keeps the Tab key and the dialog's own shortcuts inside a sub-window.
+SheetDialog::SheetDialog(const Look& look, QWidget* parent) : QDialog(parent->window(), Qt::SubWindow), look_(look) {
+    installSheetAccessibility();
     setAttribute(Qt::WA_DeleteOnClose);
-    // The colours of the window behind change first.
-    connect(&look, &Look::changed, this, [this] {
-        QTimer::singleShot(0, this, [this] {
-            setBackdrop(windowBehind());
-            update();
-        });
-    });
+    setAttribute(Qt::WA_NoMousePropagation);
+    // Until somebody shows it, also where its window is shown first.
+    QWidget::setVisible(false);
+    parentWidget()->installEventFilter(this);
+    connect(&look, &Look::changed, this, [this] { update(); });
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) { followFocus(now); });
 }
 
 SheetDialog::~SheetDialog() {
+    // The focus still moves while the base class deletes the views.
+    disconnect(qApp, nullptr, this, nullptr);
     if (scrim_) {
         scrim_->fadeOut({});
     }
 }
 
+SheetDialog* SheetDialog::topOf(const QWidget& window) {
+    // Children are in the order in which they lie over each other.
+    for (QObject* const child : window.children() | std::views::reverse) {
+        if (auto* const sheet = qobject_cast<SheetDialog*>(child); sheet != nullptr && sheet->scrim_ != nullptr) {
+            return sheet;
+        }
+    }
+    return nullptr;
+}
+
 void SheetDialog::setVisible(bool isVisible) {
-    if (isVisible && !this->isVisible()) {
-        // All before the system knows of the window: one that moves while it appears may end up where nobody told it.
-        adjustSize();
-        centre();
-        const QPixmap behind = windowBehind();
-        setBackdrop(behind);
-        new SheetEntrance(*this, behind, grab());
-        scrim_ = new Scrim(look_, *parentWidget(), cardInWindow());
+    if (isVisible == (scrim_ != nullptr)) {
+        return;
     }
-    QDialog::setVisible(isVisible);
-    if (QWidget* const focus = focusWidget(); isVisible && focus != nullptr) {
-        // Being shown counts as a step of the Tab key, which would draw a focus ring that nobody asked for.
-        QFocusEvent unasked(QEvent::FocusIn, Qt::OtherFocusReason);
-        QCoreApplication::sendEvent(focus, &unasked);
+    if (isVisible) {
+        appear();
+    } else {
+        disappear();
     }
+    QAccessibleEvent event(this, isVisible ? QAccessible::DialogStart : QAccessible::DialogEnd);
+    QAccessible::updateAccessibility(&event);
 }
 
-QRect SheetDialog::cardInWindow() const {
+void SheetDialog::appear() {
+    QWidget& window = *parentWidget();
+    place();
+    QPixmap behind = window.grab(geometry());
+    QPixmap arrived = behind;
+    {
+        QPainter painter(&arrived);
+        painter.translate(-pos());
+        Scrim::paint(painter, window.rect(), geometry(), theme());
+        painter.drawPixmap(pos(), picture());
+    }
+    new SheetEntrance(*this, std::move(behind), std::move(arrived));
+    formerFocus_ = window.focusWidget();
+    scrim_ = new Scrim(look_, window, geometry());
+    raise();
+    // The base class would look for a button to give the focus to, and show a focus ring that nobody asked for.
+    QWidget::setVisible(true);
+    takeFocus();
+}
+
+void SheetDialog::disappear() {
+    scrim_->fadeOut(picture());
+    scrim_ = nullptr;
+    giveFocusBack();
+    QWidget::setVisible(false);
+}
+
+void SheetDialog::place() {
     const QWidget& window = *parentWidget();
-    return {QPoint((window.width() - width()) / 2, (window.height() - height()) / 2), size()};
+    ensurePolished();
+    const QSize size = sizeHint().expandedTo(minimumSize()).boundedTo(maximumSize()).boundedTo(window.size());
+    setGeometry({QPoint((window.width() - size.width()) / 2, (window.height() - size.height()) / 2), size});
+    if (scrim_ != nullptr) {
+        scrim_->setCard(geometry());
+    }
 }
 
-void SheetDialog::centre() {
-    move(parentWidget()->mapToGlobal(cardInWindow().topLeft()));
-}
-
-QPixmap SheetDialog::windowBehind() const {
-    if (scrim_) {
-        scrim_->hide();
-    }
-    QPixmap picture = parentWidget()->grab(cardInWindow());
-    if (scrim_) {
-        scrim_->show();
-    }
+QPixmap SheetDialog::picture() {
+    const qreal ratio = devicePixelRatioF();
+    QPixmap picture(size() * ratio);
+    picture.setDevicePixelRatio(ratio);
+    picture.fill(Qt::transparent);
+    render(&picture, {}, {}, DrawChildren);
     return picture;
 }
 
-void SheetDialog::setBackdrop(const QPixmap& behind) {
-    backdrop_ = behind;
-    QPainter painter(&backdrop_);
-    painter.translate(-cardInWindow().topLeft());
-    Scrim::paint(painter, parentWidget()->rect(), cardInWindow(), theme());
+void SheetDialog::takeFocus() {
+    QWidget* const view = focus_ != nullptr && focus_->isVisibleTo(this) ? focus_.data() : this;
+    view->setFocus(Qt::OtherFocusReason);
 }
 
-void SheetDialog::hideEvent(QHideEvent* event) {
-    if (scrim_) {
-        scrim_->fadeOut(grab());
-        scrim_ = nullptr;
+void SheetDialog::giveFocusBack() {
+    for (QObject* const child : parentWidget()->children()) {
+        if (auto* const other = qobject_cast<SheetDialog*>(child);
+            other != nullptr && other != this && other->formerFocus_ != nullptr && isAncestorOf(other->formerFocus_)) {
+            other->formerFocus_ = formerFocus_;
+        }
     }
-    QDialog::hideEvent(event);
+    QWidget* const focus = parentWidget()->focusWidget();
+    const bool isFocusHere = focus == this || (focus != nullptr && isAncestorOf(focus));
+    if (isFocusHere && formerFocus_ != nullptr && formerFocus_->isVisible() && formerFocus_->isEnabled()) {
+        // As when a window comes back to the front: with a focus ring if there was one.
+        formerFocus_->setFocus(Qt::ActiveWindowFocusReason);
+    } else if (isFocusHere) {
+        focus->clearFocus();
+    }
 }
 
-void SheetDialog::resizeEvent(QResizeEvent* event) {
-    QDialog::resizeEvent(event);
-    if (isVisible() && event->size() != event->oldSize() && scrim_ != nullptr && scrim_->card() != cardInWindow()) {
-        centre();
-        setBackdrop(windowBehind());
-        scrim_->setCard(cardInWindow());
+void SheetDialog::followFocus(QWidget* now) {
+    if (scrim_ == nullptr || now == nullptr || now->window() != window()) {
+        return;
     }
+    if (now == this || isAncestorOf(now)) {
+        focus_ = now;
+    } else if (topOf(*parentWidget()) == this) {
+        takeFocus();
+    }
+}
+
+bool SheetDialog::event(QEvent* event) {
+    const bool isHandled = QDialog::event(event);
+    switch (event->type()) {
+        case QEvent::KeyPress:
+        case QEvent::KeyRelease:
+        case QEvent::ShortcutOverride:
+            // Keys go no further: neither to the window behind nor to its shortcuts.
+            event->accept();
+            return true;
+        case QEvent::LayoutRequest:
+            if (scrim_ != nullptr) {
+                place();
+            }
+            return isHandled;
+        default:
+            return isHandled;
+    }
+}
+
+bool SheetDialog::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == parentWidget() && event->type() == QEvent::Resize && scrim_ != nullptr) {
+        place();
+    }
+    return QDialog::eventFilter(watched, event);
 }
 
 void SheetDialog::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    painter.drawPixmap(0, 0, backdrop_);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.fillPath(roundedPath(rect(), kRadius), theme().sheet);
     paintOutline(painter, rect(), kRadius, theme().edge);

@@ -10,8 +10,11 @@ namespace corvel::ui {
 
 class Scrim;
 
-/// A dialog that is a card over its parent's window, which is dimmed while it is shown. A window of its own for the
-/// system and for screen readers; deletes itself once closed.
+/// A dialog that is a card in the middle of its parent's window, which is dimmed and takes neither clicks nor keys
+/// while the card is shown. Part of that window: it moves with it on every desktop. Screen readers know it as a dialog.
+///
+/// The focus stays inside, and goes back to where it was once the dialog is closed. A dialog that is shown over another
+/// one covers that one too. Deletes itself once closed.
 class SheetDialog : public QDialog {
     Q_OBJECT
 
@@ -21,26 +24,37 @@ public:
 
     void setVisible(bool isVisible) override;
 
+    /// The dialog that covers this window and everything else in it; null without one.
+    [[nodiscard]] static SheetDialog* topOf(const QWidget& window);
+
 protected:
     [[nodiscard]] const Look& look() const { return look_; }
     [[nodiscard]] const Theme& theme() const { return look_.theme(); }
 
-    void hideEvent(QHideEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
+    /// Who has the focus when the dialog appears.
+    void setFirstFocus(QWidget* view) { focus_ = view; }
+
+    bool event(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    [[nodiscard]] QRect cardInWindow() const;
-    void centre();
-    /// The window's picture at the card's place, without the scrim.
-    [[nodiscard]] QPixmap windowBehind() const;
-    /// Dims what is behind for the card's round corners.
-    void setBackdrop(const QPixmap& behind);
+    void appear();
+    void disappear();
+    /// As large as its contents, as far as the window has room, in the middle.
+    void place();
+    [[nodiscard]] QPixmap picture();
+    void takeFocus();
+    void giveFocusBack();
+    /// Keeps the focus inside while nothing covers this dialog.
+    void followFocus(QWidget* now);
 
     const Look& look_;
     QPointer<Scrim> scrim_;
-    /// What lies under the card's round corners; a window cannot be counted on to be see-through.
-    QPixmap backdrop_;
+    /// Who has the focus here, also while another dialog covers this one.
+    QPointer<QWidget> focus_;
+    /// Who had the focus before this dialog appeared.
+    QPointer<QWidget> formerFocus_;
 };
 
 }  // namespace corvel::ui

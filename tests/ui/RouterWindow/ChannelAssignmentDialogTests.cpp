@@ -78,7 +78,7 @@ TEST_F(ChannelAssignmentDialogTests, AsksForAChannelToAdd) {
     EXPECT_EQ(cancelButton().text(), "Cancel");
     EXPECT_GT(okButton().x(), cancelButton().x());
     EXPECT_EQ(dialog()->windowTitle(), "Add Output Channel");
-    EXPECT_EQ(dialog()->windowModality(), Qt::ApplicationModal);
+    EXPECT_TRUE(ui::AlertDialog::isAnyOpen());
     // The connection's channel is taken, so the next one is proposed; shortcuts are not copied.
     EXPECT_EQ(channelPicker().text(), "Ch 4");
     EXPECT_EQ(shortcutField().text(), "No shortcut");
@@ -255,16 +255,17 @@ TEST_F(ChannelAssignmentDialogTests, AcceptsTheKeyBeforeTheToolkitLooksForItsOwn
     openAdd();
     QKeyEvent taken(QEvent::ShortcutOverride, Qt::Key_Q, Qt::ControlModifier, 24, 0, 0);
     taken.setAccepted(false);
-    QCoreApplication::sendEvent(dialog()->windowHandle(), &taken);
+    QCoreApplication::sendEvent(list->windowHandle(), &taken);
     EXPECT_TRUE(taken.isAccepted());
     QKeyEvent pressed(QEvent::KeyPress, Qt::Key_Q, Qt::ControlModifier, 24, 0, 0);
-    QCoreApplication::sendEvent(dialog()->windowHandle(), &pressed);
+    QCoreApplication::sendEvent(list->windowHandle(), &pressed);
     EXPECT_EQ(shortcutField().text(), "⌘Q");
 
     QKeyEvent left(QEvent::ShortcutOverride, Qt::Key_F10, Qt::NoModifier, 76, 0, 0);
     left.setAccepted(false);
-    QCoreApplication::sendEvent(dialog()->windowHandle(), &left);
-    EXPECT_FALSE(left.isAccepted());
+    QCoreApplication::sendEvent(list->windowHandle(), &left);
+    EXPECT_TRUE(left.isAccepted()) << "no shortcut of the window behind";
+    EXPECT_EQ(shortcutField().text(), "⌘Q");
 }
 
 TEST_F(ChannelAssignmentDialogTests, LeavesOtherWindowsTheirKeys) {

@@ -7,7 +7,6 @@
 #include "ui/controls/PopUpButton.hpp"
 #include "ui/controls/TextButton.hpp"
 
-#include <QApplication>
 #include <QPointer>
 #include <QTest>
 
@@ -46,7 +45,7 @@ protected:
     }
 
     [[nodiscard]] AlertDialog& question() {
-        auto* const dialog = qobject_cast<AlertDialog*>(QApplication::activeModalWidget());
+        auto* const dialog = qobject_cast<AlertDialog*>(SheetDialog::topOf(window));
         if (dialog == nullptr) {
             throw std::runtime_error("no dialog is open");
         }
@@ -55,7 +54,7 @@ protected:
 
     /// Whether the dialog goes away, with all that belongs to it.
     [[nodiscard]] bool isAnswered() {
-        return turnUntil([] { return QApplication::activeModalWidget() == nullptr; });
+        return turnUntil([this] { return SheetDialog::topOf(window) == nullptr; });
     }
 
     NameField& field() { return tests::only<NameField>(question()); }
@@ -162,7 +161,7 @@ TEST_F(ConnectionSetBarTests, AsksForTheNameOfANewSet) {
     EXPECT_EQ(field().size(), QSize(260, 24));
     EXPECT_NE(tests::accessibleName(field()), "");
     EXPECT_TRUE(field().hasFocus());
-    EXPECT_EQ(dialog.windowModality(), Qt::ApplicationModal);
+    EXPECT_TRUE(AlertDialog::isAnyOpen());
     answer("OK");
     EXPECT_THAT(setNames(), ElementsAre("Default", "New Set"));
     EXPECT_EQ(model->selectedRouteSetName(), "New Set");
@@ -218,7 +217,7 @@ TEST_F(ConnectionSetBarTests, AsksBeforeASetIsDeleted) {
                            "Delete \"Stage\"? The devices and other connection sets will not be changed."}));
     EXPECT_EQ(buttonTitles(dialog), QStringList({"Cancel", "Delete"}));
     EXPECT_EQ(dialog.findChildren<QLineEdit*>().size(), 0);
-    EXPECT_EQ(dialog.windowModality(), Qt::ApplicationModal);
+    EXPECT_TRUE(AlertDialog::isAnyOpen());
     answer("Delete");
     EXPECT_THAT(setNames(), ElementsAre("Default"));
     EXPECT_EQ(model->statusMessage(), "Deleted set \"Stage\"");
@@ -268,9 +267,9 @@ TEST_F(ConnectionSetBarTests, DoesNothingOnCancel) {
 TEST_F(ConnectionSetBarTests, DoesNothingOnEscape) {
     model->createRouteSet("Live");
     for (const char* const button : {kCreate, kDuplicate, kRename, kDelete}) {
-        AlertDialog& dialog = open(button);
-        ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
-        QTest::keyClick(dialog.windowHandle(), Qt::Key_Escape);
+        open(button);
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+        QTest::keyClick(window.windowHandle(), Qt::Key_Escape);
         EXPECT_TRUE(isAnswered());
         EXPECT_THAT(setNames(), ElementsAre("Default", "Live")) << button;
         EXPECT_EQ(model->statusMessage(), "Created set \"Live\"");
@@ -279,17 +278,17 @@ TEST_F(ConnectionSetBarTests, DoesNothingOnEscape) {
 
 TEST_F(ConnectionSetBarTests, AppliesTheFirstButtonOnReturnAndOnEnter) {
     for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
-        AlertDialog& dialog = open(kCreate);
-        ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
+        open(kCreate);
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
         QTest::keyClicks(&field(), "Live");
-        QTest::keyClick(dialog.windowHandle(), key);
+        QTest::keyClick(window.windowHandle(), key);
         EXPECT_TRUE(isAnswered());
     }
     EXPECT_THAT(setNames(), ElementsAre("Default", "Live", "Live 2"));
 
-    AlertDialog& dialog = open(kDelete);
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
-    QTest::keyClick(dialog.windowHandle(), Qt::Key_Return);
+    open(kDelete);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    QTest::keyClick(window.windowHandle(), Qt::Key_Return);
     EXPECT_TRUE(isAnswered());
     EXPECT_THAT(setNames(), ElementsAre("Default", "Live"));
 }

@@ -70,7 +70,7 @@ protected:
 
     void resetChannel() { model->setActiveVariant(model->routes()[0].variants[0].id, model->routes()[0].id); }
 
-    void pressShortcut(QWidget& in) { QTest::keyClick(in.windowHandle(), Qt::Key_1, Qt::ControlModifier); }
+    void pressShortcut(QWidget& in) { QTest::keyClick(in.window()->windowHandle(), Qt::Key_1, Qt::ControlModifier); }
 
     [[nodiscard]] std::string channel() const { return model->routes()[0].channelMode.title(); }
 };
@@ -351,15 +351,15 @@ TEST_F(RouterWindowTests, SwitchesNoChannelsWhileItAsksForAName) {
     turn();
     button("Rename current set").click();
     turn();
-    QWidget* const dialog = QApplication::activeModalWidget();
+    QWidget* const dialog = SheetDialog::topOf(*window);
     ASSERT_NE(dialog, nullptr);
     ASSERT_TRUE(QTest::qWaitForWindowActive(dialog));
     pressShortcut(*dialog);
     EXPECT_EQ(channel(), "As Is");
     pressShortcut(*window);
     EXPECT_EQ(channel(), "As Is");
-    QTest::keyClick(dialog->windowHandle(), Qt::Key_Escape);
-    ASSERT_TRUE(turnUntil([] { return QApplication::activeModalWidget() == nullptr; }));
+    QTest::keyClick(window->windowHandle(), Qt::Key_Escape);
+    ASSERT_TRUE(turnUntil([this] { return SheetDialog::topOf(*window) == nullptr; }));
     pressShortcut(*window);
     EXPECT_EQ(channel(), "Ch 1");
 }

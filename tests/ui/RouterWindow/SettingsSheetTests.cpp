@@ -5,6 +5,7 @@
 #include "ui/RouterWindow/AppearanceChoice.hpp"
 #include "ui/RouterWindow/DiagnosticRow.hpp"
 #include "ui/RouterWindow/DiagnosticsView.hpp"
+#include "ui/controls/AlertDialog.hpp"
 #include "ui/controls/ChoiceCard.hpp"
 #include "ui/controls/TabButton.hpp"
 
@@ -25,7 +26,7 @@ protected:
     void makeSheet() {
         sheet = new SettingsSheet(*model, look, &window);
         follow(*sheet);
-        sheet->open();
+        sheet->show();
         turn();
     }
 
@@ -42,8 +43,8 @@ TEST_F(SettingsSheetTests, HasItsSizeAndTitle) {
 }
 
 TEST_F(SettingsSheetTests, BelongsToTheWindowAlone) {
-    EXPECT_EQ(sheet->windowModality(), Qt::WindowModal);
-    EXPECT_EQ(sheet->parentWidget(), &window);
+    EXPECT_EQ(SheetDialog::topOf(window), sheet);
+    EXPECT_FALSE(AlertDialog::isAnyOpen());
 }
 
 TEST_F(SettingsSheetTests, IsClosedByDone) {

@@ -1,10 +1,10 @@
 #include "ui/RouterWindow/ShortcutMonitor.hpp"
 
 #include "tests/ui/support/WindowModelFixture.hpp"
+#include "ui/controls/AlertDialog.hpp"
 
 #include <QAbstractEventDispatcher>
 #include <QAction>
-#include <QDialog>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -265,24 +265,26 @@ TEST_F(ShortcutMonitorTests, LeavesKeysToTextFields) {
     EXPECT_EQ(channel(), "Ch 1");
 }
 
-TEST_F(ShortcutMonitorTests, LeavesKeysToADialogThatHoldsUpTheApplication) {
-    QDialog dialog(&window);
-    dialog.setWindowModality(Qt::ApplicationModal);
-    show(dialog);
-    press(dialog, Qt::Key_1, Qt::ControlModifier, kPlaceOf1);
+TEST_F(ShortcutMonitorTests, LeavesKeysToAQuestionWhateverWindowTheyGoTo) {
+    auto* const question =
+        new AlertDialog(look, AlertDialog::Style::plain, "Title", "Text", "OK", TextButton::Role::primary, &window);
+    question->show();
     press(window, Qt::Key_1, Qt::ControlModifier, kPlaceOf1);
+    QWidget other;
+    show(other);
+    press(other, Qt::Key_1, Qt::ControlModifier, kPlaceOf1);
     EXPECT_EQ(channel(), "Ch 4");
 
-    dialog.hide();
+    question->reject();
     press(window, Qt::Key_1, Qt::ControlModifier, kPlaceOf1);
     EXPECT_EQ(channel(), "Ch 1");
 }
 
 TEST_F(ShortcutMonitorTests, WorksInASheetOfTheWindow) {
-    QDialog sheet(&window);
-    sheet.setWindowModality(Qt::WindowModal);
-    show(sheet);
-    press(sheet, Qt::Key_1, Qt::ControlModifier, kPlaceOf1);
+    auto* const sheet = new SheetDialog(look, &window);
+    sheet->setFixedSize(100, 100);
+    sheet->show();
+    press(window, Qt::Key_1, Qt::ControlModifier, kPlaceOf1);
     EXPECT_EQ(channel(), "Ch 1");
 }
 

@@ -92,13 +92,13 @@ TEST_F(WindowAccessibilityTests, NamesEveryControlOfTheSetsDialogs) {
          {"Create connection set", "Duplicate current set", "Rename current set", "Delete current set"}) {
         button(opener).click();
         turn();
-        QWidget* const dialog = QApplication::activeModalWidget();
+        QWidget* const dialog = SheetDialog::topOf(*window);
         ASSERT_NE(dialog, nullptr) << opener;
         EXPECT_THAT(namelessControls(*dialog), IsEmpty()) << opener;
         EXPECT_THAT(unreachableButtons(*dialog), IsEmpty()) << opener;
         EXPECT_NE(QAccessible::queryAccessibleInterface(dialog)->text(QAccessible::Name), "") << opener;
         tests::pressAccessibly(tests::button(*dialog, "Cancel"));
-        ASSERT_TRUE(turnUntil([] { return QApplication::activeModalWidget() == nullptr; }));
+        ASSERT_TRUE(turnUntil([this] { return SheetDialog::topOf(*window) == nullptr; }));
     }
 }
 
@@ -122,7 +122,7 @@ TEST_F(WindowAccessibilityTests, ConnectsAndSwitchesSetsByPressesAlone) {
     ASSERT_THAT(model->routes(), SizeIs(1));
     tests::pressAccessibly(button("Duplicate current set"));
     turn();
-    tests::pressAccessibly(tests::button(*QApplication::activeModalWidget(), "OK"));
+    tests::pressAccessibly(tests::button(*SheetDialog::topOf(*window), "OK"));
     EXPECT_EQ(model->selectedRouteSetName(), "Default Copy");
     ASSERT_THAT(model->routes(), SizeIs(1));
     model->setSelectedRouteID(model->routes()[0].id);

@@ -80,13 +80,12 @@ class Story(SequencerTestCase):
 
     def make_an_empty_set(self, name):
         pointing.click(self.only(name="Create connection set").middle)
-        main = self.router.corvel.window
-        wait_for(lambda: windows.active_window() not in (main, None), "the dialog to have the keyboard")
+        dialog = self.router.dialog("New Connection Set")
         pointing.press_keys("ctrl+a")
         pointing.type_text(name)
         pointing.press_keys("Return")
         self.wait_saved(set_names=["Default", name], current_set_name=name, connections=[])
-        wait_for(lambda: windows.active_window() == main, "the window to have the keyboard again")
+        dialog.wait_closed()
 
     def choose_set(self, name):
         pointing.click(self.only(role="push button", description="Connection Set").middle)

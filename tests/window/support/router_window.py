@@ -218,17 +218,13 @@ class Dialog:
 
     def __init__(self, router, message):
         self._accessibility = router.accessibility
-        self._pid = router.corvel.pid
         self.message = message
         self.element = wait_for(self._look, lambda: f"the dialog {message!r} in\n{self._accessibility.outline()}")
         self.wait_focus()
 
     def _look(self):
-        tree = self._accessibility.tree()
-        for window in tree.children if tree else []:
-            if window.role == "dialog" and window.is_showing and window.find(name=self.message):
-                return window
-        return None
+        dialogs = self._accessibility.all(role="dialog")
+        return next((dialog for dialog in dialogs if dialog.find(name=self.message)), None)
 
     def wait_focus(self):
         """Waits until keys reach the dialog."""
@@ -260,22 +256,7 @@ class Dialog:
         self.click(self.button(name))
 
     def click(self, element):
-        """Clicks where the element is in the dialog's window, wherever the program believes that to be."""
-        (left, top), (x, y) = wait_for(lambda: self._where(element), f"{element} to stay in its place")
-        shown = windows.content(self.window)
-        pointing.click((x - left + shown.x, y - top + shown.y))
-
-    def _where(self, element):
-        """The corner of the dialog and the middle of an element of it, both read at the same place."""
-        before = self.element.extents
-        middle = element.middle
-        return (before[:2], middle) if self.element.extents == before else None
-
-    @property
-    def window(self):
-        """The number of its window."""
-        return wait_for(lambda: windows.shown_windows(self._pid, self.element.name),
-                        f"the window of {self.message!r}")[0]
+        pointing.click(element.middle)
 
     def wait_closed(self):
         wait_for(lambda: self._accessibility.tree() and not self._look(), f"the dialog {self.message!r} to close")

@@ -20,6 +20,13 @@ def shown_windows(pid, name):
                                          f"^{re.escape(name)}$", check=False).split()]
 
 
+def all_shown_windows(pid):
+    """The shown windows of a process that the window manager knows, as window numbers."""
+    managed = {int(number, 16) for number in re.findall(r"0x[0-9a-f]+", _property("root", "_NET_CLIENT_LIST"))}
+    shown = output("xdotool", "search", "--all", "--onlyvisible", "--pid", str(pid), "--name", ".*", check=False)
+    return [int(line) for line in shown.split() if int(line) in managed]
+
+
 def content(window):
     """Where the content of a window is on the screen."""
     lines = output("xwininfo", "-id", str(window))
