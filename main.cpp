@@ -40,7 +40,7 @@ int perform(const Start& start, const CommandLine::Headless& headless) {
         return EXIT_FAILURE;
     }
     const auto store = openStore(start.commandLine.document, router.isDemo());
-    const auto model = router.makeModel(store, std::make_shared<InMemorySettings>());
+    const auto model = router.makeModel(store, std::make_shared<QtSettings>());
     LineOutput errors(STDERR_FILENO);
     LineOutput output(STDOUT_FILENO);
     HeadlessReporter::LineSink activity;

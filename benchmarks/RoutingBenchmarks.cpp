@@ -54,9 +54,9 @@ void finish(benchmark::State& state, const RoutingLayout& layout, std::size_t se
     }
 }
 
-void routeThroughEngine(benchmark::State& state, const RoutingLayout& layout) {
+void routeThroughEngine(benchmark::State& state, const RoutingLayout& layout, bool releasesHeldNotes) {
     const auto queue = std::make_shared<tests::ManualQueue>();
-    EngineRig rig(layout, queue);
+    EngineRig rig(layout, queue, releasesHeldNotes);
     queue->runAll();
     const std::size_t packets = packetsPerIteration(layout);
     for ([[maybe_unused]] const auto _ : state) {
@@ -199,6 +199,7 @@ void drawIdentity(benchmark::State& state) {
 
 void registerRoutingBenchmarks(Summary& summary) {
     constexpr double kLimit = 2.0;
+    constexpr double kHeldNotesLimit = 1.05;
     struct Case {
         std::string name;
         RoutingLayout layout;
@@ -210,12 +211,15 @@ void registerRoutingBenchmarks(Summary& summary) {
         const auto add = [&](const std::string& side, auto function) {
             benchmark::RegisterBenchmark(name(side).c_str(), function);
         };
-        add("engine", [layout](benchmark::State& state) { routeThroughEngine(state, layout); });
+        add("engine", [layout](benchmark::State& state) { routeThroughEngine(state, layout, false); });
+        add("engine, held notes followed",
+            [layout](benchmark::State& state) { routeThroughEngine(state, layout, true); });
         add("plain", [layout](benchmark::State& state) { routePlain(state, layout); });
         add("plain reporting", [layout](benchmark::State& state) { routePlainReporting(state, layout); });
         add("loop, bursts of 1", [layout](benchmark::State& state) { routeThroughLoop(state, layout, 1); });
         add("loop, bursts of 16", [layout](benchmark::State& state) { routeThroughLoop(state, layout, 16); });
         summary.addRatio(name("engine"), name("plain"), kLimit);
+        summary.addRatio(name("engine, held notes followed"), name("engine"), kHeldNotesLimit);
         summary.addRatio(name("engine"), name("plain reporting"), std::nullopt);
         summary.addRatio(name("plain reporting"), name("plain"), std::nullopt);
         summary.addRatio(name("loop, bursts of 1"), name("plain"), std::nullopt);

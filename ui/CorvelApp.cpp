@@ -2,6 +2,7 @@
 
 #include "ui/AboutPanel.hpp"
 #include "ui/BundleInformation.hpp"
+#include "ui/QtText.hpp"
 
 #include <QAction>
 #include <QApplication>
@@ -35,6 +36,9 @@ CorvelApp::CorvelApp(std::shared_ptr<MIDIRouterViewModel> model, std::shared_ptr
         if (changes.containAny({ModelChanges::Property::appearanceMode})) {
             look_.setMode(model_->appearanceMode());
         }
+        if (changes.containAny({ModelChanges::Property::routes, ModelChanges::Property::routeSets})) {
+            nameHistory();
+        }
     });
 }
 
@@ -47,13 +51,33 @@ QList<QAction*> CorvelApp::makeMenu() {
     auto* const newWindow = new QAction(QStringLiteral("New Window"), this);
     newWindow->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_N));
     newWindow->setEnabled(false);
+    undo_ = new QAction(this);
+    undo_->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Z));
+    connect(undo_, &QAction::triggered, this, [this] { model_->undo(); });
+    redo_ = new QAction(this);
+    redo_->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z));
+    connect(redo_, &QAction::triggered, this, [this] { model_->redo(); });
+    nameHistory();
+    auto* const silence = new QAction(QStringLiteral("All Notes Off"), this);
+    silence->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Period));
+    connect(silence, &QAction::triggered, this, [this] { model_->allNotesOff(); });
     auto* const refresh = new QAction(QStringLiteral("Refresh MIDI Devices"), this);
     refresh->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
     connect(refresh, &QAction::triggered, this, [this] { model_->refreshDevices(); });
     auto* const quit = new QAction(QStringLiteral("Quit Corvel"), this);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     connect(quit, &QAction::triggered, this, [this] { window_.close(); });
-    return {about, newWindow, refresh, quit};
+    return {about, newWindow, undo_, redo_, silence, refresh, quit};
+}
+
+/// Names what would be undone and redone now.
+void CorvelApp::nameHistory() {
+    const auto show = [](QAction& action, const QString& verb, const std::optional<std::string>& edit) {
+        action.setText(edit ? verb + QLatin1Char(' ') + toQString(*edit) : verb);
+        action.setEnabled(edit.has_value());
+    };
+    show(*undo_, QStringLiteral("Undo"), model_->undoName());
+    show(*redo_, QStringLiteral("Redo"), model_->redoName());
 }
 
 void CorvelApp::start() {

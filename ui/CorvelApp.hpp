@@ -39,10 +39,13 @@ public:
 
 private:
     [[nodiscard]] QList<QAction*> makeMenu();
+    void nameHistory();
     void windowAppeared();
 
     const std::shared_ptr<MIDIRouterViewModel> model_;
     Look look_;
+    QAction* undo_ = nullptr;
+    QAction* redo_ = nullptr;
     QList<QAction*> menu_;
     RouterWindow window_;
     MainWindowFrame frame_;

@@ -57,10 +57,11 @@ void addEndpoints(tests::FakeMIDIHost& host, const RoutingLayout& layout) {
     }
 }
 
-EngineRig::EngineRig(const RoutingLayout& layout, std::shared_ptr<DispatchQueue> queue) {
+EngineRig::EngineRig(const RoutingLayout& layout, std::shared_ptr<DispatchQueue> queue, bool releasesHeldNotes) {
     addEndpoints(*host_, layout);
     engine_ = CoreMIDIRouterEngine::create(host_, std::move(queue), mainQueue_, makeSystemClock());
     engine_->setDelegate(delegate_);
+    engine_->setReleasesHeldNotes(releasesHeldNotes);
     engine_->updateRoutes(makeRoutes(layout));
     engine_->start();
 }

@@ -35,7 +35,7 @@ void addEndpoints(tests::FakeMIDIHost& host, const RoutingLayout& layout);
 class EngineRig {
 public:
     /// The engine is started once the caller has run `queue`.
-    EngineRig(const RoutingLayout& layout, std::shared_ptr<DispatchQueue> queue);
+    EngineRig(const RoutingLayout& layout, std::shared_ptr<DispatchQueue> queue, bool releasesHeldNotes = false);
 
     /// One packet from the source that plays.
     void receive(std::span<const std::uint8_t> packet) {

@@ -96,8 +96,8 @@ public:
 
     /// Silences destinations, given by unique ID: ends the notes that are known to be held there, then sends sustain
     /// off, All Notes Off and All Sound Off on every channel. A destination that is not there is left out. Calls
-    /// `onDone` on the main queue once everything is sent; with `kSilencePause` after each message that takes some
-    /// 50 ms. Any thread; does nothing before the engine has started, `onDone` apart.
+    /// `onDone`, if there is one, on the main queue once everything is sent; with `kSilencePause` after each message
+    /// that takes some 50 ms. Any thread; does nothing before the engine has started, `onDone` apart.
     void silence(std::vector<std::int32_t> destinationIDs, std::function<void()> onDone);
 
     /// The endpoints that have sent or been sent messages since the last call, connected or not. Any thread; costs a

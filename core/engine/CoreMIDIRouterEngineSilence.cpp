@@ -80,7 +80,9 @@ void CoreMIDIRouterEngine::silenceOnQueue(std::span<const std::int32_t> destinat
             silencing_[id] = silencingMessages(routeTable_.takeEndings(id));
         }
     }
-    silencingDone_.push_back(std::move(onDone));
+    if (onDone) {
+        silencingDone_.push_back(std::move(onDone));
+    }
     if (!isUnderWay) {
         sendNextSilencing();
     }

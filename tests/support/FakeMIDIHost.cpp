@@ -164,7 +164,8 @@ std::vector<MIDIEndpointRecord> FakeMIDIHost::records(const std::vector<MIDIObje
     for (const MIDIObjectRef ref : refs) {
         const auto found = properties.find(ref);
         const FakeMIDIProperties of = found == properties.end() ? FakeMIDIProperties() : found->second;
-        list.push_back({{ref, of.displayName, of.name, of.isOffline}, of.uniqueID, of.manufacturer});
+        list.push_back(
+            {{ref, of.displayName, of.name, of.isOffline}, of.uniqueID, of.manufacturer, of.port, of.isLoopback});
     }
     return list;
 }

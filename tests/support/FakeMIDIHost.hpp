@@ -24,6 +24,8 @@ struct FakeMIDIProperties {
     std::optional<std::string> manufacturer = std::nullopt;
     std::optional<std::int32_t> uniqueID = std::nullopt;
     std::optional<bool> isOffline = std::nullopt;
+    MIDIObjectRef port = 0;
+    bool isLoopback = false;
 };
 
 /// A packet that was sent successfully.

@@ -147,11 +147,11 @@ TEST_F(CorvelAppTests, TakesAnUnknownStoredAppearanceForNone) {
     EXPECT_EQ(settings->string("Corvel.appearanceMode"), "blue");
 }
 
-TEST_F(CorvelAppTests, HasAMenuOfFourItems) {
+TEST_F(CorvelAppTests, HasAMenuOfEverythingThatItsKeysDo) {
     start();
     withMenu([](QMenu& menu) {
-        EXPECT_EQ(tests::titles(menu),
-                  QStringList({"About Corvel", "New Window", "Refresh MIDI Devices", "Quit Corvel"}));
+        EXPECT_EQ(tests::titles(menu), QStringList({"About Corvel", "New Window", "Undo", "Redo", "All Notes Off",
+                                                    "Refresh MIDI Devices", "Quit Corvel"}));
         QStringList shortcuts;
         QList<bool> enabled;
         for (const QAction* const action : menu.actions()) {
@@ -160,9 +160,35 @@ TEST_F(CorvelAppTests, HasAMenuOfFourItems) {
                 enabled.append(action->isEnabled());
             }
         }
-        EXPECT_EQ(shortcuts, QStringList({"", "Ctrl+N", "Ctrl+R", "Ctrl+Q"}));
-        EXPECT_EQ(enabled, QList<bool>({true, false, true, true}));
+        EXPECT_EQ(shortcuts, QStringList({"", "Ctrl+N", "Ctrl+Z", "Ctrl+Shift+Z", "Ctrl+.", "Ctrl+R", "Ctrl+Q"}));
+        EXPECT_EQ(enabled, QList<bool>({true, false, false, false, true, true, true}));
     });
+}
+
+TEST_F(CorvelAppTests, NamesWhatWouldBeUndoneAndRedone) {
+    start();
+    const auto titles = [this] {
+        turn();
+        QStringList texts;
+        for (const QAction* const action : app->window().actions().sliced(2, 2)) {
+            texts.append(action->text());
+        }
+        return texts;
+    };
+    model->connect(1011, 1021);
+    EXPECT_EQ(titles(), QStringList({"Undo Connect", "Redo"}));
+    press(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_TRUE(model->routes().empty());
+    EXPECT_EQ(titles(), QStringList({"Undo", "Redo Connect"}));
+    press(Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(model->routes().size(), 1U);
+}
+
+TEST_F(CorvelAppTests, SilencesTheOutputsWithControlPeriod) {
+    start();
+    model->connect(1011, 1021);
+    press(Qt::Key_Period, Qt::ControlModifier);
+    EXPECT_EQ(model->statusMessage(), "All notes off on 1 output");
 }
 
 TEST_F(CorvelAppTests, OpensTheMenuWithF10) {

@@ -35,7 +35,6 @@ AppearanceChoice::AppearanceChoice(MIDIRouterViewModel& model, const Look& look,
         connect(card, &QAbstractButton::clicked, this, [this, chosen = mode] { model_.setAppearanceMode(chosen); });
     }
     layout->addLayout(choices);
-    layout->addStretch();
     refresh(ModelChanges::all());
 }
 

@@ -13,7 +13,7 @@ namespace corvel::ui {
 
 class ChoiceCard;
 
-/// The general settings: light or dark.
+/// The choice between light and dark.
 class AppearanceChoice final : public QWidget {
     Q_OBJECT
 

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 namespace corvel::ui {
@@ -94,6 +95,7 @@ void RouteList::showRoutes() {
     for (RouteRow* const row : rows_) {
         present.emplace(row->routeID(), row);
     }
+    const std::unordered_set<UUID> feedback = model_.feedbackRouteIDs();
     std::vector<RouteRow*> rows;
     for (const MIDIRoute& route : model_.routes()) {
         const QColor colour = RouteColorPalette::color(route.id, model_.routes());
@@ -104,6 +106,7 @@ void RouteList::showRoutes() {
         } else {
             rows.push_back(makeRow(route, colour));
         }
+        rows.back()->setFeedsBack(feedback.contains(route.id));
     }
     for (const auto& [id, row] : present) {
         // Its own click may be what removed it.

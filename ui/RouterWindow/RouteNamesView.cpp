@@ -14,6 +14,8 @@ namespace {
 constexpr int kNameLineHeight = 19;
 constexpr int kStatusLineHeight = 17;
 constexpr qreal kArrowGap = 8;
+constexpr int kWarningSize = 14;
+constexpr int kWarningGap = 5;
 /// The input's part of the room for both names.
 constexpr qreal kInputShare = 0.55;
 constexpr int kTextFlags = Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine;
@@ -37,6 +39,13 @@ void RouteNamesView::setStatus(const QString& status) {
     }
     status_ = status;
     update(statusLine());
+}
+
+void RouteNamesView::setWarning(bool isWarning) {
+    if (isWarning != isWarning_) {
+        isWarning_ = isWarning;
+        update(statusLine());
+    }
 }
 
 void RouteNamesView::setEmphasis(bool isSelected, bool isQuiet) {
@@ -79,16 +88,28 @@ void RouteNamesView::paintNames(QPainter& painter) const {
     draw(output_, std::max(0.0, room.width()), ink);
 }
 
+void RouteNamesView::paintStatus(QPainter& painter) const {
+    const Theme& theme = look_.theme();
+    QRect room = statusLine();
+    if (isWarning_) {
+        painter.drawPixmap(
+            room.topLeft() + QPoint(0, (room.height() - kWarningSize) / 2),
+            look_.icon(QStringLiteral("exclamationmark.triangle"), kWarningSize, theme.warning, devicePixelRatioF()));
+        room.setLeft(room.left() + kWarningSize + kWarningGap);
+    }
+    const QFont font = Look::font(13);
+    painter.setFont(font);
+    painter.setPen(isWarning_ ? theme.warning : theme.text2);
+    painter.drawText(room, kTextFlags, QFontMetricsF(font).elidedText(status_, Qt::ElideRight, room.width()));
+}
+
 void RouteNamesView::paintEvent(QPaintEvent* event) {
     QPainter painter(this);
     if (event->rect().intersects(nameLine())) {
         paintNames(painter);
     }
     if (event->rect().intersects(statusLine())) {
-        const QFont font = Look::font(13);
-        painter.setFont(font);
-        painter.setPen(look_.theme().text2);
-        painter.drawText(statusLine(), kTextFlags, QFontMetricsF(font).elidedText(status_, Qt::ElideRight, width()));
+        paintStatus(painter);
     }
 }
 

@@ -21,6 +21,9 @@ public:
     /// Repaints only if the text is another one: it changes with the traffic.
     void setStatus(const QString& status);
 
+    /// Whether the status is a warning: with a triangle, in its colour.
+    void setWarning(bool isWarning);
+
     /// Quiet names are those of a connection that carries nothing.
     void setEmphasis(bool isSelected, bool isQuiet);
 
@@ -35,11 +38,13 @@ private:
     [[nodiscard]] QRect nameLine() const;
     [[nodiscard]] QRect statusLine() const;
     void paintNames(QPainter& painter) const;
+    void paintStatus(QPainter& painter) const;
 
     const Look& look_;
     QString input_;
     QString output_;
     QString status_;
+    bool isWarning_ = false;
     bool isSelected_ = false;
     bool isQuiet_ = false;
 };

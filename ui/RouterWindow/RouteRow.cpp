@@ -147,9 +147,18 @@ void RouteRow::showEmphasis() {
     enableButton_->setRestInk(shown_->route.isEnabled ? rest : &Theme::text);
 }
 
+void RouteRow::setFeedsBack(bool feedsBack) {
+    if (feedsBack != feedsBack_) {
+        feedsBack_ = feedsBack;
+        names_->setWarning(feedsBack);
+        showStatus();
+    }
+}
+
 void RouteRow::showStatus() {
     if (const MIDIRoute* const route = model_.route(routeID_); route != nullptr) {
-        names_->setStatus(channelStatusText(model_, *route));
+        const QString status = channelStatusText(model_, *route);
+        names_->setStatus(feedsBack_ ? QStringLiteral("Feeds back / %1").arg(status) : status);
         showDescription();
     }
 }

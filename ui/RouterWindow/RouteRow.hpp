@@ -37,6 +37,9 @@ public:
     /// Shows the connection as it is now, in its colour.
     void showRoute(const MIDIRoute& route, const QColor& colour);
 
+    /// Whether what the connection carries comes back to where it started: a warning stands in the row then.
+    void setFeedsBack(bool feedsBack);
+
     /// Shows the connection's newest message.
     void showStatus();
 
@@ -97,6 +100,7 @@ private:
     std::vector<UUID> openedVariantIDs_;
     /// Always there once the row is made.
     std::optional<Shown> shown_;
+    bool feedsBack_ = false;
     bool isSelected_ = false;
     bool hasHairline_ = false;
     QVariantAnimation selection_;

@@ -1,7 +1,7 @@
 #include "ui/RouterWindow/SettingsSheet.hpp"
 
-#include "ui/RouterWindow/AppearanceChoice.hpp"
 #include "ui/RouterWindow/DiagnosticsView.hpp"
+#include "ui/RouterWindow/GeneralSettings.hpp"
 #include "ui/controls/LookLabel.hpp"
 #include "ui/controls/TabButton.hpp"
 #include "ui/controls/TextButton.hpp"
@@ -27,7 +27,7 @@ constexpr int kTabsBottom = kTopPadding + kTitleHeight + kTitleGap + TabButton::
 SettingsSheet::SettingsSheet(MIDIRouterViewModel& model, const Look& look, QWidget* parent)
     : SheetDialog(look, parent),
       pages_(new QStackedWidget(this)),
-      appearance_(new AppearanceChoice(model, look, this)),
+      general_(new GeneralSettings(model, look, this)),
       diagnostics_(new DiagnosticsView(model, look, this)) {
     setWindowTitle(QStringLiteral("Settings"));
     setFixedSize(kSize);
@@ -57,7 +57,7 @@ SettingsSheet::SettingsSheet(MIDIRouterViewModel& model, const Look& look, QWidg
     tabBar->addStretch();
     layout->addLayout(tabBar);
     layout->addSpacing(kTitleGap);
-    pages_->addWidget(appearance_);
+    pages_->addWidget(general_);
     pages_->addWidget(diagnostics_);
     layout->addWidget(pages_, 1);
     showPage(0);
@@ -72,7 +72,7 @@ void SettingsSheet::showPage(int index) {
 }
 
 void SettingsSheet::refresh(const ModelChanges& changes) {
-    appearance_->refresh(changes);
+    general_->refresh(changes);
     diagnostics_->refresh(changes);
 }
 

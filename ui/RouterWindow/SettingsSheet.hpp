@@ -8,8 +8,8 @@ class QStackedWidget;
 
 namespace corvel::ui {
 
-class AppearanceChoice;
 class DiagnosticsView;
+class GeneralSettings;
 class TabButton;
 
 /// The settings, over the router window only: MIDI goes on and shortcuts keep switching channels.
@@ -29,7 +29,7 @@ private:
 
     QList<TabButton*> tabs_;
     QStackedWidget* pages_;
-    AppearanceChoice* appearance_;
+    GeneralSettings* general_;
     DiagnosticsView* diagnostics_;
 };
 

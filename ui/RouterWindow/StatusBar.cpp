@@ -1,6 +1,7 @@
 #include "ui/RouterWindow/StatusBar.hpp"
 
 #include "ui/QtText.hpp"
+#include "ui/controls/LinkButton.hpp"
 #include "ui/controls/LookLabel.hpp"
 
 #include <QHBoxLayout>
@@ -16,11 +17,12 @@ constexpr int kGap = 24;
 
 }  // namespace
 
-StatusBar::StatusBar(const MIDIRouterViewModel& model, const Look& look, QWidget* parent)
+StatusBar::StatusBar(MIDIRouterViewModel& model, const Look& look, QWidget* parent)
     : QWidget(parent),
       model_(model),
       look_(look),
       message_(new LookLabel(look, Look::font(13), &Theme::text2, this)),
+      undo_(new LinkButton(look, QStringLiteral("Undo"), this)),
       summary_(new LookLabel(look, Look::font(13), &Theme::text2, this)) {
     setFixedHeight(kHeight);
     message_->setElided(true);
@@ -32,8 +34,13 @@ StatusBar::StatusBar(const MIDIRouterViewModel& model, const Look& look, QWidget
     auto* const layout = new QHBoxLayout(this);
     layout->setContentsMargins(kPadding, 1, kPadding, 0);
     layout->setSpacing(kGap);
+    // As wide as its text, so that the offer stands beside it.
+    message_->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Preferred);
     layout->addWidget(message_, 1);
+    layout->addWidget(undo_);
+    layout->addStretch();
     layout->addWidget(summary_);
+    connect(undo_, &QAbstractButton::clicked, this, [this] { model_.undo(); });
     connect(&look, &Look::changed, this, [this] { update(); });
     refresh(ModelChanges::all());
 }
@@ -42,6 +49,10 @@ void StatusBar::refresh(const ModelChanges& changes) {
     using Property = ModelChanges::Property;
     if (changes.containAny({Property::statusMessage})) {
         message_->setLine(toQString(model_.statusMessage()));
+    }
+    if (changes.containAny({Property::statusMessage, Property::routes, Property::routeSets})) {
+        undo_->setVisible(model_.offersUndo());
+        setPlainToolTip(undo_, QStringLiteral("Undo %1 (Ctrl+Z)").arg(toQString(model_.undoName().value_or(""))));
     }
     if (changes.containAny({Property::routeSets, Property::selectedRouteSetID, Property::routes})) {
         summary_->setLine(

@@ -8,14 +8,15 @@
 
 namespace corvel::ui {
 
+class LinkButton;
 class LookLabel;
 
-/// The line at the window's foot: what happened last, and what the current set holds.
+/// The line at the window's foot: what happened last, with "Undo" beside a deletion, and what the current set holds.
 class StatusBar final : public QWidget {
     Q_OBJECT
 
 public:
-    StatusBar(const MIDIRouterViewModel& model, const Look& look, QWidget* parent);
+    StatusBar(MIDIRouterViewModel& model, const Look& look, QWidget* parent);
 
     void refresh(const ModelChanges& changes);
 
@@ -23,9 +24,10 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    const MIDIRouterViewModel& model_;
+    MIDIRouterViewModel& model_;
     const Look& look_;
     LookLabel* message_;
+    LinkButton* undo_;
     LookLabel* summary_;
 };
 

@@ -193,6 +193,8 @@ TEST_F(EngineSilence, IsDoneAtOnceWithNothingToSilence) {
     startEngine();
     silence({});
     EXPECT_EQ(doneCount, 2);
+    engine->silence({}, {});
+    settle();
     EXPECT_THAT(host->sent, IsEmpty());
 }
 

@@ -175,5 +175,78 @@ TEST_F(ALSARehearsal, PlaysFromTheFirstConnectionToTheRestart) {
     EXPECT_TRUE(waitUntil([&] { return model_->lastEventDescription(model_->routes()[0].id) == "Note Off 82 3C 40"; }));
 }
 
+/// A chord and the pedal held through a connection from the keyboard to the synthesizer, on channel 3.
+class ALSAHeldNotes : public ALSARehearsal {
+protected:
+    ALSAHeldNotes() {
+        onMain([this] {
+            model_->setReleasesHeldNotes(true);
+            model_->connect(keyboardID_, synthID_);
+            model_->addChannelAssignment(model_->routes()[0].id, ChannelMode::force(3), shortcut_);
+            model_->createRouteSet("Other");
+            model_->selectRouteSet(model_->routeSets()[0].id);
+        });
+        keyboard_.play(keys_, {0x90, 60, 100, 0x90, 64, 100, 0xB0, 64, 127});
+        EXPECT_TRUE(synth_->readUntilBytes(9));
+        synth_->forgetReceived();
+    }
+
+    /// Expects the chord's end on the channel that it was played on, and nothing more.
+    void expectRelease() {
+        EXPECT_TRUE(synth_->readUntilBytes(9));
+        EXPECT_EQ(synth_->receivedBytes(), (Bytes{0x82, 60, 64, 0x82, 64, 64, 0xB2, 64, 0}));
+    }
+};
+
+TEST_F(ALSAHeldNotes, EndWhenAShortcutSwitchesTheChannel) {
+    onMain([this] { model_->setActiveVariant(model_->routes()[0].variants[0].id, model_->routes()[0].id); });
+    expectRelease();
+    expectNoteAt(*synth_, drums_, {0x94, 60, 100});
+}
+
+TEST_F(ALSAHeldNotes, EndWhenTheConnectionIsPaused) {
+    onMain([this] { model_->setRouteEnabled(model_->routes()[0].id, false); });
+    expectRelease();
+}
+
+TEST_F(ALSAHeldNotes, EndWhenTheConnectionIsDeleted) {
+    onMain([this] {
+        model_->setSelectedRouteID(model_->routes()[0].id);
+        model_->deleteSelectedRoute();
+    });
+    expectRelease();
+}
+
+TEST_F(ALSAHeldNotes, EndWhenTheConnectionIsLeftWithItsSet) {
+    onMain([this] { model_->selectRouteSet(model_->routeSets()[1].id); });
+    expectRelease();
+}
+
+TEST_F(ALSAHeldNotes, EndWhenTheKeyboardIsPulledOut) {
+    keyboard_.removePort(keys_);
+    expectRelease();
+}
+
+TEST_F(ALSAHeldNotes, EndFirstWhenEverythingIsSilenced) {
+    onMain([this] { model_->allNotesOff(); });
+    EXPECT_TRUE(synth_->readUntilBytes(9 + 48 * 3));
+    const Bytes received = synth_->receivedBytes();
+    const Bytes first(received.begin(), received.begin() + 18);
+    EXPECT_EQ(first, (Bytes{0x82, 60, 64, 0x82, 64, 64, 0xB2, 64, 0, 0xB0, 64, 0, 0xB0, 123, 0, 0xB0, 120, 0}));
+    const Bytes last(received.end() - 9, received.end());
+    EXPECT_EQ(last, (Bytes{0xBF, 64, 0, 0xBF, 123, 0, 0xBF, 120, 0}));
+    EXPECT_EQ(received.size(), 9U + 48 * 3);
+    // No faster than a cable: 51 messages of 0.96 ms each.
+    EXPECT_GE(synth_->received().back().time - synth_->received().front().time, std::chrono::milliseconds(45));
+}
+
+TEST_F(ALSARehearsal, SaysThatAConnectionFeedsBackBeforeItIsPlayed) {
+    const std::int32_t throughOut = endpointID("source", "Midi Through", 0, "Midi Through Port-0");
+    const std::int32_t throughIn = endpointID("destination", "Midi Through", 0, "Midi Through Port-0");
+    perform([&](auto& model) { model.connect(keyboardID_, throughIn); }, "Set \"Default\" saved (1 connections)");
+    perform([&](auto& model) { model.connect(throughOut, throughIn); }, "This connection feeds back");
+    onMain([&] { EXPECT_TRUE(model_->feedbackRouteIDs().contains(model_->routes()[1].id)); });
+}
+
 }  // namespace
 }  // namespace corvel::tests

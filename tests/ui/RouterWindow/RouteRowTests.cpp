@@ -44,6 +44,34 @@ TEST_F(RouteRowTests, SaysWhyAConnectionCarriesNothing) {
     EXPECT_EQ(names(row(3)).status(), "As Is / Offline / No MIDI yet");
 }
 
+TEST_F(RouteRowTests, WarnsOfAConnectionThatFeedsBack) {
+    host->addSource(14, {.displayName = "Through", .uniqueID = 1014, .port = 7});
+    host->addDestination(24, {.displayName = "Through", .uniqueID = 1024, .port = 7});
+    model->refreshDevices();
+    turn();
+    show({route(1, {{}}, 1014, 1024), route(2, {{}})});
+    const QString warning = "Feeds back / As Is / Active / No MIDI yet";
+    EXPECT_EQ(names(row(0)).status(), warning);
+    EXPECT_EQ(row(0).accessibleDescription(), warning);
+    EXPECT_EQ(names(row(1)).status(), "As Is / Active / No MIDI yet");
+    const auto warningPixels = [&](const ui::RouteRow& shown) {
+        const QImage image = names(shown).grab().toImage();
+        int count = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < 14; ++x) {
+                count += image.pixelColor(x, y) == QColor(0xF2, 0xB5, 0x44) ? 1 : 0;
+            }
+        }
+        return count;
+    };
+    EXPECT_GT(warningPixels(row(0)), 10) << "the triangle";
+    EXPECT_EQ(warningPixels(row(1)), 0);
+    model->setRouteEnabled(makeID(1), false);
+    turn();
+    EXPECT_EQ(names(row(0)).status(), "As Is / Paused / No MIDI yet");
+    EXPECT_EQ(warningPixels(row(0)), 0);
+}
+
 TEST_F(RouteRowTests, FollowsAnEndpointThatIsUnpluggedAndComesBack) {
     show({route(1, {{}})});
     unplugSource(11);

@@ -39,7 +39,7 @@ protected:
 
 TEST_F(SettingsSheetTests, HasItsSizeAndTitle) {
     EXPECT_EQ(sheet->size(), QSize(620, 460));
-    EXPECT_EQ(tests::labelTexts(*sheet), QStringList({"Settings", "Appearance"}));
+    EXPECT_EQ(tests::labelTexts(*sheet), QStringList({"Settings", "Appearance", "Notes"}));
 }
 
 TEST_F(SettingsSheetTests, BelongsToTheWindowAlone) {
@@ -94,6 +94,20 @@ TEST_F(SettingsSheetTests, ChangesTheAppearance) {
     tests::pressAccessibly(card("Dark"));
     EXPECT_EQ(model->appearanceMode(), AppAppearanceMode::dark);
     EXPECT_EQ(settings->string("Corvel.appearanceMode"), "dark");
+}
+
+TEST_F(SettingsSheetTests, SwitchesWhetherHeldNotesAreReleased) {
+    auto& held = tests::button(*sheet, "Release held notes when a connection changes");
+    EXPECT_FALSE(held.isChecked());
+    held.click();
+    EXPECT_TRUE(model->releasesHeldNotes());
+    EXPECT_EQ(settings->string("Corvel.releasesHeldNotes"), "true");
+    delete sheet;
+    makeSheet();
+    auto& again = tests::button(*sheet, "Release held notes when a connection changes");
+    EXPECT_TRUE(again.isChecked());
+    tests::pressAccessibly(again);
+    EXPECT_FALSE(model->releasesHeldNotes());
 }
 
 TEST_F(SettingsSheetTests, StoresNothingForThePresentAppearance) {

@@ -51,6 +51,25 @@ TEST_F(StatusBarTests, CountsConnectionsInThePluralAlways) {
     EXPECT_EQ(texts()[1], "Default / 1 connections");
 }
 
+TEST_F(StatusBarTests, OffersToUndoADeletionBesideItsText) {
+    model->connect(1011, 1021);
+    turn();
+    auto& undo = tests::button(*bar, "Undo");
+    EXPECT_FALSE(undo.isVisible());
+    model->deleteSelectedRoute();
+    turn();
+    EXPECT_TRUE(undo.isVisible());
+    EXPECT_EQ(tests::shownToolTip(undo), "Undo Delete Connection (Ctrl+Z)");
+    const QWidget& message = tests::named<QLabel>(*bar, "Set \"Default\" saved (0 connections)");
+    EXPECT_GE(undo.x(), message.geometry().right());
+    EXPECT_LE(undo.x(), message.geometry().right() + 32) << "beside it";
+    EXPECT_GE(message.width(), message.fontMetrics().horizontalAdvance("Set \"Default\" saved (0 connections)"));
+    undo.click();
+    EXPECT_EQ(model->routes().size(), 1U);
+    turn();
+    EXPECT_FALSE(undo.isVisible());
+}
+
 TEST_F(StatusBarTests, NamesTheCurrentSet) {
     model->createRouteSet("Live");
     EXPECT_EQ(texts(), QStringList({"Created set \"Live\"", "Live / 0 connections"}));
