@@ -10,6 +10,7 @@
 #include <QWindow>
 
 #include <algorithm>
+#include <cmath>
 #include <string_view>
 #include <utility>
 
@@ -79,7 +80,12 @@ QRect MainWindowFrame::workArea() const {
     if (screen == nullptr) {
         screen = window_.screen() != nullptr ? window_.screen() : QGuiApplication::primaryScreen();
     }
-    return screen != nullptr ? screen->availableGeometry() : QRect();
+    if (screen == nullptr) {
+        return {};
+    }
+    // Decorations are whole pixels of the screen, which with such a ratio are rounded.
+    const bool isFractional = std::fmod(screen->devicePixelRatio(), 1.0) != 0;
+    return isFractional ? screen->availableGeometry().adjusted(1, 1, -1, -1) : screen->availableGeometry();
 }
 
 QMargins MainWindowFrame::decorations() const {

@@ -4,7 +4,7 @@ import socket
 import struct
 import time
 
-_DISPLAY, _REGISTRY, _MANAGER, _POINTER, _FIRST_CALLBACK = 1, 2, 3, 4, 5
+_DISPLAY = 1
 _LEFT = 0x110
 _MANAGER_INTERFACE = "zwlr_virtual_pointer_manager_v1"
 
@@ -18,30 +18,32 @@ class VirtualPointer:
         self._socket.settimeout(20)
         self._socket.connect(display)
         self._unread = b""
-        self._callback = _FIRST_CALLBACK
-        self._send(_DISPLAY, 1, struct.pack("<I", _REGISTRY))
-        globals_ = self._round_trip()
-        number, = [name for name, interface in globals_ if interface == _MANAGER_INTERFACE]
+        self._newest = _DISPLAY
+        self._registry = self._new_id()
+        self._send(_DISPLAY, 1, struct.pack("<I", self._registry))
+        number, = [name for name, interface in self._round_trip() if interface == _MANAGER_INTERFACE]
         interface = _MANAGER_INTERFACE.encode() + b"\0"
         interface += b"\0" * (-len(interface) % 4)
-        self._send(_REGISTRY, 0, struct.pack("<II", number, len(_MANAGER_INTERFACE) + 1) + interface
-                   + struct.pack("<II", 1, _MANAGER))
-        self._send(_MANAGER, 0, struct.pack("<II", 0, _POINTER))
+        manager = self._new_id()
+        self._send(self._registry, 0, struct.pack("<II", number, len(_MANAGER_INTERFACE) + 1) + interface
+                   + struct.pack("<II", 1, manager))
+        self._pointer = self._new_id()
+        self._send(manager, 0, struct.pack("<II", 0, self._pointer))
         self._round_trip()
 
     def close(self):
         self._socket.close()
 
     def move(self, x, y):
-        self._send(_POINTER, 1, struct.pack("<IIIII", self._now(), x, y, *self._size))
+        self._send(self._pointer, 1, struct.pack("<IIIII", self._now(), x, y, *self._size))
         self._end()
 
     def press(self, is_down):
-        self._send(_POINTER, 2, struct.pack("<III", self._now(), _LEFT, int(is_down)))
+        self._send(self._pointer, 2, struct.pack("<III", self._now(), _LEFT, int(is_down)))
         self._end()
 
     def _end(self):
-        self._send(_POINTER, 4, b"")
+        self._send(self._pointer, 4, b"")
         self._round_trip()
 
     @staticmethod
@@ -53,18 +55,23 @@ class VirtualPointer:
 
     def _round_trip(self):
         """Waits until all requests have been carried out; the globals announced meanwhile."""
-        self._send(_DISPLAY, 0, struct.pack("<I", self._callback))
+        callback = self._new_id()
+        self._send(_DISPLAY, 0, struct.pack("<I", callback))
         announced = []
         while True:
             sender, event, body = self._next_event()
             if sender == _DISPLAY and event == 0:
                 raise AssertionError(f"the compositor refuses: {body}")
-            if sender == _REGISTRY and event == 0:
+            if sender == self._registry and event == 0:
                 number, length = struct.unpack_from("<II", body)
                 announced.append((number, body[8:8 + length - 1].decode()))
-            if sender == self._callback:
-                self._callback += 1
+            if sender == callback:
                 return announced
+
+    def _new_id(self):
+        """The protocol wants them without a gap."""
+        self._newest += 1
+        return self._newest
 
     def _next_event(self):
         head = self._read(8)
