@@ -32,8 +32,8 @@ int perform(const Start& start, const CommandLine::Headless& headless) {
     const TerminationSignals termination;
     const QCoreApplication application(start.qtArguments.count(), start.qtArguments.values());
     SingleInstance instance(QtSettings().file());
-    if (const std::optional<int> status = becomeRoutingInstance(instance, start)) {
-        return *status;
+    if (const std::optional<CommandResult> settled = becomeRoutingInstance(instance, start)) {
+        return printResult(*settled);
     }
     const Router router(start.commandLine.midi);
     if (!router.printProblem()) {
@@ -80,8 +80,8 @@ bool waitForSilence(const Router& router) {
 int perform(const Start& start, const CommandLine::DocumentCommand& command) {
     const QCoreApplication application(start.qtArguments.count(), start.qtArguments.values());
     SingleInstance instance(QtSettings().file());
-    if (const std::optional<int> status = askRunningInstance(instance, start)) {
-        return *status;
+    if (const std::optional<CommandResult> settled = askRunningInstance(instance, start)) {
+        return printResult(*settled);
     }
     const bool isSilence = std::holds_alternative<CommandLine::AllNotesOff>(command);
     const bool needsMIDI = isSilence || std::holds_alternative<CommandLine::Connect>(command);

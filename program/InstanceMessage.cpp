@@ -10,7 +10,7 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-constexpr std::string_view kForm = "corvel 1";
+constexpr std::string_view kForm = "corvel 2";
 constexpr std::size_t kSizeBytes = 4;
 constexpr std::size_t kHeadBytes = kForm.size() + kSizeBytes;
 
@@ -78,8 +78,11 @@ std::optional<int> number(const std::string& text) {
 }
 
 Decoded<InstanceRequest> request(Texts texts) {
-    InstanceRequest result{.folder = std::move(texts.front()), .arguments = {}};
-    texts.erase(texts.begin());
+    if (texts.size() < 2) {
+        return Invalid{};
+    }
+    InstanceRequest result{.folder = std::move(texts[0]), .arguments = {}, .activationToken = std::move(texts[1])};
+    texts.erase(texts.begin(), texts.begin() + 2);
     result.arguments = std::move(texts);
     return result;
 }
@@ -109,7 +112,7 @@ Decoded<Content> decoded(std::string_view received, std::size_t limit, Decoded<C
 }  // namespace
 
 std::string encoded(const InstanceRequest& request) {
-    Texts texts{request.folder.native()};
+    Texts texts{request.folder.native(), request.activationToken};
     texts.insert(texts.end(), request.arguments.begin(), request.arguments.end());
     return encodedTexts(texts);
 }

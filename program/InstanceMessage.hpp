@@ -18,6 +18,8 @@ struct InstanceRequest {
     std::filesystem::path folder;
     /// Its arguments as they were typed, the program's name left out.
     std::vector<std::string> arguments;
+    /// What the desktop gave it to bring a window to the front with, else empty.
+    std::string activationToken = {};
 
     bool operator==(const InstanceRequest&) const = default;
 };

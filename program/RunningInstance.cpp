@@ -19,7 +19,7 @@ std::filesystem::path resolved(const std::filesystem::path& file) {
 }  // namespace
 
 RunningInstance::RunningInstance(std::shared_ptr<MIDIRouterViewModel> model, std::filesystem::path document,
-                                 bool isDemo, std::function<void()> bringForward)
+                                 bool isDemo, std::function<void(const std::string& activationToken)> bringForward)
     : model_(std::move(model)),
       document_(std::move(document)),
       isDemo_(isDemo),
@@ -32,7 +32,7 @@ InstanceAnswer RunningInstance::answer(const InstanceRequest& request) const {
         return std::nullopt;
     }
     if (std::holds_alternative<CommandLine::Window>(commandLine->command)) {
-        return answerWindow(*commandLine);
+        return answerWindow(*commandLine, request);
     }
     if (std::holds_alternative<CommandLine::Headless>(commandLine->command)) {
         return CommandResult{EXIT_FAILURE, "Corvel is running already; two would play every note twice"};
@@ -44,14 +44,18 @@ InstanceAnswer RunningInstance::answer(const InstanceRequest& request) const {
     return DocumentCommands::perform(*model_, *command);
 }
 
-CommandResult RunningInstance::answerWindow(const CommandLine& commandLine) const {
+CommandResult RunningInstance::answerWindow(const CommandLine& commandLine, const InstanceRequest& request) const {
     if (!bringForward_) {
         return {EXIT_FAILURE, "Corvel is running already, without a window (--headless); end it to open the window"};
     }
     if (isDemo_ && commandLine.midi == MIDIHostChoice::alsa) {
         return {EXIT_FAILURE, "Corvel is running already, on the demo devices; close its window first"};
     }
-    bringForward_();
+    if (!isOwnDocument(commandLine, request.folder)) {
+        return {EXIT_FAILURE, "Corvel is running already, with the sets in " + document_.string() +
+                                  "; close its window first to open " + commandLine.document->string()};
+    }
+    bringForward_(request.activationToken);
     return {EXIT_SUCCESS, "Corvel is running already; its window comes to the front"};
 }
 
@@ -59,6 +63,10 @@ bool RunningInstance::concerns(const CommandLine& commandLine, const std::filesy
     if (commandLine.midi == MIDIHostChoice::demo || (commandLine.midi == MIDIHostChoice::alsa && isDemo_)) {
         return false;
     }
+    return isOwnDocument(commandLine, folder);
+}
+
+bool RunningInstance::isOwnDocument(const CommandLine& commandLine, const std::filesystem::path& folder) const {
     return !commandLine.document || resolved(folder / *commandLine.document) == resolved(document_);
 }
 

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace corvel {
 
@@ -16,22 +17,23 @@ namespace corvel {
 class RunningInstance {
 public:
     /// `document` is the file that the model saves, absolute. `bringForward` brings the window to the front; it is
-    /// empty where there is none. The model's engine runs.
+    /// empty where there is none, and is given the later start's activation token. The model's engine runs.
     RunningInstance(std::shared_ptr<MIDIRouterViewModel> model, std::filesystem::path document, bool isDemo,
-                    std::function<void()> bringForward);
+                    std::function<void(const std::string& activationToken)> bringForward);
 
     /// Carries out a request and gives its result. None if the request does not concern this instance: a command on
     /// another document, or on MIDI devices that this instance does not have.
     [[nodiscard]] InstanceAnswer answer(const InstanceRequest& request) const;
 
 private:
-    [[nodiscard]] CommandResult answerWindow(const CommandLine& commandLine) const;
+    [[nodiscard]] CommandResult answerWindow(const CommandLine& commandLine, const InstanceRequest& request) const;
+    [[nodiscard]] bool isOwnDocument(const CommandLine& commandLine, const std::filesystem::path& folder) const;
     [[nodiscard]] bool concerns(const CommandLine& commandLine, const std::filesystem::path& folder) const;
 
     const std::shared_ptr<MIDIRouterViewModel> model_;
     const std::filesystem::path document_;
     const bool isDemo_;
-    const std::function<void()> bringForward_;
+    const std::function<void(const std::string& activationToken)> bringForward_;
 };
 
 }  // namespace corvel

@@ -26,26 +26,36 @@ std::optional<SingleInstance::Outcome> takeOrAsk(SingleInstance& instance, const
         return std::nullopt;
     }
     std::error_code error;
-    SingleInstance::Outcome outcome =
-        instance.takeOrAsk({.folder = std::filesystem::current_path(error), .arguments = start.arguments});
+    SingleInstance::Outcome outcome = instance.takeOrAsk({.folder = std::filesystem::current_path(error),
+                                                          .arguments = start.arguments,
+                                                          .activationToken = start.activationToken});
     if (const auto* const unavailable = std::get_if<SingleInstance::Unavailable>(&outcome)) {
         printError("cannot tell whether Corvel is running already: " + unavailable->reason);
     }
     return outcome;
 }
 
-std::optional<int> exitStatus(const std::optional<SingleInstance::Outcome>& outcome) {
+std::optional<CommandResult> settledResult(const std::optional<SingleInstance::Outcome>& outcome) {
     if (!outcome) {
         return std::nullopt;
     }
     if (const auto* const answered = std::get_if<SingleInstance::Answered>(&*outcome)) {
-        return printResult(answered->result);
+        return answered->result;
     }
     if (const auto* const silent = std::get_if<SingleInstance::NotAnswering>(&*outcome)) {
-        printError(silent->reason);
-        return EXIT_FAILURE;
+        return CommandResult{EXIT_FAILURE, silent->reason};
     }
     return std::nullopt;
+}
+
+/// The toolkit takes the token out of the environment as soon as it has opened the display.
+std::string activationToken() {
+    for (const char* const name : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {
+        if (const char* const token = std::getenv(name); token != nullptr && *token != '\0') {
+            return token;
+        }
+    }
+    return {};
 }
 
 int runArguments(int argc, char** argv, const std::function<int(const Start&)>& perform) {
@@ -53,7 +63,7 @@ int runArguments(int argc, char** argv, const std::function<int(const Start&)>& 
     CommandLineResult parsed = parseCommandLine(arguments, CORVEL_VERSION);
     if (auto* const commandLine = std::get_if<CommandLine>(&parsed)) {
         QtArguments qtArguments(argv[0]);
-        return perform({std::move(arguments), std::move(*commandLine), qtArguments});
+        return perform({std::move(arguments), std::move(*commandLine), qtArguments, activationToken()});
     }
     if (const auto* const text = std::get_if<CommandLineText>(&parsed)) {
         return print(text->text);
@@ -74,17 +84,16 @@ int runProgram(int argc, char** argv, const std::function<int(const Start&)>& pe
     }
 }
 
-std::optional<int> askRunningInstance(SingleInstance& instance, const Start& start) {
-    return exitStatus(takeOrAsk(instance, start));
+std::optional<CommandResult> askRunningInstance(SingleInstance& instance, const Start& start) {
+    return settledResult(takeOrAsk(instance, start));
 }
 
-std::optional<int> becomeRoutingInstance(SingleInstance& instance, const Start& start) {
+std::optional<CommandResult> becomeRoutingInstance(SingleInstance& instance, const Start& start) {
     const std::optional<SingleInstance::Outcome> outcome = takeOrAsk(instance, start);
     if (outcome && std::holds_alternative<SingleInstance::Declined>(*outcome)) {
-        printError("Corvel is running already");
-        return EXIT_FAILURE;
+        return CommandResult{EXIT_FAILURE, "Corvel is running already"};
     }
-    return exitStatus(outcome);
+    return settledResult(outcome);
 }
 
 void runMainLoop(const Router& router, const TerminationSignals& termination, int (*exec)(),

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/CommandLine.hpp"
+#include "app/DocumentCommands.hpp"
 #include "program/QtArguments.hpp"
 #include "program/Router.hpp"
 #include "program/SingleInstance.hpp"
@@ -20,6 +21,8 @@ struct Start {
     std::vector<std::string> arguments;
     CommandLine commandLine;
     QtArguments& qtArguments;
+    /// What the desktop gave this start to bring a window to the front with, else empty.
+    std::string activationToken;
 };
 
 /// Reads the arguments and has their command performed. What is asked of the command line itself, and mistakes in it,
@@ -27,11 +30,11 @@ struct Start {
 [[nodiscard]] int runProgram(int argc, char** argv, const std::function<int(const Start&)>& perform);
 
 /// Makes this process the one instance. Where there is one already, it is asked to do what this start was asked to; the
-/// exit status, if that settles the matter. On the demo devices, which nobody else hears, a start is by itself.
-[[nodiscard]] std::optional<int> askRunningInstance(SingleInstance& instance, const Start& start);
+/// result, if that settles the matter. On the demo devices, which nobody else hears, a start is by itself.
+[[nodiscard]] std::optional<CommandResult> askRunningInstance(SingleInstance& instance, const Start& start);
 
 /// The same for a start that is to route MIDI itself, which only one instance may do.
-[[nodiscard]] std::optional<int> becomeRoutingInstance(SingleInstance& instance, const Start& start);
+[[nodiscard]] std::optional<CommandResult> becomeRoutingInstance(SingleInstance& instance, const Start& start);
 
 /// Runs Qt's event loop by `exec` until the program is to end. Then what the engine has reported so far is still handed
 /// on, for half a second at most, and longer within that time while `isWritten` does not hold.

@@ -3,6 +3,8 @@
 #include "ui/AboutPanel.hpp"
 #include "ui/BundleInformation.hpp"
 #include "ui/QtText.hpp"
+#include "ui/WindowActivation.hpp"
+#include "ui/controls/AlertDialog.hpp"
 
 #include <QAction>
 #include <QApplication>
@@ -28,6 +30,7 @@ CorvelApp::CorvelApp(std::shared_ptr<MIDIRouterViewModel> model, std::shared_ptr
       frame_(window_, std::move(settings)),
       modelRefresh_(*model_) {
     QApplication::setWindowIcon(QIcon(kIconResource));
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.corvel.Corvel"));
     // Shortcuts of the menu work while it is closed.
     window_.addActions(menu_);
     connect(&window_, &RouterWindow::appeared, this, &CorvelApp::windowAppeared);
@@ -89,18 +92,24 @@ void CorvelApp::windowAppeared() {
     activateApplicationWindow();
 }
 
-void CorvelApp::activateApplicationWindow() {
+void CorvelApp::activateApplicationWindow(const std::string& token) {
     QMetaObject::invokeMethod(
         this,
-        [this] {
+        [this, token] {
             window_.setWindowTitle(QStringLiteral("Corvel"));
             frame_.applyDefaultMainWindowFrameIfNeeded();
             window_.setWindowState(window_.windowState() & ~Qt::WindowMinimized);
             window_.show();
             window_.raise();
-            window_.activateWindow();
+            activateWindow(window_, token);
         },
         Qt::QueuedConnection);
+}
+
+void CorvelApp::showNotice(const QString& message, const QString& text) {
+    auto* const notice = new AlertDialog(look_, AlertDialog::Style::notice, message, text, QStringLiteral("OK"),
+                                         TextButton::Role::primary, &window_);
+    notice->show();
 }
 
 void CorvelApp::showAboutPanel() {

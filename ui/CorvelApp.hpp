@@ -12,6 +12,7 @@
 #include <QObject>
 
 #include <memory>
+#include <string>
 
 class QAction;
 
@@ -30,8 +31,12 @@ public:
     /// Shows the window, which starts the engine.
     void start();
 
-    /// Brings the window to the front, on the next turn of the main loop.
-    void activateApplicationWindow();
+    /// Brings the window to the front, on the next turn of the main loop. With the token that a desktop gave another
+    /// start for this, it lets the window have the keyboard too.
+    void activateApplicationWindow(const std::string& token = {});
+
+    /// Tells of something that went wrong, in a dialog of the window.
+    void showNotice(const QString& message, const QString& text);
 
     void showAboutPanel();
 

@@ -10,6 +10,7 @@
 #include <QWindow>
 
 #include <algorithm>
+#include <cmath>
 #include <string_view>
 #include <utility>
 
@@ -23,18 +24,6 @@ constexpr int kSaveDelay = 300;
 /// A window manager that puts on decorations has done so by then.
 constexpr int kDecorationsDelay = 1000;
 
-/// The default size in the middle of the screen; where the window is, if there is no screen.
-QRect defaultFrame(const QWidget& window) {
-    const QScreen* const own = window.screen();
-    const QScreen* const screen = own != nullptr ? own : QGuiApplication::primaryScreen();
-    if (screen == nullptr) {
-        return {window.pos(), kDefaultSize};
-    }
-    QRect frame(QPoint(), kDefaultSize);
-    frame.moveCenter(screen->availableGeometry().center());
-    return frame;
-}
-
 }  // namespace
 
 bool hasSavedMainWindowFrame(const Settings& settings) {
@@ -44,12 +33,23 @@ bool hasSavedMainWindowFrame(const Settings& settings) {
     });
 }
 
+QRect frameInside(const QRect& frame, const QRect& workArea) {
+    const QSize size = frame.size().boundedTo(workArea.size());
+    return {QPoint(std::clamp(frame.x(), workArea.x(), workArea.x() + workArea.width() - size.width()),
+                   std::clamp(frame.y(), workArea.y(), workArea.y() + workArea.height() - size.height())),
+            size};
+}
+
 MainWindowFrame::MainWindowFrame(QWidget& window, std::shared_ptr<Settings> settings)
-    : window_(window), settings_(std::move(settings)) {
-    restore();
+    : window_(window), settings_(std::move(settings)), minimumSize_(window.minimumSize()) {
+    decorationsDelay_.setSingleShot(true);
+    decorationsDelay_.setInterval(kDecorationsDelay);
+    connect(&decorationsDelay_, &QTimer::timeout, this, &MainWindowFrame::acceptSize);
     saveSoon_.setSingleShot(true);
     saveSoon_.setInterval(kSaveDelay);
     connect(&saveSoon_, &QTimer::timeout, this, &MainWindowFrame::save);
+    limitMinimumSize();
+    restore();
     window_.installEventFilter(this);
 }
 
@@ -58,6 +58,12 @@ MainWindowFrame::~MainWindowFrame() = default;
 void MainWindowFrame::restore() {
     if (const auto saved = settings_->string(kFrameKey)) {
         window_.restoreGeometry(QByteArray::fromBase64(QByteArray::fromStdString(*saved)));
+        limitMinimumSize();
+        apply(window_.geometry());
+    } else if (!hasSavedMainWindowFrame(*settings_)) {
+        // Before the window is shown: a desktop that gives it another size then has the last word.
+        takesDefaultFrame_ = true;
+        apply(defaultFrame());
     }
 }
 
@@ -69,29 +75,86 @@ void MainWindowFrame::save() {
     }
 }
 
+QRect MainWindowFrame::workArea() const {
+    const QScreen* screen = QGuiApplication::screenAt(window_.geometry().center());
+    if (screen == nullptr) {
+        screen = window_.screen() != nullptr ? window_.screen() : QGuiApplication::primaryScreen();
+    }
+    if (screen == nullptr) {
+        return {};
+    }
+    // Decorations are whole pixels of the screen, which with such a ratio are rounded.
+    const bool isFractional = std::fmod(screen->devicePixelRatio(), 1.0) != 0;
+    return isFractional ? screen->availableGeometry().adjusted(1, 1, -1, -1) : screen->availableGeometry();
+}
+
+QMargins MainWindowFrame::decorations() const {
+    const QWindow* const handle = window_.windowHandle();
+    return handle != nullptr ? handle->frameMargins() : QMargins();
+}
+
+QRect MainWindowFrame::defaultFrame() const {
+    QRect frame(window_.pos(), kDefaultSize);
+    if (const QRect free = workArea(); !free.isNull()) {
+        frame.moveCenter(free.center());
+    }
+    return frame;
+}
+
+void MainWindowFrame::limitMinimumSize() {
+    if (const QRect free = workArea(); !free.isNull()) {
+        window_.setMinimumSize(minimumSize_.boundedTo(free.marginsRemoved(decorations()).size()));
+    }
+}
+
+void MainWindowFrame::apply(const QRect& frame) {
+    // What the desktop gives a window that fills the screen is its own choice.
+    const bool fillsScreen = (window_.windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen)) != 0;
+    const QRect free = workArea();
+    const QRect inside = free.isNull() ? frame : frameInside(frame, free);
+    if (const QRect content = inside.marginsRemoved(decorations()); !fillsScreen && content != window_.geometry()) {
+        window_.setGeometry(content);
+    }
+}
+
 void MainWindowFrame::applyDefaultMainWindowFrameIfNeeded() {
     if (didApplyDefaultMainWindowFrame_ || hasSavedMainWindowFrame(*settings_)) {
         return;
     }
     didApplyDefaultMainWindowFrame_ = true;
-    window_.setGeometry(defaultFrame(window_));
-    awaitsDecorations_ = true;
     allowForDecorations();
-    QTimer::singleShot(kDecorationsDelay, this, [this] { awaitsDecorations_ = false; });
 }
 
 void MainWindowFrame::allowForDecorations() {
-    const QWindow* const handle = window_.windowHandle();
-    const QMargins decorations = handle != nullptr ? handle->frameMargins() : QMargins();
-    if (!awaitsDecorations_ || decorations.isNull()) {
+    if (!awaitsDecorations_ || decorations().isNull()) {
         return;
     }
     awaitsDecorations_ = false;
-    window_.setGeometry(defaultFrame(window_).marginsRemoved(decorations));
+    // A desktop that arranges windows itself has given it a size of its own.
+    if (const QSize size = window_.windowHandle()->size(); size == requestedSize_ && size == window_.size()) {
+        limitMinimumSize();
+        apply(takesDefaultFrame_ ? defaultFrame() : window_.geometry().marginsAdded(decorations()));
+    }
+}
+
+void MainWindowFrame::acceptSize() {
+    awaitsDecorations_ = false;
+    const QWindow* const handle = window_.windowHandle();
+    if (handle != nullptr && handle->size() != window_.size()) {
+        // The toolkit takes a request for granted; the desktop need not.
+        window_.setMinimumSize(window_.minimumSize().boundedTo(handle->size()));
+        window_.resize(handle->size());
+    }
 }
 
 bool MainWindowFrame::eventFilter(QObject*, QEvent* event) {
     switch (event->type()) {
+        case QEvent::Show:
+            if (!event->spontaneous() && awaitsDecorations_) {
+                requestedSize_ = window_.size();
+                decorationsDelay_.start();
+            }
+            break;
         case QEvent::Move:
         case QEvent::Resize:
         case QEvent::WindowStateChange:

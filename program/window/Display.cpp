@@ -1,14 +1,17 @@
 #include "program/window/Display.hpp"
 
 #include "program/Console.hpp"
+#include "program/window/TextScale.hpp"
 #include "ui/QtText.hpp"
 
 #include <QByteArray>
 #include <QString>
 #include <QtGlobal>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 namespace corvel {
 
@@ -43,15 +46,45 @@ std::unique_ptr<QApplication> makeApplication(QtArguments& arguments) {
     return application;
 }
 
+/// Set in a start that has the scale of the desktop's text already.
+const char* const kIsScaled = "CORVEL_TEXT_IS_SCALED";
+
+/// Returns only where that fails.
+void startAgainScaled(const Start& start, double scale) {
+    const double present = qEnvironmentVariableIsSet("QT_SCALE_FACTOR") ? qgetenv("QT_SCALE_FACTOR").toDouble() : 1;
+    qputenv("QT_SCALE_FACTOR", QByteArray::number(scale * (present > 0 ? present : 1)));
+    qputenv(kIsScaled, "1");
+    for (const char* const name : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {
+        // The toolkit has taken it out of the environment.
+        if (!start.activationToken.empty()) {
+            qputenv(name, QByteArray::fromStdString(start.activationToken));
+        }
+    }
+    std::vector<char*> arguments{start.qtArguments.values()[0]};
+    std::vector<std::string> texts = start.arguments;
+    for (std::string& text : texts) {
+        arguments.push_back(text.data());
+    }
+    arguments.push_back(nullptr);
+    ::execv("/proc/self/exe", arguments.data());
+}
+
 }  // namespace
 
-std::unique_ptr<QApplication> openDisplay(QtArguments& arguments) {
+std::unique_ptr<QApplication> openDisplay(const Start& start) {
     if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
         qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         printError(std::string("there is no display to show the window on; ") + kAdvice);
         return nullptr;
     }
-    return makeApplication(arguments);
+    std::unique_ptr<QApplication> application = makeApplication(start.qtArguments);
+    const double scale = desktopTextScale();
+    if (scale == 1 || qEnvironmentVariableIsSet(kIsScaled)) {
+        return application;
+    }
+    application.reset();
+    startAgainScaled(start, scale);
+    return makeApplication(start.qtArguments);
 }
 
 std::unique_ptr<QApplication> openDrawing(QtArguments& arguments, double scale) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "program/QtArguments.hpp"
+#include "program/Start.hpp"
 
 #include <QApplication>
 
@@ -10,7 +10,10 @@ namespace corvel {
 
 /// The application object for a window, on the user's display. Null where there is none that can be opened, of which is
 /// said so on standard error. Before any other application object.
-[[nodiscard]] std::unique_ptr<QApplication> openDisplay(QtArguments& arguments);
+///
+/// Where the desktop's text is larger or smaller than usual, the program starts itself again with everything in that
+/// scale, because the toolkit takes a scale only at its start.
+[[nodiscard]] std::unique_ptr<QApplication> openDisplay(const Start& start);
 
 /// The application object for windows that are only drawn, with so many pixels to a point; needs no display. Before any
 /// other application object, and while the program has one thread.

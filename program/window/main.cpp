@@ -10,18 +10,22 @@
 #include "program/window/Display.hpp"
 #include "program/window/ScratchStore.hpp"
 #include "ui/CorvelApp.hpp"
+#include "ui/NoticeWindow.hpp"
 #include "ui/QtText.hpp"
 #include "ui/Screenshot.hpp"
 
 #include <QApplication>
 #include <QSize>
 #include <QString>
+#include <unistd.h>
 
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <variant>
 
 namespace corvel {
@@ -40,16 +44,37 @@ std::string demoReason(const Router& router) {
            "and start corvel --midi alsa";
 }
 
-int perform(const Start& start, const CommandLine::Window& /*window*/) {
-    const TerminationSignals termination;
-    const std::unique_ptr<QApplication> application = openDisplay(start.qtArguments);
-    if (!application) {
-        return EXIT_FAILURE;
+/// Shows why the window does not open, where nobody reads standard error.
+void showProblem(const Settings& settings, const std::string& problem) {
+    if (::isatty(STDERR_FILENO) != 0 || QGuiApplication::platformName() == QStringLiteral("offscreen")) {
+        return;
     }
-    const auto settings = std::make_shared<QtSettings>();
+    const std::string stored = settings.string(MIDIRouterViewModel::kAppearanceModeKey).value_or("");
+    const ui::Look look(appAppearanceModeFromRawValue(stored).value_or(AppAppearanceMode::dark));
+    ui::NoticeWindow(look, QStringLiteral("Corvel cannot be opened"), ui::toQString(problem)).exec();
+}
+
+/// What the user is told of a document that could not be read; empty where it could.
+std::string documentNotice(const RouteStore& store) {
+    if (!store.loadProblem()) {
+        return {};
+    }
+    std::error_code error;
+    const bool isThere = std::filesystem::exists(store.fileURL(), error) || error;
+    return *store.loadProblem() +
+           (isThere ? ". The file stays as it is until the first change, which keeps it beside the new one as " +
+                          store.fileURL().filename().string() + ".unreadable."
+                    : ".");
+}
+
+int run(const Start& start, const std::shared_ptr<QtSettings>& settings, const TerminationSignals& termination) {
     SingleInstance instance(settings->file());
-    if (const std::optional<int> status = becomeRoutingInstance(instance, start)) {
-        return *status;
+    if (const std::optional<CommandResult> settled = becomeRoutingInstance(instance, start)) {
+        const int status = printResult(*settled);
+        if (status != EXIT_SUCCESS) {
+            showProblem(*settings, settled->text);
+        }
+        return status;
     }
     const Router router(start.commandLine.midi);
     // Without a service the sets can still be edited; the status line shows the failure.
@@ -61,11 +86,30 @@ int perform(const Start& start, const CommandLine::Window& /*window*/) {
     const auto model = router.makeModel(store, settings);
     ui::CorvelApp app(model, settings, router.clock(), ui::toQString(demoReason(router)));
     app.start();
+    if (const std::string notice = documentNotice(*store); !notice.empty()) {
+        app.showNotice(QStringLiteral("Document Not Read"), ui::toQString(notice));
+    }
     const RunningInstance self(model, std::filesystem::absolute(store->fileURL()), router.isDemo(),
-                               [&app] { app.activateApplicationWindow(); });
+                               [&app](const std::string& token) { app.activateApplicationWindow(token); });
     instance.serve([&self](const InstanceRequest& request) { return self.answer(request); });
     runMainLoop(router, termination, &QApplication::exec);
     return EXIT_SUCCESS;
+}
+
+int perform(const Start& start, const CommandLine::Window& /*window*/) {
+    const TerminationSignals termination;
+    const std::unique_ptr<QApplication> application = openDisplay(start);
+    if (!application) {
+        return EXIT_FAILURE;
+    }
+    const auto settings = std::make_shared<QtSettings>();
+    try {
+        return run(start, settings, termination);
+    } catch (const std::exception& error) {
+        printError(error.what());
+        showProblem(*settings, error.what());
+        return EXIT_FAILURE;
+    }
 }
 
 int perform(const Start& start, const CommandLine::Screenshot& screenshot) {

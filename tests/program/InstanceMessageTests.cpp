@@ -28,23 +28,25 @@ bool isIncomplete(const InstanceMessage::Decoded<Content>& decoded) {
 }
 
 TEST(InstanceMessage, WritesARequestAsItsSizeAndItsTexts) {
-    EXPECT_EQ(encoded(InstanceRequest{"/home", {"--set", "Live"}}), "corvel 1\0\0\0\x11/home\0--set\0Live\0"s);
-    EXPECT_EQ(encoded(InstanceRequest{"/", {std::string(300, 'x')}}).substr(0, 14), "corvel 1\0\0\x01\x2F/\0"s);
+    EXPECT_EQ(encoded(InstanceRequest{"/home", {"--set", "Live"}}), "corvel 2\0\0\0\x12/home\0\0--set\0Live\0"s);
+    EXPECT_EQ(encoded(InstanceRequest{"/", {std::string(300, 'x')}}).substr(0, 15), "corvel 2\0\0\x01\x30/\0\0"s);
+    EXPECT_EQ(encoded(InstanceRequest{"/", {"-h"}, "token"}), "corvel 2\0\0\0\x0B/\0token\0-h\0"s);
 }
 
 TEST(InstanceMessage, WritesAnAnswer) {
     EXPECT_EQ(encoded(InstanceAnswer(CommandResult{1, "no"})),
-              "corvel 1\0\0\0\x0A"
+              "corvel 2\0\0\0\x0A"
               "done\0"
               "1\0no\0"s);
     EXPECT_EQ(encoded(InstanceAnswer()),
-              "corvel 1\0\0\0\x09"
+              "corvel 2\0\0\0\x09"
               "declined\0"s);
 }
 
 TEST(InstanceMessage, ReadsWhatWasWritten) {
-    for (const InstanceRequest& request : {InstanceRequest{"/home/me", {}}, InstanceRequest{"", {"", "", "-1"}},
-                                           InstanceRequest{"/\xFF", {"two\nlines", "\xC3\x9C", " "}}}) {
+    for (const InstanceRequest& request :
+         {InstanceRequest{"/home/me", {}}, InstanceRequest{"", {"", "", "-1"}},
+          InstanceRequest{"/\xFF", {"two\nlines", "\xC3\x9C", " "}}, InstanceRequest{"/", {"--set"}, "token"}}) {
         EXPECT_EQ(std::get<InstanceRequest>(decodedRequest(encoded(request), kLimit)), request);
     }
     for (const InstanceAnswer& answer :
@@ -68,21 +70,21 @@ TEST(InstanceMessage, IsIncompleteUntilItsLastByte) {
 TEST(InstanceMessage, IsInvalidAsSoonAsItCannotBeOne) {
     EXPECT_TRUE(isInvalid(decodedRequest("GET / HTTP/1.1", kLimit)));
     EXPECT_TRUE(isInvalid(decodedRequest("c0", kLimit)));
-    EXPECT_TRUE(isInvalid(decodedRequest("corvel 2", kLimit)));
-    EXPECT_TRUE(isInvalid(decodedRequest("corvel 1\xFF\xFF\xFF\xFF", kLimit)));
-    EXPECT_TRUE(isInvalid(decodedRequest("corvel 1\0\0\0\0"s, kLimit)));
+    EXPECT_TRUE(isInvalid(decodedRequest("corvel 1", kLimit)));
+    EXPECT_TRUE(isInvalid(decodedRequest("corvel 2\xFF\xFF\xFF\xFF", kLimit)));
+    EXPECT_TRUE(isInvalid(decodedRequest("corvel 2\0\0\0\0"s, kLimit)));
     EXPECT_TRUE(
-        isInvalid(decodedRequest("corvel 1\0\0\0\x02"
+        isInvalid(decodedRequest("corvel 2\0\0\0\x02"
                                  "ab"s,
                                  kLimit)));
     EXPECT_TRUE(
-        isInvalid(decodedRequest("corvel 1\0\0\0\x02"
+        isInvalid(decodedRequest("corvel 2\0\0\0\x02"
                                  "a\0b"s,
                                  kLimit)));
 }
 
 TEST(InstanceMessage, IsInvalidBeyondTheLimit) {
-    const std::string message = encoded(InstanceRequest{std::string(999, 'x'), {}});
+    const std::string message = encoded(InstanceRequest{std::string(998, 'x'), {}});
     EXPECT_TRUE(std::holds_alternative<InstanceRequest>(decodedRequest(message, 1'000)));
     EXPECT_TRUE(isInvalid(decodedRequest(message, 999)));
     EXPECT_TRUE(isInvalid(decodedRequest(message.substr(0, 12), 999)));
@@ -91,11 +93,11 @@ TEST(InstanceMessage, IsInvalidBeyondTheLimit) {
 TEST(InstanceMessage, TakesNothingElseForAnAnswer) {
     for (const std::vector<std::string>& texts : std::vector<std::vector<std::string>>{
              {"0", "text"}, {"", "0", "text"}, {"", "declined", "x"}, {"done", "x"}}) {
-        EXPECT_TRUE(
-            isInvalid(decodedAnswer(encoded(InstanceRequest{texts[0], {texts.begin() + 1, texts.end()}}), kLimit)));
+        EXPECT_TRUE(isInvalid(
+            decodedAnswer(encoded(InstanceRequest{texts[0], {texts.begin() + 2, texts.end()}, texts[1]}), kLimit)));
     }
     for (const char* const code : {"", "one", "1x", " 1", "99999999999"}) {
-        EXPECT_TRUE(isInvalid(decodedAnswer(encoded(InstanceRequest{"done", {code, "text"}}), kLimit))) << code;
+        EXPECT_TRUE(isInvalid(decodedAnswer(encoded(InstanceRequest{"done", {"text"}, code}), kLimit))) << code;
     }
 }
 

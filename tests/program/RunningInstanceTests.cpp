@@ -18,7 +18,8 @@ protected:
     RunningInstanceOnModel() { startModel(); }
 
     InstanceAnswer ask(std::vector<std::string> arguments) {
-        return RunningInstance(model, store->fileURL(), false, [this] { ++timesInFront; })
+        return RunningInstance(model, store->fileURL(), false,
+                               [this](const std::string& token) { bringForward(token); })
             .answer({store->fileURL().parent_path(), std::move(arguments)});
     }
 
@@ -26,14 +27,34 @@ protected:
         return RunningInstance(model, store->fileURL(), isDemo, {}).answer({"/", std::move(arguments)});
     }
 
+    void bringForward(const std::string& token) {
+        ++timesInFront;
+        lastToken = token;
+    }
+
     int timesInFront = 0;
+    std::string lastToken;
 };
 
 TEST_F(RunningInstanceOnModel, BringsItsWindowForwardForASecondStart) {
     EXPECT_EQ(ask({}), (CommandResult{0, "Corvel is running already; its window comes to the front"}));
     EXPECT_EQ(timesInFront, 1);
-    EXPECT_EQ(ask({"--midi", "alsa", "--document", "/other.json"}).value().exitCode, 0);
+    EXPECT_EQ(ask({"--midi", "alsa", "--document", store->fileURL().string()}).value().exitCode, 0);
     EXPECT_EQ(timesInFront, 2);
+}
+
+TEST_F(RunningInstanceOnModel, BringsItsWindowForwardWithTheTokenOfTheSecondStart) {
+    const RunningInstance instance(model, store->fileURL(), false,
+                                   [this](const std::string& token) { bringForward(token); });
+    EXPECT_EQ(instance.answer({"/", {}, "corvel_TIME42"}).value().exitCode, 0);
+    EXPECT_EQ(lastToken, "corvel_TIME42");
+}
+
+TEST_F(RunningInstanceOnModel, OpensNoOtherDocument) {
+    EXPECT_EQ(ask({"--document", "/other.json"}),
+              (CommandResult{1, "Corvel is running already, with the sets in " + store->fileURL().string() +
+                                    "; close its window first to open /other.json"}));
+    EXPECT_EQ(timesInFront, 0);
 }
 
 TEST_F(RunningInstanceOnModel, HasNoWindowToBringForwardWhereItHasNone) {
@@ -43,7 +64,8 @@ TEST_F(RunningInstanceOnModel, HasNoWindowToBringForwardWhereItHasNone) {
 }
 
 TEST_F(RunningInstanceOnModel, RefusesAStartForTheUsersSetsOnTheDemoDevices) {
-    const RunningInstance demo(model, store->fileURL(), true, [this] { ++timesInFront; });
+    const RunningInstance demo(model, store->fileURL(), true,
+                               [this](const std::string& token) { bringForward(token); });
     EXPECT_EQ(demo.answer({"/", {"--midi", "alsa"}}),
               (CommandResult{1, "Corvel is running already, on the demo devices; close its window first"}));
     EXPECT_EQ(timesInFront, 0);

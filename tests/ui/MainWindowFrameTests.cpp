@@ -175,6 +175,39 @@ TEST_F(MainWindowFrameTests, IsSavedOnlyByTheWindowsOwnEvents) {
     EXPECT_FALSE(isSaved());
 }
 
+TEST_F(MainWindowFrameTests, HasTheWorkAreaAsItsMinimumSizeWhereThatIsSmaller) {
+    const QSize free = QGuiApplication::primaryScreen()->availableGeometry().size();
+    QWidget window;
+    window.setMinimumSize(free + QSize(400, -100));
+    const MainWindowFrame frame(window, settings);
+    EXPECT_EQ(window.minimumSize(), QSize(free.width(), free.height() - 100));
+}
+
+TEST_F(MainWindowFrameTests, ComesBackInsideTheScreenFromALargerOne) {
+    {
+        QWidget window;
+        window.setGeometry(2500, 900, 1500, 1000);
+        settings->set(kFrameKey, window.saveGeometry().toBase64().toStdString());
+    }
+    const QRect free = QGuiApplication::primaryScreen()->availableGeometry();
+    QWidget window;
+    MainWindowFrame frame(window, settings);
+    window.show();
+    frame.applyDefaultMainWindowFrameIfNeeded();
+    EXPECT_TRUE(turnUntil([&] { return window.isVisible() && free.contains(window.frameGeometry()); }))
+        << window.frameGeometry().x() << ", " << window.frameGeometry().y() << ", " << window.frameGeometry().width()
+        << " x " << window.frameGeometry().height();
+}
+
+TEST(FrameInside, MovesAndShrinksAFrameAsFarAsItMust) {
+    const QRect free(0, 25, 1366, 743);
+    EXPECT_EQ(frameInside({93, 100, 1180, 600}, free), QRect(93, 100, 1180, 600));
+    EXPECT_EQ(frameInside({93, 100, 1180, 760}, free), QRect(93, 25, 1180, 743));
+    EXPECT_EQ(frameInside({2000, 900, 1000, 700}, free), QRect(366, 68, 1000, 700));
+    EXPECT_EQ(frameInside({-50, -10, 1000, 700}, free), QRect(0, 25, 1000, 700));
+    EXPECT_EQ(frameInside({-500, 0, 1920, 1080}, free), free);
+}
+
 TEST(HasSavedMainWindowFrame, NeedsAKeyWithTheBeginningAndBothTexts) {
     for (const char* const key :
          {kFrameKey, "NSWindow Frame RouterWindow AppWindow", "NSWindow Frame AppWindowRouterWindow",

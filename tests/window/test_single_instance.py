@@ -1,10 +1,13 @@
 """Starting the program while it runs, and commands for the running one."""
 
-from support import windows
+import os
+
+from support import pointing, windows
 from support.documents import DRUMS, KEYBOARD, PADS, SYNTH, connection
 from support.home import Home
 from support.waiting import wait_for
 from support.window_test_case import WindowTestCase
+from support.x_messages import XMessages
 
 
 class SecondStart(WindowTestCase):
@@ -23,6 +26,23 @@ class SecondStart(WindowTestCase):
         wait_for(lambda: not windows.shown_windows(first.corvel.pid, "Corvel"), "the window to be minimised")
         self.assertEqual(self.run_corvel()[0], 0)
         wait_for(lambda: windows.active_window() == first.corvel.window, "the window to come back")
+
+    def test_it_brings_the_window_forward_at_the_time_of_the_users_action(self):
+        first = self.start()
+        messages = XMessages()
+        self.addCleanup(messages.stop)
+        self.home.variables["DESKTOP_STARTUP_ID"] = "menu/corvel/1-0-host_TIME4711"
+        self.assertEqual(self.run_corvel()[0], 0)
+        seen = []
+
+        def is_asked():
+            seen.extend(messages.take())
+            return any(name == "_NET_ACTIVE_WINDOW" and window == first.corvel.window and numbers[:2] == (1, 4711)
+                       for name, window, numbers, _ in seen)
+
+        wait_for(is_asked, lambda: f"the request in {seen}")
+        told = b"".join(part for name, _, _, part in seen if name.startswith("_NET_STARTUP_INFO"))
+        self.assertEqual(told.rstrip(b"\0"), b"remove: ID=menu/corvel/1-0-host_TIME4711")
 
     def test_one_that_was_killed_does_not_hinder_the_next(self):
         first = self.start()
@@ -45,6 +65,75 @@ class SecondStart(WindowTestCase):
         self.start()
         second = self.start("--midi", "demo", "--document", self.home.path("other.json"))
         self.assertTrue(second.corvel.is_running)
+
+
+class StartsThatFail(WindowTestCase):
+    """Whoever starts the program from a menu sees no standard error."""
+
+    def notice(self, corvel):
+        """The texts in the window that says why."""
+        shown = wait_for(lambda: windows.shown_windows(corvel.pid, "Corvel"), "the notice")
+        self.assertEqual(len(shown), 1)
+        tree = wait_for(lambda: corvel.accessibility.all(role="dialog"), "the notice on the accessibility bus")[0]
+        return [element.name for element in tree if element.role == "label"]
+
+    def assertEndsOnReturn(self, corvel, status):
+        pointing.press_keys("Return")
+        self.assertEqual(corvel.wait_ended(), status)
+
+    def headless(self):
+        running = self.launch("--headless")
+        wait_for(lambda: self.run_corvel("--sets")[0] == 0, "the running one")
+        return running
+
+    def test_one_that_runs_without_a_window(self):
+        self.headless()
+        second = self.launch()
+        self.assertEqual(self.notice(second), [
+            "Corvel cannot be opened",
+            "Corvel is running already, without a window (--headless); end it to open the window"])
+        self.assertEndsOnReturn(second, 1)
+
+    def test_one_that_hangs(self):
+        running = self.headless()
+        running.suspend()
+        second = self.launch()
+        title, text = self.notice(second)
+        self.assertEqual(title, "Corvel cannot be opened")
+        self.assertIn(str(running.pid), text)
+        self.assertEndsOnReturn(second, 1)
+
+    def test_another_document_beside_one_with_a_window(self):
+        first = self.start()
+        second = self.launch("--document", "other.json")
+        title, text = self.notice(second)
+        self.assertEqual(title, "Corvel cannot be opened")
+        self.assertIn(self.home.demo_document, text)
+        self.assertIn("other.json", text)
+        self.assertEndsOnReturn(second, 1)
+        self.assertTrue(first.corvel.is_running)
+        self.assertIn("other.json", second.errors)
+
+    def test_the_same_document_brings_the_window_to_the_front(self):
+        self.start()
+        self.assertEqual(self.run_corvel("--document", self.home.demo_document)[0], 0)
+
+    def test_a_document_that_cannot_be_read(self):
+        self.home.write_demo_document({})
+        with open(self.home.demo_document, "w", encoding="utf-8") as file:
+            file.write("{ this is none")
+        router = self.start()
+        dialog = router.dialog("Document Not Read")
+        text, = [element.name for element in dialog.element if "demo-routes.json" in element.name]
+        self.assertIn(self.home.demo_document, text)
+        self.assertIn("demo-routes.json.unreadable", text)
+        pointing.press_keys("Return")
+        dialog.wait_closed()
+        router.press("Create connection set")
+        router.dialog("New Connection Set").press("OK")
+        wait_for(lambda: os.path.exists(self.home.demo_document + ".unreadable"), "the file that is kept")
+        with open(self.home.demo_document + ".unreadable", encoding="utf-8") as file:
+            self.assertEqual(file.read(), "{ this is none")
 
 
 class CommandsForTheRunningOne(WindowTestCase):

@@ -28,6 +28,9 @@ class EndpointColumn final : public QWidget {
 public:
     static constexpr int kWidth = 300;
 
+    /// Any height will do, whatever it is wide: the rows scroll.
+    [[nodiscard]] bool hasHeightForWidth() const override { return false; }
+
     EndpointColumn(const Look& look, const QString& title, MIDIEndpointDirection direction, QWidget* parent);
 
     /// Shows these endpoints in their order. The rows of those that stay are kept.

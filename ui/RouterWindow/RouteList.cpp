@@ -28,7 +28,9 @@ constexpr int kHandleDistance = 2;
 constexpr int kScrollDuration = 180;
 
 constexpr int kHeightWithoutRoutes = 40;
-constexpr int kLeastHeight = 180;
+constexpr int kMinimumHeight = 180;
+/// Minimum height of the stage, which comes before the list's in a window that is too low for both.
+constexpr int kStageHeight = 96;
 constexpr double kShareOfWindow = 0.36;
 /// Header, set bar and status bar.
 constexpr int kOtherBands = 128;
@@ -68,10 +70,10 @@ RouteList::RouteList(MIDIRouterViewModel& model, const Look& look, QWidget* pare
 }
 
 int RouteList::heightIn(int windowHeight, bool hasRoutes) {
-    if (!hasRoutes) {
-        return kHeightWithoutRoutes;
-    }
-    return std::max(kLeastHeight, static_cast<int>(std::lround(kShareOfWindow * (windowHeight - kOtherBands))));
+    const int room = windowHeight - kOtherBands;
+    const int wanted = hasRoutes ? std::max(kMinimumHeight, static_cast<int>(std::lround(kShareOfWindow * room)))
+                                 : kHeightWithoutRoutes;
+    return std::clamp(room - kStageHeight, 0, wanted);
 }
 
 void RouteList::refresh(const ModelChanges& changes) {

@@ -12,9 +12,18 @@
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 
+#include <algorithm>
+#include <initializer_list>
 #include <utility>
 
 namespace corvel::ui {
+
+namespace {
+
+/// Minimum width of the stage, which comes before the columns' in a window that is too narrow for all.
+constexpr int kStageWidth = 80;
+
+}  // namespace
 
 RouterWindow::RouterWindow(MIDIRouterViewModel& model, const Look& look, std::shared_ptr<const Clock> clock,
                            const QList<QAction*>& menu, const QString& demoReason)
@@ -47,12 +56,16 @@ RouterWindow::RouterWindow(MIDIRouterViewModel& model, const Look& look, std::sh
     layout->addWidget(list_);
     layout->addWidget(statusBar_);
     setCentralWidget(content);
+    // In a window that is too small for all, these give way and nothing lies over anything else.
+    for (QWidget* const view : std::initializer_list<QWidget*>{inputs_, outputs_, graph_}) {
+        view->setMinimumHeight(1);
+    }
 
     connectColumns();
     connect(header_, &HeaderBar::settingsRequested, this, &RouterWindow::presentSettings);
     connect(&modelRefresh_, &ModelRefresh::changed, this, &RouterWindow::refresh);
     refreshColumns(ModelChanges::all());
-    updateListHeight();
+    fitBands();
 }
 
 RouterWindow::~RouterWindow() = default;
@@ -80,7 +93,7 @@ void RouterWindow::refresh(const ModelChanges& changes) {
         settings_->refresh(changes);
     }
     if (changes.containAny({ModelChanges::Property::routes})) {
-        updateListHeight();
+        fitBands();
     }
 }
 
@@ -100,8 +113,11 @@ void RouterWindow::refreshColumns(const ModelChanges& changes) {
     }
 }
 
-void RouterWindow::updateListHeight() {
+void RouterWindow::fitBands() {
     list_->setFixedHeight(RouteList::heightIn(height(), !model_.routes().empty()));
+    const int column = std::clamp((width() - kStageWidth) / 2, 0, EndpointColumn::kWidth);
+    inputs_->setFixedWidth(column);
+    outputs_->setFixedWidth(column);
 }
 
 void RouterWindow::updateConnectorPositions() {
@@ -151,7 +167,7 @@ void RouterWindow::closeEvent(QCloseEvent* event) {
 
 void RouterWindow::resizeEvent(QResizeEvent* event) {
     QMainWindow::resizeEvent(event);
-    updateListHeight();
+    fitBands();
 }
 
 }  // namespace corvel::ui

@@ -62,7 +62,8 @@ protected:
 private:
     void refresh(const ModelChanges& changes);
     void refreshColumns(const ModelChanges& changes);
-    void updateListHeight();
+    /// Gives list and columns the size that they have in a window of this size.
+    void fitBands();
     void updateConnectorPositions();
     void presentSettings();
     void connectColumns();

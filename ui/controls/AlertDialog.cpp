@@ -35,7 +35,7 @@ AlertDialog::AlertDialog(const Look& look, Style style, const QString& message, 
     layout->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
     layout->setSpacing(0);
     layout->setSizeConstraint(QLayout::SetMinimumSize);
-    if (style == Style::warning) {
+    if (style != Style::plain) {
         auto* const triangle = new QLabel(this);
         triangle->setPixmap(look.icon(QStringLiteral("exclamationmark.triangle"), kIconSize, look.theme().warning,
                                       devicePixelRatioF()));
@@ -62,6 +62,7 @@ AlertDialog::AlertDialog(const Look& look, Style style, const QString& message, 
     connect(confirm, &QAbstractButton::clicked, this, &QDialog::accept);
     connect(cancel, &QAbstractButton::clicked, this, &QDialog::reject);
     layout->addLayout(buttons);
+    cancel->setVisible(style != Style::notice);
     setTabOrder(confirm, cancel);
     setFirstFocus(confirm);
 }

@@ -20,6 +20,8 @@ public:
         plain,
         /// A triangle above the message.
         warning,
+        /// The same without the second button: there is nothing to decide.
+        notice,
     };
 
     /// `confirmation` is the first button's title.

@@ -44,7 +44,10 @@ TEST_F(RouteListTests, TakesItsShareOfTheWindow) {
     EXPECT_EQ(ui::RouteList::heightIn(640, true), 184);
     EXPECT_EQ(ui::RouteList::heightIn(760, true), 228);
     EXPECT_EQ(ui::RouteList::heightIn(1080, true), 343);
-    EXPECT_EQ(ui::RouteList::heightIn(300, true), 180);
+    EXPECT_EQ(ui::RouteList::heightIn(404, true), 180);
+    EXPECT_EQ(ui::RouteList::heightIn(300, true), 76) << "96 for the stage";
+    EXPECT_EQ(ui::RouteList::heightIn(200, true), 0);
+    EXPECT_EQ(ui::RouteList::heightIn(200, false), 0);
     EXPECT_EQ(ui::RouteList::heightIn(1080, false), 40);
 }
 

@@ -364,6 +364,28 @@ TEST_F(RouterWindowTests, SwitchesNoChannelsWhileItAsksForAName) {
     EXPECT_EQ(channel(), "Ch 1");
 }
 
+TEST_F(RouterWindowTests, KeepsItsBandsApartInAWindowSmallerThanItsMinimum) {
+    model->connect(1011, 1021);
+    window->setMinimumSize(1, 1);
+    for (const QSize size : {QSize(1024, 520), QSize(960, 480), QSize(640, 400), QSize(500, 300), QSize(400, 230)}) {
+        window->resize(size);
+        turn();
+        ASSERT_EQ(window->size(), size);
+        const auto bottom = [](const QWidget& view) { return view.geometry().y() + view.height(); };
+        const auto& list = tests::only<RouteList>(*window);
+        const auto& status = tests::only<StatusBar>(*window);
+        const auto& graph = tests::only<RouteGraph>(*window);
+        EXPECT_EQ(bottom(status), size.height()) << size.height();
+        EXPECT_LE(bottom(list), status.y()) << size.height();
+        EXPECT_LE(bottom(graph), list.y()) << size.height();
+        EXPECT_GE(graph.height(), 96) << size.height();
+        EXPECT_GE(graph.width(), 80) << size.width();
+        EXPECT_LE(inputs().geometry().right(), graph.x()) << size.width();
+        EXPECT_LE(graph.geometry().right(), outputs().x()) << size.width();
+        EXPECT_LE(outputs().geometry().right(), size.width()) << size.width();
+    }
+}
+
 TEST_F(RouterWindowTests, SaysWhenItAppearsAndWhenItIsClosed) {
     QSignalSpy appearances(window.get(), &RouterWindow::appeared);
     QSignalSpy closings(window.get(), &RouterWindow::closed);

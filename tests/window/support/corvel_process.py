@@ -75,6 +75,10 @@ class CorvelProcess:
         except subprocess.TimeoutExpired:
             raise AssertionError(f"still running after {deadline:g} s") from None
 
+    def suspend(self):
+        """It stands still from now on, as if it hung."""
+        self._process.send_signal(signal.SIGSTOP)
+
     def terminate(self):
         self._process.send_signal(signal.SIGTERM)
 

@@ -1,7 +1,9 @@
 """A desktop of its own: an X server without a screen, a session bus with accessibility, a window manager."""
 
 import atexit
+import contextlib
 import os
+import re
 import select
 import shutil
 import subprocess
@@ -47,6 +49,39 @@ class Desktop:
         self._running.clear()
         shutil.rmtree(self.folder, ignore_errors=True)
 
+    @contextlib.contextmanager
+    def other_screen(self, width, height, manager="openbox", panel=0):
+        """Another X server in the same session meanwhile, with a screen of this size and a panel of this height at its
+        bottom."""
+        before = os.environ["DISPLAY"]
+        running = len(self._running)
+        try:
+            self._start_x_server(width, height)
+            getattr(self, "_start_" + manager)(panel)
+            yield
+        finally:
+            for process in reversed(self._running[running:]):
+                processes.stop(process)
+            del self._running[running:]
+            os.environ["DISPLAY"] = before
+
+    def _start_openbox(self, panel):
+        with open("/etc/xdg/openbox/rc.xml", encoding="utf-8") as file:
+            settings = file.read()
+        path = os.path.join(self.folder, "rc.xml")
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(re.sub(r"(<margins>.*?<bottom>)\d+(</bottom>.*?</margins>)", rf"\g<1>{panel}\g<2>", settings,
+                              flags=re.DOTALL))
+        self._start("openbox", "--config-file", path)
+        wait_for(self._is_managed, "the window manager")
+
+    def _start_i3(self, panel):
+        path = os.path.join(self.folder, "i3.conf")
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(f"font pango:DejaVu Sans 10\nipc-socket {self.folder}/i3.sock\ngaps bottom {panel}\n")
+        self._start("i3", "-c", path)
+        wait_for(self._is_managed, "the window manager")
+
     def _start(self, *command, **options):
         log = open(os.path.join(self.folder, os.path.basename(command[0]) + ".log"), "wb")
         process = processes.start(command, stdin=subprocess.DEVNULL, stderr=log, **{"stdout": log, **options})
@@ -54,10 +89,10 @@ class Desktop:
         self._running.append(process)
         return process
 
-    def _start_x_server(self):
+    def _start_x_server(self, width=WIDTH, height=HEIGHT):
         # The server picks a free display itself and says which, so that two never want the same.
         reading, writing = os.pipe()
-        self._start("Xvfb", "-displayfd", str(writing), "-screen", "0", f"{WIDTH}x{HEIGHT}x24", "-dpi", "96",
+        self._start("Xvfb", "-displayfd", str(writing), "-screen", "0", f"{width}x{height}x24", "-dpi", "96",
                     "-nolisten", "tcp", "-noreset", pass_fds=[writing])
         os.close(writing)
         with os.fdopen(reading, "rb") as pipe:

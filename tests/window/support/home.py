@@ -10,6 +10,8 @@ class Home:
 
     def __init__(self, desktop):
         self.folder = tempfile.mkdtemp(prefix="home.", dir=desktop.folder)
+        # Variables that the program gets besides, such as those that a desktop sets.
+        self.variables = {}
 
     def path(self, *names):
         return os.path.join(self.folder, *names)
@@ -17,7 +19,8 @@ class Home:
     @property
     def environment(self):
         return {"HOME": self.folder, "XDG_CONFIG_HOME": self.path("config"), "XDG_DATA_HOME": self.path("data"),
-                "XDG_CACHE_HOME": self.path("cache"), "XDG_STATE_HOME": self.path("state")}
+                "XDG_CACHE_HOME": self.path("cache"), "XDG_STATE_HOME": self.path("state"),
+                **self.variables}
 
     @property
     def demo_document(self):

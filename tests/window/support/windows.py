@@ -4,6 +4,7 @@ import re
 from dataclasses import dataclass
 
 from .processes import output
+from .waiting import wait_for
 
 
 @dataclass(frozen=True)
@@ -52,7 +53,8 @@ def decorations(window):
 
 def work_area():
     """What panels leave of the screen."""
-    x, y, width, height = (int(number) for number in re.findall(r"\d+", _property("root", "_NET_WORKAREA"))[:4])
+    found = wait_for(lambda: re.findall(r"\d+", _property("root", "_NET_WORKAREA")), "the work area")
+    x, y, width, height = (int(number) for number in found[:4])
     return Box(x, y, width, height)
 
 
