@@ -2,6 +2,7 @@
 
 #include "ui/RouterWindow/ChannelAssignmentDialog.hpp"
 #include "ui/RouterWindow/RouteColorPalette.hpp"
+#include "ui/RouterWindow/RouteMenu.hpp"
 #include "ui/RouterWindow/RouteRow.hpp"
 #include "ui/controls/LookLabel.hpp"
 #include "ui/controls/LookScrollArea.hpp"
@@ -78,6 +79,11 @@ void RouteList::refresh(const ModelChanges& changes) {
     if (changes.containAny({Property::routes, Property::sources, Property::destinations})) {
         showRoutes();
     }
+    if (changes.containAny({Property::selectedRouteSetID}) &&
+        std::exchange(shownSetID_, model_.selectedRouteSetID()) != model_.selectedRouteSetID()) {
+        scrolling_.stop();
+        scrollArea_->verticalScrollBar()->setValue(0);
+    }
     if (changes.containAny({Property::routes, Property::selectedRouteID})) {
         showSelection();
     }
@@ -119,6 +125,7 @@ RouteRow* RouteList::makeRow(const MIDIRoute& route, const QColor& colour) {
     auto* const row = new RouteRow(model_, look_, route, colour, scrollArea_->widget());
     connect(row, &RouteRow::neighbourRequested, this, [this, row](int offset) { selectNeighbour(row, offset); });
     connect(row, &RouteRow::addRequested, this, [this, row] { openDialog(row->routeID(), Purpose::add); });
+    connect(row, &RouteRow::menuRequested, this, [this, row](const QPoint& place) { openMenu(row->routeID(), place); });
     connect(row, &RouteRow::editRequested, this, [this, row] { openDialog(row->routeID(), Purpose::edit); });
     return row;
 }
@@ -195,6 +202,13 @@ void RouteList::selectNeighbour(const RouteRow* row, int offset) {
     model_.setSelectedRouteID(other->routeID());
     // As if tabbed to: whoever uses the keyboard sees where it goes.
     other->setFocus(Qt::TabFocusReason);
+}
+
+void RouteList::openMenu(const UUID& routeID, const QPoint& place) {
+    openRouteMenu(model_, look_, routeID,
+                  {.add = [this, routeID] { openDialog(routeID, Purpose::add); },
+                   .edit = [this, routeID] { openDialog(routeID, Purpose::edit); }},
+                  place, this);
 }
 
 void RouteList::openDialog(const UUID& routeID, Purpose purpose) {

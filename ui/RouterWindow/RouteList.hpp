@@ -29,6 +29,9 @@ public:
     /// Reads again what may have changed in the model.
     void refresh(const ModelChanges& changes);
 
+    /// Selects a connection and opens its menu at a place of the screen.
+    void openMenu(const UUID& routeID, const QPoint& place);
+
     /// The list's height in a window of this height, both in logical pixels.
     [[nodiscard]] static int heightIn(int windowHeight, bool hasRoutes);
 
@@ -60,6 +63,8 @@ private:
     std::vector<RouteRow*> rows_;
     /// The selection that was last shown, the reason to scroll.
     std::optional<UUID> shownSelection_;
+    /// The set whose connections were last shown, the reason to scroll up.
+    std::optional<UUID> shownSetID_;
     /// From 0 to 1 while the list scrolls by itself, and the scroll bar's value when that began.
     QVariantAnimation scrolling_;
     int scrollStart_ = 0;
