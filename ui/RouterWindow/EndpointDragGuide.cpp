@@ -87,7 +87,15 @@ void EndpointDragGuide::leave() {
 }
 
 bool EndpointDragGuide::eventFilter(QObject* watched, QEvent* event) {
-    if (!drag_ || watched != window()->windowHandle()) {
+    if (!drag_) {
+        return false;
+    }
+    if (event->type() == QEvent::Wheel && watched->isWindowType()) {
+        // During a drag it may come to the window of the drag's picture.
+        scrollByWheel(static_cast<const QWheelEvent&>(*event));
+        return true;
+    }
+    if (watched != window()->windowHandle()) {
         return false;
     }
     switch (event->type()) {
@@ -99,16 +107,6 @@ bool EndpointDragGuide::eventFilter(QObject* watched, QEvent* event) {
         case QEvent::Drop:
             leave();
             break;
-        case QEvent::Wheel: {
-            const auto& wheel = static_cast<const QWheelEvent&>(*event);
-            EndpointColumn* const column = columnAt(window()->mapFromGlobal(wheel.globalPosition()).toPoint());
-            const int lines = QApplication::wheelScrollLines();
-            if (column != nullptr &&
-                column->scrollBy(-wheel.angleDelta().y() * lines * kPixelsPerLine / kWheelStep)) {
-                repeatMove();
-            }
-            return true;
-        }
         default:
             break;
     }
@@ -185,6 +183,14 @@ void EndpointDragGuide::scrollAtEdge() {
     }
     const int step = std::clamp(kMostScrolled * depth / kScrollZone, 1, kMostScrolled);
     if (column->scrollBy(above > below ? -step : step)) {
+        repeatMove();
+    }
+}
+
+void EndpointDragGuide::scrollByWheel(const QWheelEvent& event) {
+    EndpointColumn* const column = pointer_ ? columnAt(*pointer_) : nullptr;
+    const int pixels = -event.angleDelta().y() * QApplication::wheelScrollLines() * kPixelsPerLine / kWheelStep;
+    if (column != nullptr && column->scrollBy(pixels)) {
         repeatMove();
     }
 }

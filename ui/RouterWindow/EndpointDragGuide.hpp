@@ -15,6 +15,7 @@
 #include <optional>
 
 class QDrag;
+class QWheelEvent;
 
 namespace corvel::ui {
 
@@ -56,6 +57,7 @@ private:
     [[nodiscard]] static QPointF connector(const EndpointColumn& column, const EndpointRow& row);
 
     void scrollAtEdge();
+    void scrollByWheel(const QWheelEvent& event);
     /// Has the toolkit look again which row is under the pointer: a drop goes to the one that it found last.
     void repeatMove();
 
