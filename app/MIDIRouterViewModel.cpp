@@ -173,8 +173,7 @@ void MIDIRouterViewModel::allNotesOff(std::function<void()> onDone) {
 
 void MIDIRouterViewModel::setEndpointAlias(MIDIEndpointDirection direction, std::int32_t endpointID,
                                            std::string_view alias) {
-    PublishedProperty<EndpointList>& endpoints =
-        direction == MIDIEndpointDirection::source ? sources_ : destinations_;
+    PublishedProperty<EndpointList>& endpoints = direction == MIDIEndpointDirection::source ? sources_ : destinations_;
     endpoints.edit([&](EndpointList&) { endpointAliases_.set(direction, endpointID, alias); });
 }
 

@@ -15,8 +15,8 @@ def far(*pairs):
 
 
 class ManyDevices(WindowTestCase):
-    def start_many(self, *pairs):
-        self.router = self.start_with_devices(DEVICES, ("Live", far(*pairs)))
+    def start_many(self, *pairs, playing=None):
+        self.router = self.start_with_devices(DEVICES, ("Live", far(*pairs)), playing=playing)
         self.router.wait_text(f"{DEVICES} inputs, {DEVICES} outputs")
         return self.router
 
@@ -154,3 +154,22 @@ class Filtering(ManyDevices):
         self.wait_names("input", "Input 07", "Input 30")
         self.router.press("Show all inputs")
         wait_for(lambda: len(self.names("input")) == DEVICES, "all inputs again")
+
+
+class Lights(ManyDevices):
+    """The ground seven pixels beside the middle of a row's dot: there the light lies around it."""
+
+    def is_lit(self, screen, row):
+        left, top, width, height = row.extents
+        return screen.colour((left + width - 18 - 7, top + height // 2)) != "#1F242B"
+
+    def test_a_row_is_lit_whose_endpoint_sends_connected_or_not_and_no_other(self):
+        router = self.start_many((2, 2), playing=3)
+        wait_for(lambda: self.is_lit(Screen(), router.input("Input 03")), "a light on what plays")
+        screen = Screen()
+        self.assertFalse(self.is_lit(screen, router.input("Input 02")))
+        self.assertFalse(self.is_lit(screen, router.output("Output 02")))
+
+    def test_a_row_is_lit_whose_endpoint_is_sent_something(self):
+        router = self.start_many((3, 2), playing=3)
+        wait_for(lambda: self.is_lit(Screen(), router.output("Output 02")), "a light on what is played to")

@@ -202,6 +202,12 @@ void EndpointDragGuide::repeatMove() {
     }
     QDragMoveEvent move(*pointer_, Qt::CopyAction, drag_->mimeData(), Qt::LeftButton, Qt::NoModifier);
     QCoreApplication::sendEvent(handle, &move);
+    // On X11 a drop also depends on what the window answered last, and it is asked again only for another place.
+    nudge_ = -nudge_;
+    const QPointF place = *pointer_ + QPointF(nudge_, 0);
+    QMouseEvent mouse(QEvent::MouseMove, place, handle->mapToGlobal(place), Qt::NoButton, Qt::LeftButton,
+                      Qt::NoModifier);
+    QCoreApplication::sendEvent(handle, &mouse);
 }
 
 void EndpointDragGuide::paintEvent(QPaintEvent*) {

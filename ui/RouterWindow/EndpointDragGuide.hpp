@@ -74,6 +74,7 @@ private:
     QPainterPath line_;
     QRect cardRect_;
     QTimer scrolling_;
+    int nudge_ = -1;
 };
 
 }  // namespace corvel::ui

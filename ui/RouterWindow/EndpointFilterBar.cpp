@@ -61,8 +61,8 @@ bool EndpointFilterBar::admits(const QStringList& names, bool isConnected) const
     }
     const QStringList words = field_->text().split(QLatin1Char(' '), Qt::SkipEmptyParts);
     return std::ranges::all_of(words, [&names](const QString& word) {
-        return std::ranges::any_of(
-            names, [&word](const QString& name) { return name.contains(word, Qt::CaseInsensitive); });
+        return std::ranges::any_of(names,
+                                   [&word](const QString& name) { return name.contains(word, Qt::CaseInsensitive); });
     });
 }
 

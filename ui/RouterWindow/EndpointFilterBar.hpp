@@ -11,7 +11,8 @@ namespace corvel::ui {
 class FilterField;
 class IconButton;
 
-/// The head of a column: its title, a field that filters the rows by name, and a switch that leaves only connected ones.
+/// The head of a column: its title, a field that filters the rows by name, and a switch that leaves only connected
+/// ones.
 class EndpointFilterBar final : public QWidget {
     Q_OBJECT
 

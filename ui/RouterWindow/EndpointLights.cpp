@@ -4,7 +4,7 @@
 #include "ui/RouterWindow/EndpointRow.hpp"
 
 #include <algorithm>
-#include <chrono>
+#include <utility>
 
 namespace corvel::ui {
 
@@ -18,8 +18,9 @@ constexpr std::chrono::nanoseconds kFade = 380ms;
 
 }  // namespace
 
-EndpointLights::EndpointLights(EndpointColumn& inputs, EndpointColumn& outputs, QObject* parent)
-    : QObject(parent), inputs_(inputs), outputs_(outputs) {}
+EndpointLights::EndpointLights(EndpointColumn& inputs, EndpointColumn& outputs, TrafficSource takeTraffic,
+                               QObject* parent)
+    : QObject(parent), inputs_(inputs), outputs_(outputs), takeTraffic_(std::move(takeTraffic)) {}
 
 double EndpointLights::level(std::chrono::nanoseconds age) {
     const double faded =
@@ -28,24 +29,23 @@ double EndpointLights::level(std::chrono::nanoseconds age) {
 }
 
 void EndpointLights::show(Instant now) {
-    if (takeTraffic_) {
-        for (const std::int32_t id : takeTraffic_()) {
-            lit_[id] = now;
-        }
-    }
-    std::erase_if(lit_, [this, now](const auto& entry) {
-        const double present = level(now - entry.second);
-        light(entry.first, present);
-        return present == 0;
-    });
+    const ActiveEndpoints active = takeTraffic_();
+    show(litInputs_, active.sources, inputs_, now);
+    show(litOutputs_, active.destinations, outputs_, now);
 }
 
-void EndpointLights::light(std::int32_t endpointID, double level) {
-    for (const EndpointColumn* const column : {&inputs_, &outputs_}) {
-        if (EndpointRow* const row = column->row(endpointID); row != nullptr) {
-            row->setLight(level);
-        }
+void EndpointLights::show(LitEndpoints& lit, const std::vector<std::int32_t>& active, const EndpointColumn& column,
+                          Instant now) {
+    for (const std::int32_t id : active) {
+        lit[id] = now;
     }
+    std::erase_if(lit, [&column, now](const auto& entry) {
+        const double present = level(now - entry.second);
+        if (EndpointRow* const row = column.row(entry.first); row != nullptr) {
+            row->setLight(present);
+        }
+        return present == 0;
+    });
 }
 
 }  // namespace corvel::ui

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "core/engine/EndpointTraffic.hpp"
 #include "core/support/Clock.hpp"
 
 #include <QObject>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <unordered_map>
@@ -18,28 +20,29 @@ class EndpointLights final : public QObject {
     Q_OBJECT
 
 public:
-    /// Gives the unique IDs of the endpoints that sent or were sent something since it was last called. Asked at every
-    /// tick of the animation.
-    using TrafficSource = std::function<std::vector<std::int32_t>()>;
+    /// Gives the endpoints that sent or were sent something since it was last called.
+    using TrafficSource = std::function<ActiveEndpoints()>;
 
-    EndpointLights(EndpointColumn& inputs, EndpointColumn& outputs, QObject* parent);
+    EndpointLights(EndpointColumn& inputs, EndpointColumn& outputs, TrafficSource takeTraffic, QObject* parent);
 
-    void setTrafficSource(TrafficSource takeTraffic) { takeTraffic_ = std::move(takeTraffic); }
-
-    /// Shows the lights of this instant.
+    /// Asks for new traffic and shows the lights of this instant.
     void show(Instant now);
 
     /// How bright a light is, from 0 to 1, so long after the latest message.
     [[nodiscard]] static double level(std::chrono::nanoseconds age);
 
 private:
-    void light(std::int32_t endpointID, double level);
+    /// When the endpoints with a light had their latest message.
+    using LitEndpoints = std::unordered_map<std::int32_t, Instant>;
+
+    static void show(LitEndpoints& lit, const std::vector<std::int32_t>& active, const EndpointColumn& column,
+                     Instant now);
 
     EndpointColumn& inputs_;
     EndpointColumn& outputs_;
-    TrafficSource takeTraffic_;
-    /// When the endpoints with a light had their latest message.
-    std::unordered_map<std::int32_t, Instant> lit_;
+    const TrafficSource takeTraffic_;
+    LitEndpoints litInputs_;
+    LitEndpoints litOutputs_;
 };
 
 }  // namespace corvel::ui

@@ -40,8 +40,8 @@ std::optional<EndpointPositionKey> selectedPartner(const MIDIRouterViewModel& mo
 void addConnecting(PopUpMenu& menu, MIDIRouterViewModel& model, const EndpointPositionKey& endpoint) {
     const std::optional<EndpointPositionKey> partner = selectedPartner(model, endpoint);
     const QString name =
-        partner ? toQString(text::quoted(toUTF8(
-                      shownEndpointName(model, partner->direction, partner->endpointID, std::nullopt))))
+        partner ? toQString(text::quoted(
+                      toUTF8(shownEndpointName(model, partner->direction, partner->endpointID, std::nullopt))))
                 : (isInput(endpoint) ? QStringLiteral("Selected Output") : QStringLiteral("Selected Input"));
     QAction* const connecting = menu.addItem(QStringLiteral("Connect to %1").arg(name), false);
     connecting->setEnabled(partner.has_value());
@@ -63,14 +63,12 @@ void openEndpointMenu(MIDIRouterViewModel& model, const Look& look, const Endpoi
     addConnecting(*menu, model, endpoint);
     menu->addSeparator();
     QAction* const rename = menu->addItem(QStringLiteral("Rename…"), false);
-    QObject::connect(rename, &QAction::triggered, parent, [&model, &look, endpoint, parent] {
-        askForEndpointAlias(model, look, endpoint, parent);
-    });
+    QObject::connect(rename, &QAction::triggered, parent,
+                     [&model, &look, endpoint, parent] { askForEndpointAlias(model, look, endpoint, parent); });
     QAction* const forget = menu->addItem(QStringLiteral("Use the System's Name"), false);
     forget->setEnabled(model.endpointAliases().find(endpoint.direction, endpoint.endpointID) != nullptr);
-    QObject::connect(forget, &QAction::triggered, menu, [&model, endpoint] {
-        model.setEndpointAlias(endpoint.direction, endpoint.endpointID, "");
-    });
+    QObject::connect(forget, &QAction::triggered, menu,
+                     [&model, endpoint] { model.setEndpointAlias(endpoint.direction, endpoint.endpointID, ""); });
     QAction* const copy = menu->addItem(QStringLiteral("Copy Full Endpoint Name"), false);
     QObject::connect(copy, &QAction::triggered, menu, [&model, endpoint] {
         if (const MIDIEndpointModel* const found = find(model, endpoint); found != nullptr) {
@@ -88,18 +86,18 @@ void askForEndpointAlias(MIDIRouterViewModel& model, const Look& look, const End
     }
     const QString explanation = QStringLiteral("Shown instead of %1. An empty name shows that one again.")
                                     .arg(toQString(text::quoted(found->displayName)));
-    auto* const question = new AlertDialog(
-        look, AlertDialog::Style::plain, isInput(endpoint) ? QStringLiteral("Rename Input") : QStringLiteral("Rename Output"),
-        explanation, QStringLiteral("OK"), TextButton::Role::primary, parent);
+    auto* const question =
+        new AlertDialog(look, AlertDialog::Style::plain,
+                        isInput(endpoint) ? QStringLiteral("Rename Input") : QStringLiteral("Rename Output"),
+                        explanation, QStringLiteral("OK"), TextButton::Role::primary, parent);
     auto* const field =
         new NameField(look, shownEndpointName(model, endpoint.direction, endpoint.endpointID, std::nullopt), question);
     question->setAccessory(field);
-    QObject::connect(question, &AlertDialog::accepted, parent,
-                     [&model, endpoint, field, system = found->displayName] {
-                         const std::string alias = text::trimmed(toUTF8(field->text()));
-                         // The system's own name needs no storing: it may change.
-                         model.setEndpointAlias(endpoint.direction, endpoint.endpointID, alias == system ? "" : alias);
-                     });
+    QObject::connect(question, &AlertDialog::accepted, parent, [&model, endpoint, field, system = found->displayName] {
+        const std::string alias = text::trimmed(toUTF8(field->text()));
+        // The system's own name needs no storing: it may change.
+        model.setEndpointAlias(endpoint.direction, endpoint.endpointID, alias == system ? "" : alias);
+    });
     question->show();
 }
 

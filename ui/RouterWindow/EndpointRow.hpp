@@ -11,10 +11,10 @@
 #include <cstdint>
 #include <optional>
 
-
 namespace corvel::ui {
 
-/// One input or output: a tab docked at the stage's edge. An input can be dragged onto an output, an output onto an input.
+/// One input or output: a tab docked at the stage's edge. An input can be dragged onto an output, an output onto an
+/// input.
 class EndpointRow final : public LookButton {
     Q_OBJECT
 

@@ -36,9 +36,10 @@ void HiddenEndsButton::setCount(std::size_t count) {
         return;
     }
     setPlainText(number);
-    const QString name = QStringLiteral("%1 %2 to %3 %4")
-                             .arg(number, count == 1 ? QStringLiteral("connection goes") : QStringLiteral("connections go"),
-                                  plural_, isAbove_ ? QStringLiteral("above") : QStringLiteral("below"));
+    const QString name =
+        QStringLiteral("%1 %2 to %3 %4")
+            .arg(number, count == 1 ? QStringLiteral("connection goes") : QStringLiteral("connections go"), plural_,
+                 isAbove_ ? QStringLiteral("above") : QStringLiteral("below"));
     setAccessibleName(name);
     setPlainToolTip(this, name);
     const auto width = static_cast<int>(std::ceil(QFontMetricsF(countFont()).horizontalAdvance(number)));

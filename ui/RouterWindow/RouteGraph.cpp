@@ -128,8 +128,8 @@ RouteLines RouteGraph::makeLines(RouteLineEnds& ends) const {
         const bool isOutputMissing = availability == RouteAvailability::missingOutput;
         const bool isInputMissing = availability == RouteAvailability::missingInput;
         const bool areBothMissing = availability == RouteAvailability::missingEndpoints;
-        const RouteLineEnds::End start = ends.place({MIDIEndpointDirection::source, route.sourceID}, position,
-                                                    isInputMissing || areBothMissing);
+        const RouteLineEnds::End start =
+            ends.place({MIDIEndpointDirection::source, route.sourceID}, position, isInputMissing || areBothMissing);
         const RouteLineEnds::End end = ends.place({MIDIEndpointDirection::destination, route.destinationID}, position,
                                                   isOutputMissing || areBothMissing);
         lines.push_back({.routeID = route.id,

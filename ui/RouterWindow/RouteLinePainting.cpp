@@ -36,10 +36,10 @@ float glowStrength(RouteGlow glow, AppAppearanceMode mode) {
     return 0;
 }
 
-/// A row's mark is filled. Where there is no row it is hollow, since by chance it may stand beside another device; where
-/// the row is out of sight there is none.
-void paintMark(QPainter& painter, QPainterPath (*shape)(const QRectF& rect), const QRectF& rect, RouteLine::EndKind kind,
-               const QColor& color) {
+/// A row's mark is filled. Where there is no row it is hollow, since by chance it may stand beside another device;
+/// where the row is out of sight there is none.
+void paintMark(QPainter& painter, QPainterPath (*shape)(const QRectF& rect), const QRectF& rect,
+               RouteLine::EndKind kind, const QColor& color) {
     switch (kind) {
         case RouteLine::EndKind::row:
             painter.fillPath(shape(rect), color);

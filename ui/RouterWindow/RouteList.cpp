@@ -8,12 +8,14 @@
 #include "ui/controls/LookScrollArea.hpp"
 #include "ui/controls/Painting.hpp"
 
+#include <QDeadlineTimer>
 #include <QEasingCurve>
 #include <QPainter>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <unordered_map>
 #include <utility>
@@ -26,6 +28,10 @@ constexpr int kHeadingHeight = 36;
 constexpr int kHeadingX = 16;
 constexpr int kHandleDistance = 2;
 constexpr int kScrollDuration = 180;
+/// More rows than any screen shows.
+constexpr std::size_t kRowsAtOnce = 24;
+/// How long making rows holds up the main thread at a time, at most by one row more.
+constexpr std::chrono::milliseconds kMakingSlice(3);
 
 constexpr int kHeightWithoutRoutes = 40;
 constexpr int kLeastHeight = 180;
@@ -61,6 +67,7 @@ RouteList::RouteList(MIDIRouterViewModel& model, const Look& look, QWidget* pare
     QScrollBar* const bar = scrollArea_->verticalScrollBar();
     scrolling_.setStartValue(0.0);
     scrolling_.setEndValue(1.0);
+    connect(&rowMaking_, &QTimer::timeout, this, &RouteList::makeMoreRows);
     connect(&scrolling_, &QVariantAnimation::valueChanged, this, &RouteList::scrollOn);
     connect(bar, &QScrollBar::valueChanged, this, &RouteList::showStatuses);
     connect(&look, &Look::changed, this, [this] { update(); });
@@ -101,23 +108,51 @@ void RouteList::showRoutes() {
         present.emplace(row->routeID(), row);
     }
     std::vector<RouteRow*> rows;
+    std::size_t made = 0;
     for (const MIDIRoute& route : model_.routes()) {
         const QColor colour = RouteColorPalette::color(route.id, model_.routes());
         if (const auto found = present.find(route.id); found != present.end()) {
             found->second->showRoute(route, colour);
             rows.push_back(found->second);
             present.erase(found);
-        } else {
+        } else if (made++ < kRowsAtOnce) {
             rows.push_back(makeRow(route, colour));
+        } else {
+            break;
         }
     }
     for (const auto& [id, row] : present) {
         // Its own click may be what removed it.
         row->hide();
-        row->deleteLater();
+        formerRows_.emplace_back(row);
     }
+    scrollArea_->widget()->setMinimumHeight(static_cast<int>(model_.routes().size()) * RouteRow::kHeight);
     if (rows != std::exchange(rows_, rows)) {
-        orderRows();
+        orderRows(0);
+    }
+    rowMaking_.start();
+}
+
+void RouteList::makeMoreRows() {
+    const std::vector<MIDIRoute>& routes = model_.routes();
+    const QDeadlineTimer end(kMakingSlice);
+    const std::size_t first = rows_.size();
+    // Only as long as the rows are the first of the connections; if not, the news of that is on its way.
+    const bool fits = first <= routes.size() && (first == 0 || rows_.back()->routeID() == routes[first - 1].id);
+    while (fits && rows_.size() < routes.size() && !end.hasExpired()) {
+        const MIDIRoute& route = routes[rows_.size()];
+        rows_.push_back(makeRow(route, RouteColorPalette::color(route.id, routes)));
+    }
+    if (rows_.size() > first) {
+        orderRows(first);
+        showSelection();
+    }
+    while (!formerRows_.empty() && !end.hasExpired()) {
+        delete formerRows_.back();
+        formerRows_.pop_back();
+    }
+    if (formerRows_.empty() && (!fits || rows_.size() == routes.size())) {
+        rowMaking_.stop();
     }
 }
 
@@ -130,10 +165,10 @@ RouteRow* RouteList::makeRow(const MIDIRoute& route, const QColor& colour) {
     return row;
 }
 
-void RouteList::orderRows() {
+void RouteList::orderRows(std::size_t first) {
     auto& layout = static_cast<QVBoxLayout&>(*scrollArea_->widget()->layout());
-    QWidget* previous = nullptr;
-    for (std::size_t index = 0; index < rows_.size(); ++index) {
+    QWidget* previous = first > 0 ? rows_[first - 1]->focusViews().back() : nullptr;
+    for (std::size_t index = first; index < rows_.size(); ++index) {
         layout.insertWidget(static_cast<int>(index), rows_[index]);
         rows_[index]->show();
         for (QWidget* const view : rows_[index]->focusViews()) {
@@ -154,10 +189,12 @@ void RouteList::showSelection() {
         row->setHairline(!isSelected && !isPreviousSelected);
         isPreviousSelected = isSelected;
     }
-    if (selection == std::exchange(shownSelection_, selection) || !selection) {
+    const bool isMade = selection && std::ranges::find(rows_, *selection, &RouteRow::routeID) != rows_.end();
+    if (selection && !isMade && model_.route(*selection) != nullptr) {
+        // Its row is still to be made.
         return;
     }
-    if (std::ranges::find(rows_, *selection, &RouteRow::routeID) != rows_.end()) {
+    if (selection != std::exchange(shownSelection_, selection) && isMade) {
         scrollToSelectedRoute();
     }
 }

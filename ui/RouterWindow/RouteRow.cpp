@@ -177,8 +177,10 @@ void RouteRow::setSelected(bool isSelected) {
 }
 
 void RouteRow::setHairline(bool hasHairline) {
-    hasHairline_ = hasHairline;
-    update();
+    if (hasHairline != hasHairline_) {
+        hasHairline_ = hasHairline;
+        update();
+    }
 }
 
 void RouteRow::toggleEnabled() {

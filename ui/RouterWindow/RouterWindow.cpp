@@ -33,7 +33,8 @@ RouterWindow::RouterWindow(MIDIRouterViewModel& model, const Look& look, std::sh
       graph_(new RouteGraph(model, look, std::move(clock), this)),
       list_(new RouteList(model, look, this)),
       statusBar_(new StatusBar(model, look, this)),
-      lights_(new EndpointLights(*inputs_, *outputs_, this)),
+      lights_(new EndpointLights(
+          *inputs_, *outputs_, [&model] { return model.takeEndpointsWithTraffic(); }, this)),
       modelRefresh_(model) {
     setWindowTitle(QStringLiteral("Corvel"));
     setMinimumSize(kMinimumSize);
@@ -77,14 +78,14 @@ void RouterWindow::connectColumns() {
     connect(graph_, &RouteGraph::menuRequested, list_, &RouteList::openMenu);
     connect(&graph_->ticker(), &RouteAnimationTicker::nowChanged, lights_,
             [this] { lights_->show(graph_->ticker().now()); });
-    for (const auto& [column, direction] : {std::pair{inputs_, MIDIEndpointDirection::source},
-                                            std::pair{outputs_, MIDIEndpointDirection::destination}}) {
-        connect(column, &EndpointColumn::menuRequested, this,
-                [this, direction](std::int32_t id, const QPoint& place) {
-                    openEndpointMenu(model_, look_, {direction, id}, place, this);
-                });
-        connect(column, &EndpointColumn::renamingRequested, this,
-                [this, direction](std::int32_t id) { askForEndpointAlias(model_, look_, {direction, id}, this); });
+    for (const auto& [column, direction] :
+         {std::pair{inputs_, MIDIEndpointDirection::source}, std::pair{outputs_, MIDIEndpointDirection::destination}}) {
+        connect(column, &EndpointColumn::menuRequested, this, [this, direction](std::int32_t id, const QPoint& place) {
+            openEndpointMenu(model_, look_, {direction, id}, place, this);
+        });
+        connect(column, &EndpointColumn::renamingRequested, this, [this, direction](std::int32_t id) {
+            askForEndpointAlias(model_, look_, {direction, id}, this);
+        });
         connect(column, &EndpointColumn::connectionRequested, this,
                 [this](std::int32_t sourceID, std::int32_t destinationID) { model_.connect(sourceID, destinationID); });
         connect(column, &EndpointColumn::connectorPositionsChanged, this, &RouterWindow::updateConnectorPositions);
@@ -122,8 +123,7 @@ void RouterWindow::toggleFullScreen() {
 
 void RouterWindow::focusFilter() {
     const bool isInOutputs = outputs_->isAncestorOf(focusWidget());
-    const bool goesToOutputs =
-        isInOutputs ? !outputs_->filter().isFieldFocused() : inputs_->filter().isFieldFocused();
+    const bool goesToOutputs = isInOutputs ? !outputs_->filter().isFieldFocused() : inputs_->filter().isFieldFocused();
     (goesToOutputs ? outputs_ : inputs_)->filter().focusField();
 }
 

@@ -53,9 +53,6 @@ public:
 
     [[nodiscard]] bool isSettingsPresented() const;
 
-    /// The lights on the endpoints' rows.
-    [[nodiscard]] EndpointLights& lights() { return *lights_; }
-
 signals:
     /// The window is on the screen, for the first time or again.
     void appeared();

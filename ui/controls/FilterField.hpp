@@ -6,8 +6,8 @@
 
 namespace corvel::ui {
 
-/// A field whose text narrows a list below it. Escape empties it and, when it is empty, leaves it; Return and Down leave
-/// it for the list.
+/// A field whose text narrows a list below it. Escape empties it and, when it is empty, leaves it; Return and Down
+/// leave it for the list.
 class FilterField final : public QLineEdit {
     Q_OBJECT
 

@@ -46,7 +46,8 @@ QColor IconButton::ink() const {
     if (!isEnabled()) {
         return theme().disabled;
     }
-    return mixed(isChosen_ ? theme().accent : theme().*restInk_, role_ == Role::destructive ? theme().danger : theme().text, hoverLevel());
+    return mixed(isChosen_ ? theme().accent : theme().*restInk_,
+                 role_ == Role::destructive ? theme().danger : theme().text, hoverLevel());
 }
 
 void IconButton::paintEvent(QPaintEvent*) {

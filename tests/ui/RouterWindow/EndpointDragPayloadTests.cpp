@@ -18,7 +18,8 @@ TEST(EndpointDragPayload, IsTheApplicationTheDirectionAndTheEndpointInDecimal) {
     EXPECT_EQ(EndpointDragPayload::text(source, 1048576), "app.corvel.source:1048576");
     EXPECT_EQ(EndpointDragPayload::text(source, -5), "app.corvel.source:-5");
     EXPECT_EQ(EndpointDragPayload::text(source, 0), "app.corvel.source:0");
-    EXPECT_EQ(EndpointDragPayload::text(source, std::numeric_limits<std::int32_t>::min()), "app.corvel.source:-2147483648");
+    EXPECT_EQ(EndpointDragPayload::text(source, std::numeric_limits<std::int32_t>::min()),
+              "app.corvel.source:-2147483648");
 }
 
 TEST(EndpointDragPayload, GivesTheSourceThatItWasMadeOf) {

@@ -1,5 +1,6 @@
-// The window over a MIDI service with as many devices as its argument says, for tests from outside: the demo service has
-// three. Inputs have the IDs 1, 2, 3 and so on, outputs 1001 and up; the second argument is the document.
+// The window over a MIDI service with as many devices as its argument says, for tests from outside: the demo service
+// has three. Inputs have the IDs 1, 2, 3 and so on, outputs 1001 and up. The second argument is the document, the
+// third, if there is one, the input that plays all the time.
 
 #include "app/InMemorySettings.hpp"
 #include "app/MIDIRouterViewModel.hpp"
@@ -21,6 +22,7 @@ int main(int argumentCount, char** arguments) {
     using namespace corvel;
     constexpr std::int32_t kFirstOutput = 1000;
     constexpr std::chrono::milliseconds kQueueInterval(5);
+    constexpr std::chrono::milliseconds kNoteInterval(60);
     const QApplication application(argumentCount, arguments);
     QApplication::setApplicationName(QStringLiteral("Corvel"));
     const auto host = std::make_shared<tests::FakeMIDIHost>();
@@ -35,14 +37,22 @@ int main(int argumentCount, char** arguments) {
     const std::shared_ptr<const Clock> clock = makeSystemClock();
     const auto engine = CoreMIDIRouterEngine::create(host, queue, mainQueue, clock);
     const auto settings = std::make_shared<InMemorySettings>();
-    const auto model = MIDIRouterViewModel::create(engine, std::make_shared<RouteStore>(arguments[2]), settings, clock,
-                                                   mainQueue);
+    const auto model =
+        MIDIRouterViewModel::create(engine, std::make_shared<RouteStore>(arguments[2]), settings, clock, mainQueue);
     QTimer drain;
     QObject::connect(&drain, &QTimer::timeout, &drain, [&] {
         queue->runAll();
         mainQueue->runAll();
     });
     drain.start(kQueueInterval);
+    QTimer player;
+    if (argumentCount > 3) {
+        const auto input = static_cast<MIDIObjectRef>(std::stoi(arguments[3]));
+        QObject::connect(&player, &QTimer::timeout, &player, [&host, input] {
+            host->receive({{0x90, 60, 100}}, input);
+        });
+        player.start(kNoteInterval);
+    }
     ui::CorvelApp app(model, settings, clock, QString());
     app.start();
     return QApplication::exec();
