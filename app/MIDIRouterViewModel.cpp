@@ -64,7 +64,8 @@ MIDIRouterViewModel::MIDIRouterViewModel(Private, std::shared_ptr<CoreMIDIRouter
       routeStore_(std::move(routeStore)),
       settings_(std::move(settings)),
       clock_(std::move(clock)),
-      mainQueue_(std::move(mainQueue)) {
+      mainQueue_(std::move(mainQueue)),
+      endpointAliases_(settings_) {
     appearanceMode_.set(storedAppearanceMode(*settings_));
     releasesHeldNotes_ = settings_->string(kReleasesHeldNotesKey) == "true";
     MIDIRouteSetDocument document = routeStore_->loadDocument();
@@ -168,6 +169,12 @@ void MIDIRouterViewModel::allNotesOff(std::function<void()> onDone) {
     statusMessage_.set(count == 0   ? "The current set has no output to silence"
                        : count == 1 ? "All notes off on 1 output"
                                     : "All notes off on " + std::to_string(count) + " outputs");
+}
+
+void MIDIRouterViewModel::setEndpointAlias(MIDIEndpointDirection direction, std::int32_t endpointID,
+                                           std::string_view alias) {
+    PublishedProperty<EndpointList>& endpoints = direction == MIDIEndpointDirection::source ? sources_ : destinations_;
+    endpoints.edit([&](EndpointList&) { endpointAliases_.set(direction, endpointID, alias); });
 }
 
 void MIDIRouterViewModel::setSelectedSourceID(std::optional<std::int32_t> id) {

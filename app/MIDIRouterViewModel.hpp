@@ -3,6 +3,7 @@
 #include "app/AppAppearanceMode.hpp"
 #include "app/DocumentEdit.hpp"
 #include "app/EditHistory.hpp"
+#include "app/EndpointAliases.hpp"
 #include "app/EndpointList.hpp"
 #include "app/Observers.hpp"
 #include "app/Published.hpp"
@@ -158,6 +159,9 @@ public:
     /// observable; it outlasts the status line, in which a command's own text may replace it.
     [[nodiscard]] const std::optional<std::string>& saveFailure() const { return saveFailure_; }
 
+    /// The user's own names for endpoints. A new one counts as a change of the endpoints.
+    [[nodiscard]] const EndpointAliases& endpointAliases() const { return endpointAliases_; }
+
     // Engine, devices and appearance (MIDIRouterViewModel.cpp)
 
     /// Hands the engine the connections, starts it and takes in the first endpoints. Acts once only.
@@ -183,6 +187,10 @@ public:
 
     /// The endpoints that have sent or been sent messages since the last call, connected or not.
     [[nodiscard]] ActiveEndpoints takeEndpointsWithTraffic() { return engine_->takeTraffic(); }
+
+    /// Gives an endpoint a name of the user's own; a blank one takes it away. The document and re-binding keep to the
+    /// system's name.
+    void setEndpointAlias(MIDIEndpointDirection direction, std::int32_t endpointID, std::string_view alias);
 
     void setSelectedSourceID(std::optional<std::int32_t> id);
     void setSelectedDestinationID(std::optional<std::int32_t> id);
@@ -363,6 +371,7 @@ private:
     const std::shared_ptr<Settings> settings_;
     const std::shared_ptr<const Clock> clock_;
     const std::shared_ptr<DispatchQueue> mainQueue_;
+    EndpointAliases endpointAliases_;
     const Collator collator_ = Collator::forUser();
     bool didStart_ = false;
     bool releasesHeldNotes_ = false;

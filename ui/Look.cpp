@@ -128,7 +128,7 @@ QFont Look::monospacedFont(int pixels) {
 
 QPixmap Look::icon(const QString& name, int size, const QColor& colour, qreal devicePixelRatio) const {
     const QString key = QStringLiteral("%1/%2/%3/%4").arg(name).arg(size).arg(colour.rgba()).arg(devicePixelRatio);
-    if (const auto found = icons_.constFind(key); found != icons_.constEnd()) {
+    if (const QPixmap* const found = icons_.object(key); found != nullptr) {
         return *found;
     }
     const auto pixels = static_cast<int>(std::ceil(size * devicePixelRatio));
@@ -141,7 +141,9 @@ QPixmap Look::icon(const QString& name, int size, const QColor& colour, qreal de
     painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
     painter.fillRect(QRectF(0, 0, size, size), colour);
     painter.end();
-    icons_.insert(key, pixmap);
+    constexpr qsizetype kBytesPerPixel = 4;
+    constexpr qsizetype kKiB = 1024;
+    icons_.insert(key, new QPixmap(pixmap), 1 + kBytesPerPixel * pixels * pixels / kKiB);
     return pixmap;
 }
 

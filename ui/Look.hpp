@@ -3,8 +3,8 @@
 #include "app/AppAppearanceMode.hpp"
 #include "ui/Theme.hpp"
 
+#include <QCache>
 #include <QFont>
-#include <QHash>
 #include <QObject>
 #include <QPixmap>
 #include <QString>
@@ -34,6 +34,10 @@ public:
     /// The icon with this name in one colour, sharp at the device pixel ratio. Sizes are logical pixels.
     [[nodiscard]] QPixmap icon(const QString& name, int size, const QColor& colour, qreal devicePixelRatio) const;
 
+    /// How much memory icons take at most, and what they take now.
+    static constexpr qsizetype kIconCacheKiB = 1024;
+    [[nodiscard]] qsizetype iconCacheKiB() const { return icons_.totalCost(); }
+
 signals:
     /// Colours have changed.
     void changed();
@@ -42,7 +46,8 @@ private:
     void applyToApplication() const;
 
     AppAppearanceMode mode_;
-    mutable QHash<QString, QPixmap> icons_;
+    /// A hover mixes colours, each of which makes a picture of its own: more than these would only gather. By KiB.
+    mutable QCache<QString, QPixmap> icons_{kIconCacheKiB};
 };
 
 }  // namespace corvel::ui

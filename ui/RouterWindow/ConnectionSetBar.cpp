@@ -11,6 +11,7 @@
 #include <QHBoxLayout>
 #include <QPainter>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -79,6 +80,15 @@ void ConnectionSetBar::refresh(const ModelChanges& changes) {
     sets_->setItems(names, current);
     if (question_ && questionedSetID_ != model_.selectedRouteSetID()) {
         question_->reject();
+    }
+}
+
+void ConnectionSetBar::selectNeighbour(int offset) {
+    const std::vector<MIDIRouteSet>& sets = model_.routeSets();
+    const auto current = std::ranges::find(sets, model_.selectedRouteSetID(), &MIDIRouteSet::id) - sets.begin();
+    const auto neighbour = current + offset;
+    if (neighbour >= 0 && neighbour < std::ssize(sets)) {
+        model_.selectRouteSet(UUID(sets[static_cast<std::size_t>(neighbour)].id));
     }
 }
 

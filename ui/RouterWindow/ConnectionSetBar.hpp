@@ -24,6 +24,9 @@ public:
 
     void refresh(const ModelChanges& changes);
 
+    /// Makes the set current that comes so many places after the current one, as far as there is one.
+    void selectNeighbour(int offset);
+
 protected:
     void paintEvent(QPaintEvent* event) override;
 

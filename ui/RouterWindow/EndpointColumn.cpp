@@ -1,5 +1,7 @@
 #include "ui/RouterWindow/EndpointColumn.hpp"
 
+#include "ui/QtText.hpp"
+#include "ui/RouterWindow/EndpointFilterBar.hpp"
 #include "ui/RouterWindow/EndpointRow.hpp"
 #include "ui/RouterWindow/EndpointSelectionDetails.hpp"
 #include "ui/controls/LookLabel.hpp"
@@ -17,12 +19,11 @@ namespace corvel::ui {
 
 namespace {
 
-constexpr int kHeadingHeight = 40;
-constexpr int kHeadingPadding = 16;
 constexpr int kRowGap = 8;
 constexpr int kOuterMargin = 12;
 constexpr int kHairline = 1;
 constexpr int kScrollBarMargin = 4;
+constexpr int kNoticePadding = 16;
 
 }  // namespace
 
@@ -30,6 +31,10 @@ EndpointColumn::EndpointColumn(const Look& look, const QString& title, MIDIEndpo
     : QWidget(parent),
       look_(look),
       direction_(direction),
+      filter_(new EndpointFilterBar(
+          look, title,
+          direction == MIDIEndpointDirection::source ? QStringLiteral("inputs") : QStringLiteral("outputs"), this)),
+      nothingAdmitted_(new LookLabel(look, Look::font(13), &Theme::text2, this)),
       rowArea_(new QWidget),
       rowLayout_(new QVBoxLayout(rowArea_)),
       scrollArea_(new LookScrollArea(look, this)),
@@ -38,10 +43,10 @@ EndpointColumn::EndpointColumn(const Look& look, const QString& title, MIDIEndpo
     setAccessibleName(title);
     const bool isInput = direction == MIDIEndpointDirection::source;
 
-    auto* const heading = new LookLabel(look, Look::font(13, QFont::DemiBold), &Theme::text2, this);
-    heading->setText(title);
-    heading->setFixedHeight(kHeadingHeight);
-    heading->setContentsMargins(kHeadingPadding, 0, kHeadingPadding, 0);
+    nothingAdmitted_->setText(isInput ? QStringLiteral("No input matches the filter")
+                                      : QStringLiteral("No output matches the filter"));
+    nothingAdmitted_->setContentsMargins(kNoticePadding, kRowGap, kNoticePadding, kRowGap);
+    nothingAdmitted_->hide();
 
     rowLayout_->setContentsMargins(isInput ? kOuterMargin : 0, 0, isInput ? 0 : kOuterMargin, kRowGap);
     rowLayout_->setSpacing(kRowGap);
@@ -53,11 +58,18 @@ EndpointColumn::EndpointColumn(const Look& look, const QString& title, MIDIEndpo
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(isInput ? 0 : kHairline, 0, isInput ? kHairline : 0, 0);
     layout->setSpacing(0);
-    layout->addWidget(heading);
+    layout->addWidget(filter_);
+    layout->addWidget(nothingAdmitted_);
     layout->addWidget(scrollArea_, 1);
     layout->addWidget(details_);
 
     rowArea_->installEventFilter(this);
+    scrollArea_->viewport()->installEventFilter(this);
+    connect(filter_, &EndpointFilterBar::changed, this, [this] {
+        showAdmitted();
+        emit connectorPositionsChanged();
+    });
+    connect(filter_, &EndpointFilterBar::rowsRequested, this, &EndpointColumn::focusRows);
     connect(scrollArea_->verticalScrollBar(), &QScrollBar::valueChanged, this,
             &EndpointColumn::connectorPositionsChanged);
     connect(&look, &Look::changed, this, [this] { update(); });
@@ -68,21 +80,55 @@ EndpointRow* EndpointColumn::makeRow(const MIDIEndpointModel& endpoint) {
     row->installEventFilter(this);
     row->show();
     connect(row, &QAbstractButton::clicked, this, [this, row] { emit endpointSelected(row->endpoint().id); });
-    connect(row, &EndpointRow::dragStarted, this, [this, row] { emit endpointSelected(row->endpoint().id); });
-    connect(row, &EndpointRow::sourceDropped, this,
-            [this, row](std::int32_t sourceID) { emit sourceDropped(sourceID, row->endpoint().id); });
+    connect(row, &EndpointRow::dragStarted, this, [this, row](QDrag* drag) {
+        emit endpointSelected(row->endpoint().id);
+        emit dragStarted(drag, row);
+    });
+    connect(row, &EndpointRow::menuRequested, this,
+            [this, row](const QPoint& place) { emit menuRequested(row->endpoint().id, place); });
+    connect(row, &EndpointRow::endpointDropped, this, [this, row](std::int32_t other) {
+        const std::int32_t own = row->endpoint().id;
+        const bool isInput = direction_ == MIDIEndpointDirection::source;
+        emit connectionRequested(isInput ? own : other, isInput ? other : own);
+    });
     return row;
 }
 
-void EndpointColumn::setEndpoints(const std::vector<MIDIEndpointModel>& endpoints) {
+void EndpointColumn::setEndpoints(const std::vector<MIDIEndpointModel>& endpoints, const Aliases& aliases) {
+    endpoints_ = endpoints;
+    aliases_ = aliases;
+    showAdmitted();
+}
+
+void EndpointColumn::setConnectedEndpoints(std::unordered_set<std::int32_t> endpointIDs) {
+    connectedIDs_ = std::move(endpointIDs);
+    if (filter_->showsConnectedOnly()) {
+        showAdmitted();
+    }
+}
+
+bool EndpointColumn::admits(const MIDIEndpointModel& endpoint) const {
+    QStringList names{toQString(endpoint.displayName)};
+    if (const auto alias = aliases_.find(endpoint.id); alias != aliases_.end()) {
+        names << alias->second;
+    }
+    return filter_->admits(names, connectedIDs_.contains(endpoint.id));
+}
+
+void EndpointColumn::showAdmitted() {
     std::unordered_multimap<std::int32_t, EndpointRow*> former;
     for (EndpointRow* const row : std::exchange(rows_, {})) {
         former.emplace(row->endpoint().id, row);
     }
-    for (const MIDIEndpointModel& endpoint : endpoints) {
+    for (const MIDIEndpointModel& endpoint : endpoints_) {
+        if (!admits(endpoint)) {
+            continue;
+        }
         const auto kept = former.extract(endpoint.id);
         EndpointRow* const row = kept ? kept.mapped() : makeRow(endpoint);
         row->setEndpoint(endpoint);
+        const auto alias = aliases_.find(endpoint.id);
+        row->setAlias(alias == aliases_.end() ? QString() : alias->second);
         rows_.push_back(row);
     }
     for (const auto& [id, row] : former) {
@@ -90,6 +136,7 @@ void EndpointColumn::setEndpoints(const std::vector<MIDIEndpointModel>& endpoint
         // A row may be in the middle of its own drag.
         row->deleteLater();
     }
+    nothingAdmitted_->setVisible(rows_.empty() && !endpoints_.empty());
     arrangeRows();
     updateSelection();
 }
@@ -115,16 +162,59 @@ void EndpointColumn::setSelection(const std::optional<std::int32_t>& selection) 
     if (!isNew) {
         return;
     }
-    const auto chosen = std::ranges::find_if(rows_, &EndpointRow::isSelected);
-    if (chosen != rows_.end()) {
-        rowArea_->layout()->activate();
-        scrollArea_->ensureWidgetVisible(*chosen, 0, kRowGap);
+    if (selection_) {
+        showEndpoint(*selection_);
     }
 }
 
+EndpointRow* EndpointColumn::row(std::int32_t endpointID) const {
+    const auto found = std::ranges::find(rows_, endpointID, [](const EndpointRow* row) { return row->endpoint().id; });
+    return found == rows_.end() ? nullptr : *found;
+}
+
+const EndpointRow* EndpointColumn::rowAt(QPoint point) const {
+    if (!rowsRect().contains(point)) {
+        return nullptr;
+    }
+    const auto found = std::ranges::find_if(rows_, [this, point](const EndpointRow* row) {
+        return QRect(row->mapTo(window(), QPoint()), row->size()).contains(point);
+    });
+    return found == rows_.end() ? nullptr : *found;
+}
+
+QRect EndpointColumn::rowsRect() const {
+    const QWidget& viewport = *scrollArea_->viewport();
+    return {viewport.mapTo(window(), QPoint()), viewport.size()};
+}
+
+void EndpointColumn::showEndpoint(std::int32_t endpointID) {
+    if (EndpointRow* const shown = row(endpointID); shown != nullptr) {
+        rowArea_->layout()->activate();
+        scrollArea_->ensureWidgetVisible(shown, 0, kRowGap);
+    }
+}
+
+void EndpointColumn::centreEndpoint(std::int32_t endpointID) {
+    if (row(endpointID) == nullptr && filter_->isActive()) {
+        filter_->clear();
+    }
+    if (EndpointRow* const shown = row(endpointID); shown != nullptr) {
+        rowArea_->layout()->activate();
+        scrollArea_->verticalScrollBar()->setValue(shown->geometry().center().y() -
+                                                   scrollArea_->viewport()->height() / 2);
+    }
+}
+
+bool EndpointColumn::scrollBy(int pixels) {
+    QScrollBar& bar = *scrollArea_->verticalScrollBar();
+    const int before = bar.value();
+    bar.setValue(before + pixels);
+    return bar.value() != before;
+}
+
 const MIDIEndpointModel* EndpointColumn::selectedEndpoint() const {
-    const auto chosen = std::ranges::find_if(rows_, &EndpointRow::isSelected);
-    return chosen == rows_.end() ? nullptr : &(*chosen)->endpoint();
+    const auto chosen = std::ranges::find(endpoints_, selection_, &MIDIEndpointModel::id);
+    return chosen == endpoints_.end() ? nullptr : &*chosen;
 }
 
 void EndpointColumn::updateSelection() {
@@ -156,6 +246,12 @@ void EndpointColumn::moveFocus(const EndpointRow* from, int step) {
 }
 
 void EndpointColumn::reportConnectorPositions(EndpointConnectorYPositions& positions) const {
+    if (rows_.size() < endpoints_.size()) {
+        const double belowAll = rowsRect().bottom() + 2.0;
+        for (const MIDIEndpointModel& endpoint : endpoints_) {
+            positions[{direction_, endpoint.id}] = belowAll;
+        }
+    }
     for (const EndpointRow* const row : rows_) {
         const QPointF middle(0, row->height() / 2.0);
         positions[{direction_, row->endpoint().id}] = row->mapTo(window(), middle).y();
@@ -174,13 +270,39 @@ bool EndpointColumn::eventFilter(QObject* watched, QEvent* event) {
         setTabStop(row);
     }
     if (event->type() == QEvent::KeyPress) {
-        const int key = static_cast<QKeyEvent*>(event)->key();
-        if (key == Qt::Key_Down || key == Qt::Key_Up) {
-            moveFocus(row, key == Qt::Key_Down ? 1 : -1);
-            return true;
-        }
+        return handleKey(row, *static_cast<QKeyEvent*>(event));
     }
     return false;
+}
+
+bool EndpointColumn::handleKey(const EndpointRow* row, const QKeyEvent& event) {
+    const int key = event.key();
+    if (key == Qt::Key_Down || key == Qt::Key_Up) {
+        moveFocus(row, key == Qt::Key_Down ? 1 : -1);
+        return true;
+    }
+    if (key == Qt::Key_F2) {
+        emit renamingRequested(row->endpoint().id);
+        return true;
+    }
+    if (key == Qt::Key_Escape && filter_->isActive()) {
+        filter_->clear();
+        return true;
+    }
+    const bool isText = (event.modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier)) == Qt::NoModifier &&
+                        !event.text().isEmpty() && event.text().at(0).isPrint() && !event.text().at(0).isSpace();
+    if (isText) {
+        filter_->type(event.text());
+    }
+    return isText;
+}
+
+void EndpointColumn::focusRows() {
+    const auto stop =
+        std::ranges::find_if(rows_, [](const EndpointRow* row) { return row->focusPolicy() == Qt::StrongFocus; });
+    if (stop != rows_.end()) {
+        (*stop)->setFocus(Qt::TabFocusReason);
+    }
 }
 
 void EndpointColumn::resizeEvent(QResizeEvent* event) {

@@ -9,22 +9,25 @@ namespace corvel::ui::EndpointDragPayload {
 
 namespace {
 
-const std::string& prefix() {
-    static const std::string prefix = std::string(kApplicationIdentifier) + ".source:";
-    return prefix;
+std::string prefix(MIDIEndpointDirection direction) {
+    std::string prefix(kApplicationIdentifier);
+    prefix += '.';
+    prefix += rawValue(direction);
+    return prefix + ':';
 }
 
 }  // namespace
 
-std::string text(std::int32_t sourceID) {
-    return prefix() + std::to_string(sourceID);
+std::string text(MIDIEndpointDirection direction, std::int32_t endpointID) {
+    return prefix(direction) + std::to_string(endpointID);
 }
 
-std::optional<std::int32_t> sourceID(std::string_view text) {
-    if (!text.starts_with(prefix())) {
+std::optional<std::int32_t> endpointID(MIDIEndpointDirection direction, std::string_view text) {
+    const std::string start = prefix(direction);
+    if (!text.starts_with(start)) {
         return std::nullopt;
     }
-    std::string_view number = text.substr(prefix().size());
+    std::string_view number = text.substr(start.size());
     if (number.starts_with('+')) {
         number.remove_prefix(1);
         if (number.starts_with('-')) {
@@ -35,6 +38,10 @@ std::optional<std::int32_t> sourceID(std::string_view text) {
     const char* const end = number.data() + number.size();
     const auto [rest, error] = std::from_chars(number.data(), end, id);
     return error == std::errc() && rest == end ? std::optional(id) : std::nullopt;
+}
+
+std::optional<std::int32_t> sourceID(std::string_view text) {
+    return endpointID(MIDIEndpointDirection::source, text);
 }
 
 }  // namespace corvel::ui::EndpointDragPayload

@@ -5,6 +5,7 @@
 #include "ui/controls/Painting.hpp"
 
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QDrag>
 #include <QDragEnterEvent>
 #include <QEasingCurve>
@@ -13,6 +14,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 
+#include <cmath>
 #include <utility>
 
 namespace corvel::ui {
@@ -25,6 +27,11 @@ constexpr int kIconSize = 20;
 constexpr int kDotSize = 8;
 constexpr int kDotMargin = 14;
 constexpr qreal kHollowDotWidth = 1.75;
+/// The light of a message lies around the status dot.
+constexpr qreal kLightRadius = 9;
+constexpr qreal kLightCore = 4.5;
+constexpr double kHaloAlpha = 0.45;
+constexpr int kLightSteps = 8;
 constexpr int kSelectionDuration = 120;
 constexpr QSize kDragPictureSize(220, EndpointRow::kHeight);
 constexpr qreal kDragPictureOpacity = 0.92;
@@ -39,7 +46,7 @@ EndpointRow::EndpointRow(const Look& look, MIDIEndpointModel endpoint, QWidget* 
     : LookButton(look, parent), endpoint_(std::move(endpoint)) {
     setFixedHeight(kHeight);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    setAcceptDrops(!isInput());
+    setAcceptDrops(true);
     selection_.setEasingCurve(QEasingCurve::OutCubic);
     selection_.setStartValue(0.0);
     selection_.setEndValue(0.0);
@@ -52,6 +59,22 @@ void EndpointRow::setEndpoint(const MIDIEndpointModel& endpoint) {
         endpoint_ = endpoint;
         describe();
         update();
+    }
+}
+
+void EndpointRow::setAlias(const QString& alias) {
+    if (alias != alias_) {
+        alias_ = alias;
+        describe();
+        update();
+    }
+}
+
+void EndpointRow::setLight(double level) {
+    const auto step = static_cast<int>(std::lround(level * kLightSteps));
+    if (step != std::exchange(lightLevel_, step)) {
+        constexpr int kReach = static_cast<int>(kLightRadius) + 1 - kDotSize / 2;
+        update(statusDot(rect()).toAlignedRect().adjusted(-kReach, -kReach, kReach, kReach));
     }
 }
 
@@ -70,8 +93,8 @@ void EndpointRow::setSelected(bool isSelected) {
 
 void EndpointRow::describe() {
     const QString name = toQString(endpoint_.displayName);
-    setPlainText(name);
-    setPlainToolTip(this, name);
+    setPlainText(alias_.isEmpty() ? name : alias_);
+    setPlainToolTip(this, alias_.isEmpty() ? name : alias_ + QLatin1Char('\n') + name);
     setAccessibleDescription((isInput() ? QStringLiteral("Input") : QStringLiteral("Output")) +
                              (endpoint_.isOnline ? QStringLiteral(", online") : QStringLiteral(", offline")) +
                              (isSelected_ ? QStringLiteral(", selected") : QString()));
@@ -123,8 +146,27 @@ void EndpointRow::paintContent(QPainter& painter, const QRectF& whole, const Sta
     paintStatusDot(painter, whole);
 }
 
+QRectF EndpointRow::statusDot(const QRectF& whole) {
+    return {whole.width() - kDotMargin - kDotSize, (whole.height() - kDotSize) / 2, kDotSize, kDotSize};
+}
+
+void EndpointRow::paintLight(QPainter& painter, const QPointF& middle) const {
+    const double level = static_cast<double>(lightLevel_) / kLightSteps;
+    QColor halo = theme().online;
+    halo.setAlphaF(static_cast<float>(kHaloAlpha * level));
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(halo);
+    painter.drawEllipse(middle, kLightRadius, kLightRadius);
+    painter.setBrush(mixed(theme().online, theme().text, level));
+    painter.drawEllipse(middle, kLightCore, kLightCore);
+}
+
 void EndpointRow::paintStatusDot(QPainter& painter, const QRectF& whole) const {
-    const QRectF dot(whole.width() - kDotMargin - kDotSize, (whole.height() - kDotSize) / 2, kDotSize, kDotSize);
+    const QRectF dot = statusDot(whole);
+    if (lightLevel_ > 0) {
+        paintLight(painter, dot.center());
+        return;
+    }
     if (endpoint_.isOnline) {
         painter.setPen(Qt::NoPen);
         painter.setBrush(theme().online);
@@ -148,14 +190,17 @@ QPixmap EndpointRow::dragPicture() const {
 }
 
 void EndpointRow::drag() {
-    emit dragStarted();
     // The drag lives on until its data has been fetched, also when this row goes meanwhile.
     auto* const drag = new QDrag(this);
     auto* const payload = new QMimeData;
-    payload->setText(toQString(EndpointDragPayload::text(endpoint_.id)));
+    payload->setText(toQString(EndpointDragPayload::text(endpoint_.direction, endpoint_.id)));
     drag->setMimeData(payload);
-    drag->setPixmap(dragPicture());
-    drag->setHotSpot(QPoint(qMin(pressedAt_.x(), kDragPictureSize.width() - 1), pressedAt_.y()));
+    // The window draws the card itself, clear of the row that it would be dropped on; without a picture the toolkit
+    // would draw the text.
+    QPixmap nothing(1, 1);
+    nothing.fill(Qt::transparent);
+    drag->setPixmap(nothing);
+    emit dragStarted(drag);
     const QPointer<EndpointRow> stillThere(this);
     drag->exec(Qt::CopyAction);
     if (stillThere) {
@@ -170,7 +215,7 @@ void EndpointRow::mousePressEvent(QMouseEvent* event) {
 
 void EndpointRow::mouseMoveEvent(QMouseEvent* event) {
     const QPoint moved = event->position().toPoint() - pressedAt_;
-    if (isInput() && isDown() && moved.manhattanLength() >= QApplication::startDragDistance()) {
+    if (isDown() && moved.manhattanLength() >= QApplication::startDragDistance()) {
         drag();
         return;
     }
@@ -180,7 +225,7 @@ void EndpointRow::mouseMoveEvent(QMouseEvent* event) {
 void EndpointRow::dragEnterEvent(QDragEnterEvent* event) {
     if (event->mimeData()->hasText()) {
         event->acceptProposedAction();
-        setDropTarget(EndpointDragPayload::sourceID(toUTF8(event->mimeData()->text())).has_value());
+        setDropTarget(droppableEndpoint(*event).has_value());
     }
 }
 
@@ -190,12 +235,21 @@ void EndpointRow::dragLeaveEvent(QDragLeaveEvent*) {
 
 void EndpointRow::dropEvent(QDropEvent* event) {
     setDropTarget(false);
-    const auto sourceID = EndpointDragPayload::sourceID(toUTF8(event->mimeData()->text()));
+    const std::optional<std::int32_t> endpointID = droppableEndpoint(*event);
     event->acceptProposedAction();
-    if (sourceID) {
+    if (endpointID) {
         QMetaObject::invokeMethod(
-            this, [this, id = *sourceID] { emit sourceDropped(id); }, Qt::QueuedConnection);
+            this, [this, id = *endpointID] { emit endpointDropped(id); }, Qt::QueuedConnection);
     }
+}
+
+std::optional<std::int32_t> EndpointRow::droppableEndpoint(const QDropEvent& event) const {
+    const auto other = isInput() ? MIDIEndpointDirection::destination : MIDIEndpointDirection::source;
+    return EndpointDragPayload::endpointID(other, toUTF8(event.mimeData()->text()));
+}
+
+void EndpointRow::contextMenuEvent(QContextMenuEvent* event) {
+    emit menuRequested(event->globalPos());
 }
 
 void EndpointRow::setDropTarget(bool isDropTarget) {

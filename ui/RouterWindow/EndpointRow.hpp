@@ -3,14 +3,18 @@
 #include "core/engine/MIDIEndpointModel.hpp"
 #include "ui/controls/LookButton.hpp"
 
+#include <QDrag>
+#include <QPixmap>
 #include <QPoint>
 #include <QVariantAnimation>
 
 #include <cstdint>
+#include <optional>
 
 namespace corvel::ui {
 
-/// One input or output: a tab docked at the stage's edge. An input can be dragged, an output takes what is dropped.
+/// One input or output: a tab docked at the stage's edge. An input can be dragged onto an output, an output onto an
+/// input.
 class EndpointRow final : public LookButton {
     Q_OBJECT
 
@@ -22,6 +26,12 @@ public:
     [[nodiscard]] const MIDIEndpointModel& endpoint() const { return endpoint_; }
     void setEndpoint(const MIDIEndpointModel& endpoint);
 
+    /// The user's own name for the endpoint, shown instead of the system's; none if empty.
+    void setAlias(const QString& alias);
+
+    /// How bright the light of a message that just passed is, from 0 to 1.
+    void setLight(double level);
+
     [[nodiscard]] bool isSelected() const { return isSelected_; }
     void setSelected(bool isSelected);
 
@@ -31,11 +41,19 @@ public:
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return {0, kHeight}; }
 
-signals:
-    void dragStarted();
+    /// The row as a card, for the time of its drag.
+    [[nodiscard]] QPixmap dragPicture() const;
 
-    /// An input was dropped here. Comes after the drag has ended, on a later turn of the main loop.
-    void sourceDropped(std::int32_t sourceID);
+signals:
+    /// The drag is destroyed on one of the turns of the main loop after its end.
+    void dragStarted(QDrag* drag);
+
+    /// An endpoint of the other direction was dropped here. Comes after the drag has ended, on a later turn of the
+    /// main loop.
+    void endpointDropped(std::int32_t endpointID);
+
+    /// The user wants the endpoint's menu at this place of the screen.
+    void menuRequested(const QPoint& place);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -44,6 +62,7 @@ protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
 
 private:
     /// What a row shows besides its endpoint; the picture under the pointer of a drag shows another state than the row.
@@ -57,13 +76,19 @@ private:
     [[nodiscard]] bool isInput() const { return endpoint_.direction == MIDIEndpointDirection::source; }
     void paint(QPainter& painter, const QRectF& whole, const State& state) const;
     void paintContent(QPainter& painter, const QRectF& whole, const State& state) const;
+    [[nodiscard]] static QRectF statusDot(const QRectF& whole);
     void paintStatusDot(QPainter& painter, const QRectF& whole) const;
-    [[nodiscard]] QPixmap dragPicture() const;
+    void paintLight(QPainter& painter, const QPointF& middle) const;
+    /// The endpoint that a drag carries, if this row takes it.
+    [[nodiscard]] std::optional<std::int32_t> droppableEndpoint(const QDropEvent& event) const;
     void drag();
     void setDropTarget(bool isDropTarget);
     void describe();
 
     MIDIEndpointModel endpoint_;
+    QString alias_;
+    /// In steps, so that a light that fades repaints no more often than its difference can be seen.
+    int lightLevel_ = 0;
     bool isSelected_ = false;
     bool isDropTarget_ = false;
     QVariantAnimation selection_;

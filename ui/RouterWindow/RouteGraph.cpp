@@ -1,12 +1,13 @@
 #include "ui/RouterWindow/RouteGraph.hpp"
 
-#include "ui/QtText.hpp"
+#include "ui/RouterWindow/EndpointNames.hpp"
 #include "ui/RouterWindow/RouteColorPalette.hpp"
 #include "ui/RouterWindow/RouteGraphAccessible.hpp"
 #include "ui/RouterWindow/RouteLinePainting.hpp"
 #include "ui/RouterWindow/UndividedPainting.hpp"
 #include "ui/controls/LookLabel.hpp"
 
+#include <QContextMenuEvent>
 #include <QEvent>
 #include <QImage>
 #include <QMouseEvent>
@@ -41,7 +42,8 @@ RouteGraph::RouteGraph(MIDIRouterViewModel& model, const Look& look, std::shared
       model_(model),
       look_(look),
       ticker_(std::move(clock)),
-      placeholder_(new LookLabel(look, Look::font(15), &Theme::text2, this)) {
+      placeholder_(new LookLabel(look, Look::font(15), &Theme::text2, this)),
+      edges_(look, this) {
     // Before the name: whoever listens asks for the stage's interface as soon as it gets one.
     installRouteGraphAccessibility();
     setAttribute(Qt::WA_OpaquePaintEvent);
@@ -51,6 +53,7 @@ RouteGraph::RouteGraph(MIDIRouterViewModel& model, const Look& look, std::shared
     placeholder_->setAlignment(Qt::AlignCenter);
     placeholder_->setAttribute(Qt::WA_TransparentForMouseEvents);
     connect(&look, &Look::changed, this, &RouteGraph::forgetPictures);
+    connect(&edges_, &RouteGraphEdges::endpointRequested, this, &RouteGraph::endpointRequested);
     connect(&ticker_, &RouteAnimationTicker::nowChanged, this, &RouteGraph::showInstant);
     placeLines();
 }
@@ -62,8 +65,10 @@ void RouteGraph::refresh(const ModelChanges& changes) {
     }
 }
 
-void RouteGraph::setConnectorPositions(const EndpointConnectorYPositions& positions) {
+void RouteGraph::setConnectorPositions(const EndpointConnectorYPositions& positions,
+                                       const EndpointViewports& viewports) {
     positions_ = positions;
+    viewports_ = viewports;
     placeLines();
 }
 
@@ -78,10 +83,7 @@ QString RouteGraph::routeName(const UUID& routeID) const {
     if (route == nullptr) {
         return {};
     }
-    return QStringLiteral("%1 to %2")
-        .arg(toQString(MIDIRouterViewModel::endpointName(route->sourceID, model_.sources(), route->sourceName)),
-             toQString(MIDIRouterViewModel::endpointName(route->destinationID, model_.destinations(),
-                                                         route->destinationName)));
+    return QStringLiteral("%1 to %2").arg(shownInputName(model_, *route), shownOutputName(model_, *route));
 }
 
 QRect RouteGraph::routeRect(const UUID& routeID) const {
@@ -103,7 +105,9 @@ void RouteGraph::selectRoute(const UUID& routeID) {
 // Lines
 
 void RouteGraph::placeLines() {
-    RouteLines lines = makeLines();
+    RouteLineEnds ends(positions_, viewports_, mapTo(window(), QPoint()).y(), height(), model_.routes().size());
+    RouteLines lines = makeLines(ends);
+    edges_.show(ends);
     placeholder_->setVisible(lines.inDrawingOrder().empty());
     if (lines == lines_) {
         return;
@@ -114,29 +118,31 @@ void RouteGraph::placeLines() {
     setHoveredRoute(underMouse() ? routeAt(mapFromGlobal(QCursor::pos())) : std::nullopt);
 }
 
-RouteLines RouteGraph::makeLines() const {
+RouteLines RouteGraph::makeLines(RouteLineEnds& ends) const {
     const std::vector<MIDIRoute>& routes = model_.routes();
     std::vector<RouteLine> lines;
     lines.reserve(routes.size());
     for (std::size_t position = 0; position < routes.size(); ++position) {
         const MIDIRoute& route = routes[position];
+        const RouteAvailability availability = model_.routeAvailability(route);
+        const bool isOutputMissing = availability == RouteAvailability::missingOutput;
+        const bool isInputMissing = availability == RouteAvailability::missingInput;
+        const bool areBothMissing = availability == RouteAvailability::missingEndpoints;
+        const RouteLineEnds::End start =
+            ends.place({MIDIEndpointDirection::source, route.sourceID}, position, isInputMissing || areBothMissing);
+        const RouteLineEnds::End end = ends.place({MIDIEndpointDirection::destination, route.destinationID}, position,
+                                                  isOutputMissing || areBothMissing);
         lines.push_back({.routeID = route.id,
                          .size = size(),
-                         .startY = connectorY({MIDIEndpointDirection::source, route.sourceID}, position),
-                         .endY = connectorY({MIDIEndpointDirection::destination, route.destinationID}, position),
+                         .startY = start.y,
+                         .endY = end.y,
                          .routeColor = RouteColorPalette::color(route.id, routes),
                          .isSelected = model_.selectedRouteID() == route.id,
-                         .availability = model_.routeAvailability(route)});
+                         .availability = availability,
+                         .startKind = start.kind,
+                         .endKind = end.kind});
     }
     return RouteLines(std::move(lines));
-}
-
-double RouteGraph::connectorY(const EndpointPositionKey& key, std::size_t position) const {
-    const auto found = positions_.find(key);
-    if (found == positions_.end()) {
-        return RouteLine::spreadY(position, model_.routes().size(), height());
-    }
-    return found->second - mapTo(window(), QPoint()).y();
 }
 
 void RouteGraph::placePlaceholder() {
@@ -234,6 +240,12 @@ void RouteGraph::mouseReleaseEvent(QMouseEvent* event) {
 
 void RouteGraph::leaveEvent(QEvent*) {
     setHoveredRoute(std::nullopt);
+}
+
+void RouteGraph::contextMenuEvent(QContextMenuEvent* event) {
+    if (const std::optional<UUID> routeID = routeAt(event->pos())) {
+        emit menuRequested(*routeID, event->globalPos());
+    }
 }
 
 // Window

@@ -6,8 +6,10 @@
 #include "ui/Look.hpp"
 #include "ui/ModelChanges.hpp"
 #include "ui/RouterWindow/EndpointPositionKey.hpp"
+#include "ui/RouterWindow/EndpointViewports.hpp"
 #include "ui/RouterWindow/RouteActivity.hpp"
 #include "ui/RouterWindow/RouteAnimationTicker.hpp"
+#include "ui/RouterWindow/RouteGraphEdges.hpp"
 #include "ui/RouterWindow/RouteLines.hpp"
 #include "ui/RouterWindow/SignalSprites.hpp"
 
@@ -43,14 +45,17 @@ public:
     void refresh(const ModelChanges& changes);
 
     /// Takes the heights of the endpoint rows in the window. An endpoint without one has its connectors spread over the
-    /// stage's height.
-    void setConnectorPositions(const EndpointConnectorYPositions& positions);
+    /// stage's height; one whose row is out of sight has its lines end at a chevron.
+    void setConnectorPositions(const EndpointConnectorYPositions& positions, const EndpointViewports& viewports = {});
 
     /// The lines as they are placed now.
     [[nodiscard]] const RouteLines& lines() const { return lines_; }
 
     /// What drives the animation; runs while the stage is shown.
     [[nodiscard]] RouteAnimationTicker& ticker() { return ticker_; }
+
+    /// Where lines end whose row is out of sight.
+    [[nodiscard]] const RouteGraphEdges& edges() const { return edges_; }
 
     /// The connections in the order of the list.
     [[nodiscard]] std::vector<UUID> routeIDs() const;
@@ -66,6 +71,13 @@ public:
     /// Makes this connection the selected one.
     void selectRoute(const UUID& routeID);
 
+signals:
+    /// The user wants to see this endpoint's row.
+    void endpointRequested(const corvel::ui::EndpointPositionKey& endpoint);
+
+    /// The user wants the menu of a connection's line at this place of the screen.
+    void menuRequested(const corvel::UUID& routeID, const QPoint& place);
+
 protected:
     void paintEvent(QPaintEvent* event) override;
     void showEvent(QShowEvent* event) override;
@@ -76,12 +88,12 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void leaveEvent(QEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
 
 private:
     /// Places the lines anew, and repaints if that makes a difference.
     void placeLines();
-    [[nodiscard]] RouteLines makeLines() const;
-    [[nodiscard]] double connectorY(const EndpointPositionKey& key, std::size_t position) const;
+    [[nodiscard]] RouteLines makeLines(RouteLineEnds& ends) const;
     void placePlaceholder();
     /// Has everything painted anew, lines and sprites.
     void forgetPictures();
@@ -110,6 +122,8 @@ private:
     LookLabel* const placeholder_;
 
     EndpointConnectorYPositions positions_;
+    EndpointViewports viewports_;
+    RouteGraphEdges edges_;
     RouteLines lines_;
     RouteActivity activity_;
     /// Whether all events had passed at the latest tick, and the newest of them then.

@@ -1,6 +1,7 @@
 #include "ui/RouterWindow/RouteGraphAccessible.hpp"
 
 #include "core/support/UUID.hpp"
+#include "ui/RouterWindow/HiddenEndsButton.hpp"
 #include "ui/RouterWindow/RouteGraph.hpp"
 
 #include <QAccessible>
@@ -74,7 +75,7 @@ public:
 
     [[nodiscard]] int childCount() const override {
         const auto count = static_cast<int>(graph().routeIDs().size());
-        return count > 0 ? count : QAccessibleWidget::childCount();
+        return count > 0 ? count + static_cast<int>(graph().edges().shown().size()) : 1;
     }
 
     [[nodiscard]] QAccessibleInterface* child(int index) const override {
@@ -82,8 +83,12 @@ public:
         if (ids.empty()) {
             return QAccessibleWidget::child(index);
         }
-        if (index < 0 || index >= static_cast<int>(ids.size())) {
+        if (index < 0 || index >= childCount()) {
             return nullptr;
+        }
+        if (index >= static_cast<int>(ids.size())) {
+            return QAccessible::queryAccessibleInterface(
+                graph().edges().shown()[static_cast<std::size_t>(index) - ids.size()]);
         }
         forgetAllBut(ids);
         return lineOf(ids[static_cast<std::size_t>(index)]);

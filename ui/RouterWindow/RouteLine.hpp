@@ -17,6 +17,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 
 namespace corvel::ui {
@@ -35,6 +36,10 @@ struct RouteLine {
     /// The width of the band around the curve in which a click means this connection.
     static constexpr double kHitWidth = 18;
 
+    /// What there is at an end: the endpoint's row, an edge of the rows behind which the row is scrolled, or nothing
+    /// because there is no such endpoint.
+    enum class EndKind : std::uint8_t { row, above, below, missing };
+
     UUID routeID;
     /// The stage's.
     QSizeF size;
@@ -44,6 +49,8 @@ struct RouteLine {
     QColor routeColor;
     bool isSelected = false;
     RouteAvailability availability = RouteAvailability::active;
+    EndKind startKind = EndKind::row;
+    EndKind endKind = EndKind::row;
 
     bool operator==(const RouteLine&) const = default;
 

@@ -11,6 +11,7 @@ namespace corvel::ui {
 namespace {
 
 constexpr qreal kMarkRadius = 4;
+constexpr qreal kHollowMarkWidth = 1.5;
 constexpr qreal kMiterLimit = 10;
 constexpr qreal kDash = 6;
 constexpr qreal kGap = 5;
@@ -33,6 +34,25 @@ float glowStrength(RouteGlow glow, AppAppearanceMode mode) {
             break;
     }
     return 0;
+}
+
+/// A row's mark is filled. Where there is no row it is hollow, since by chance it may stand beside another device;
+/// where the row is out of sight there is none.
+void paintMark(QPainter& painter, QPainterPath (*shape)(const QRectF& rect), const QRectF& rect,
+               RouteLine::EndKind kind, const QColor& color) {
+    switch (kind) {
+        case RouteLine::EndKind::row:
+            painter.fillPath(shape(rect), color);
+            break;
+        case RouteLine::EndKind::missing: {
+            constexpr qreal kInset = kHollowMarkWidth / 2;
+            painter.strokePath(shape(rect.adjusted(kInset, kInset, -kInset, -kInset)), QPen(color, kHollowMarkWidth));
+            break;
+        }
+        case RouteLine::EndKind::above:
+        case RouteLine::EndKind::below:
+            break;
+    }
 }
 
 QPen flatPen(const QColor& color, qreal width) {
@@ -65,8 +85,8 @@ void paintRouteLine(QPainter& painter, const RouteLine& line, RouteGlow glow, Ap
 
 void paintConnectorMarks(QPainter& painter, const RouteLine& line, AppAppearanceMode mode) {
     const QColor color = line.markColor(Theme::of(mode));
-    painter.fillPath(startMarkPath(line.startMark()), color);
-    painter.fillPath(endMarkPath(line.endMark()), color);
+    paintMark(painter, startMarkPath, line.startMark(), line.startKind, color);
+    paintMark(painter, endMarkPath, line.endMark(), line.endKind, color);
 }
 
 QPainterPath startMarkPath(const QRectF& rect) {

@@ -2,17 +2,20 @@
 
 #include "ui/RouterWindow/ChannelAssignmentDialog.hpp"
 #include "ui/RouterWindow/RouteColorPalette.hpp"
+#include "ui/RouterWindow/RouteMenu.hpp"
 #include "ui/RouterWindow/RouteRow.hpp"
 #include "ui/controls/LookLabel.hpp"
 #include "ui/controls/LookScrollArea.hpp"
 #include "ui/controls/Painting.hpp"
 
+#include <QDeadlineTimer>
 #include <QEasingCurve>
 #include <QPainter>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <unordered_map>
 #include <unordered_set>
@@ -26,6 +29,10 @@ constexpr int kHeadingHeight = 36;
 constexpr int kHeadingX = 16;
 constexpr int kHandleDistance = 2;
 constexpr int kScrollDuration = 180;
+/// More rows than any screen shows.
+constexpr std::size_t kRowsAtOnce = 24;
+/// How long making rows holds up the main thread at a time, at most by one row more.
+constexpr std::chrono::milliseconds kMakingSlice(3);
 
 constexpr int kHeightWithoutRoutes = 40;
 constexpr int kMinimumHeight = 180;
@@ -63,6 +70,7 @@ RouteList::RouteList(MIDIRouterViewModel& model, const Look& look, QWidget* pare
     QScrollBar* const bar = scrollArea_->verticalScrollBar();
     scrolling_.setStartValue(0.0);
     scrolling_.setEndValue(1.0);
+    connect(&rowMaking_, &QTimer::timeout, this, &RouteList::makeMoreRows);
     connect(&scrolling_, &QVariantAnimation::valueChanged, this, &RouteList::scrollOn);
     connect(bar, &QScrollBar::valueChanged, this, &RouteList::showStatuses);
     connect(&look, &Look::changed, this, [this] { update(); });
@@ -80,6 +88,11 @@ void RouteList::refresh(const ModelChanges& changes) {
     using Property = ModelChanges::Property;
     if (changes.containAny({Property::routes, Property::sources, Property::destinations})) {
         showRoutes();
+    }
+    if (changes.containAny({Property::selectedRouteSetID}) &&
+        std::exchange(shownSetID_, model_.selectedRouteSetID()) != model_.selectedRouteSetID()) {
+        scrolling_.stop();
+        scrollArea_->verticalScrollBar()->setValue(0);
     }
     if (changes.containAny({Property::routes, Property::selectedRouteID})) {
         showSelection();
@@ -99,24 +112,52 @@ void RouteList::showRoutes() {
     }
     const std::unordered_set<UUID> feedback = model_.feedbackRouteIDs();
     std::vector<RouteRow*> rows;
+    std::size_t made = 0;
     for (const MIDIRoute& route : model_.routes()) {
         const QColor colour = RouteColorPalette::color(route.id, model_.routes());
         if (const auto found = present.find(route.id); found != present.end()) {
             found->second->showRoute(route, colour);
             rows.push_back(found->second);
             present.erase(found);
-        } else {
+        } else if (made++ < kRowsAtOnce) {
             rows.push_back(makeRow(route, colour));
+        } else {
+            break;
         }
         rows.back()->setFeedsBack(feedback.contains(route.id));
     }
     for (const auto& [id, row] : present) {
         // Its own click may be what removed it.
         row->hide();
-        row->deleteLater();
+        formerRows_.emplace_back(row);
     }
+    scrollArea_->widget()->setMinimumHeight(static_cast<int>(model_.routes().size()) * RouteRow::kHeight);
     if (rows != std::exchange(rows_, rows)) {
-        orderRows();
+        orderRows(0);
+    }
+    rowMaking_.start();
+}
+
+void RouteList::makeMoreRows() {
+    const std::vector<MIDIRoute>& routes = model_.routes();
+    const QDeadlineTimer end(kMakingSlice);
+    const std::size_t first = rows_.size();
+    // Only as long as the rows are the first of the connections; if not, the news of that is on its way.
+    const bool fits = first <= routes.size() && (first == 0 || rows_.back()->routeID() == routes[first - 1].id);
+    while (fits && rows_.size() < routes.size() && !end.hasExpired()) {
+        const MIDIRoute& route = routes[rows_.size()];
+        rows_.push_back(makeRow(route, RouteColorPalette::color(route.id, routes)));
+    }
+    if (rows_.size() > first) {
+        orderRows(first);
+        showSelection();
+    }
+    while (!formerRows_.empty() && !end.hasExpired()) {
+        delete formerRows_.back();
+        formerRows_.pop_back();
+    }
+    if (formerRows_.empty() && (!fits || rows_.size() == routes.size())) {
+        rowMaking_.stop();
     }
 }
 
@@ -124,14 +165,15 @@ RouteRow* RouteList::makeRow(const MIDIRoute& route, const QColor& colour) {
     auto* const row = new RouteRow(model_, look_, route, colour, scrollArea_->widget());
     connect(row, &RouteRow::neighbourRequested, this, [this, row](int offset) { selectNeighbour(row, offset); });
     connect(row, &RouteRow::addRequested, this, [this, row] { openDialog(row->routeID(), Purpose::add); });
+    connect(row, &RouteRow::menuRequested, this, [this, row](const QPoint& place) { openMenu(row->routeID(), place); });
     connect(row, &RouteRow::editRequested, this, [this, row] { openDialog(row->routeID(), Purpose::edit); });
     return row;
 }
 
-void RouteList::orderRows() {
+void RouteList::orderRows(std::size_t first) {
     auto& layout = static_cast<QVBoxLayout&>(*scrollArea_->widget()->layout());
-    QWidget* previous = nullptr;
-    for (std::size_t index = 0; index < rows_.size(); ++index) {
+    QWidget* previous = first > 0 ? rows_[first - 1]->focusViews().back() : nullptr;
+    for (std::size_t index = first; index < rows_.size(); ++index) {
         layout.insertWidget(static_cast<int>(index), rows_[index]);
         rows_[index]->show();
         for (QWidget* const view : rows_[index]->focusViews()) {
@@ -152,10 +194,12 @@ void RouteList::showSelection() {
         row->setHairline(!isSelected && !isPreviousSelected);
         isPreviousSelected = isSelected;
     }
-    if (selection == std::exchange(shownSelection_, selection) || !selection) {
+    const bool isMade = selection && std::ranges::find(rows_, *selection, &RouteRow::routeID) != rows_.end();
+    if (selection && !isMade && model_.route(*selection) != nullptr) {
+        // Its row is still to be made.
         return;
     }
-    if (std::ranges::find(rows_, *selection, &RouteRow::routeID) != rows_.end()) {
+    if (selection != std::exchange(shownSelection_, selection) && isMade) {
         scrollToSelectedRoute();
     }
 }
@@ -200,6 +244,13 @@ void RouteList::selectNeighbour(const RouteRow* row, int offset) {
     model_.setSelectedRouteID(other->routeID());
     // As if tabbed to: whoever uses the keyboard sees where it goes.
     other->setFocus(Qt::TabFocusReason);
+}
+
+void RouteList::openMenu(const UUID& routeID, const QPoint& place) {
+    openRouteMenu(model_, look_, routeID,
+                  {.add = [this, routeID] { openDialog(routeID, Purpose::add); },
+                   .edit = [this, routeID] { openDialog(routeID, Purpose::edit); }},
+                  place, this);
 }
 
 void RouteList::openDialog(const UUID& routeID, Purpose purpose) {

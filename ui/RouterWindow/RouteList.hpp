@@ -6,9 +6,11 @@
 #include "ui/ModelChanges.hpp"
 
 #include <QPointer>
+#include <QTimer>
 #include <QVariantAnimation>
 #include <QWidget>
 
+#include <cstddef>
 #include <optional>
 #include <vector>
 
@@ -29,6 +31,9 @@ public:
     /// Reads again what may have changed in the model.
     void refresh(const ModelChanges& changes);
 
+    /// Selects a connection and opens its menu at a place of the screen.
+    void openMenu(const UUID& routeID, const QPoint& place);
+
     /// The list's height in a window of this height, both in logical pixels.
     [[nodiscard]] static int heightIn(int windowHeight, bool hasRoutes);
 
@@ -39,10 +44,14 @@ protected:
 private:
     enum class Purpose { add, edit };
 
-    /// Keeps the rows of the connections that are still there, whatever their place.
+    /// Keeps the rows of the connections that are still there, whatever their place. Of many new ones it makes the
+    /// first and leaves the others to `makeMoreRows`: a row is a dozen views, and hundreds of them take a second.
     void showRoutes();
+    /// Makes rows that are still missing and destroys such that are no longer needed, for a few milliseconds.
+    void makeMoreRows();
+    /// Puts the rows from this place on below each other.
+    void orderRows(std::size_t first);
     [[nodiscard]] RouteRow* makeRow(const MIDIRoute& route, const QColor& colour);
-    void orderRows();
     void showSelection();
     /// Shows the newest message in the rows that can be seen.
     void showStatuses();
@@ -56,10 +65,14 @@ private:
     const Look& look_;
     LookLabel* heading_;
     LookScrollArea* scrollArea_;
-    /// In the order of the model's connections.
+    /// In the order of the model's connections; the last ones may not be made yet.
     std::vector<RouteRow*> rows_;
+    std::vector<QPointer<RouteRow>> formerRows_;
+    QTimer rowMaking_;
     /// The selection that was last shown, the reason to scroll.
     std::optional<UUID> shownSelection_;
+    /// The set whose connections were last shown, the reason to scroll up.
+    std::optional<UUID> shownSetID_;
     /// From 0 to 1 while the list scrolls by itself, and the scroll bar's value when that began.
     QVariantAnimation scrolling_;
     int scrollStart_ = 0;

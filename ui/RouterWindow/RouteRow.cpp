@@ -1,12 +1,14 @@
 #include "ui/RouterWindow/RouteRow.hpp"
 
 #include "ui/QtText.hpp"
+#include "ui/RouterWindow/EndpointNames.hpp"
 #include "ui/RouterWindow/KeyEventShortcut.hpp"
 #include "ui/RouterWindow/RouteNamesView.hpp"
 #include "ui/RouterWindow/RouteSwatch.hpp"
 #include "ui/RouterWindow/RouteTexts.hpp"
 #include "ui/controls/Painting.hpp"
 
+#include <QContextMenuEvent>
 #include <QEasingCurve>
 #include <QKeyEvent>
 #include <QPainter>
@@ -78,10 +80,8 @@ std::vector<QWidget*> RouteRow::focusViews() {
 }
 
 void RouteRow::showRoute(const MIDIRoute& route, const QColor& colour) {
-    Shown shown{
-        route, toQString(MIDIRouterViewModel::endpointName(route.sourceID, model_.sources(), route.sourceName)),
-        toQString(MIDIRouterViewModel::endpointName(route.destinationID, model_.destinations(), route.destinationName)),
-        model_.routeAvailability(route), colour};
+    Shown shown{route, shownInputName(model_, route), shownOutputName(model_, route), model_.routeAvailability(route),
+                colour};
     if (shown_ != shown) {
         shown_ = std::move(shown);
         swatch_->setLine(colour, shown_->availability != RouteAvailability::active);
@@ -186,8 +186,10 @@ void RouteRow::setSelected(bool isSelected) {
 }
 
 void RouteRow::setHairline(bool hasHairline) {
-    hasHairline_ = hasHairline;
-    update();
+    if (hasHairline != hasHairline_) {
+        hasHairline_ = hasHairline;
+        update();
+    }
 }
 
 void RouteRow::toggleEnabled() {
@@ -201,6 +203,10 @@ void RouteRow::chooseVariant(int index) {
     if (place < openedVariantIDs_.size()) {
         model_.setActiveVariant(openedVariantIDs_[place], routeID_);
     }
+}
+
+void RouteRow::contextMenuEvent(QContextMenuEvent* event) {
+    emit menuRequested(event->globalPos());
 }
 
 void RouteRow::resizeEvent(QResizeEvent* event) {

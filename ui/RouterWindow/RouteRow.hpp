@@ -55,6 +55,8 @@ public:
 signals:
     void addRequested();
     void editRequested();
+    /// The user wants the connection's menu at this place of the screen.
+    void menuRequested(const QPoint& place);
     /// An arrow key asks for the row so many places below this one.
     void neighbourRequested(int offset);
 
@@ -62,6 +64,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
 
 private:
     /// What the row shows, its newest message apart.

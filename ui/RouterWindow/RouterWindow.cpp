@@ -1,7 +1,11 @@
 #include "ui/RouterWindow/RouterWindow.hpp"
 
+#include "ui/QtText.hpp"
 #include "ui/RouterWindow/ConnectionSetBar.hpp"
-#include "ui/RouterWindow/EndpointColumn.hpp"
+#include "ui/RouterWindow/EndpointDragGuide.hpp"
+#include "ui/RouterWindow/EndpointFilterBar.hpp"
+#include "ui/RouterWindow/EndpointLights.hpp"
+#include "ui/RouterWindow/EndpointMenu.hpp"
 #include "ui/RouterWindow/HeaderBar.hpp"
 #include "ui/RouterWindow/RouteGraph.hpp"
 #include "ui/RouterWindow/RouteList.hpp"
@@ -10,10 +14,12 @@
 #include "ui/RouterWindow/StatusBar.hpp"
 
 #include <QHBoxLayout>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 #include <algorithm>
 #include <initializer_list>
+#include <unordered_set>
 #include <utility>
 
 namespace corvel::ui {
@@ -36,6 +42,8 @@ RouterWindow::RouterWindow(MIDIRouterViewModel& model, const Look& look, std::sh
       graph_(new RouteGraph(model, look, std::move(clock), this)),
       list_(new RouteList(model, look, this)),
       statusBar_(new StatusBar(model, look, this)),
+      lights_(new EndpointLights(
+          *inputs_, *outputs_, [&model] { return model.takeEndpointsWithTraffic(); }, this)),
       modelRefresh_(model) {
     setWindowTitle(QStringLiteral("Corvel"));
     setMinimumSize(kMinimumSize);
@@ -60,8 +68,10 @@ RouterWindow::RouterWindow(MIDIRouterViewModel& model, const Look& look, std::sh
     for (QWidget* const view : std::initializer_list<QWidget*>{inputs_, outputs_, graph_}) {
         view->setMinimumHeight(1);
     }
+    new EndpointDragGuide(look, *inputs_, *outputs_, content);
 
     connectColumns();
+    addShortcuts();
     connect(header_, &HeaderBar::settingsRequested, this, &RouterWindow::presentSettings);
     connect(&modelRefresh_, &ModelRefresh::changed, this, &RouterWindow::refresh);
     refreshColumns(ModelChanges::all());
@@ -75,11 +85,59 @@ void RouterWindow::connectColumns() {
             [this](std::int32_t id) { model_.setSelectedSourceID(id); });
     connect(outputs_, &EndpointColumn::endpointSelected, this,
             [this](std::int32_t id) { model_.setSelectedDestinationID(id); });
-    connect(outputs_, &EndpointColumn::sourceDropped, this,
-            [this](std::int32_t sourceID, std::int32_t destinationID) { model_.connect(sourceID, destinationID); });
-    for (const EndpointColumn* const column : {inputs_, outputs_}) {
+    connect(graph_, &RouteGraph::endpointRequested, this, [this](const EndpointPositionKey& endpoint) {
+        column(endpoint.direction).centreEndpoint(endpoint.endpointID);
+    });
+    connect(graph_, &RouteGraph::menuRequested, list_, &RouteList::openMenu);
+    connect(&graph_->ticker(), &RouteAnimationTicker::nowChanged, lights_,
+            [this] { lights_->show(graph_->ticker().now()); });
+    for (const auto& [column, direction] :
+         {std::pair{inputs_, MIDIEndpointDirection::source}, std::pair{outputs_, MIDIEndpointDirection::destination}}) {
+        connect(column, &EndpointColumn::menuRequested, this, [this, direction](std::int32_t id, const QPoint& place) {
+            openEndpointMenu(model_, look_, {direction, id}, place, this);
+        });
+        connect(column, &EndpointColumn::renamingRequested, this, [this, direction](std::int32_t id) {
+            askForEndpointAlias(model_, look_, {direction, id}, this);
+        });
+        connect(column, &EndpointColumn::connectionRequested, this,
+                [this](std::int32_t sourceID, std::int32_t destinationID) { model_.connect(sourceID, destinationID); });
         connect(column, &EndpointColumn::connectorPositionsChanged, this, &RouterWindow::updateConnectorPositions);
     }
+}
+
+EndpointColumn& RouterWindow::column(MIDIEndpointDirection direction) const {
+    return direction == MIDIEndpointDirection::source ? *inputs_ : *outputs_;
+}
+
+void RouterWindow::addShortcuts() {
+    const auto add = [this](const QKeySequence& keys, void (RouterWindow::*action)()) {
+        auto* const shortcut = new QShortcut(keys, this);
+        // Held keys do a thing once.
+        shortcut->setAutoRepeat(false);
+        connect(shortcut, &QShortcut::activated, this, action);
+    };
+    add(QKeySequence(Qt::CTRL | Qt::Key_F), &RouterWindow::focusFilter);
+    add(QKeySequence(Qt::CTRL | Qt::Key_PageUp), &RouterWindow::selectPreviousSet);
+    add(QKeySequence(Qt::CTRL | Qt::Key_PageDown), &RouterWindow::selectNextSet);
+    add(QKeySequence(Qt::Key_F11), &RouterWindow::toggleFullScreen);
+}
+
+void RouterWindow::selectPreviousSet() {
+    setBar_->selectNeighbour(-1);
+}
+
+void RouterWindow::selectNextSet() {
+    setBar_->selectNeighbour(1);
+}
+
+void RouterWindow::toggleFullScreen() {
+    setWindowState(windowState() ^ Qt::WindowFullScreen);
+}
+
+void RouterWindow::focusFilter() {
+    const bool isInOutputs = outputs_->isAncestorOf(focusWidget());
+    const bool goesToOutputs = isInOutputs ? !outputs_->filter().isFieldFocused() : inputs_->filter().isFieldFocused();
+    (goesToOutputs ? outputs_ : inputs_)->filter().focusField();
 }
 
 void RouterWindow::refresh(const ModelChanges& changes) {
@@ -97,13 +155,35 @@ void RouterWindow::refresh(const ModelChanges& changes) {
     }
 }
 
+EndpointColumn::Aliases RouterWindow::aliases(MIDIEndpointDirection direction,
+                                              const std::vector<MIDIEndpointModel>& endpoints) const {
+    EndpointColumn::Aliases aliases;
+    for (const MIDIEndpointModel& endpoint : endpoints) {
+        if (const std::string* const alias = model_.endpointAliases().find(direction, endpoint.id); alias != nullptr) {
+            aliases.emplace(endpoint.id, toQString(*alias));
+        }
+    }
+    return aliases;
+}
+
 void RouterWindow::refreshColumns(const ModelChanges& changes) {
     using Property = ModelChanges::Property;
     if (changes.containAny({Property::sources})) {
-        inputs_->setEndpoints(model_.sources());
+        inputs_->setEndpoints(model_.sources(), aliases(MIDIEndpointDirection::source, model_.sources()));
     }
     if (changes.containAny({Property::destinations})) {
-        outputs_->setEndpoints(model_.destinations());
+        outputs_->setEndpoints(model_.destinations(),
+                               aliases(MIDIEndpointDirection::destination, model_.destinations()));
+    }
+    if (changes.containAny({Property::routes})) {
+        std::unordered_set<std::int32_t> inputIDs;
+        std::unordered_set<std::int32_t> outputIDs;
+        for (const MIDIRoute& route : model_.routes()) {
+            inputIDs.insert(route.sourceID);
+            outputIDs.insert(route.destinationID);
+        }
+        inputs_->setConnectedEndpoints(std::move(inputIDs));
+        outputs_->setConnectedEndpoints(std::move(outputIDs));
     }
     if (changes.containAny({Property::selectedSourceID})) {
         inputs_->setSelection(model_.selectedSourceID());
@@ -111,6 +191,27 @@ void RouterWindow::refreshColumns(const ModelChanges& changes) {
     if (changes.containAny({Property::selectedDestinationID})) {
         outputs_->setSelection(model_.selectedDestinationID());
     }
+    if (changes.containAny({Property::selectedRouteSetID, Property::selectedRouteID})) {
+        showConnectionEnds();
+    }
+}
+
+void RouterWindow::showConnectionEnds() {
+    const bool isOtherSet = std::exchange(shownSetID_, model_.selectedRouteSetID()) != model_.selectedRouteSetID();
+    const std::optional<UUID>& selected = model_.selectedRouteID();
+    const bool isOtherRoute = std::exchange(shownRouteID_, selected) != selected;
+    if (selected && isOtherRoute) {
+        if (const MIDIRoute* const route = model_.route(*selected); route != nullptr) {
+            showEnds(*route);
+        }
+    } else if (isOtherSet && !model_.routes().empty()) {
+        showEnds(model_.routes().front());
+    }
+}
+
+void RouterWindow::showEnds(const MIDIRoute& route) {
+    inputs_->showEndpoint(route.sourceID);
+    outputs_->showEndpoint(route.destinationID);
 }
 
 void RouterWindow::fitBands() {
@@ -125,7 +226,13 @@ void RouterWindow::updateConnectorPositions() {
     inputs_->reportConnectorPositions(positions);
     outputs_->reportConnectorPositions(positions);
     endpointConnectorYPositions_ = std::move(positions);
-    graph_->setConnectorPositions(endpointConnectorYPositions_);
+    const auto range = [](const EndpointColumn& column) {
+        const QRect rows = column.rowsRect();
+        return EndpointViewports::Range{static_cast<double>(rows.top()),
+                                        static_cast<double>(rows.top() + rows.height())};
+    };
+    graph_->setConnectorPositions(endpointConnectorYPositions_,
+                                  {.inputs = range(*inputs_), .outputs = range(*outputs_)});
 }
 
 void RouterWindow::installShortcutMonitor() {

@@ -2,9 +2,11 @@
 
 #include "app/MIDIRouterViewModel.hpp"
 #include "core/support/Clock.hpp"
+#include "core/support/UUID.hpp"
 #include "ui/Look.hpp"
 #include "ui/ModelChanges.hpp"
 #include "ui/ModelRefresh.hpp"
+#include "ui/RouterWindow/EndpointColumn.hpp"
 #include "ui/RouterWindow/EndpointPositionKey.hpp"
 
 #include <QList>
@@ -12,13 +14,16 @@
 #include <QPointer>
 
 #include <memory>
+#include <optional>
+#include <vector>
 
 class QAction;
 
 namespace corvel::ui {
 
 class ConnectionSetBar;
-class EndpointColumn;
+class EndpointDragGuide;
+class EndpointLights;
 class HeaderBar;
 class RouteGraph;
 class RouteList;
@@ -64,6 +69,20 @@ private:
     void refreshColumns(const ModelChanges& changes);
     /// Gives list and columns the size that they have in a window of this size.
     void fitBands();
+    /// Scrolls the endpoints of a connection that was just selected into view, and those of a set's first connection
+    /// when another set was chosen.
+    void showConnectionEnds();
+    void showEnds(const MIDIRoute& route);
+    [[nodiscard]] EndpointColumn& column(MIDIEndpointDirection direction) const;
+    [[nodiscard]] EndpointColumn::Aliases aliases(MIDIEndpointDirection direction,
+                                                  const std::vector<MIDIEndpointModel>& endpoints) const;
+    /// Gives the keyboard to the filter of the column that has it, else to that of the inputs; from one filter to the
+    /// other.
+    void focusFilter();
+    void addShortcuts();
+    void selectPreviousSet();
+    void selectNextSet();
+    void toggleFullScreen();
     void updateConnectorPositions();
     void presentSettings();
     void connectColumns();
@@ -77,6 +96,10 @@ private:
     RouteGraph* graph_;
     RouteList* list_;
     StatusBar* statusBar_;
+    EndpointLights* lights_;
+    /// What was selected when the columns were last scrolled to it.
+    std::optional<UUID> shownSetID_;
+    std::optional<UUID> shownRouteID_;
     QPointer<SettingsSheet> settings_;
     std::unique_ptr<ShortcutMonitor> shortcutMonitor_;
     EndpointConnectorYPositions endpointConnectorYPositions_;

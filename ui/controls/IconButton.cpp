@@ -27,6 +27,11 @@ void IconButton::setIconName(const QString& name) {
     update();
 }
 
+void IconButton::setChosen(bool isChosen) {
+    isChosen_ = isChosen;
+    update();
+}
+
 void IconButton::setHelp(const QString& help) {
     setPlainToolTip(this, help);
     setAccessibleName(help);
@@ -41,7 +46,8 @@ QColor IconButton::ink() const {
     if (!isEnabled()) {
         return theme().disabled;
     }
-    return mixed(theme().*restInk_, role_ == Role::destructive ? theme().danger : theme().text, hoverLevel());
+    return mixed(isChosen_ ? theme().accent : theme().*restInk_,
+                 role_ == Role::destructive ? theme().danger : theme().text, hoverLevel());
 }
 
 void IconButton::paintEvent(QPaintEvent*) {
@@ -49,7 +55,8 @@ void IconButton::paintEvent(QPaintEvent*) {
     painter.setRenderHint(QPainter::Antialiasing);
     if (isEnabled()) {
         painter.fillPath(roundedPath(rect(), kRadius),
-                         stateFill(transparent(theme().raisedHover), theme().raisedHover, theme().raisedPressed));
+                         stateFill(isChosen_ ? theme().selected : transparent(theme().raisedHover), theme().raisedHover,
+                                   theme().raisedPressed));
     }
     const int offset = (side_ - kIconSize) / 2;
     painter.drawPixmap(offset, offset, look().icon(iconName_, kIconSize, ink(), devicePixelRatioF()));

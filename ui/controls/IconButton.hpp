@@ -23,6 +23,9 @@ public:
     void setIconName(const QString& name);
     void setRole(Role role) { role_ = role; }
 
+    /// Whether what the button switches is on: then it stands on a ground of its own.
+    void setChosen(bool isChosen);
+
     /// The tooltip and the name.
     void setHelp(const QString& help);
 
@@ -41,6 +44,7 @@ private:
     QString iconName_;
     int side_;
     Role role_ = Role::plain;
+    bool isChosen_ = false;
     QColor Theme::*restInk_ = &Theme::text2;
 };
 

@@ -3,6 +3,7 @@
 #include "tests/ui/support/DragEvents.hpp"
 #include "tests/ui/support/EndpointBuilders.hpp"
 #include "tests/ui/support/ViewProbe.hpp"
+#include "ui/RouterWindow/EndpointFilterBar.hpp"
 #include "ui/RouterWindow/EndpointRow.hpp"
 #include "ui/RouterWindow/EndpointSelectionDetails.hpp"
 #include "ui/controls/LookScrollArea.hpp"
@@ -156,11 +157,76 @@ TEST_F(EndpointColumnTests, ReportsWhatIsDroppedWithTheRowsOwnID) {
     outputs.setEndpoints({makeOutput(1021, "Synth"), makeOutput(1022, "Drums")});
     std::vector<std::pair<std::int32_t, std::int32_t>> dropped;
     QObject::connect(
-        &outputs, &EndpointColumn::sourceDropped, &outputs,
+        &outputs, &EndpointColumn::connectionRequested, &outputs,
         [&dropped](std::int32_t source, std::int32_t destination) { dropped.emplace_back(source, destination); });
     tests::drop(*outputs.rows()[1], "app.corvel.source:1011");
     turn();
     EXPECT_THAT(dropped, ElementsAre(Pair(1011, 1022)));
+}
+
+TEST_F(EndpointColumnTests, ReportsAnOutputThatIsDroppedOnAnInput) {
+    inputs.setEndpoints({makeInput(1011, "Keys")});
+    std::vector<std::pair<std::int32_t, std::int32_t>> dropped;
+    QObject::connect(
+        &inputs, &EndpointColumn::connectionRequested, &inputs,
+        [&dropped](std::int32_t source, std::int32_t destination) { dropped.emplace_back(source, destination); });
+    tests::drop(*inputs.rows()[0], "app.corvel.destination:1022");
+    turn();
+    EXPECT_THAT(dropped, ElementsAre(Pair(1011, 1022)));
+}
+
+TEST_F(EndpointColumnTests, ShowsTheEndpointsWhoseNamesHaveEveryWordOfTheFilter) {
+    inputs.setEndpoints({makeInput(1, "Stage Piano"), makeInput(2, "Grand piano left"), makeInput(3, "Pads")},
+                        {{3, "My Piano"}});
+    inputs.filter().type("PIANO");
+    EXPECT_THAT(names(inputs), ElementsAre("Stage Piano", "Grand piano left", "Pads"));
+    inputs.filter().type(" gra");
+    EXPECT_THAT(names(inputs), ElementsAre("Grand piano left"));
+    inputs.filter().type("x");
+    EXPECT_THAT(names(inputs), IsEmpty());
+    EXPECT_THAT(tests::labelTexts(inputs), QStringList({"Input", "No input matches the filter"}));
+    inputs.filter().clear();
+    EXPECT_THAT(names(inputs), ElementsAre("Stage Piano", "Grand piano left", "Pads"));
+}
+
+TEST_F(EndpointColumnTests, ShowsOnlyConnectedEndpointsIfAsked) {
+    inputs.setEndpoints(manyInputs(4));
+    inputs.setConnectedEndpoints({2, 4});
+    QTest::mouseClick(&tests::button(inputs, "Show only connected inputs"), Qt::LeftButton);
+    EXPECT_THAT(names(inputs), ElementsAre("Input 2", "Input 4"));
+    inputs.setConnectedEndpoints({1});
+    EXPECT_THAT(names(inputs), ElementsAre("Input 1"));
+    QTest::mouseClick(&tests::button(inputs, "Show all inputs"), Qt::LeftButton);
+    EXPECT_EQ(names(inputs).size(), 4U);
+}
+
+TEST_F(EndpointColumnTests, CountsEndpointsThatTheFilterLeavesOutAsBelowAllRows) {
+    inputs.setEndpoints(manyInputs(2));
+    inputs.filter().type("2");
+    turn();
+    EXPECT_THAT(positions(inputs), UnorderedElementsAre(Pair(EndpointPositionKey{Direction::source, 2}, 60),
+                                                        Pair(EndpointPositionKey{Direction::source, 1}, 405)));
+    inputs.centreEndpoint(1);
+    EXPECT_EQ(names(inputs).size(), 2U);
+}
+
+TEST_F(EndpointColumnTests, KeepsTheDetailsOfASelectedEndpointThatTheFilterLeavesOut) {
+    inputs.setEndpoints(manyInputs(2));
+    inputs.setSelection(1);
+    inputs.filter().type("2");
+    ASSERT_NE(inputs.selectedEndpoint(), nullptr);
+    EXPECT_EQ(inputs.selectedEndpoint()->id, 1);
+}
+
+TEST_F(EndpointColumnTests, BeginsItsFilterWithWhatIsTypedOnARow) {
+    inputs.setEndpoints(manyInputs(12));
+    window.activateWindow();
+    inputs.rows()[0]->setFocus();
+    QTest::keyClicks(inputs.rows()[0], "1");
+    EXPECT_EQ(names(inputs).size(), 4U);
+    EXPECT_TRUE(inputs.filter().isFieldFocused());
+    QTest::keyClick(inputs.rows()[0], Qt::Key_Escape);
+    EXPECT_EQ(names(inputs).size(), 12U);
 }
 
 TEST_F(EndpointColumnTests, MarksTheSelectedEndpointAlone) {

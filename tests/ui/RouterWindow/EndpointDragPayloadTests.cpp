@@ -13,11 +13,13 @@ namespace {
 
 using namespace std::string_view_literals;
 
-TEST(EndpointDragPayload, IsTheApplicationAndTheSourceInDecimal) {
-    EXPECT_EQ(EndpointDragPayload::text(1048576), "app.corvel.source:1048576");
-    EXPECT_EQ(EndpointDragPayload::text(-5), "app.corvel.source:-5");
-    EXPECT_EQ(EndpointDragPayload::text(0), "app.corvel.source:0");
-    EXPECT_EQ(EndpointDragPayload::text(std::numeric_limits<std::int32_t>::min()), "app.corvel.source:-2147483648");
+TEST(EndpointDragPayload, IsTheApplicationTheDirectionAndTheEndpointInDecimal) {
+    using enum MIDIEndpointDirection;
+    EXPECT_EQ(EndpointDragPayload::text(source, 1048576), "app.corvel.source:1048576");
+    EXPECT_EQ(EndpointDragPayload::text(source, -5), "app.corvel.source:-5");
+    EXPECT_EQ(EndpointDragPayload::text(source, 0), "app.corvel.source:0");
+    EXPECT_EQ(EndpointDragPayload::text(source, std::numeric_limits<std::int32_t>::min()),
+              "app.corvel.source:-2147483648");
 }
 
 TEST(EndpointDragPayload, GivesTheSourceThatItWasMadeOf) {

@@ -50,9 +50,9 @@ protected:
         // Away from the pointer.
         output.move(500, 500);
         input.move(500, 600);
-        QObject::connect(&output, &EndpointRow::sourceDropped, &output,
+        QObject::connect(&output, &EndpointRow::endpointDropped, &output,
                          [this](std::int32_t sourceID) { dropped.push_back(sourceID); });
-        QObject::connect(&input, &EndpointRow::sourceDropped, &input,
+        QObject::connect(&input, &EndpointRow::endpointDropped, &input,
                          [this](std::int32_t sourceID) { dropped.push_back(sourceID); });
     }
 
@@ -204,10 +204,10 @@ TEST_F(EndpointRowTests, IsReadyForTheNextClickAfterADrag) {
     EXPECT_EQ(clicks.size(), 1);
 }
 
-TEST_F(EndpointRowTests, IsNotDraggedWhileItIsAnOutput) {
+TEST_F(EndpointRowTests, CarriesItsDestinationWhenDraggedAsAnOutput) {
     const DragRecorder drags;
     dragBy(output, 40);
-    EXPECT_THAT(drags.texts, IsEmpty());
+    EXPECT_THAT(drags.texts, ElementsAre("app.corvel.destination:7"));
 }
 
 TEST_F(EndpointRowTests, ReportsADroppedSourceOnALaterTurn) {
@@ -221,7 +221,7 @@ TEST_F(EndpointRowTests, ReportsADroppedSourceOnALaterTurn) {
 TEST_F(EndpointRowTests, ForgetsADropWhenItIsGone) {
     {
         EndpointRow row(look, makeOutput(7, "Synth"), nullptr);
-        QObject::connect(&row, &EndpointRow::sourceDropped, &output,
+        QObject::connect(&row, &EndpointRow::endpointDropped, &output,
                          [this](std::int32_t sourceID) { dropped.push_back(sourceID); });
         tests::drop(row, "app.corvel.source:5");
     }
@@ -244,10 +244,23 @@ TEST_F(EndpointRowTests, TakesNoOtherText) {
     EXPECT_THAT(dropped, IsEmpty());
 }
 
-TEST_F(EndpointRowTests, TakesNothingWhileItIsAnInput) {
-    EXPECT_FALSE(tests::dragOnto(input, "app.corvel.source:5"));
+TEST_F(EndpointRowTests, TakesOnlyOutputsWhileItIsAnInput) {
+    tests::dragOnto(input, "app.corvel.source:5");
     EXPECT_FALSE(input.isDropTarget());
     tests::drop(input, "app.corvel.source:5");
+    turn();
+    EXPECT_THAT(dropped, IsEmpty());
+    tests::dragOnto(input, "app.corvel.destination:5");
+    EXPECT_TRUE(input.isDropTarget());
+    tests::drop(input, "app.corvel.destination:5");
+    turn();
+    EXPECT_THAT(dropped, ElementsAre(5));
+}
+
+TEST_F(EndpointRowTests, TakesOnlyInputsWhileItIsAnOutput) {
+    tests::dragOnto(output, "app.corvel.destination:5");
+    EXPECT_FALSE(output.isDropTarget());
+    tests::drop(output, "app.corvel.destination:5");
     turn();
     EXPECT_THAT(dropped, IsEmpty());
 }

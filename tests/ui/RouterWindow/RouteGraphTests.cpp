@@ -1,12 +1,14 @@
 #include "ui/RouterWindow/RouteGraph.hpp"
 
 #include "tests/ui/RouterWindow/GraphFixture.hpp"
+#include "ui/RouterWindow/HiddenEndsButton.hpp"
 
 #include <QAccessible>
 #include <QLabel>
 #include <QPaintEvent>
 #include <QScreen>
 #include <QTest>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,6 +16,7 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace corvel::tests {
@@ -94,7 +97,49 @@ TEST_F(RouteGraphTest, drawsEveryConnectionFromRowToRow) {
 
 TEST_F(RouteGraphTest, spreadsEndsWithoutARowOverItsHeight) {
     // 35 + 4 * 334 / 6.
-    expectColor(picture(), 573, 257.7, 0xFF717985);
+    expectColor(picture(), 573, 253, 0xFF717985);
+}
+
+TEST_F(RouteGraphTest, marksAnEndWithoutAnEndpointByAHollowMark) {
+    EXPECT_EQ(picture().pixel(574, 258), 0xFF090B0EU);
+    // That of its input is filled, and grey as well.
+    expectColor(picture(), 4, 60, 0xFF717985);
+}
+
+TEST_F(RouteGraphTest, endsALineAtAChevronWhereTheRowIsOutOfSight) {
+    // Rows are seen from 40 to 190: the Foot Controller's and the Warm Synth's, at 204, are not.
+    graph->setConnectorPositions(
+        {
+            {{Direction::source, kDrumPads}, 60},
+            {{Direction::source, kStagePiano}, 108},
+            {{Direction::source, kTapeClock}, 38},
+            {{Direction::source, kFootController}, 204},
+            {{Direction::destination, kBassModule}, 60},
+            {{Direction::destination, kDrumMachine}, 108},
+            {{Direction::destination, kStringSection}, 300},
+            {{Direction::destination, kWarmSynth}, 204},
+        },
+        {.inputs = EndpointViewports::Range{40, 190}, .outputs = EndpointViewports::Range{40, 190}});
+    std::vector<std::string> names;
+    for (const HiddenEndsButton* const button : graph->edges().shown()) {
+        names.push_back(button->accessibleName().toStdString());
+    }
+    EXPECT_THAT(names, ::testing::ElementsAre("1 connection goes to inputs above", "1 connection goes to inputs below",
+                                              "2 connections go to outputs below"));
+    graph->lines().forEachOf(tests::makeID(3), [](const RouteLine& line) {
+        EXPECT_EQ(line.startY, 176);
+        EXPECT_EQ(line.endY, 176);
+    });
+    // No mark stands there.
+    EXPECT_EQ(picture().pixel(2, 176), 0xFF090B0EU);
+
+    // The nearest of those behind the edge is asked for.
+    std::vector<EndpointPositionKey> requested;
+    QObject::connect(graph.get(), &RouteGraph::endpointRequested, graph.get(),
+                     [&requested](const EndpointPositionKey& endpoint) { requested.push_back(endpoint); });
+    QTest::mouseClick(graph->edges().shown().at(2), Qt::LeftButton);
+    ASSERT_EQ(requested.size(), 1U);
+    EXPECT_EQ(requested[0], (EndpointPositionKey{Direction::destination, kWarmSynth}));
 }
 
 TEST_F(RouteGraphTest, countsTheRowsHeightsFromTheWindowsTop) {

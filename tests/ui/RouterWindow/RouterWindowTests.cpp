@@ -232,19 +232,19 @@ TEST_F(RouterWindowTests, MovesLinesWithRowsThatScroll) {
     model->connect(1011, 1021);
     addInputs(40);
     EXPECT_EQ(lineEnds(0), std::pair(160.0, 208.0));
-    tests::only<LookScrollArea>(inputs()).verticalScrollBar()->setValue(100);
+    tests::only<LookScrollArea>(inputs()).verticalScrollBar()->setValue(15);
     turn();
-    EXPECT_EQ(lineEnds(0), std::pair(60.0, 208.0));
+    EXPECT_EQ(lineEnds(0), std::pair(145.0, 208.0));
 }
 
-TEST_F(RouterWindowTests, RunsLinesToRowsThatAreOutOfSight) {
+TEST_F(RouterWindowTests, EndsLinesAtTheEdgeBehindWhichTheirRowIsOutOfSight) {
     addInputs(40);
     model->connect(2039, 1021);
     turn();
     tests::only<LookScrollArea>(inputs()).verticalScrollBar()->setValue(0);
     turn();
-    // The 42nd row.
-    EXPECT_EQ(lineEnds(0), std::pair(160.0 + 41 * 48, 208.0));
+    // The 42nd row is, and the details of its endpoint begin at 340.
+    EXPECT_EQ(lineEnds(0), std::pair(326.0, 208.0));
 }
 
 TEST_F(RouterWindowTests, MovesLinesWithRowsWhenTheWindowIsResized) {
@@ -258,8 +258,37 @@ TEST_F(RouterWindowTests, MovesLinesWithRowsWhenTheWindowIsResized) {
     EXPECT_EQ(before, middle(row(inputs(), 41)));
     window->resize(980, 1000);
     turn();
+    bar.setValue(bar.maximum());
+    turn();
     EXPECT_NE(lineEnds(0).first, before);
     EXPECT_EQ(lineEnds(0).first, middle(row(inputs(), 41)));
+}
+
+TEST_F(RouterWindowTests, ScrollsTheEndsOfASelectedConnectionIntoView) {
+    addInputs(40);
+    model->connect(2039, 1021);
+    model->connect(1011, 1021);
+    turn();
+    QScrollBar& bar = *tests::only<LookScrollArea>(inputs()).verticalScrollBar();
+    EXPECT_EQ(bar.value(), 0);
+    model->setSelectedRouteID(model->routes()[0].id);
+    turn();
+    // The 42nd row and the gap below it end at 2016, and 184 of that are seen above the details.
+    EXPECT_EQ(bar.value(), 42 * 48 - 184);
+}
+
+TEST_F(RouterWindowTests, ShowsTheEndsOfTheFirstConnectionOfAnotherSet) {
+    addInputs(40);
+    model->connect(2039, 1021);
+    const UUID far = model->selectedRouteSetID();
+    model->createRouteSet("Near");
+    model->connect(1011, 1021);
+    turn();
+    QScrollBar& bar = *tests::only<LookScrollArea>(inputs()).verticalScrollBar();
+    bar.setValue(0);
+    model->selectRouteSet(far);
+    turn();
+    EXPECT_GT(bar.value(), 1700);
 }
 
 TEST_F(RouterWindowTests, MovesLinesWithRowsWhenTheDetailsTakeRoom) {

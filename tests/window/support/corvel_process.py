@@ -9,11 +9,11 @@ from .accessibility import Accessibility
 from .waiting import DEADLINE, wait_for
 
 
-def program():
+def program(variable="CORVEL_PROGRAM"):
     """The program under test, as CTest names it."""
-    path = os.path.abspath(os.environ.get("CORVEL_PROGRAM", ""))
+    path = os.path.abspath(os.environ.get(variable, ""))
     if not os.access(path, os.X_OK):
-        raise RuntimeError("set CORVEL_PROGRAM to the corvel to test")
+        raise RuntimeError(f"set {variable} to the program to test")
     return path
 
 
@@ -32,11 +32,11 @@ def run_corvel(home, *arguments, deadline=DEADLINE):
 class CorvelProcess:
     """A running program with its window."""
 
-    def __init__(self, home, *arguments):
+    def __init__(self, home, *arguments, variable="CORVEL_PROGRAM"):
         self.accessibility = Accessibility()
         self._error_path = home.path("stderr.txt")
         with open(self._error_path, "wb") as errors:
-            self._process = processes.start([program(), *arguments], env=environment(home), cwd=home.folder,
+            self._process = processes.start([program(variable), *arguments], env=environment(home), cwd=home.folder,
                                             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=errors)
         self.pid = self._process.pid
         self.accessibility.follow(self.pid)

@@ -50,6 +50,15 @@ def start_drag(start, end):
     _xdotool("mousemove", x0, y0, "sleep", ".05", "mousedown", "1", "sleep", ".05", *steps)
 
 
+def turn_wheel(notches):
+    """Down by so many notches, up by a negative number."""
+    _xdotool("click", "--repeat", abs(notches), "--delay", "40", "5" if notches > 0 else "4")
+
+
+def click_right(point):
+    _xdotool("mousemove", *point, "sleep", ".03", "click", "3")
+
+
 def drag(start, end):
     start_drag(start, end)
     release_button()

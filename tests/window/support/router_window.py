@@ -100,7 +100,7 @@ class RouterWindow:
 
     def choose_set(self, name):
         pointing.click(self.set_pop_up().middle)
-        self._choose(name)
+        self.choose(name)
 
     # Menus
 
@@ -108,7 +108,8 @@ class RouterWindow:
         """Those of the open menu, by name."""
         return {item.name: item for item in self.accessibility.all(role=MENU_ITEMS)}
 
-    def _choose(self, name):
+    def choose(self, name):
+        """Clicks an item of the open menu."""
         item = wait_for(lambda: self.menu_items().get(name),
                         lambda: f"the choice {name!r} in\n{self.accessibility.outline()}")
         pointing.click(item.middle)
@@ -169,7 +170,7 @@ class RouterWindow:
 
     def choose_channel(self, index, title):
         self.open_channel_menu(index)
-        self._choose(title)
+        self.choose(title)
 
     # Dialogs
 
@@ -210,7 +211,7 @@ class RouterWindow:
 
     def choose_dialog_channel(self, dialog, title):
         self.open_dialog_channels(dialog)
-        self._choose(title)
+        self.choose(title)
 
 
 class Dialog:

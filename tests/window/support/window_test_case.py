@@ -43,6 +43,14 @@ class WindowTestCase(unittest.TestCase):
         self.home.write_demo_document(documents.document(*sets, current=current))
         return self.start()
 
+    def start_with_devices(self, count, *sets, playing=None):
+        """Starts the window over so many inputs (1, 2, ...) and outputs (1001, 1002, ...) on a document of sets."""
+        self.home.write_demo_document(documents.document(*sets))
+        corvel = CorvelProcess(self.home, str(count), self.home.demo_document, *([str(playing)] if playing else []),
+                               variable="CORVEL_MANY_DEVICES")
+        self._processes.append(corvel)
+        return RouterWindow(corvel.wait_shown())
+
     def run_corvel(self, *arguments):
         return run_corvel(self.home, *arguments)
 

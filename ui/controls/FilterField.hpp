@@ -1,0 +1,29 @@
+#pragma once
+
+#include "ui/Look.hpp"
+
+#include <QLineEdit>
+
+namespace corvel::ui {
+
+/// A field whose text narrows a list below it. Escape empties it and, when it is empty, leaves it; Return and Down
+/// leave it for the list.
+class FilterField final : public QLineEdit {
+    Q_OBJECT
+
+public:
+    explicit FilterField(const Look& look, QWidget* parent);
+
+signals:
+    /// The keyboard is to go to the list.
+    void left();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    const Look& look_;
+};
+
+}  // namespace corvel::ui
