@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <string_view>
 #include <utility>
 
@@ -23,6 +24,12 @@ constexpr QSize kDefaultSize(1180, 760);
 constexpr int kSaveDelay = 300;
 /// A window manager that puts on decorations has done so by then.
 constexpr int kDecorationsDelay = 1000;
+
+/// Whether the sizes differ by no more than what a scale that is no whole number rounds off.
+bool isNear(QSize one, QSize other) {
+    const QSize difference = one - other;
+    return std::abs(difference.width()) <= 3 && std::abs(difference.height()) <= 3;
+}
 
 }  // namespace
 
@@ -131,7 +138,7 @@ void MainWindowFrame::allowForDecorations() {
     }
     awaitsDecorations_ = false;
     // A desktop that arranges windows itself has given it a size of its own.
-    if (const QSize size = window_.windowHandle()->size(); size == requestedSize_ && size == window_.size()) {
+    if (isNear(window_.windowHandle()->size(), requestedSize_)) {
         limitMinimumSize();
         apply(takesDefaultFrame_ ? defaultFrame() : window_.geometry().marginsAdded(decorations()));
     }

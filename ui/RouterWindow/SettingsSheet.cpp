@@ -30,7 +30,6 @@ SettingsSheet::SettingsSheet(MIDIRouterViewModel& model, const Look& look, QWidg
       general_(new GeneralSettings(model, look, this)),
       diagnostics_(new DiagnosticsView(model, look, this)) {
     setWindowTitle(QStringLiteral("Settings"));
-    setFixedSize(kSize);
 
     auto* const title = new LookLabel(look, Look::font(17, QFont::DemiBold), &Theme::text, this);
     title->setText(QStringLiteral("Settings"));
@@ -69,6 +68,10 @@ void SettingsSheet::showPage(int index) {
     for (TabButton* const tab : tabs_) {
         tab->setActive(tab == tabs_[index]);
     }
+}
+
+QSize SettingsSheet::sizeHint() const {
+    return kSize;
 }
 
 void SettingsSheet::refresh(const ModelChanges& changes) {

@@ -21,6 +21,8 @@ public:
 
     void refresh(const ModelChanges& changes);
 
+    [[nodiscard]] QSize sizeHint() const override;
+
 protected:
     void paintEvent(QPaintEvent* event) override;
 

@@ -17,6 +17,8 @@ namespace corvel::ui {
 namespace {
 
 constexpr qreal kRadius = 12;
+/// What stays of the window at each side, where it is small.
+constexpr int kMargin = 8;
 
 }  // namespace
 
@@ -93,7 +95,8 @@ void SheetDialog::disappear() {
 void SheetDialog::place() {
     const QWidget& window = *parentWidget();
     ensurePolished();
-    const QSize size = sizeHint().expandedTo(minimumSize()).boundedTo(maximumSize()).boundedTo(window.size());
+    const QSize room = window.size() - QSize(2 * kMargin, 2 * kMargin);
+    const QSize size = sizeHint().expandedTo(minimumSize()).boundedTo(maximumSize()).boundedTo(room);
     setGeometry({QPoint((window.width() - size.width()) / 2, (window.height() - size.height()) / 2), size});
     if (scrim_ != nullptr) {
         scrim_->setCard(geometry());

@@ -42,6 +42,13 @@ TEST_F(SettingsSheetTests, HasItsSizeAndTitle) {
     EXPECT_EQ(tests::labelTexts(*sheet), QStringList({"Settings", "Appearance", "Notes"}));
 }
 
+TEST_F(SettingsSheetTests, IsAsLargeAsASmallWindowLetsItBe) {
+    window.resize(800, 426);
+    EXPECT_EQ(sheet->geometry(), QRect(90, 8, 620, 410));
+    window.resize(980, 640);
+    EXPECT_EQ(sheet->geometry(), QRect(180, 90, 620, 460));
+}
+
 TEST_F(SettingsSheetTests, BelongsToTheWindowAlone) {
     EXPECT_EQ(SheetDialog::topOf(window), sheet);
     EXPECT_FALSE(AlertDialog::isAnyOpen());
