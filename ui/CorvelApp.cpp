@@ -63,6 +63,8 @@ QList<QAction*> CorvelApp::makeMenu() {
     nameHistory();
     auto* const silence = new QAction(QStringLiteral("All Notes Off"), this);
     silence->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Period));
+    // Notes that hang do not wait for an answer.
+    SheetDialog::letThrough(*silence);
     connect(silence, &QAction::triggered, this, [this] { model_->allNotesOff(); });
     auto* const refresh = new QAction(QStringLiteral("Refresh MIDI Devices"), this);
     refresh->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));

@@ -5,6 +5,7 @@ from support.documents import KEYBOARD, SYNTH, connection
 from support.waiting import wait_for
 from support.window_test_case import WindowTestCase
 
+SILENCED = "All notes off on 1 output"
 SETS = (("Create connection set", "New Connection Set"), ("Delete current set", "Delete Connection Set"))
 
 
@@ -98,6 +99,18 @@ class Dialogs(WindowTestCase):
                 dialog.wait_closed()
         self.assertTrue(self.router.corvel.is_running)
         self.assertEqual(self.document_bytes(), before)
+
+    def test_all_notes_off_does_not_wait_for_them(self):
+        for button, message in (*SETS, ("Open settings", "Settings")):
+            with self.subTest(message):
+                self.router.press(button)
+                dialog = self.router.dialog(message)
+                pointing.press_keys("ctrl+period")
+                self.router.wait_text(SILENCED)
+                pointing.press_keys("Escape")
+                dialog.wait_closed()
+                pointing.press_keys("ctrl+r")
+                self.router.wait_text("3 inputs, 3 outputs")
 
     def test_the_desktop_can_close_the_window_meanwhile(self):
         self.router.press("Delete current set")

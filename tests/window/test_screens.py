@@ -19,6 +19,11 @@ class Screens(WindowTestCase):
         return (windows.decorations(router.corvel.window) != (0, 0, 0, 0) and frame.x >= area.x and frame.y >= area.y
                 and frame.x + frame.width <= area.x + area.width and frame.y + frame.height <= area.y + area.height)
 
+    @staticmethod
+    def is_near(one, other):
+        """Equal but for what a scale that is no whole number rounds off."""
+        return all(abs(getattr(one, side) - getattr(other, side)) <= 3 for side in ("x", "y", "width", "height"))
+
     def assertInside(self, router):
         # It comes to rest within a second.
         wait_for(lambda: self.is_inside(router), lambda: f"{self.frame(router)} inside {windows.work_area()}", 5)
@@ -39,7 +44,8 @@ class Screens(WindowTestCase):
             self.assertTrue(router.shows("Demo / 3 connections"))
             self.quit(router)
             again = self.start()
-            wait_for(lambda: self.frame(again) == first, lambda: f"{first}, not {self.frame(again)}")
+            wait_for(lambda: self.is_near(self.frame(again), first), lambda: f"{first}, not {self.frame(again)}")
+            self.assertInside(again)
             again.corvel.stop()
 
     def test_1280_by_720(self):
@@ -81,14 +87,14 @@ class Screens(WindowTestCase):
 
     def test_larger_text_makes_all_of_it_larger(self):
         with self.desktop.other_screen(1920, 1080, panel=PANEL):
-            for dpi, width, height in ((96, 1180, 760), (115, 1416, 912)):
+            # The second one is the first one restored: its contents grow, its decorations do not.
+            for dpi, width, height in ((96, 1180, 760), (115, 1415, 905)):
                 self.home.variables["QT_FONT_DPI"] = str(dpi)
                 router = self.start()
                 self.assertInside(router)
                 frame = self.frame(router)
-                # The decorations are whole pixels of the screen.
-                self.assertAlmostEqual(frame.width, width, delta=4)
-                self.assertAlmostEqual(frame.height, height, delta=4)
+                self.assertAlmostEqual(frame.width, width, delta=3)
+                self.assertAlmostEqual(frame.height, height, delta=3)
                 self.quit(router)
 
     def test_larger_text_fits_on_a_small_screen(self):

@@ -6,9 +6,12 @@
 #include "ui/controls/SheetEntrance.hpp"
 
 #include <QAccessible>
+#include <QAction>
 #include <QApplication>
+#include <QKeyEvent>
 #include <QPainter>
 
+#include <algorithm>
 #include <ranges>
 #include <utility>
 
@@ -19,6 +22,9 @@ namespace {
 constexpr qreal kRadius = 12;
 /// What stays of the window at each side, where it is small.
 constexpr int kMargin = 8;
+
+/// The property of an action that is let through.
+const char* const kIsLetThrough = "corvelIsLetThrough";
 
 }  // namespace
 
@@ -145,7 +151,23 @@ void SheetDialog::followFocus(QWidget* now) {
     }
 }
 
+void SheetDialog::letThrough(QAction& action) {
+    action.setProperty(kIsLetThrough, true);
+}
+
+bool SheetDialog::isLetThrough(const QKeyEvent& event) const {
+    const auto actions = parentWidget()->actions();
+    return std::ranges::any_of(actions, [&event](const QAction* action) {
+        return action->property(kIsLetThrough).toBool() &&
+               action->shortcuts().contains(QKeySequence(event.keyCombination()));
+    });
+}
+
 bool SheetDialog::event(QEvent* event) {
+    if (event->type() == QEvent::ShortcutOverride && isLetThrough(static_cast<const QKeyEvent&>(*event))) {
+        event->ignore();
+        return false;
+    }
     const bool isHandled = QDialog::event(event);
     switch (event->type()) {
         case QEvent::KeyPress:

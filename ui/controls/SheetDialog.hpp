@@ -6,6 +6,8 @@
 #include <QPixmap>
 #include <QPointer>
 
+class QAction;
+
 namespace corvel::ui {
 
 class Scrim;
@@ -23,6 +25,9 @@ public:
     ~SheetDialog() override;
 
     void setVisible(bool isVisible) override;
+
+    /// The window's action keeps its shortcut while a dialog covers the window: for what must not wait.
+    static void letThrough(QAction& action);
 
     /// The dialog that covers this window and everything else in it; null without one.
     [[nodiscard]] static SheetDialog* topOf(const QWidget& window);
@@ -44,6 +49,7 @@ private:
     /// As large as its contents, as far as the window has room, in the middle.
     void place();
     [[nodiscard]] QPixmap picture();
+    [[nodiscard]] bool isLetThrough(const QKeyEvent& event) const;
     void takeFocus();
     void giveFocusBack();
     /// Keeps the focus inside while nothing covers this dialog.

@@ -3,6 +3,7 @@
 #include "ui/controls/SheetEntrance.hpp"
 
 #include <QAccessible>
+#include <QAction>
 #include <QPointer>
 #include <QProxyStyle>
 #include <QPushButton>
@@ -144,6 +145,22 @@ TEST_F(SheetFocusTests, KeepsKeysFromTheWindowBehindUntilItIsClosed) {
     sheet->reject();
     press(Qt::Key_R, Qt::ControlModifier);
     EXPECT_EQ(uses.size(), 1);
+}
+
+TEST_F(SheetFocusTests, LetsTheKeysOfChosenActionsOfTheWindowThrough) {
+    QAction urgent;
+    urgent.setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Period));
+    SheetDialog::letThrough(urgent);
+    window.addAction(&urgent);
+    const QSignalSpy uses(&urgent, &QAction::triggered);
+    SheetDialog* const sheet = openSheet("Sheet");
+    press(Qt::Key_Period, Qt::ControlModifier);
+    EXPECT_EQ(uses.size(), 1);
+    button(sheet, "a")->setFocus();
+    press(Qt::Key_Period, Qt::ControlModifier);
+    EXPECT_EQ(uses.size(), 2);
+    press(Qt::Key_Period);
+    EXPECT_EQ(uses.size(), 2);
 }
 
 TEST_F(SheetFocusTests, KeepsTheTabKeyInside) {
