@@ -2,12 +2,15 @@
 
 #include "program/Console.hpp"
 
+#include <QByteArray>
 #include <QCoreApplication>
 #include <QTimer>
+#include <QtGlobal>
 
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <string>
 #include <system_error>
 #include <utility>
 #include <variant>
@@ -51,7 +54,7 @@ std::optional<CommandResult> settledResult(const std::optional<SingleInstance::O
 /// The toolkit takes the token out of the environment as soon as it has opened the display.
 std::string activationToken() {
     for (const char* const name : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {
-        if (const char* const token = std::getenv(name); token != nullptr && *token != '\0') {
+        if (std::string token = qgetenv(name).toStdString(); !token.empty()) {
             return token;
         }
     }

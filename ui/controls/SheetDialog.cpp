@@ -34,7 +34,7 @@ SheetDialog::SheetDialog(const Look& look, QWidget* parent) : QDialog(parent->wi
     setAttribute(Qt::WA_DeleteOnClose);
     setAttribute(Qt::WA_NoMousePropagation);
     // Until somebody shows it, also where its window is shown first.
-    QWidget::setVisible(false);
+    setShown(false);
     parentWidget()->installEventFilter(this);
     connect(&look, &Look::changed, this, [this] { update(); });
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) { followFocus(now); });
@@ -86,8 +86,7 @@ void SheetDialog::appear() {
     formerFocus_ = window.focusWidget();
     scrim_ = new Scrim(look_, window, geometry());
     raise();
-    // The base class would look for a button to give the focus to, and show a focus ring that nobody asked for.
-    QWidget::setVisible(true);
+    setShown(true);
     takeFocus();
 }
 
@@ -95,7 +94,12 @@ void SheetDialog::disappear() {
     scrim_->fadeOut(picture());
     scrim_ = nullptr;
     giveFocusBack();
-    QWidget::setVisible(false);
+    setShown(false);
+}
+
+void SheetDialog::setShown(bool isShown) {
+    // NOLINTNEXTLINE(bugprone-parent-virtual-call): the base class would show a focus ring that nobody asked for
+    QWidget::setVisible(isShown);
 }
 
 void SheetDialog::place() {

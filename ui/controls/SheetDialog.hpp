@@ -46,6 +46,7 @@ protected:
 private:
     void appear();
     void disappear();
+    void setShown(bool isShown);
     /// As large as its contents, as far as the window has room, in the middle.
     void place();
     [[nodiscard]] QPixmap picture();
