@@ -102,6 +102,3 @@ class Sway:
 
     def _type(self, *arguments):
         processes.output("wtype", *arguments, env=self._environment())
-
-    def save_picture(self, path):
-        processes.output("grim", path, env=self._environment())
