@@ -229,6 +229,13 @@ void EndpointRow::dragEnterEvent(QDragEnterEvent* event) {
     }
 }
 
+void EndpointRow::dragMoveEvent(QDragMoveEvent* event) {
+    // A row that was scrolled under the pointer is told of moves by a system that last heard a refusal.
+    if (event->mimeData()->hasText()) {
+        event->acceptProposedAction();
+    }
+}
+
 void EndpointRow::dragLeaveEvent(QDragLeaveEvent*) {
     setDropTarget(false);
 }
