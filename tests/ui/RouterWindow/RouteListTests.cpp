@@ -82,7 +82,7 @@ TEST_F(RouteListTests, MakesTheFirstRowsOfManyAtOnceAndTheOthersSoon) {
     EXPECT_TRUE(turnUntil([this] { return rows().size() == 100; }));
     EXPECT_EQ(rows().back()->routeID(), makeID(1100));
     EXPECT_EQ(rows().back()->y(), 99 * 48);
-    EXPECT_EQ(list->findChildren<ui::RouteRow*>().size(), 100);
+    EXPECT_TRUE(turnUntil([this] { return list->findChildren<ui::RouteRow*>().size() == 100; }));
 }
 
 TEST_F(RouteListTests, ScrollsToASelectedConnectionOnceItsRowIsMade) {
