@@ -35,8 +35,14 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::uint32_t kConnections = 64;
-constexpr std::int32_t kEndpoints = 16;
+/// How much there is on a stage.
+struct Load {
+    std::uint32_t connections = 64;
+    /// Inputs, and as many outputs.
+    std::int32_t endpoints = 16;
+};
+/// More devices than the window can show at once, some of whose lines end at chevrons.
+constexpr Load kLargeLoad{.connections = 300, .endpoints = 65};
 constexpr std::int32_t kFirstDestination = 1000;
 /// The stage of a window of 1180 by 760.
 constexpr QSize kStage(578, 404);
@@ -45,12 +51,12 @@ constexpr std::chrono::nanoseconds kEventLife = 892'500us;
 constexpr std::chrono::nanoseconds kFrame = 16'666'667ns;
 constexpr std::chrono::nanoseconds kEventGap = kEventLife / MIDIRouterViewModel::kGraphActivityLimit;
 
-/// A shown stage with its connections between sixteen inputs and sixteen outputs.
+/// A shown stage with its connections.
 class StageRig {
 public:
-    explicit StageRig(std::shared_ptr<const Clock> clock) : clock_(std::move(clock)) {
+    explicit StageRig(std::shared_ptr<const Clock> clock, Load load = {}) : load_(load), clock_(std::move(clock)) {
         ui::EndpointConnectorYPositions positions;
-        for (std::int32_t index = 0; index < kEndpoints; ++index) {
+        for (std::int32_t index = 0; index < load_.endpoints; ++index) {
             const double height = 12 + 24.0 * index;
             addEndpoint(index + 1, height, positions);
         }
@@ -64,7 +70,8 @@ public:
         model_->setSelectedRouteID(tests::makeID(1));
         graph_ = std::make_unique<ui::RouteGraph>(*model_, look_, clock_);
         graph_->resize(kStage);
-        graph_->setConnectorPositions(positions);
+        const ui::EndpointViewports::Range range{0, kStage.height()};
+        graph_->setConnectorPositions(positions, {.inputs = range, .outputs = range});
         graph_->show();
         QCoreApplication::processEvents();
     }
@@ -75,9 +82,9 @@ public:
     void play(Instant instant) {
         static constexpr std::uint8_t kStatuses[] = {0x90, 0xB0, 0xC0, 0xE0};
         const std::uint32_t number = played_++;
-        const MIDIBytes bytes{kStatuses[number / kConnections % 4], 60, 100};
+        const MIDIBytes bytes{kStatuses[number / load_.connections % 4], 60, 100};
         model_->midiRouterEngineDidRoute(
-            *engine_, MIDIActivityEvent(UUID::random(), tests::makeID(number % kConnections + 1), instant, bytes));
+            *engine_, MIDIActivityEvent(UUID::random(), tests::makeID(number % load_.connections + 1), instant, bytes));
     }
 
     void select(std::uint32_t connection) {
@@ -86,12 +93,14 @@ public:
     }
 
 private:
-    static std::vector<MIDIRoute> makeRoutes() {
+    [[nodiscard]] std::vector<MIDIRoute> makeRoutes() const {
         std::vector<MIDIRoute> routes;
-        for (std::uint32_t index = 0; index < kConnections; ++index) {
+        for (std::uint32_t index = 0; index < load_.connections; ++index) {
             // Every input goes to four outputs, far and near.
-            const auto input = static_cast<std::int32_t>(index % kEndpoints);
-            const auto output = static_cast<std::int32_t>((index * 5 + index / kEndpoints) % kEndpoints);
+            const auto input = static_cast<std::int32_t>(index % static_cast<std::uint32_t>(load_.endpoints));
+            const auto output =
+                static_cast<std::int32_t>((index * 5 + index / static_cast<std::uint32_t>(load_.endpoints)) %
+                                          static_cast<std::uint32_t>(load_.endpoints));
             routes.push_back(tests::makeRoute({.id = tests::makeID(index + 1),
                                                .sourceID = input + 1,
                                                .destinationID = kFirstDestination + output + 1}));
@@ -108,6 +117,7 @@ private:
         positions[{MIDIEndpointDirection::destination, destination}] = height;
     }
 
+    const Load load_;
     tests::TemporaryFolder folder_;
     const std::shared_ptr<const Clock> clock_;
     const std::shared_ptr<tests::FakeMIDIHost> host_ = std::make_shared<tests::FakeMIDIHost>();
@@ -154,9 +164,9 @@ double processorShare(std::chrono::milliseconds duration) {
     return 100 * (processorSeconds() - before) / passed.count();
 }
 
-void measureFrames(const std::string& at, double limit) {
+void measureFrames(const std::string& at, double limit, Load load) {
     const auto clock = std::make_shared<tests::ManualClock>();
-    StageRig rig(clock);
+    StageRig rig(clock, load);
     rig.graph().ticker().stop();
     Instant next = clock->now();
     Durations frames;
@@ -177,21 +187,21 @@ void measureFrames(const std::string& at, double limit) {
             frames.measure(show);
         }
     }
-    frames.print("frame", at, limit);
+    frames.print("frame with " + std::to_string(load.connections) + " connections", at, limit);
 }
 
 /// What a frame takes in which the lines themselves change: here another one is selected.
-void measureLines(const std::string& at) {
-    StageRig rig(std::make_shared<tests::ManualClock>());
+void measureLines(const std::string& at, Load load) {
+    StageRig rig(std::make_shared<tests::ManualClock>(), load);
     rig.graph().ticker().stop();
     Durations frames;
-    for (std::uint32_t frame = 0; frame < 2 * kConnections; ++frame) {
+    for (std::uint32_t frame = 0; frame < 2 * load.connections; ++frame) {
         frames.measure([&] {
-            rig.select(frame % kConnections + 1);
+            rig.select(frame % load.connections + 1);
             QCoreApplication::processEvents();
         });
     }
-    frames.print("frame with new lines", at, std::nullopt);
+    frames.print("frame with " + std::to_string(load.connections) + " new lines", at, std::nullopt);
 }
 
 void measureTraffic(const std::string& at) {
@@ -254,8 +264,10 @@ int main() {
     using namespace corvel::benchmarks;
     bool isComplete = true;
     for (const auto& [ratio, limit] : {std::pair{"1", 4.0}, std::pair{"2", 8.0}}) {
-        isComplete &= runAt(ratio, [limit](const std::string& at) { measureFrames(at, limit); });
-        isComplete &= runAt(ratio, measureLines);
+        for (const Load load : {Load(), kLargeLoad}) {
+            isComplete &= runAt(ratio, [limit, load](const std::string& at) { measureFrames(at, limit, load); });
+            isComplete &= runAt(ratio, [load](const std::string& at) { measureLines(at, load); });
+        }
         isComplete &= runAt(ratio, measureTraffic);
         isComplete &= runAt(ratio, measureRest);
     }

@@ -46,11 +46,10 @@ class Dragging(WindowTestCase):
         pointing.drag(keyboard, self.router.output("Demo Recorder").middle)
         self.wait_saved(connections=[(KEYBOARD, RECORDER)])
 
-    def test_an_output_cannot_be_dragged(self):
-        pointing.drag(self.router.output("Demo Synth").middle, self.router.input("Demo Keyboard").middle)
+    def test_an_output_dropped_on_an_input_is_connected_to_it_and_on_an_output_is_not(self):
         pointing.drag(self.router.output("Demo Synth").middle, self.router.output("Demo Drums").middle)
-        pointing.drag(self.router.input("Demo Keyboard").middle, self.router.output("Demo Synth").middle)
-        self.wait_saved(connections=[(KEYBOARD, SYNTH)])
+        pointing.drag(self.router.output("Demo Recorder").middle, self.router.input("Demo Pads").middle)
+        self.wait_saved(connections=[(PADS, RECORDER)])
 
     def test_the_same_connection_again_is_refused_with_a_word(self):
         for _ in range(2):

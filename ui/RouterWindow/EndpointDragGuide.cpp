@@ -12,6 +12,8 @@
 #include <QWindow>
 
 #include <algorithm>
+#include <cmath>
+#include <utility>
 
 namespace corvel::ui {
 
@@ -71,8 +73,8 @@ void EndpointDragGuide::follow(QDrag* drag, const EndpointRow* row) {
     card_ = row->dragPicture();
     lineStart_ = connector(ownColumn(), *row);
     connect(drag, &QObject::destroyed, this, &EndpointDragGuide::end);
-    // Only now, inside the drag's own loop, is this asked before the toolkit's filter, which swallows the wheel.
-    QTimer::singleShot(0, drag, [this] { qApp->installEventFilter(this); });
+    qApp->installEventFilter(this);
+    isFirst_ = false;
 }
 
 void EndpointDragGuide::end() {
@@ -114,6 +116,10 @@ bool EndpointDragGuide::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void EndpointDragGuide::moveTo(QPoint point) {
+    if (!std::exchange(isFirst_, true)) {
+        // The toolkit's own filter, which the drag has installed meanwhile, swallows the wheel: be asked before it.
+        qApp->installEventFilter(this);
+    }
     pointer_ = point;
     if (!isVisible()) {
         setGeometry(parentWidget()->rect());

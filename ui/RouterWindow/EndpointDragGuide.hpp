@@ -75,6 +75,8 @@ private:
     QRect cardRect_;
     QTimer scrolling_;
     int nudge_ = -1;
+    /// Whether this is the first filter to see events.
+    bool isFirst_ = false;
 };
 
 }  // namespace corvel::ui

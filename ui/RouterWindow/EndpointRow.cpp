@@ -157,7 +157,9 @@ void EndpointRow::paintLight(QPainter& painter, const QPointF& middle) const {
     painter.setPen(Qt::NoPen);
     painter.setBrush(halo);
     painter.drawEllipse(middle, kLightRadius, kLightRadius);
-    painter.setBrush(mixed(theme().online, theme().text, level));
+    // On a dark ground it glows; on a light one it could only turn black.
+    const bool isDark = look().mode() == AppAppearanceMode::dark;
+    painter.setBrush(isDark ? mixed(theme().online, theme().text, level) : theme().online);
     painter.drawEllipse(middle, kLightCore, kLightCore);
 }
 
@@ -200,6 +202,7 @@ void EndpointRow::drag() {
     QPixmap nothing(1, 1);
     nothing.fill(Qt::transparent);
     drag->setPixmap(nothing);
+    drag->setHotSpot(QPoint());
     emit dragStarted(drag);
     const QPointer<EndpointRow> stillThere(this);
     drag->exec(Qt::CopyAction);
@@ -226,6 +229,13 @@ void EndpointRow::dragEnterEvent(QDragEnterEvent* event) {
     if (event->mimeData()->hasText()) {
         event->acceptProposedAction();
         setDropTarget(droppableEndpoint(*event).has_value());
+    }
+}
+
+void EndpointRow::dragMoveEvent(QDragMoveEvent* event) {
+    // A row that was scrolled under the pointer is told of moves by a system that last heard a refusal.
+    if (event->mimeData()->hasText()) {
+        event->acceptProposedAction();
     }
 }
 

@@ -33,6 +33,7 @@ constexpr int kScrollDuration = 180;
 constexpr std::size_t kRowsAtOnce = 24;
 /// How long making rows holds up the main thread at a time, at most by one row more.
 constexpr std::chrono::milliseconds kMakingSlice(3);
+constexpr std::size_t kDestroyedAtOnce = 8;
 
 constexpr int kHeightWithoutRoutes = 40;
 constexpr int kMinimumHeight = 180;
@@ -152,8 +153,10 @@ void RouteList::makeMoreRows() {
         orderRows(first);
         showSelection();
     }
-    while (!formerRows_.empty() && !end.hasExpired()) {
-        delete formerRows_.back();
+    for (std::size_t count = 0; !formerRows_.empty() && count < kDestroyedAtOnce; ++count) {
+        if (RouteRow* const row = formerRows_.back(); row != nullptr) {
+            row->deleteLater();
+        }
         formerRows_.pop_back();
     }
     if (formerRows_.empty() && (!fits || rows_.size() == routes.size())) {

@@ -56,13 +56,16 @@ void FilterField::paintEvent(QPaintEvent* event) {
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.fillPath(roundedPath(rect(), kRadius), look_.theme().field);
-        if (hasFocus()) {
-            paintRing(painter, rect(), kRadius, look_.theme().accent);
-        } else {
-            paintOutline(painter, rect(), kRadius, text().isEmpty() ? look_.theme().hairline : look_.theme().accent);
-        }
     }
     QLineEdit::paintEvent(event);
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (hasFocus()) {
+        paintRing(painter, rect(), kRadius, look_.theme().accent);
+    } else {
+        // A filter that leaves out rows must not go unnoticed.
+        paintOutline(painter, rect(), kRadius, text().isEmpty() ? look_.theme().hairline : look_.theme().accent);
+    }
 }
 
 }  // namespace corvel::ui

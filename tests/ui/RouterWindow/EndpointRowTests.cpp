@@ -144,6 +144,24 @@ TEST_F(EndpointRowTests, TakesWhatHasChangedAboutItsEndpoint) {
     EXPECT_THAT(tests::accessibleName(input).toStdString(), ::testing::HasSubstr("Piano"));
 }
 
+TEST_F(EndpointRowTests, ShowsTheUsersOwnNameAndTheSystemsInItsTooltip) {
+    input.setAlias("Left hand");
+    EXPECT_EQ(tests::accessibleName(input), "Left hand");
+    EXPECT_EQ(tests::shownToolTip(input), "Left hand\nKeys");
+    input.setAlias("");
+    EXPECT_EQ(tests::accessibleName(input), "Keys");
+    EXPECT_EQ(tests::shownToolTip(input), "Keys");
+}
+
+TEST_F(EndpointRowTests, HasALightAroundItsDot) {
+    // Seven pixels beside the dot's middle.
+    EXPECT_EQ(pixel(input, 263, 20), 0xFF1F242B);
+    input.setLight(1);
+    EXPECT_NE(pixel(input, 263, 20), 0xFF1F242B);
+    input.setLight(0);
+    EXPECT_EQ(pixel(input, 263, 20), 0xFF1F242B);
+}
+
 TEST_F(EndpointRowTests, HasAGreenDotOnlineAndAHollowGreyOneOffline) {
     // Eight pixels wide, fourteen from the right.
     EXPECT_EQ(pixel(input, 270, 20), 0xFF3ECF8A);

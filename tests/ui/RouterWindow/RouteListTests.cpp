@@ -71,6 +71,43 @@ TEST_F(RouteListTests, ShowsTheConnectionsInTheirOrder) {
     EXPECT_EQ(row(2).width(), 1180);
 }
 
+TEST_F(RouteListTests, MakesTheFirstRowsOfManyAtOnceAndTheOthersSoon) {
+    showSets({MIDIRouteSet(makeID(9000), "Few", manyRoutes(1)), MIDIRouteSet(makeID(9001), "Many", [] {
+                  std::vector<MIDIRoute> routes;
+                  for (std::uint32_t number = 1001; number <= 1100; ++number) {
+                      routes.push_back(route(number, {{}}));
+                  }
+                  return routes;
+              }())});
+    model->selectRouteSet(makeID(9001));
+    list->refresh(ui::ModelChanges::all());
+    EXPECT_EQ(rows().size(), 24U);
+    EXPECT_TRUE(turnUntil([this] { return rows().size() == 100; }));
+    EXPECT_EQ(rows().back()->routeID(), makeID(1100));
+    EXPECT_EQ(rows().back()->y(), 99 * 48);
+    EXPECT_TRUE(turnUntil([this] { return list->findChildren<ui::RouteRow*>().size() == 100; }));
+}
+
+TEST_F(RouteListTests, ScrollsToASelectedConnectionOnceItsRowIsMade) {
+    showSets({MIDIRouteSet(makeID(9000), "None", {}), MIDIRouteSet(makeID(9001), "Many", manyRoutes(100))});
+    model->selectRouteSet(makeID(9001));
+    model->setSelectedRouteID(makeID(80));
+    // The middle of the row in the middle of the four that are seen.
+    EXPECT_TRUE(turnUntil([this] { return scrollValue() == 79 * 48 + 24 - 96; }));
+}
+
+TEST_F(RouteListTests, ScrollsUpForAnotherSet) {
+    std::vector<MIDIRoute> others;
+    for (std::uint32_t number = 1001; number <= 1020; ++number) {
+        others.push_back(route(number, {{}}));
+    }
+    showSets({MIDIRouteSet(makeID(9000), "First", manyRoutes(20)), MIDIRouteSet(makeID(9001), "Second", others)});
+    scrollArea().verticalScrollBar()->setValue(300);
+    model->selectRouteSet(makeID(9001));
+    turn();
+    EXPECT_EQ(scrollValue(), 0);
+}
+
 TEST_F(RouteListTests, KeepsTheRowsOfConnectionsThatStay) {
     show(manyRoutes(3));
     const std::vector<ui::RouteRow*> before = rows();
