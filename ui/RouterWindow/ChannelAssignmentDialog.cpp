@@ -2,8 +2,19 @@
 
 #include "ui/RouterWindow/ChannelAssignmentView.hpp"
 #include "ui/RouterWindow/RouteTexts.hpp"
+#include "ui/RouterWindow/ShortcutConflicts.hpp"
+#include "ui/controls/LookLabel.hpp"
+
+#include <QVBoxLayout>
 
 namespace corvel::ui {
+
+namespace {
+
+/// Between the connection's name and the editor.
+constexpr int kNameGap = 14;
+
+}  // namespace
 
 ChannelAssignmentDialog* ChannelAssignmentDialog::forAdding(MIDIRouterViewModel& model, const Look& look,
                                                             const MIDIRoute& route, QWidget* parent) {
@@ -38,7 +49,28 @@ ChannelAssignmentDialog::ChannelAssignmentDialog(MIDIRouterViewModel& model, con
       routeID_(routeID),
       variantID_(variantID),
       editor_(editor) {
-    setAccessory(editor);
+    auto* const content = new QWidget;
+    auto* const layout = new QVBoxLayout(content);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(kNameGap);
+    auto* const name = new LookLabel(look, Look::font(14, QFont::DemiBold), &Theme::text, content);
+    name->setAlignment(Qt::AlignCenter);
+    name->setElided(true);
+    if (const MIDIRoute* const route = model.route(routeID); route != nullptr) {
+        name->setLine(connectionName(model, *route));
+    }
+    layout->addWidget(name);
+    layout->addWidget(editor);
+    content->setFocusProxy(editor);
+    setAccessory(content);
+    const QWidget& window = *parent->window();
+    const auto showConflict = [this, &window] {
+        const std::optional<KeyboardShortcutSpec>& shortcut = editor_->shortcut();
+        editor_->setConflict(shortcut ? shortcutConflict(model_, routeID_, *shortcut, editor_->keys(), window)
+                                      : QString());
+    };
+    connect(editor, &ChannelAssignmentView::shortcutChanged, this, showConflict);
+    showConflict();
 }
 
 bool ChannelAssignmentDialog::isStillAboutSomething() const {
