@@ -5,16 +5,7 @@
 #include "ui/RouterWindow/ShortcutConflicts.hpp"
 #include "ui/controls/LookLabel.hpp"
 
-#include <QVBoxLayout>
-
 namespace corvel::ui {
-
-namespace {
-
-/// Between the connection's name and the editor.
-constexpr int kNameGap = 14;
-
-}  // namespace
 
 ChannelAssignmentDialog* ChannelAssignmentDialog::forAdding(MIDIRouterViewModel& model, const Look& look,
                                                             const MIDIRoute& route, QWidget* parent) {
@@ -49,20 +40,15 @@ ChannelAssignmentDialog::ChannelAssignmentDialog(MIDIRouterViewModel& model, con
       routeID_(routeID),
       variantID_(variantID),
       editor_(editor) {
-    auto* const content = new QWidget;
-    auto* const layout = new QVBoxLayout(content);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(kNameGap);
-    auto* const name = new LookLabel(look, Look::font(14, QFont::DemiBold), &Theme::text, content);
+    auto* const name = new LookLabel(look, Look::font(14, QFont::DemiBold), &Theme::text, this);
     name->setAlignment(Qt::AlignCenter);
     name->setElided(true);
+    name->setMaximumWidth(editor->width());
     if (const MIDIRoute* const route = model.route(routeID); route != nullptr) {
         name->setLine(connectionName(model, *route));
     }
-    layout->addWidget(name);
-    layout->addWidget(editor);
-    content->setFocusProxy(editor);
-    setAccessory(content);
+    setAccessory(name);
+    setAccessory(editor);
     const QWidget& window = *parent->window();
     const auto showConflict = [this, &window] {
         const std::optional<KeyboardShortcutSpec>& shortcut = editor_->shortcut();

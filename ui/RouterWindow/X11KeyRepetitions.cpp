@@ -17,13 +17,13 @@ namespace {
 bool isDown(xcb_keycode_t key) {
     const auto* const x11 =
         qGuiApp != nullptr ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
-    if (x11 == nullptr) {
+    xcb_connection_t* const connection = x11 != nullptr ? x11->connection() : nullptr;
+    if (connection == nullptr) {
         return false;
     }
     struct Free {
         void operator()(xcb_query_keymap_reply_t* reply) const { std::free(reply); }
     };
-    xcb_connection_t* const connection = x11->connection();
     const std::unique_ptr<xcb_query_keymap_reply_t, Free> keymap(
         xcb_query_keymap_reply(connection, xcb_query_keymap(connection), nullptr));
     if (keymap == nullptr) {
