@@ -8,9 +8,12 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QEvent>
 #include <QIcon>
 #include <QKeySequence>
 
+#include <chrono>
+#include <functional>
 #include <utility>
 
 namespace corvel::ui {
@@ -18,15 +21,37 @@ namespace corvel::ui {
 namespace {
 
 const QString kIconResource = QStringLiteral(":/AppIcon.png");
+/// How long after a routed message quitting by key asks first.
+constexpr std::chrono::seconds kQuietBeforeQuitting{10};
+
+/// A command that does something else when it is chosen by its keys.
+class ActionByKey final : public QAction {
+public:
+    ActionByKey(const QString& text, QObject* parent, std::function<void()> byKey)
+        : QAction(text, parent), byKey_(std::move(byKey)) {}
+
+protected:
+    bool event(QEvent* event) override {
+        if (event->type() == QEvent::Shortcut) {
+            byKey_();
+            return true;
+        }
+        return QAction::event(event);
+    }
+
+private:
+    const std::function<void()> byKey_;
+};
 
 }  // namespace
 
 CorvelApp::CorvelApp(std::shared_ptr<MIDIRouterViewModel> model, std::shared_ptr<Settings> settings,
                      std::shared_ptr<const Clock> clock, const QString& demoReason)
     : model_(std::move(model)),
+      clock_(std::move(clock)),
       look_(model_->appearanceMode()),
       menu_(makeMenu()),
-      window_(*model_, look_, std::move(clock), menu_, demoReason),
+      window_(*model_, look_, clock_, menu_, demoReason),
       frame_(window_, std::move(settings)),
       modelRefresh_(*model_) {
     QApplication::setWindowIcon(QIcon(kIconResource));
@@ -69,7 +94,7 @@ QList<QAction*> CorvelApp::makeMenu() {
     auto* const refresh = new QAction(QStringLiteral("Refresh MIDI Devices"), this);
     refresh->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
     connect(refresh, &QAction::triggered, this, [this] { model_->refreshDevices(); });
-    auto* const quit = new QAction(QStringLiteral("Quit Corvel"), this);
+    auto* const quit = new ActionByKey(QStringLiteral("Quit Corvel"), this, [this] { quitByKey(); });
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     connect(quit, &QAction::triggered, this, [this] { window_.close(); });
     return {about, newWindow, undo_, redo_, silence, refresh, quit};
@@ -83,6 +108,25 @@ void CorvelApp::nameHistory() {
     };
     show(*undo_, QStringLiteral("Undo"), model_->undoName());
     show(*redo_, QStringLiteral("Redo"), model_->redoName());
+}
+
+void CorvelApp::quitByKey() {
+    if (quitQuestion_) {
+        return;
+    }
+    const MIDIRouterViewModel::ActivityEvents& events = model_->activityEvents();
+    if (events.empty() || clock_->now() - events.back().timestamp > kQuietBeforeQuitting) {
+        window_.close();
+        return;
+    }
+    auto* const question =
+        new AlertDialog(look_, AlertDialog::Style::warning, QStringLiteral("Quit Corvel"),
+                        QStringLiteral("MIDI messages were routed a moment ago. Routing ends when Corvel "
+                                       "quits."),
+                        QStringLiteral("Quit"), TextButton::Role::destructive, &window_);
+    quitQuestion_ = question;
+    connect(question, &AlertDialog::accepted, &window_, &QWidget::close);
+    question->show();
 }
 
 void CorvelApp::start() {

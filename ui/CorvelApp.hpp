@@ -10,6 +10,7 @@
 
 #include <QList>
 #include <QObject>
+#include <QPointer>
 
 #include <memory>
 #include <string>
@@ -17,6 +18,8 @@
 class QAction;
 
 namespace corvel::ui {
+
+class AlertDialog;
 
 /// The application with a window: owns the model for the life of the process, and the one window with its menu.
 class CorvelApp final : public QObject {
@@ -46,8 +49,11 @@ private:
     [[nodiscard]] QList<QAction*> makeMenu();
     void nameHistory();
     void windowAppeared();
+    /// Quits, but asks first if messages were routed a moment ago: the keys may have been meant for a channel.
+    void quitByKey();
 
     const std::shared_ptr<MIDIRouterViewModel> model_;
+    const std::shared_ptr<const Clock> clock_;
     Look look_;
     QAction* undo_ = nullptr;
     QAction* redo_ = nullptr;
@@ -55,6 +61,7 @@ private:
     RouterWindow window_;
     MainWindowFrame frame_;
     ModelRefresh modelRefresh_;
+    QPointer<AlertDialog> quitQuestion_;
 };
 
 }  // namespace corvel::ui

@@ -4,6 +4,7 @@
 #include "tests/ui/support/ViewProbe.hpp"
 #include "tests/ui/support/WindowModelFixture.hpp"
 #include "ui/AboutPanel.hpp"
+#include "ui/controls/AlertDialog.hpp"
 
 #include <QApplication>
 #include <QPalette>
@@ -11,6 +12,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <chrono>
 #include <functional>
 #include <string>
 
@@ -280,6 +282,34 @@ TEST_F(CorvelAppTests, SaysWhyTheDemoDevicesRun) {
     app->start();
     turn();
     EXPECT_EQ(tests::shownToolTip(tests::named<QLabel>(app->window(), "Demo devices")), "No sequencer here");
+}
+
+TEST_F(CorvelAppTests, AsksBeforeItEndsByKeyWhileMessagesAreRouted) {
+    start();
+    model->connect(1011, 1021);
+    report(model->routes()[0].id, {0x90, 60, 100});
+    turn();
+    EXPECT_FALSE(ends([this] { press(Qt::Key_Q, Qt::ControlModifier); }));
+    auto& question = tests::only<AlertDialog>(app->window());
+    EXPECT_EQ(question.windowTitle(), "Quit Corvel");
+    EXPECT_TRUE(ends([&question] { tests::button(question, "Quit").click(); }));
+}
+
+TEST_F(CorvelAppTests, EndsByKeyTenSecondsAfterTheLastMessage) {
+    start();
+    model->connect(1011, 1021);
+    report(model->routes()[0].id, {0x90, 60, 100});
+    turn();
+    clock->advance(std::chrono::milliseconds(10'001));
+    EXPECT_TRUE(ends([this] { press(Qt::Key_Q, Qt::ControlModifier); }));
+}
+
+TEST_F(CorvelAppTests, EndsFromTheMenuWithoutAQuestion) {
+    start();
+    model->connect(1011, 1021);
+    report(model->routes()[0].id, {0x90, 60, 100});
+    turn();
+    EXPECT_TRUE(ends([this] { choose("Quit Corvel"); }));
 }
 
 }  // namespace

@@ -5,7 +5,7 @@ from support.documents import KEYBOARD, PADS, RECORDER, SYNTH, connection, short
 from support.waiting import wait_for
 from support.window_test_case import WindowTestCase
 
-CONTROLS = {"push button", "toggle button", "radio button", "check box", "combo box", "button menu", "text", "entry",
+CONTROLS = {"push button", "push button menu", "toggle button", "radio button", "check box", "combo box", "button menu", "text", "entry",
             "menu item", "check menu item", "radio menu item", "list item", "page tab", "slider", "spin button", "link"}
 
 
@@ -98,7 +98,7 @@ class WithoutAMouse(WindowTestCase):
         seen = []
         for _ in range(60):
             focused = wait_for(self.focused, "some control to have the focus")
-            if focused.name == name:
+            if f"{focused.name}: ".startswith(f"{name}: "):
                 return focused
             seen.append(focused.name)
             pointing.press_keys(*keys)
@@ -167,15 +167,22 @@ class WithoutAMouse(WindowTestCase):
         self.assertEqual(self.router.corvel.wait_ended(), 0)
 
     def test_every_control_of_the_window_can_be_reached_with_tab_and_back(self):
-        self.router = self.start_with(("First", [connection(KEYBOARD, SYNTH, (None, None), (3, None), active=1)]))
+        self.router = self.start_with(("First", [connection(KEYBOARD, SYNTH, (None, None), (3, None), active=1)]),
+                                      ("Second", []))
         self.router.wait_text("3 inputs, 3 outputs")
+        self.tab_to("Application menu")
         forward = self.walk("Tab")
-        for name in ("Application menu", "Refresh MIDI devices", "Open settings", "First", "Create connection set",
-                     "Duplicate current set", "Rename current set", "Delete current set", "Demo Keyboard", "Demo Drums",
-                     "Add output channel for this connection", "Edit selected output channel",
-                     "Delete selected output channel", "Disable connection"):
-            self.assertIn(name, forward)
+        # As the eye goes; what the rows of a column and of the list hold is reached by arrow keys.
+        self.assertEqual(forward, [
+            "Application menu", "Refresh MIDI devices", "Open settings", "First",
+            "Create connection set", "Duplicate current set", "Rename current set", "Delete current set",
+            "Demo Keyboard", "Routing stage", "Demo Drums", "Demo Keyboard to Demo Synth"])
         self.assertEqual(set(self.walk("shift+Tab")), set(forward))
+        self.tab_to("Demo Keyboard to Demo Synth")
+        for name in ("Ch 3", "Add output channel for this connection", "Edit selected output channel",
+                     "Delete selected output channel", "Disable connection"):
+            pointing.press_keys("Right")
+            wait_for(lambda: self.focused().name == name, lambda: f"{name!r} to have the focus, not {self.focused()}")
 
     def walk(self, key):
         """The names that get the focus, until the first one has it again."""
@@ -231,3 +238,47 @@ class ByAssistiveTechnology(WindowTestCase):
         router.button("Application menu").press()
         router.accessibility.find(name="Quit Corvel", role="menu item").press()
         self.assertEqual(router.corvel.wait_ended(), 0)
+
+
+class ReadOut(WindowTestCase):
+    """What a screen reader says by itself."""
+
+    def test_the_outcome_of_each_command(self):
+        router = self.start_with(("Live", [connection(KEYBOARD, SYNTH)]))
+        router.wait_text("3 inputs, 3 outputs")
+        router.accessibility.take_notifications()
+        router.press_in_row(0, "Disable connection")
+        wait_for(lambda: 'Set "Live" saved (1 connections)' in router.accessibility.take_notifications(),
+                 "the outcome to be read out")
+
+    def test_but_no_traffic(self):
+        router = self.start_with(("Live", [connection(KEYBOARD, SYNTH), connection(PADS, RECORDER)]))
+        descriptions = [None]
+
+        def change():
+            """Whether notes still arrive: the row says another one than before."""
+            now = router.connection_row(0).description
+            return now != descriptions[-1] and not descriptions.append(now)
+
+        router.wait_text("3 inputs, 3 outputs")
+        wait_for(change, "a note")
+        router.accessibility.take_changes_of_text()
+        for _ in range(6):
+            wait_for(change, "another note")
+        self.assertEqual(router.accessibility.take_changes_of_text(), [])
+
+    def test_that_lines_come_and_go(self):
+        router = self.start_with(("Live", [connection(KEYBOARD, SYNTH)]))
+        router.wait_text("3 inputs, 3 outputs")
+        # A screen reader looks at the stage before it follows it.
+        self.assertEqual([line.name for line in router.accessibility.find(name="Routing stage").children],
+                         ["Demo Keyboard to Demo Synth"])
+        router.accessibility.take_changed_parents()
+        pointing.click(router.input("Demo Pads").middle)
+        pointing.click(router.output("Demo Recorder").middle)
+        router.wait_enabled("Connect")
+        router.press("Connect")
+        wait_for(lambda: ("add", "Routing stage") in router.accessibility.take_changed_parents(), "a line that comes")
+        router.press("Delete selected connection")
+        wait_for(lambda: ("remove", "Routing stage") in router.accessibility.take_changed_parents(),
+                 "a line that goes")

@@ -2,6 +2,8 @@
 
 #include "ui/RouterWindow/ChannelAssignmentView.hpp"
 #include "ui/RouterWindow/RouteTexts.hpp"
+#include "ui/RouterWindow/ShortcutConflicts.hpp"
+#include "ui/controls/LookLabel.hpp"
 
 namespace corvel::ui {
 
@@ -38,7 +40,23 @@ ChannelAssignmentDialog::ChannelAssignmentDialog(MIDIRouterViewModel& model, con
       routeID_(routeID),
       variantID_(variantID),
       editor_(editor) {
+    auto* const name = new LookLabel(look, Look::font(14, QFont::DemiBold), &Theme::text, this);
+    name->setAlignment(Qt::AlignCenter);
+    name->setElided(true);
+    name->setMaximumWidth(editor->width());
+    if (const MIDIRoute* const route = model.route(routeID); route != nullptr) {
+        name->setLine(connectionName(model, *route));
+    }
+    setAccessory(name);
     setAccessory(editor);
+    const QWidget& window = *parent->window();
+    const auto showConflict = [this, &window] {
+        const std::optional<KeyboardShortcutSpec>& shortcut = editor_->shortcut();
+        editor_->setConflict(shortcut ? shortcutConflict(model_, routeID_, *shortcut, editor_->keys(), window)
+                                      : QString());
+    };
+    connect(editor, &ChannelAssignmentView::shortcutChanged, this, showConflict);
+    showConflict();
 }
 
 bool ChannelAssignmentDialog::isStillAboutSomething() const {

@@ -2,6 +2,7 @@
 
 #include "ui/QtText.hpp"
 #include "ui/RouterWindow/KeyEventShortcut.hpp"
+#include "ui/RouterWindow/ShortcutConflicts.hpp"
 #include "ui/RouterWindow/VerticallyCenteredLabelField.hpp"
 #include "ui/controls/IconButton.hpp"
 #include "ui/controls/LookLabel.hpp"
@@ -56,6 +57,7 @@ ChannelAssignmentView::ChannelAssignmentView(const Look& look, const ChannelMode
       channelPicker_(new PopUpButton(look, kPicker.size(), true, this)),
       shortcutField_(new VerticallyCenteredLabelField(QString(), look, this)),
       clearButton_(new IconButton(look, QStringLiteral("xmark"), QStringLiteral("Clear shortcut"), kClearSide, this)),
+      conflictField_(new LookLabel(look, Look::font(11, QFont::Medium), &Theme::warning, this)),
       hintField_(makeLabel(look, QStringLiteral("Use a modifier: ⌘1, ⌥⇧P"), 11, this)) {
     setFixedSize(kSize);
     setFocusPolicy(Qt::StrongFocus);
@@ -93,6 +95,10 @@ void ChannelAssignmentView::layOut() {
     clearButton_->move(kField.right() + 1 - kClearInset - kClearSide, kField.y() + kClearInset);
     hintField_->setGeometry(kHint);
     hintField_->setAlignment(Qt::AlignCenter);
+    conflictField_->setGeometry(kHint);
+    conflictField_->setAlignment(Qt::AlignCenter);
+    conflictField_->setElided(true);
+    conflictField_->hide();
 }
 
 ChannelMode ChannelAssignmentView::channelMode() const {
@@ -104,10 +110,24 @@ void ChannelAssignmentView::setShortcut(const std::optional<KeyboardShortcutSpec
     shortcut_ = shortcut;
     shortcutField_->setText(shortcut ? toQString(shortcut->title()) : QStringLiteral("No shortcut"));
     shortcutField_->setQuiet(!shortcut);
-    const QString words = shortcut ? shortcutInWords(*shortcut) : QString();
-    setPlainToolTip(shortcutField_, words);
-    setAccessibleDescription(shortcut ? words : shortcutField_->text());
+    keys_ = shortcut ? keySequence(*shortcut) : QKeySequence();
+    setPlainToolTip(shortcutField_, shortcut ? shortcutInWords(*shortcut) : QString());
     clearButton_->setVisible(shortcut.has_value());
+    describe();
+    emit shortcutChanged();
+}
+
+void ChannelAssignmentView::setConflict(const QString& conflict) {
+    conflictField_->setLine(conflict);
+    conflictField_->setVisible(!conflict.isEmpty());
+    hintField_->setVisible(conflict.isEmpty());
+    describe();
+}
+
+void ChannelAssignmentView::describe() {
+    const QString shortcut = shortcut_ ? shortcutInWords(*shortcut_) : shortcutField_->text();
+    const QString conflict = conflictField_->text();
+    setAccessibleDescription(conflict.isEmpty() ? shortcut : shortcut + QStringLiteral(". ") + conflict);
 }
 
 void ChannelAssignmentView::showEvent(QShowEvent* event) {
@@ -154,6 +174,8 @@ bool ChannelAssignmentView::captures(const QKeyEvent& event) {
     const std::optional<KeyboardShortcutSpec> pressed = shortcutForKeyEvent(event);
     if (pressed) {
         setShortcut(pressed);
+        keys_ = QKeySequence(event.keyCombination());
+        emit shortcutChanged();
     }
     return pressed.has_value();
 }

@@ -4,6 +4,7 @@
 #include "core/routes/KeyboardShortcutSpec.hpp"
 #include "ui/Look.hpp"
 
+#include <QKeySequence>
 #include <QTimer>
 #include <QWidget>
 
@@ -34,7 +35,16 @@ public:
     [[nodiscard]] const std::optional<KeyboardShortcutSpec>& shortcut() const { return shortcut_; }
     void setShortcut(const std::optional<KeyboardShortcutSpec>& shortcut);
 
+    /// The keys of the shortcut: those that were pressed, which a layout may call otherwise than the shortcut's title.
+    [[nodiscard]] const QKeySequence& keys() const { return keys_; }
+
+    /// Shows under the field what else the shortcut means; an empty text shows the hint.
+    void setConflict(const QString& conflict);
+
     bool eventFilter(QObject* watched, QEvent* event) override;
+
+signals:
+    void shortcutChanged();
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -47,6 +57,7 @@ private:
     [[nodiscard]] bool captures(const QKeyEvent& event);
     void layOut();
     void showListening();
+    void describe();
 
     const Look& look_;
     LookLabel* channelLabel_;
@@ -54,8 +65,10 @@ private:
     PopUpButton* channelPicker_;
     VerticallyCenteredLabelField* shortcutField_;
     IconButton* clearButton_;
+    LookLabel* conflictField_;
     LookLabel* hintField_;
     std::optional<KeyboardShortcutSpec> shortcut_;
+    QKeySequence keys_;
     QTimer takeFocus_;
 };
 

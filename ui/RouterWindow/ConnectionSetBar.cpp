@@ -24,6 +24,8 @@ constexpr int kPadding = 16;
 constexpr int kTop = 2;
 constexpr int kBottom = 10;
 constexpr int kControlHeight = 32;
+constexpr const char* kDeleteHelp = "Delete current set";
+constexpr const char* kOnlySetHelp = "The only connection set cannot be deleted";
 constexpr QSize kPopUpSize(220, kControlHeight);
 
 }  // namespace
@@ -53,7 +55,8 @@ ConnectionSetBar::ConnectionSetBar(MIDIRouterViewModel& model, const Look& look,
     addButton("plus", "Create connection set", &ConnectionSetBar::createSet);
     addButton("square.on.square", "Duplicate current set", &ConnectionSetBar::duplicateSet);
     addButton("pencil", "Rename current set", &ConnectionSetBar::renameSet);
-    addButton("trash", "Delete current set", &ConnectionSetBar::deleteSet)->setRole(IconButton::Role::destructive);
+    delete_ = addButton("trash", kDeleteHelp, &ConnectionSetBar::deleteSet);
+    delete_->setRole(IconButton::Role::destructive);
     layout->addStretch();
 
     connect(sets_, &PopUpButton::itemChosen, this,
@@ -78,6 +81,10 @@ void ConnectionSetBar::refresh(const ModelChanges& changes) {
         names.push_back(toQString(routeSet.name));
     }
     sets_->setItems(names, current);
+    const bool isOnlySet = setIDs_.size() == 1;
+    delete_->setEnabled(!isOnlySet);
+    setPlainToolTip(delete_, QLatin1String(isOnlySet ? kOnlySetHelp : kDeleteHelp));
+    delete_->setAccessibleDescription(isOnlySet ? QLatin1String(kOnlySetHelp) : QString());
     if (question_ && questionedSetID_ != model_.selectedRouteSetID()) {
         question_->reject();
     }

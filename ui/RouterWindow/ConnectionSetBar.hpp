@@ -13,6 +13,7 @@
 namespace corvel::ui {
 
 class AlertDialog;
+class IconButton;
 class PopUpButton;
 
 /// Under the header: which connection set is the current one, and what can be done with it.
@@ -44,6 +45,7 @@ private:
     MIDIRouterViewModel& model_;
     const Look& look_;
     PopUpButton* sets_;
+    IconButton* delete_ = nullptr;
     /// The sets as the pop-up lists them.
     std::vector<UUID> setIDs_;
     QPointer<AlertDialog> question_;

@@ -4,15 +4,19 @@
 #include "ui/RouterWindow/EndpointFilterBar.hpp"
 #include "ui/RouterWindow/EndpointRow.hpp"
 #include "ui/RouterWindow/EndpointSelectionDetails.hpp"
+#include "ui/controls/Accessibility.hpp"
+#include "ui/controls/LookButton.hpp"
 #include "ui/controls/LookLabel.hpp"
 #include "ui/controls/LookScrollArea.hpp"
 
+#include <QFocusEvent>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
 namespace corvel::ui {
@@ -63,6 +67,9 @@ EndpointColumn::EndpointColumn(const Look& look, const QString& title, MIDIEndpo
     layout->addWidget(scrollArea_, 1);
     layout->addWidget(details_);
 
+    tabPlace_ = makeTabPlace(*this);
+    setAccessibleRole(*rowArea_, QAccessible::List);
+    rowArea_->setAccessibleName(title);
     rowArea_->installEventFilter(this);
     scrollArea_->viewport()->installEventFilter(this);
     connect(filter_, &EndpointFilterBar::changed, this, [this] {
@@ -117,6 +124,9 @@ bool EndpointColumn::admits(const MIDIEndpointModel& endpoint) const {
 
 void EndpointColumn::showAdmitted() {
     std::unordered_multimap<std::int32_t, EndpointRow*> former;
+    const auto focused = std::ranges::find_if(rows_, [](const EndpointRow* row) { return row->hasFocus(); });
+    EndpointRow* const focusedRow = focused != rows_.end() ? *focused : nullptr;
+    const auto focusedPlace = static_cast<std::size_t>(focused - rows_.begin());
     for (EndpointRow* const row : std::exchange(rows_, {})) {
         former.emplace(row->endpoint().id, row);
     }
@@ -131,6 +141,12 @@ void EndpointColumn::showAdmitted() {
         row->setAlias(alias == aliases_.end() ? QString() : alias->second);
         rows_.push_back(row);
     }
+    if (focusedRow != nullptr && std::ranges::find(rows_, focusedRow) == rows_.end()) {
+        // Left to the toolkit, the focus would go on to whatever comes after the column.
+        QWidget* const heir =
+            rows_.empty() ? this : static_cast<QWidget*>(rows_[std::min(focusedPlace, rows_.size() - 1)]);
+        heir->setFocus(focusedRow->showsFocus() ? Qt::TabFocusReason : Qt::OtherFocusReason);
+    }
     for (const auto& [id, row] : former) {
         row->hide();
         // A row may be in the middle of its own drag.
@@ -139,6 +155,7 @@ void EndpointColumn::showAdmitted() {
     nothingAdmitted_->setVisible(rows_.empty() && !endpoints_.empty());
     arrangeRows();
     updateSelection();
+    updateConnectionMark();
 }
 
 void EndpointColumn::arrangeRows() {
@@ -150,8 +167,11 @@ void EndpointColumn::arrangeRows() {
             rowLayout_->insertWidget(place, rows_[index]);
         }
     }
-    for (std::size_t index = 1; index < rows_.size(); ++index) {
-        setTabOrder(rows_[index - 1], rows_[index]);
+    // A new row would otherwise come last in the window, and take the others along.
+    QWidget* previous = tabPlace_;
+    for (EndpointRow* const row : rows_) {
+        setTabOrder(previous, row);
+        previous = row;
     }
 }
 
@@ -164,6 +184,18 @@ void EndpointColumn::setSelection(const std::optional<std::int32_t>& selection) 
     }
     if (selection_) {
         showEndpoint(*selection_);
+    }
+}
+
+void EndpointColumn::setConnectionMark(const std::optional<std::int32_t>& endpointID, const QColor& colour) {
+    markedID_ = endpointID;
+    markColour_ = colour;
+    updateConnectionMark();
+}
+
+void EndpointColumn::updateConnectionMark() {
+    for (EndpointRow* const row : rows_) {
+        row->setConnectionMark(row->endpoint().id == markedID_ ? std::optional(markColour_) : std::nullopt);
     }
 }
 
@@ -236,13 +268,27 @@ void EndpointColumn::setTabStop(const EndpointRow* stop) {
     }
 }
 
-void EndpointColumn::moveFocus(const EndpointRow* from, int step) {
-    const auto place = std::ranges::find(rows_, from) - rows_.begin() + step;
-    if (place >= 0 && place < std::ssize(rows_)) {
-        EndpointRow* const row = rows_[static_cast<std::size_t>(place)];
-        row->setFocus(step > 0 ? Qt::TabFocusReason : Qt::BacktabFocusReason);
-        scrollArea_->ensureWidgetVisible(row, 0, kRowGap);
+bool EndpointColumn::moveFocus(const EndpointRow* from, int key) {
+    const std::ptrdiff_t place = std::ranges::find(rows_, from) - rows_.begin();
+    const std::ptrdiff_t last = std::ssize(rows_) - 1;
+    std::ptrdiff_t target = 0;
+    switch (key) {
+        case Qt::Key_Up:
+            target = std::max<std::ptrdiff_t>(place - 1, 0);
+            break;
+        case Qt::Key_Down:
+            target = std::min(place + 1, last);
+            break;
+        case Qt::Key_Home:
+            break;
+        case Qt::Key_End:
+            target = last;
+            break;
+        default:
+            return false;
     }
+    rows_[static_cast<std::size_t>(target)]->setFocus(target >= place ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+    return true;
 }
 
 void EndpointColumn::reportConnectorPositions(EndpointConnectorYPositions& positions) const {
@@ -268,6 +314,10 @@ bool EndpointColumn::eventFilter(QObject* watched, QEvent* event) {
     }
     if (event->type() == QEvent::FocusIn) {
         setTabStop(row);
+        // A row that moved under the pointer would be lost to the click.
+        if (static_cast<QFocusEvent*>(event)->reason() != Qt::MouseFocusReason) {
+            scrollArea_->ensureWidgetVisible(row, 0, kRowGap);
+        }
     }
     if (event->type() == QEvent::KeyPress) {
         return handleKey(row, *static_cast<QKeyEvent*>(event));
@@ -277,8 +327,8 @@ bool EndpointColumn::eventFilter(QObject* watched, QEvent* event) {
 
 bool EndpointColumn::handleKey(const EndpointRow* row, const QKeyEvent& event) {
     const int key = event.key();
-    if (key == Qt::Key_Down || key == Qt::Key_Up) {
-        moveFocus(row, key == Qt::Key_Down ? 1 : -1);
+    const bool isPlain = (event.modifiers() & ~Qt::KeyboardModifiers(Qt::KeypadModifier)) == Qt::NoModifier;
+    if (isPlain && moveFocus(row, key)) {
         return true;
     }
     if (key == Qt::Key_F2) {

@@ -4,6 +4,7 @@
 #include "ui/Look.hpp"
 #include "ui/RouterWindow/EndpointPositionKey.hpp"
 
+#include <QColor>
 #include <QDrag>
 #include <QRect>
 #include <QString>
@@ -28,7 +29,8 @@ class LookScrollArea;
 
 /// All inputs or all outputs as rows, with what is to know of the selected one below. A filter leaves out some of them.
 ///
-/// Shows what it is given and reports what the user does. The Tab key stops at one row; Up and Down go to the others.
+/// Shows what it is given and reports what the user does. The Tab key stops at one row; Up, Down, Home and End go to
+/// the others.
 class EndpointColumn final : public QWidget {
     Q_OBJECT
 
@@ -52,6 +54,9 @@ public:
 
     /// Marks the endpoint with this ID; none needs to have it.
     void setSelection(const std::optional<std::int32_t>& selection);
+
+    /// Marks this endpoint's row as an end of the selected connection, in its colour; none of the rows need be it.
+    void setConnectionMark(const std::optional<std::int32_t>& endpointID, const QColor& colour);
 
     /// The endpoint with the selection's ID, if any. Valid until the endpoints change.
     [[nodiscard]] const MIDIEndpointModel* selectedEndpoint() const;
@@ -114,9 +119,11 @@ private:
     void focusRows();
     /// What a key does beside what it does to the row that has the focus; whether it does anything.
     bool handleKey(const EndpointRow* row, const QKeyEvent& event);
-    void moveFocus(const EndpointRow* from, int step);
+    /// Moves the focus as this key asks; whether it is one that does.
+    [[nodiscard]] bool moveFocus(const EndpointRow* from, int key);
     void setTabStop(const EndpointRow* stop);
     void updateSelection();
+    void updateConnectionMark();
 
     const Look& look_;
     const MIDIEndpointDirection direction_;
@@ -125,9 +132,14 @@ private:
     std::vector<MIDIEndpointModel> endpoints_;
     Aliases aliases_;
     std::unordered_set<std::int32_t> connectedIDs_;
-    std::vector<EndpointRow*> rows_;
     EndpointFilterBar* filter_;
     LookLabel* nothingAdmitted_;
+    /// The end of the selected connection, and the connection's colour.
+    std::optional<std::int32_t> markedID_;
+    QColor markColour_;
+    std::vector<EndpointRow*> rows_;
+    /// Never seen: the place of the rows in the order of the Tab key.
+    QWidget* tabPlace_ = nullptr;
     QWidget* rowArea_;
     QVBoxLayout* rowLayout_;
     LookScrollArea* scrollArea_;

@@ -27,6 +27,7 @@ constexpr int kIconSize = 20;
 constexpr int kDotSize = 8;
 constexpr int kDotMargin = 14;
 constexpr qreal kHollowDotWidth = 1.75;
+constexpr qreal kConnectionMarkWidth = 5;
 /// The light of a message lies around the status dot.
 constexpr qreal kLightRadius = 9;
 constexpr qreal kLightCore = 4.5;
@@ -88,7 +89,19 @@ void EndpointRow::setSelected(bool isSelected) {
     selection_.setEndValue(isSelected ? 1.0 : 0.0);
     selection_.setDuration(animationDuration(*this, kSelectionDuration));
     selection_.start();
-    describe();
+    announceState(AccessibleState::selected);
+}
+
+void EndpointRow::addAccessibleState(QAccessible::State& state) const {
+    state.selectable = 1U;
+    state.selected = isSelected_ ? 1U : 0U;
+}
+
+void EndpointRow::setConnectionMark(const std::optional<QColor>& colour) {
+    if (colour != connectionMark_) {
+        connectionMark_ = colour;
+        update();
+    }
 }
 
 void EndpointRow::describe() {
@@ -96,8 +109,7 @@ void EndpointRow::describe() {
     setPlainText(alias_.isEmpty() ? name : alias_);
     setPlainToolTip(this, alias_.isEmpty() ? name : alias_ + QLatin1Char('\n') + name);
     setAccessibleDescription((isInput() ? QStringLiteral("Input") : QStringLiteral("Output")) +
-                             (endpoint_.isOnline ? QStringLiteral(", online") : QStringLiteral(", offline")) +
-                             (isSelected_ ? QStringLiteral(", selected") : QString()));
+                             (endpoint_.isOnline ? QStringLiteral(", online") : QStringLiteral(", offline")));
 }
 
 QSize EndpointRow::sizeHint() const {
@@ -112,6 +124,14 @@ void EndpointRow::paintEvent(QPaintEvent*) {
                                       : stateFill(rest, theme().raisedHover, theme().raisedPressed);
     paint(painter, rect(),
           {.fill = fill, .isSelected = isSelected_, .isDropTarget = isDropTarget_, .showsFocus = showsFocus()});
+    paintConnectionMark(painter, rect());
+}
+
+void EndpointRow::paintConnectionMark(QPainter& painter, const QRectF& whole) const {
+    if (connectionMark_) {
+        const qreal left = isInput() ? whole.right() - kConnectionMarkWidth : whole.left();
+        painter.fillRect(QRectF(left, whole.top(), kConnectionMarkWidth, whole.height()), *connectionMark_);
+    }
 }
 
 void EndpointRow::paint(QPainter& painter, const QRectF& whole, const State& state) const {
@@ -192,8 +212,8 @@ QPixmap EndpointRow::dragPicture() const {
 }
 
 void EndpointRow::drag() {
-    // The drag lives on until its data has been fetched, also when this row goes meanwhile.
-    auto* const drag = new QDrag(this);
+    // The window's: the drag lives on until its data has been fetched, and this row may go meanwhile.
+    auto* const drag = new QDrag(window());
     auto* const payload = new QMimeData;
     payload->setText(toQString(EndpointDragPayload::text(endpoint_.direction, endpoint_.id)));
     drag->setMimeData(payload);
@@ -214,6 +234,11 @@ void EndpointRow::drag() {
 void EndpointRow::mousePressEvent(QMouseEvent* event) {
     pressedAt_ = event->position().toPoint();
     LookButton::mousePressEvent(event);
+}
+
+void EndpointRow::mouseDoubleClickEvent(QMouseEvent* event) {
+    // Nothing is lost by selecting a row twice, and whoever has just clicked on it may drag it.
+    mousePressEvent(event);
 }
 
 void EndpointRow::mouseMoveEvent(QMouseEvent* event) {

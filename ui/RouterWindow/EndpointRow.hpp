@@ -3,6 +3,7 @@
 #include "core/engine/MIDIEndpointModel.hpp"
 #include "ui/controls/LookButton.hpp"
 
+#include <QColor>
 #include <QDrag>
 #include <QPixmap>
 #include <QPoint>
@@ -35,8 +36,16 @@ public:
     [[nodiscard]] bool isSelected() const { return isSelected_; }
     void setSelected(bool isSelected);
 
+    /// Marks the row as an end of the selected connection, with a bar in the connection's colour where its line begins.
+    /// This is not the row's own selection, which is for the next connection.
+    void setConnectionMark(const std::optional<QColor>& colour);
+    [[nodiscard]] const std::optional<QColor>& connectionMark() const { return connectionMark_; }
+
     /// Whether a drag that this row would take hovers over it.
     [[nodiscard]] bool isDropTarget() const { return isDropTarget_; }
+
+    [[nodiscard]] QAccessible::Role accessibleRole() const override { return QAccessible::ListItem; }
+    void addAccessibleState(QAccessible::State& state) const override;
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return {0, kHeight}; }
@@ -59,6 +68,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragMoveEvent(QDragMoveEvent* event) override;
     void dragLeaveEvent(QDragLeaveEvent* event) override;
@@ -77,6 +87,7 @@ private:
     [[nodiscard]] bool isInput() const { return endpoint_.direction == MIDIEndpointDirection::source; }
     void paint(QPainter& painter, const QRectF& whole, const State& state) const;
     void paintContent(QPainter& painter, const QRectF& whole, const State& state) const;
+    void paintConnectionMark(QPainter& painter, const QRectF& whole) const;
     [[nodiscard]] static QRectF statusDot(const QRectF& whole);
     void paintStatusDot(QPainter& painter, const QRectF& whole) const;
     void paintLight(QPainter& painter, const QPointF& middle) const;
@@ -92,6 +103,7 @@ private:
     int lightLevel_ = 0;
     bool isSelected_ = false;
     bool isDropTarget_ = false;
+    std::optional<QColor> connectionMark_;
     QVariantAnimation selection_;
     QPoint pressedAt_;
 };

@@ -2,12 +2,14 @@
 
 #include "ui/QtText.hpp"
 #include "ui/RouterWindow/ApplicationMenuButton.hpp"
+#include "ui/RouterWindow/RouteTexts.hpp"
 #include "ui/controls/Badge.hpp"
 #include "ui/controls/IconButton.hpp"
 #include "ui/controls/LookLabel.hpp"
 #include "ui/controls/TextButton.hpp"
 
 #include <QAction>
+#include <QEvent>
 #include <QHBoxLayout>
 
 namespace corvel::ui {
@@ -37,6 +39,9 @@ HeaderBar::HeaderBar(MIDIRouterViewModel& model, const Look& look, const QList<Q
         new IconButton(look, QStringLiteral("gearshape"), QStringLiteral("Open settings"), kButtonSide, this);
     connect_->setIconName(QStringLiteral("link"));
     delete_->setRole(IconButton::Role::destructive);
+    // A click leaves the focus where it was: no later key finds it here by chance.
+    delete_->setFocusPolicy(Qt::TabFocus);
+    delete_->installEventFilter(this);
 
     auto* const layout = new QHBoxLayout(this);
     layout->setContentsMargins(kLeftPadding, 0, kRightPadding, 0);
@@ -71,6 +76,7 @@ HeaderBar::HeaderBar(MIDIRouterViewModel& model, const Look& look, const QList<Q
     connect(delete_, &QAbstractButton::clicked, this, [this] { model_.deleteSelectedRoute(); });
 
     auto* const shortcut = new QAction(this);
+    shortcut->setText(QStringLiteral("Connect"));
     shortcut->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Return), QKeySequence(Qt::CTRL | Qt::Key_Enter)});
     connect(shortcut, &QAction::triggered, this, &HeaderBar::connectSelected);
     addAction(shortcut);
@@ -87,15 +93,43 @@ void HeaderBar::connectSelected() {
     }
 }
 
+bool HeaderBar::isBinAttended() const {
+    return delete_->isEnabled() && (delete_->underMouse() || delete_->hasFocus());
+}
+
+bool HeaderBar::eventFilter(QObject* watched, QEvent* event) {
+    switch (event->type()) {
+        case QEvent::Enter:
+        case QEvent::Leave:
+        case QEvent::FocusIn:
+        case QEvent::FocusOut:
+        case QEvent::EnabledChange:
+            // The button itself has not heard of it yet.
+            QMetaObject::invokeMethod(this, &HeaderBar::binAttentionChanged, Qt::QueuedConnection);
+            break;
+        default:
+            break;
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void HeaderBar::nameBin() {
+    const MIDIRoute* const route = model_.selectedRouteID() ? model_.route(*model_.selectedRouteID()) : nullptr;
+    const QString command = QStringLiteral("Delete selected connection");
+    delete_->setHelp(route != nullptr ? command + QStringLiteral(": ") + connectionName(model_, *route) : command);
+}
+
 void HeaderBar::refresh(const ModelChanges& changes) {
     using Property = ModelChanges::Property;
-    if (!changes.containAny({Property::selectedSourceID, Property::selectedDestinationID, Property::selectedRouteID})) {
-        return;
+    if (changes.containAny({Property::selectedSourceID, Property::selectedDestinationID})) {
+        connect_->setEnabled(canConnect());
+        setPlainToolTip(connect_, canConnect() ? QStringLiteral("Connect the selected input and output (Ctrl+Return)")
+                                               : QStringLiteral("Select an input and an output first"));
     }
-    connect_->setEnabled(canConnect());
-    setPlainToolTip(connect_, canConnect() ? QStringLiteral("Connect the selected input and output (Ctrl+Return)")
-                                           : QStringLiteral("Select an input and an output first"));
-    delete_->setEnabled(model_.selectedRouteID().has_value());
+    if (changes.containAny({Property::selectedRouteID, Property::routes, Property::sources, Property::destinations})) {
+        delete_->setEnabled(model_.selectedRouteID().has_value());
+        nameBin();
+    }
 }
 
 }  // namespace corvel::ui

@@ -25,12 +25,21 @@ public:
 
     void refresh(const ModelChanges& changes);
 
+    /// Whether the pointer or the keyboard's focus is on the button that deletes the selected connection.
+    [[nodiscard]] bool isBinAttended() const;
+
 signals:
     void settingsRequested();
+    /// `isBinAttended` may be another.
+    void binAttentionChanged();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void connectSelected();
     [[nodiscard]] bool canConnect() const;
+    void nameBin();
 
     MIDIRouterViewModel& model_;
     TextButton* connect_;

@@ -1,15 +1,19 @@
 #include "ui/RouterWindow/RouteGraph.hpp"
 
-#include "ui/RouterWindow/EndpointNames.hpp"
 #include "ui/RouterWindow/RouteColorPalette.hpp"
 #include "ui/RouterWindow/RouteGraphAccessible.hpp"
 #include "ui/RouterWindow/RouteLinePainting.hpp"
+#include "ui/RouterWindow/RouteTexts.hpp"
 #include "ui/RouterWindow/UndividedPainting.hpp"
+#include "ui/controls/LookButton.hpp"
 #include "ui/controls/LookLabel.hpp"
+#include "ui/controls/Painting.hpp"
 
 #include <QContextMenuEvent>
 #include <QEvent>
+#include <QFocusEvent>
 #include <QImage>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
@@ -33,6 +37,10 @@ constexpr qreal kPulseReach = 34;
 /// With more than so many moving parts their bounds are painted as one rectangle: every rectangle costs a look at every
 /// part.
 constexpr std::size_t kExactRegionLimit = 24;
+/// The opacity of all other lines while one is emphasized.
+constexpr qreal kStrengthBesideEmphasized = 0.25;
+constexpr qreal kFocusRadius = 6;
+constexpr qreal kFocusMargin = 2;
 
 }  // namespace
 
@@ -55,11 +63,16 @@ RouteGraph::RouteGraph(MIDIRouterViewModel& model, const Look& look, std::shared
     connect(&look, &Look::changed, this, &RouteGraph::forgetPictures);
     connect(&edges_, &RouteGraphEdges::endpointRequested, this, &RouteGraph::endpointRequested);
     connect(&ticker_, &RouteAnimationTicker::nowChanged, this, &RouteGraph::showInstant);
+    setFocusPolicy(Qt::StrongFocus);
+    takeRoutes();
     placeLines();
 }
 
 void RouteGraph::refresh(const ModelChanges& changes) {
     using Property = ModelChanges::Property;
+    if (changes.containAny({Property::routes})) {
+        takeRoutes();
+    }
     if (changes.containAny({Property::routes, Property::sources, Property::destinations, Property::selectedRouteID})) {
         placeLines();
     }
@@ -72,18 +85,28 @@ void RouteGraph::setConnectorPositions(const EndpointConnectorYPositions& positi
     placeLines();
 }
 
-std::vector<UUID> RouteGraph::routeIDs() const {
+void RouteGraph::takeRoutes() {
     std::vector<UUID> ids;
     std::ranges::transform(model_.routes(), std::back_inserter(ids), &MIDIRoute::id);
-    return ids;
+    if (ids == routeIDs_) {
+        return;
+    }
+    const auto missingIn = [](const std::vector<UUID>& among) {
+        return [&among](const UUID& id) { return std::ranges::find(among, id) == among.end(); };
+    };
+    std::vector<UUID> gone;
+    std::ranges::copy_if(routeIDs_, std::back_inserter(gone), missingIn(ids));
+    std::vector<UUID> come;
+    std::ranges::copy_if(ids, std::back_inserter(come), missingIn(routeIDs_));
+    // A line that goes is told of while it still has its place, one that comes once it has one.
+    announceRouteLines(*this, gone, QAccessible::ObjectDestroyed);
+    routeIDs_ = std::move(ids);
+    announceRouteLines(*this, come, QAccessible::ObjectCreated);
 }
 
 QString RouteGraph::routeName(const UUID& routeID) const {
     const MIDIRoute* const route = model_.route(routeID);
-    if (route == nullptr) {
-        return {};
-    }
-    return QStringLiteral("%1 to %2").arg(shownInputName(model_, *route), shownOutputName(model_, *route));
+    return route != nullptr ? connectionName(model_, *route) : QString();
 }
 
 QRect RouteGraph::routeRect(const UUID& routeID) const {
@@ -100,6 +123,13 @@ bool RouteGraph::isSelected(const UUID& routeID) const {
 
 void RouteGraph::selectRoute(const UUID& routeID) {
     model_.setSelectedRouteID(routeID);
+}
+
+void RouteGraph::setEmphasizedRoute(const std::optional<UUID>& routeID) {
+    if (routeID != emphasizedRoute_) {
+        emphasizedRoute_ = routeID;
+        repaintLines();
+    }
 }
 
 // Lines
@@ -224,6 +254,7 @@ void RouteGraph::mouseMoveEvent(QMouseEvent* event) {
 
 void RouteGraph::mousePressEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton) {
+        isPressed_ = true;
         pressedRoute_ = routeAt(event->position());
     }
 }
@@ -233,8 +264,14 @@ void RouteGraph::mouseReleaseEvent(QMouseEvent* event) {
         return;
     }
     const std::optional<UUID> pressed = std::exchange(pressedRoute_, std::nullopt);
-    if (pressed && pressed == routeAt(event->position())) {
+    const std::optional<UUID> released = routeAt(event->position());
+    if (!std::exchange(isPressed_, false) || pressed != released) {
+        return;
+    }
+    if (pressed) {
         selectRoute(*pressed);
+    } else if (rect().contains(event->position().toPoint())) {
+        emit emptyPlaceClicked();
     }
 }
 
@@ -246,6 +283,52 @@ void RouteGraph::contextMenuEvent(QContextMenuEvent* event) {
     if (const std::optional<UUID> routeID = routeAt(event->pos())) {
         emit menuRequested(*routeID, event->globalPos());
     }
+}
+
+// Keys
+
+void RouteGraph::keyPressEvent(QKeyEvent* event) {
+    const std::vector<UUID>& ids = routeIDs_;
+    const auto selected = model_.selectedRouteID() ? std::ranges::find(ids, *model_.selectedRouteID()) : ids.end();
+    const bool isAny = selected != ids.end();
+    if (ids.empty() || (event->modifiers() & ~Qt::KeyboardModifiers(Qt::KeypadModifier)) != Qt::NoModifier) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    switch (event->key()) {
+        case Qt::Key_Up:
+            selectRoute(isAny && selected != ids.begin() ? *std::prev(selected) : ids.front());
+            break;
+        case Qt::Key_Down:
+            selectRoute(isAny && std::next(selected) != ids.end() ? *std::next(selected)
+                        : isAny                                   ? ids.back()
+                                                                  : ids.front());
+            break;
+        case Qt::Key_Home:
+            selectRoute(ids.front());
+            break;
+        case Qt::Key_End:
+            selectRoute(ids.back());
+            break;
+        case Qt::Key_Delete:
+            model_.deleteSelectedRoute();
+            break;
+        default:
+            QWidget::keyPressEvent(event);
+    }
+}
+
+void RouteGraph::focusInEvent(QFocusEvent* event) {
+    if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason) {
+        isKeyboardFocus_ = isByKeyboard(event->reason());
+    }
+    QWidget::focusInEvent(event);
+    update();
+}
+
+void RouteGraph::focusOutEvent(QFocusEvent* event) {
+    QWidget::focusOutEvent(event);
+    update();
 }
 
 // Window
@@ -296,6 +379,13 @@ void RouteGraph::paintClip(QPainter& painter) {
     if (lines_.inDrawingOrder().empty()) {
         paintPlaceholderIcon(painter);
     }
+    if (hasFocus() && isKeyboardFocus_) {
+        painter.save();
+        painter.setRenderHint(QPainter::Antialiasing);
+        paintRing(painter, QRectF(rect()).adjusted(kFocusMargin, kFocusMargin, -kFocusMargin, -kFocusMargin),
+                  kFocusRadius, look_.theme().accent);
+        painter.restore();
+    }
 }
 
 void RouteGraph::prepare(qreal devicePixelRatio) {
@@ -318,11 +408,17 @@ QImage RouteGraph::paintedLines() const {
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.scale(ratio_, ratio_);
+    const bool isOneEmphasized = emphasizedRoute_ && model_.route(*emphasizedRoute_) != nullptr;
+    const auto strength = [&](const RouteLine& line) {
+        return isOneEmphasized && line.routeID != emphasizedRoute_ ? kStrengthBesideEmphasized : 1;
+    };
     for (const RouteLine& line : lines_.inDrawingOrder()) {
+        painter.setOpacity(strength(line));
         const RouteGlow unselected = hoveredRoute_ == line.routeID ? RouteGlow::hovered : RouteGlow::none;
         paintRouteLine(painter, line, line.isSelected ? RouteGlow::selected : unselected, look_.mode());
     }
     for (const RouteLine& line : lines_.inDrawingOrder()) {
+        painter.setOpacity(strength(line));
         paintConnectorMarks(painter, line, look_.mode());
     }
     return picture;

@@ -30,7 +30,8 @@ namespace corvel::ui {
 class LookLabel;
 
 /// The routing stage: a line for each connection from its input's row to its output's row, and on it a signal for each
-/// message that it carried. A click on a line selects the connection.
+/// message that it carried. A click on a line selects the connection; with the focus, so do Up, Down, Home and End, and
+/// Delete deletes it.
 ///
 /// The lines are a picture that changes only with them; a tick copies the signals onto it, and where nothing moves it
 /// paints nothing.
@@ -58,7 +59,7 @@ public:
     [[nodiscard]] const RouteGraphEdges& edges() const { return edges_; }
 
     /// The connections in the order of the list.
-    [[nodiscard]] std::vector<UUID> routeIDs() const;
+    [[nodiscard]] const std::vector<UUID>& routeIDs() const { return routeIDs_; }
 
     /// A connection's endpoints in words: "Keys to Synth".
     [[nodiscard]] QString routeName(const UUID& routeID) const;
@@ -71,12 +72,18 @@ public:
     /// Makes this connection the selected one.
     void selectRoute(const UUID& routeID);
 
+    /// Has one connection's line stand out from all others; none treats all alike.
+    void setEmphasizedRoute(const std::optional<UUID>& routeID);
+
 signals:
     /// The user wants to see this endpoint's row.
     void endpointRequested(const corvel::ui::EndpointPositionKey& endpoint);
 
     /// The user wants the menu of a connection's line at this place of the screen.
     void menuRequested(const corvel::UUID& routeID, const QPoint& place);
+
+    /// A click that meant no line.
+    void emptyPlaceClicked();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -89,8 +96,13 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
     void leaveEvent(QEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
 
 private:
+    /// Takes the connections from the model, and tells assistive technologies which lines come and go.
+    void takeRoutes();
     /// Places the lines anew, and repaints if that makes a difference.
     void placeLines();
     [[nodiscard]] RouteLines makeLines(RouteLineEnds& ends) const;
@@ -121,6 +133,7 @@ private:
     RouteAnimationTicker ticker_;
     LookLabel* const placeholder_;
 
+    std::vector<UUID> routeIDs_;
     EndpointConnectorYPositions positions_;
     EndpointViewports viewports_;
     RouteGraphEdges edges_;
@@ -131,7 +144,12 @@ private:
     Instant passedAt_;
     UUID newestPassed_;
     std::optional<UUID> hoveredRoute_;
+    /// Whether the button is down on the stage, and on which line.
+    bool isPressed_ = false;
     std::optional<UUID> pressedRoute_;
+    std::optional<UUID> emphasizedRoute_;
+    /// Whether the focus came by keyboard: only then a ring is drawn.
+    bool isKeyboardFocus_ = false;
 
     /// Device pixels to a logical one in the pictures, 0 when there are none in this appearance.
     qreal ratio_ = 0;

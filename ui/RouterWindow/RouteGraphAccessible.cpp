@@ -142,6 +142,20 @@ QAccessibleInterface* makeInterface(const QString&, QObject* object) {
 
 }  // namespace
 
+void announceRouteLines(RouteGraph& graph, const std::vector<UUID>& routeIDs, QAccessible::Event what) {
+    if (!QAccessible::isActive()) {
+        return;
+    }
+    const QAccessibleInterface* const stage = QAccessible::queryAccessibleInterface(&graph);
+    for (const UUID& id : routeIDs) {
+        const auto index = std::ranges::find(graph.routeIDs(), id) - graph.routeIDs().begin();
+        if (QAccessibleInterface* const line = stage->child(static_cast<int>(index)); line != nullptr) {
+            QAccessibleEvent event(line, what);
+            QAccessible::updateAccessibility(&event);
+        }
+    }
+}
+
 void installRouteGraphAccessibility() {
     // The toolkit keeps a factory once, however often it is handed over.
     QAccessible::installFactory(makeInterface);

@@ -4,12 +4,17 @@
 #include "ui/RouterWindow/RouteColorPalette.hpp"
 #include "ui/RouterWindow/RouteMenu.hpp"
 #include "ui/RouterWindow/RouteRow.hpp"
+#include "ui/controls/Accessibility.hpp"
 #include "ui/controls/LookLabel.hpp"
 #include "ui/controls/LookScrollArea.hpp"
 #include "ui/controls/Painting.hpp"
+#include "ui/controls/PopUpButton.hpp"
 
+#include <QApplication>
 #include <QDeadlineTimer>
 #include <QEasingCurve>
+#include <QFocusEvent>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QScrollBar>
 #include <QVBoxLayout>
@@ -17,6 +22,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <iterator>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -56,7 +62,8 @@ RouteList::RouteList(MIDIRouterViewModel& model, const Look& look, QWidget* pare
       model_(model),
       look_(look),
       heading_(new LookLabel(look, Look::font(13, QFont::DemiBold), &Theme::text2, this)),
-      scrollArea_(new LookScrollArea(look, this)) {
+      scrollArea_(new LookScrollArea(look, this)),
+      tabPlace_(makeTabPlace(*this)) {
     heading_->setText(QStringLiteral("Connections"));
     scrollArea_->setScrollBarSide(Qt::RightEdge, kHandleDistance);
 
@@ -65,6 +72,8 @@ RouteList::RouteList(MIDIRouterViewModel& model, const Look& look, QWidget* pare
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addStretch(1);
+    setAccessibleRole(*content, QAccessible::List);
+    content->setAccessibleName(heading_->text());
     scrollArea_->setWidget(content);
 
     scrolling_.setEasingCurve(easeInOut());
@@ -127,15 +136,21 @@ void RouteList::showRoutes() {
         }
         rows.back()->setFeedsBack(feedback.contains(route.id));
     }
+    const RouteRow* const focusedRow = rowOf(QApplication::focusWidget());
+    const auto focusedPlace = static_cast<std::size_t>(std::ranges::find(rows_, focusedRow) - rows_.begin());
+    if (rows != std::exchange(rows_, rows)) {
+        orderRows(0);
+    }
+    if (focusedRow != nullptr) {
+        keepFocus(QApplication::focusWidget(), focusedPlace);
+    }
     for (const auto& [id, row] : present) {
         // Its own click may be what removed it.
         row->hide();
         formerRows_.emplace_back(row);
     }
     scrollArea_->widget()->setMinimumHeight(static_cast<int>(model_.routes().size()) * RouteRow::kHeight);
-    if (rows != std::exchange(rows_, rows)) {
-        orderRows(0);
-    }
+    setTabStop(rowOf(QApplication::focusWidget()));
     rowMaking_.start();
 }
 
@@ -166,7 +181,9 @@ void RouteList::makeMoreRows() {
 
 RouteRow* RouteList::makeRow(const MIDIRoute& route, const QColor& colour) {
     auto* const row = new RouteRow(model_, look_, route, colour, scrollArea_->widget());
-    connect(row, &RouteRow::neighbourRequested, this, [this, row](int offset) { selectNeighbour(row, offset); });
+    for (QWidget* const view : row->focusViews()) {
+        view->installEventFilter(this);
+    }
     connect(row, &RouteRow::addRequested, this, [this, row] { openDialog(row->routeID(), Purpose::add); });
     connect(row, &RouteRow::menuRequested, this, [this, row](const QPoint& place) { openMenu(row->routeID(), place); });
     connect(row, &RouteRow::editRequested, this, [this, row] { openDialog(row->routeID(), Purpose::edit); });
@@ -175,14 +192,13 @@ RouteRow* RouteList::makeRow(const MIDIRoute& route, const QColor& colour) {
 
 void RouteList::orderRows(std::size_t first) {
     auto& layout = static_cast<QVBoxLayout&>(*scrollArea_->widget()->layout());
-    QWidget* previous = first > 0 ? rows_[first - 1]->focusViews().back() : nullptr;
+    // New rows would otherwise come last in the window, and take the others along.
+    QWidget* previous = first > 0 ? rows_[first - 1]->focusViews().back() : tabPlace_;
     for (std::size_t index = first; index < rows_.size(); ++index) {
         layout.insertWidget(static_cast<int>(index), rows_[index]);
         rows_[index]->show();
         for (QWidget* const view : rows_[index]->focusViews()) {
-            if (previous != nullptr) {
-                setTabOrder(previous, view);
-            }
+            setTabOrder(previous, view);
             previous = view;
         }
     }
@@ -197,6 +213,7 @@ void RouteList::showSelection() {
         row->setHairline(!isSelected && !isPreviousSelected);
         isPreviousSelected = isSelected;
     }
+    setTabStop(rowOf(QApplication::focusWidget()));
     const bool isMade = selection && std::ranges::find(rows_, *selection, &RouteRow::routeID) != rows_.end();
     if (selection && !isMade && model_.route(*selection) != nullptr) {
         // Its row is still to be made.
@@ -237,16 +254,115 @@ void RouteList::showStatuses() {
     }
 }
 
-void RouteList::selectNeighbour(const RouteRow* row, int offset) {
-    const auto found = std::ranges::find(rows_, row);
-    const auto neighbour = found - rows_.begin() + offset;
-    if (neighbour < 0 || neighbour >= std::ssize(rows_)) {
+RouteRow* RouteList::rowOf(const QWidget* view) const {
+    const auto found =
+        std::ranges::find_if(rows_, [view](const RouteRow* row) { return row == view || row->isAncestorOf(view); });
+    return found != rows_.end() ? *found : nullptr;
+}
+
+void RouteList::setTabStop(const RouteRow* stop) {
+    const auto selected = std::ranges::find_if(rows_, &RouteRow::isSelected);
+    if (stop == nullptr && !rows_.empty()) {
+        stop = selected != rows_.end() ? *selected : rows_.front();
+    }
+    for (RouteRow* const row : rows_) {
+        row->setFocusPolicy(row == stop ? Qt::StrongFocus : Qt::ClickFocus);
+    }
+}
+
+void RouteList::keepFocus(const QWidget* focus, std::size_t place) {
+    if (rowOf(focus) != nullptr || rows_.empty()) {
         return;
     }
-    RouteRow* const other = rows_[static_cast<std::size_t>(neighbour)];
-    model_.setSelectedRouteID(other->routeID());
+    const auto selected = std::ranges::find(rows_, model_.selectedRouteID(), &RouteRow::routeID);
+    RouteRow* const heir = selected != rows_.end() ? *selected : rows_[std::min(place, rows_.size() - 1)];
+    heir->setFocus(Qt::TabFocusReason);
+}
+
+void RouteList::goTo(std::ptrdiff_t place, std::size_t column) {
+    if (place < 0 || place >= std::ssize(rows_)) {
+        return;
+    }
+    RouteRow* const row = rows_[static_cast<std::size_t>(place)];
+    model_.setSelectedRouteID(row->routeID());
+    QWidget* const view = row->focusViews()[column];
     // As if tabbed to: whoever uses the keyboard sees where it goes.
-    other->setFocus(Qt::TabFocusReason);
+    (view->isEnabled() ? view : row)->setFocus(Qt::TabFocusReason);
+}
+
+bool RouteList::moveFocus(QWidget* from, int key) {
+    RouteRow* const row = rowOf(from);
+    if (row == nullptr) {
+        return false;
+    }
+    const std::ptrdiff_t place = std::ranges::find(rows_, row) - rows_.begin();
+    const std::vector<QWidget*> views = row->focusViews();
+    const auto at = std::ranges::find(views, from);
+    const auto column = static_cast<std::size_t>(at - views.begin());
+    const auto isEnabled = [](const QWidget* view) { return view->isEnabled(); };
+    switch (key) {
+        case Qt::Key_Up:
+            goTo(place - 1, column);
+            return true;
+        case Qt::Key_Down:
+            goTo(place + 1, column);
+            return true;
+        case Qt::Key_Home:
+            goTo(0, column);
+            return true;
+        case Qt::Key_End:
+            goTo(std::ssize(rows_) - 1, column);
+            return true;
+        case Qt::Key_Left:
+            if (const auto next = std::find_if(std::make_reverse_iterator(at), views.rend(), isEnabled);
+                next != views.rend()) {
+                (*next)->setFocus(Qt::BacktabFocusReason);
+            }
+            return true;
+        case Qt::Key_Right:
+            if (const auto next = std::find_if(std::next(at), views.end(), isEnabled); next != views.end()) {
+                (*next)->setFocus(Qt::TabFocusReason);
+            }
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool RouteList::eventFilter(QObject* watched, QEvent* event) {
+    auto* const view = qobject_cast<QWidget*>(watched);
+    if (event->type() == QEvent::FocusIn) {
+        if (RouteRow* const row = rowOf(view); row != nullptr) {
+            setTabStop(row);
+            // What moved under the pointer would be lost to the click.
+            if (static_cast<QFocusEvent*>(event)->reason() != Qt::MouseFocusReason) {
+                scrollArea_->ensureWidgetVisible(row, 0, 0);
+            }
+        }
+    }
+    if (event->type() == QEvent::KeyPress) {
+        const auto& key = static_cast<const QKeyEvent&>(*event);
+        const bool isPlain = (key.modifiers() & ~Qt::KeyboardModifiers(Qt::KeypadModifier)) == Qt::NoModifier;
+        // Up and Down open a pop-up.
+        const bool isForPopUp =
+            qobject_cast<PopUpButton*>(view) != nullptr && (key.key() == Qt::Key_Up || key.key() == Qt::Key_Down);
+        return isPlain && !isForPopUp && moveFocus(view, key.key());
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void RouteList::setEmphasizedRoute(const std::optional<UUID>& routeID) {
+    for (RouteRow* const row : rows_) {
+        row->setEmphasized(row->routeID() == routeID);
+    }
+}
+
+void RouteList::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Delete && event->modifiers() == Qt::NoModifier) {
+        model_.deleteSelectedRoute();
+        return;
+    }
+    QWidget::keyPressEvent(event);
 }
 
 void RouteList::openMenu(const UUID& routeID, const QPoint& place) {
@@ -261,6 +377,8 @@ void RouteList::openDialog(const UUID& routeID, Purpose purpose) {
     if (route == nullptr || (dialog_ != nullptr && dialog_->isVisible())) {
         return;
     }
+    // What the dialog speaks of is what the window shows as selected.
+    model_.setSelectedRouteID(routeID);
     dialog_ = purpose == Purpose::add ? ChannelAssignmentDialog::forAdding(model_, look_, *route, this)
                                       : ChannelAssignmentDialog::forEditing(model_, look_, *route, this);
     if (dialog_ != nullptr) {

@@ -21,7 +21,9 @@ class LookLabel;
 class LookScrollArea;
 class RouteRow;
 
-/// The connections of the current set, a row each, under the heading "Connections".
+/// The connections of the current set, a row each, under the heading "Connections". The
+/// Tab key stops at one row; Up, Down, Home and End go to the others and select them, Left and Right to what is in a
+/// row. Delete deletes the selected connection.
 class RouteList final : public QWidget {
     Q_OBJECT
 
@@ -33,6 +35,8 @@ public:
 
     /// Selects a connection and opens its menu at a place of the screen.
     void openMenu(const UUID& routeID, const QPoint& place);
+    /// Has the row of one connection stand out as the one that is about to be deleted.
+    void setEmphasizedRoute(const std::optional<UUID>& routeID);
 
     /// The list's height in a window of this height, both in logical pixels.
     [[nodiscard]] static int heightIn(int windowHeight, bool hasRoutes);
@@ -40,6 +44,8 @@ public:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     enum class Purpose { add, edit };
@@ -58,13 +64,23 @@ private:
     /// Moves the selected row to the middle.
     void scrollToSelectedRoute();
     void scrollOn(const QVariant& progress);
-    void selectNeighbour(const RouteRow* row, int offset);
+    [[nodiscard]] RouteRow* rowOf(const QWidget* view) const;
+    /// Makes one row the stop of the Tab key: this, or the selected one, or the first.
+    void setTabStop(const RouteRow* stop);
+    /// The focus has been on this view. Leaves it in the list if it was on a row that is gone.
+    void keepFocus(const QWidget* focus, std::size_t place);
+    /// Moves the focus from a row's view as this key asks; whether it is one that does.
+    [[nodiscard]] bool moveFocus(QWidget* from, int key);
+    /// Selects the row at a place, and gives it the focus: the view at the same place in it if that can have it.
+    void goTo(std::ptrdiff_t place, std::size_t column);
     void openDialog(const UUID& routeID, Purpose purpose);
 
     MIDIRouterViewModel& model_;
     const Look& look_;
     LookLabel* heading_;
     LookScrollArea* scrollArea_;
+    /// Never seen: the place of the rows in the order of the Tab key.
+    QWidget* tabPlace_;
     /// In the order of the model's connections; the last ones may not be made yet.
     std::vector<RouteRow*> rows_;
     std::vector<QPointer<RouteRow>> formerRows_;

@@ -10,7 +10,6 @@
 
 #include <QContextMenuEvent>
 #include <QEasingCurve>
-#include <QKeyEvent>
 #include <QPainter>
 #include <QStringList>
 
@@ -73,6 +72,10 @@ void RouteRow::makeButtons() {
     connect(editButton_, &QAbstractButton::clicked, this, &RouteRow::editRequested);
     connect(deleteButton_, &QAbstractButton::clicked, this, [this] { model_.deleteActiveVariant(routeID_); });
     connect(enableButton_, &QAbstractButton::clicked, this, &RouteRow::toggleEnabled);
+    // The Tab key stops once in the list; arrow keys go on from there.
+    for (QWidget* const view : focusViews()) {
+        view->setFocusPolicy(Qt::ClickFocus);
+    }
 }
 
 std::vector<QWidget*> RouteRow::focusViews() {
@@ -89,6 +92,9 @@ void RouteRow::showRoute(const MIDIRoute& route, const QColor& colour) {
         showVariants();
         showButtons();
         showEmphasis();
+        showStatus();
+        announceDescription();
+        return;
     }
     showStatus();
 }
@@ -159,15 +165,16 @@ void RouteRow::showStatus() {
     if (const MIDIRoute* const route = model_.route(routeID_); route != nullptr) {
         const QString status = channelStatusText(model_, *route);
         names_->setStatus(feedsBack_ ? QStringLiteral("Feeds back / %1").arg(status) : status);
-        showDescription();
     }
 }
 
-void RouteRow::showDescription() {
-    const QString description = isSelected_ ? QStringLiteral("Selected, %1").arg(names_->status()) : names_->status();
-    if (description != accessibleDescription()) {
-        setAccessibleDescription(description);
-    }
+std::optional<QString> RouteRow::liveDescription() const {
+    return names_->status();
+}
+
+void RouteRow::addAccessibleState(QAccessible::State& state) const {
+    state.selectable = 1U;
+    state.selected = isSelected_ ? 1U : 0U;
 }
 
 void RouteRow::setSelected(bool isSelected) {
@@ -176,13 +183,20 @@ void RouteRow::setSelected(bool isSelected) {
     }
     isSelected_ = isSelected;
     showEmphasis();
-    showDescription();
+    announceState(AccessibleState::selected);
     const qreal present = selection_.currentValue().toReal();
     selection_.stop();
     selection_.setStartValue(present);
     selection_.setEndValue(isSelected ? 1.0 : 0.0);
     selection_.setDuration(animationDuration(*this, kSelectionFade));
     selection_.start();
+}
+
+void RouteRow::setEmphasized(bool isEmphasized) {
+    if (isEmphasized != isEmphasized_) {
+        isEmphasized_ = isEmphasized;
+        update();
+    }
 }
 
 void RouteRow::setHairline(bool hasHairline) {
@@ -224,15 +238,6 @@ void RouteRow::resizeEvent(QResizeEvent* event) {
     names_->setGeometry(kTextX, 0, x - kTextGap - kTextX, kHeight);
 }
 
-void RouteRow::keyPressEvent(QKeyEvent* event) {
-    const bool isPlain = (event->modifiers() & ~Qt::KeyboardModifiers(Qt::KeypadModifier)) == Qt::NoModifier;
-    if (isPlain && (event->key() == Qt::Key_Up || event->key() == Qt::Key_Down)) {
-        emit neighbourRequested(event->key() == Qt::Key_Up ? -1 : 1);
-        return;
-    }
-    LookButton::keyPressEvent(event);
-}
-
 void RouteRow::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
@@ -247,6 +252,8 @@ void RouteRow::paintEvent(QPaintEvent*) {
                      mixed(unselected, theme().selectedQuiet, level));
     if (showsFocus()) {
         paintRing(painter, card, kRadius, theme().accent);
+    } else if (isEmphasized_) {
+        paintRing(painter, card, kRadius, theme().danger);
     } else if (level > 0) {
         paintOutline(painter, card, kRadius, mixed(transparent(theme().selectedEdge), theme().selectedEdge, level));
     }

@@ -46,10 +46,19 @@ public:
     void setSelected(bool isSelected);
     [[nodiscard]] bool isSelected() const { return isSelected_; }
 
+    /// Has the row stand out as the one that is about to be deleted.
+    void setEmphasized(bool isEmphasized);
+    [[nodiscard]] bool isEmphasized() const { return isEmphasized_; }
+
     /// Whether a divider runs along the row's top.
     void setHairline(bool hasHairline);
 
-    /// The row and those of its views that can have the keyboard focus, in the order in which they get it.
+    /// Says the newest message too, but nobody is told when that changes: it does all the time.
+    [[nodiscard]] std::optional<QString> liveDescription() const override;
+    [[nodiscard]] QAccessible::Role accessibleRole() const override { return QAccessible::ListItem; }
+    void addAccessibleState(QAccessible::State& state) const override;
+
+    /// The row and those of its views that can have the keyboard focus, from left to right.
     [[nodiscard]] std::vector<QWidget*> focusViews();
 
 signals:
@@ -57,13 +66,10 @@ signals:
     void editRequested();
     /// The user wants the connection's menu at this place of the screen.
     void menuRequested(const QPoint& place);
-    /// An arrow key asks for the row so many places below this one.
-    void neighbourRequested(int offset);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
-    void keyPressEvent(QKeyEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
 
 private:
@@ -83,7 +89,6 @@ private:
     void showVariants();
     void showButtons();
     void showEmphasis();
-    void showDescription();
     void toggleEnabled();
     void chooseVariant(int index);
 
@@ -105,6 +110,7 @@ private:
     std::optional<Shown> shown_;
     bool feedsBack_ = false;
     bool isSelected_ = false;
+    bool isEmphasized_ = false;
     bool hasHairline_ = false;
     QVariantAnimation selection_;
 };

@@ -2,6 +2,7 @@
 
 #include "core/routes/KeyboardShortcutSpec.hpp"
 #include "ui/QtText.hpp"
+#include "ui/RouterWindow/EndpointNames.hpp"
 #include "ui/RouterWindow/KeyEventShortcut.hpp"
 
 #include <QStringList>
@@ -18,6 +19,10 @@ QString withKeys(const QString& text, const std::optional<KeyboardShortcutSpec>&
 }
 
 }  // namespace
+
+QString connectionName(const MIDIRouterViewModel& model, const MIDIRoute& route) {
+    return QStringLiteral("%1 to %2").arg(shownInputName(model, route), shownOutputName(model, route));
+}
 
 ChannelMode channelMode(const MIDIRouteVariant& variant) {
     return variant.channelMode.value_or(ChannelMode::asIs());

@@ -10,6 +10,9 @@
 /// What the list says of a connection and its channel assignments.
 namespace corvel::ui {
 
+/// The connection by its endpoints: "Keys to Synth".
+[[nodiscard]] QString connectionName(const MIDIRouterViewModel& model, const MIDIRoute& route);
+
 /// The assignment's mode; as it is where the assignment has none.
 [[nodiscard]] ChannelMode channelMode(const MIDIRouteVariant& variant);
 

@@ -7,6 +7,8 @@
 #include "ui/RouterWindow/EndpointLights.hpp"
 #include "ui/RouterWindow/EndpointMenu.hpp"
 #include "ui/RouterWindow/HeaderBar.hpp"
+#include "ui/RouterWindow/HeldKeys.hpp"
+#include "ui/RouterWindow/RouteColorPalette.hpp"
 #include "ui/RouterWindow/RouteGraph.hpp"
 #include "ui/RouterWindow/RouteList.hpp"
 #include "ui/RouterWindow/SettingsSheet.hpp"
@@ -14,6 +16,7 @@
 #include "ui/RouterWindow/StatusBar.hpp"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QShortcut>
 #include <QVBoxLayout>
 
@@ -38,8 +41,8 @@ RouterWindow::RouterWindow(MIDIRouterViewModel& model, const Look& look, std::sh
       header_(new HeaderBar(model, look, menu, demoReason, this)),
       setBar_(new ConnectionSetBar(model, look, this)),
       inputs_(new EndpointColumn(look, QStringLiteral("Input"), MIDIEndpointDirection::source, this)),
-      outputs_(new EndpointColumn(look, QStringLiteral("Output"), MIDIEndpointDirection::destination, this)),
       graph_(new RouteGraph(model, look, std::move(clock), this)),
+      outputs_(new EndpointColumn(look, QStringLiteral("Output"), MIDIEndpointDirection::destination, this)),
       list_(new RouteList(model, look, this)),
       statusBar_(new StatusBar(model, look, this)),
       lights_(new EndpointLights(
@@ -73,9 +76,12 @@ RouterWindow::RouterWindow(MIDIRouterViewModel& model, const Look& look, std::sh
     connectColumns();
     addShortcuts();
     connect(header_, &HeaderBar::settingsRequested, this, &RouterWindow::presentSettings);
+    connect(header_, &HeaderBar::binAttentionChanged, this, &RouterWindow::showSelectedConnection);
+    connect(graph_, &RouteGraph::emptyPlaceClicked, this, &RouterWindow::deselectAll);
     connect(&modelRefresh_, &ModelRefresh::changed, this, &RouterWindow::refresh);
     refreshColumns(ModelChanges::all());
     fitBands();
+    showSelectedConnection();
 }
 
 RouterWindow::~RouterWindow() = default;
@@ -153,6 +159,26 @@ void RouterWindow::refresh(const ModelChanges& changes) {
     if (changes.containAny({ModelChanges::Property::routes})) {
         fitBands();
     }
+    if (changes.containAny({ModelChanges::Property::routes, ModelChanges::Property::selectedRouteID})) {
+        showSelectedConnection();
+    }
+}
+
+void RouterWindow::showSelectedConnection() {
+    const std::optional<UUID>& selection = model_.selectedRouteID();
+    const MIDIRoute* const route = selection ? model_.route(*selection) : nullptr;
+    const QColor colour = route != nullptr ? RouteColorPalette::color(route->id, model_.routes()) : QColor();
+    inputs_->setConnectionMark(route != nullptr ? std::optional(route->sourceID) : std::nullopt, colour);
+    outputs_->setConnectionMark(route != nullptr ? std::optional(route->destinationID) : std::nullopt, colour);
+    const std::optional<UUID> doomed = header_->isBinAttended() ? selection : std::nullopt;
+    graph_->setEmphasizedRoute(doomed);
+    list_->setEmphasizedRoute(doomed);
+}
+
+void RouterWindow::deselectAll() {
+    model_.setSelectedRouteID(std::nullopt);
+    model_.setSelectedSourceID(std::nullopt);
+    model_.setSelectedDestinationID(std::nullopt);
 }
 
 EndpointColumn::Aliases RouterWindow::aliases(MIDIEndpointDirection direction,
@@ -238,10 +264,13 @@ void RouterWindow::updateConnectorPositions() {
 void RouterWindow::installShortcutMonitor() {
     if (!shortcutMonitor_) {
         shortcutMonitor_ = std::make_unique<ShortcutMonitor>(model_);
+        // The later one sees keys first.
+        heldKeys_ = std::make_unique<HeldKeys>();
     }
 }
 
 void RouterWindow::removeShortcutMonitor() {
+    heldKeys_.reset();
     shortcutMonitor_.reset();
 }
 
@@ -270,6 +299,14 @@ void RouterWindow::hideEvent(QHideEvent* event) {
 void RouterWindow::closeEvent(QCloseEvent* event) {
     emit closed();
     QMainWindow::closeEvent(event);
+}
+
+void RouterWindow::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier) {
+        deselectAll();
+        return;
+    }
+    QMainWindow::keyPressEvent(event);
 }
 
 void RouterWindow::resizeEvent(QResizeEvent* event) {

@@ -25,6 +25,7 @@ class ConnectionSetBar;
 class EndpointDragGuide;
 class EndpointLights;
 class HeaderBar;
+class HeldKeys;
 class RouteGraph;
 class RouteList;
 class SettingsSheet;
@@ -46,7 +47,7 @@ public:
                  const QList<QAction*>& menu, const QString& demoReason);
     ~RouterWindow() override;
 
-    /// Has shortcuts switch channel assignments. Nothing changes if they do already.
+    /// Has shortcuts switch channel assignments, and keys that are held act once. Nothing changes if they do already.
     void installShortcutMonitor();
     /// Ends that. Nothing changes if they do not.
     void removeShortcutMonitor();
@@ -63,6 +64,8 @@ protected:
     void hideEvent(QHideEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    /// Escape that nobody else wants deselects everything.
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void refresh(const ModelChanges& changes);
@@ -83,6 +86,9 @@ private:
     void selectPreviousSet();
     void selectNextSet();
     void toggleFullScreen();
+    /// Shows which connection is the selected one in the columns, and the one that the bin would delete.
+    void showSelectedConnection();
+    void deselectAll();
     void updateConnectorPositions();
     void presentSettings();
     void connectColumns();
@@ -91,9 +97,10 @@ private:
     const Look& look_;
     HeaderBar* header_;
     ConnectionSetBar* setBar_;
+    // The Tab key goes through them in this order.
     EndpointColumn* inputs_;
-    EndpointColumn* outputs_;
     RouteGraph* graph_;
+    EndpointColumn* outputs_;
     RouteList* list_;
     StatusBar* statusBar_;
     EndpointLights* lights_;
@@ -102,6 +109,7 @@ private:
     std::optional<UUID> shownRouteID_;
     QPointer<SettingsSheet> settings_;
     std::unique_ptr<ShortcutMonitor> shortcutMonitor_;
+    std::unique_ptr<HeldKeys> heldKeys_;
     EndpointConnectorYPositions endpointConnectorYPositions_;
     ModelRefresh modelRefresh_;
 };

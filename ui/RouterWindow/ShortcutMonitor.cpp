@@ -16,11 +16,10 @@ std::uint64_t identity(const QKeyEvent& event) {
     return event.nativeScanCode() != 0 ? event.nativeScanCode() : static_cast<std::uint64_t>(event.key()) << 32U;
 }
 
-/// Whether keys now belong to a question, an open menu or a text.
+/// Whether keys now belong to a question or a text. An open menu keeps no performer from switching channels.
 bool areKeysSpokenFor() {
     const QWidget* const focus = QApplication::focusWidget();
-    return AlertDialog::isAnyOpen() || QApplication::activePopupWidget() != nullptr ||
-           (focus != nullptr && focus->testAttribute(Qt::WA_InputMethodEnabled));
+    return AlertDialog::isAnyOpen() || (focus != nullptr && focus->testAttribute(Qt::WA_InputMethodEnabled));
 }
 
 }  // namespace
@@ -48,7 +47,7 @@ bool ShortcutMonitor::eventFilter(QObject* watched, QEvent* event) {
         return false;
     }
     const auto& key = static_cast<const QKeyEvent&>(*event);
-    if (type == QEvent::ShortcutOverride && !repetitions_.contain(key) && !key.isAutoRepeat()) {
+    if (type == QEvent::ShortcutOverride && !key.isAutoRepeat()) {
         takenKeys_.erase(identity(key));
         if (takes(key)) {
             takenKeys_.insert(identity(key));

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "app/MIDIRouterViewModel.hpp"
-#include "ui/RouterWindow/X11KeyRepetitions.hpp"
 
 #include <QObject>
 
@@ -16,7 +15,7 @@ namespace corvel::ui {
 /// performer's shortcut works wherever the focus is, but not while typing a text or answering a question.
 ///
 /// Keys are looked at where they enter a window and while they still can be taken from the menu's shortcuts; the press
-/// that follows is then withheld, and so are its repetitions.
+/// that follows is then withheld, and so are its repetitions; `HeldKeys` has to come first, which tells what is one.
 class ShortcutMonitor final : public QObject {
     Q_OBJECT
 
@@ -31,7 +30,6 @@ private:
     [[nodiscard]] bool takes(const QKeyEvent& event);
 
     MIDIRouterViewModel& model_;
-    X11KeyRepetitions repetitions_;
     /// The keys whose latest press was a shortcut's. A release does not end that: it may be half of a repetition.
     std::set<std::uint64_t> takenKeys_;
 };

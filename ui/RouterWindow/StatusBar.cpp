@@ -1,6 +1,7 @@
 #include "ui/RouterWindow/StatusBar.hpp"
 
 #include "ui/QtText.hpp"
+#include "ui/controls/Accessibility.hpp"
 #include "ui/controls/LinkButton.hpp"
 #include "ui/controls/LookLabel.hpp"
 
@@ -25,6 +26,10 @@ StatusBar::StatusBar(MIDIRouterViewModel& model, const Look& look, QWidget* pare
       undo_(new LinkButton(look, QStringLiteral("Undo"), this)),
       summary_(new LookLabel(look, Look::font(13), &Theme::text2, this)) {
     setFixedHeight(kHeight);
+    setAccessibleRole(*this, QAccessible::StatusBar);
+    setAccessibleName(QStringLiteral("Status bar"));
+    // What a command came to is read out, wherever the focus is.
+    setAccessibleRole(*message_, QAccessible::Notification);
     message_->setElided(true);
     message_->setAccessibleDescription(QStringLiteral("Status"));
     summary_->setElided(true);
@@ -49,6 +54,8 @@ void StatusBar::refresh(const ModelChanges& changes) {
     using Property = ModelChanges::Property;
     if (changes.containAny({Property::statusMessage})) {
         message_->setLine(toQString(model_.statusMessage()));
+        message_->setAccessibleName(message_->text());
+        announce(*message_);
     }
     if (changes.containAny({Property::statusMessage, Property::routes, Property::routeSets})) {
         undo_->setVisible(model_.offersUndo());

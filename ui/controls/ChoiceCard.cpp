@@ -30,8 +30,13 @@ ChoiceCard::ChoiceCard(const Look& look, QString iconName, const QString& title,
 
 void ChoiceCard::setChosen(bool isChosen) {
     isChosen_ = isChosen;
-    setAccessibleDescription(isChosen ? QStringLiteral("Chosen") : QString());
+    announceState(AccessibleState::checked);
     update();
+}
+
+void ChoiceCard::addAccessibleState(QAccessible::State& state) const {
+    state.checkable = 1U;
+    state.checked = isChosen_ ? 1U : 0U;
 }
 
 void ChoiceCard::paintEvent(QPaintEvent*) {

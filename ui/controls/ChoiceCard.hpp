@@ -14,6 +14,9 @@ public:
     void setChosen(bool isChosen);
     [[nodiscard]] bool isChosen() const { return isChosen_; }
 
+    [[nodiscard]] QAccessible::Role accessibleRole() const override { return QAccessible::RadioButton; }
+    void addAccessibleState(QAccessible::State& state) const override;
+
 protected:
     void paintEvent(QPaintEvent* event) override;
 

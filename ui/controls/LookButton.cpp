@@ -1,11 +1,13 @@
 #include "ui/controls/LookButton.hpp"
 
+#include "ui/controls/Accessibility.hpp"
 #include "ui/controls/Painting.hpp"
 
 #include <QEasingCurve>
 #include <QEvent>
 #include <QFocusEvent>
 #include <QKeyEvent>
+#include <QMouseEvent>
 
 namespace corvel::ui {
 
@@ -14,13 +16,22 @@ namespace {
 constexpr int kFadeIn = 90;
 constexpr int kFadeOut = 140;
 
+}  // namespace
+
 bool isByKeyboard(Qt::FocusReason reason) {
     return reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason || reason == Qt::ShortcutFocusReason;
 }
 
-}  // namespace
+QWidget* makeTabPlace(QWidget& parent) {
+    auto* const place = new QWidget(&parent);
+    place->setFocusPolicy(Qt::TabFocus);
+    place->hide();
+    return place;
+}
 
 LookButton::LookButton(const Look& look, QWidget* parent) : QAbstractButton(parent), look_(look) {
+    // Before the name: whoever listens asks for the interface as soon as there is one.
+    installControlAccessibility();
     setAttribute(Qt::WA_Hover);
     setFocusPolicy(Qt::StrongFocus);
     hover_.setEasingCurve(QEasingCurve::OutCubic);
@@ -45,6 +56,20 @@ qreal LookButton::hoverLevel() const {
 
 QColor LookButton::stateFill(const QColor& rest, const QColor& hovered, const QColor& pressed) const {
     return isDown() ? pressed : mixed(rest, hovered, hoverLevel());
+}
+
+void LookButton::announceState(AccessibleState changed) {
+    QAccessible::State state;
+    state.selected = changed == AccessibleState::selected ? 1U : 0U;
+    state.checked = changed == AccessibleState::checked ? 1U : 0U;
+    state.expanded = changed == AccessibleState::expanded ? 1U : 0U;
+    QAccessibleStateChangeEvent event(this, state);
+    QAccessible::updateAccessibility(&event);
+}
+
+void LookButton::announceDescription() {
+    QAccessibleEvent event(this, QAccessible::DescriptionChanged);
+    QAccessible::updateAccessibility(&event);
 }
 
 void LookButton::fadeTo(qreal level, int milliseconds) {
@@ -86,6 +111,10 @@ void LookButton::keyPressEvent(QKeyEvent* event) {
         return;
     }
     QAbstractButton::keyPressEvent(event);
+}
+
+void LookButton::mouseDoubleClickEvent(QMouseEvent* event) {
+    event->accept();
 }
 
 void LookButton::changeEvent(QEvent* event) {

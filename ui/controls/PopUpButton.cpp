@@ -45,6 +45,11 @@ void PopUpButton::setFilled(bool isFilled) {
 
 void PopUpButton::openMenu() {
     auto* const menu = new PopUpMenu(look(), this);
+    menu_ = menu;
+    connect(menu, &QMenu::aboutToHide, this, [this] {
+        menu_ = nullptr;
+        announceState(AccessibleState::expanded);
+    });
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->setMinimumWidth(width());
     for (qsizetype index = 0; index < items_.size(); ++index) {
@@ -54,6 +59,14 @@ void PopUpButton::openMenu() {
     }
     menu->popup(mapToGlobal(QPoint(0, height() + 2)));
     menu->setActiveAction(menu->actions().value(chosen_));
+    announceState(AccessibleState::expanded);
+}
+
+void PopUpButton::addAccessibleState(QAccessible::State& state) const {
+    state.hasPopup = 1U;
+    state.expandable = 1U;
+    state.expanded = menu_ != nullptr ? 1U : 0U;
+    state.collapsed = menu_ == nullptr ? 1U : 0U;
 }
 
 void PopUpButton::keyPressEvent(QKeyEvent* event) {

@@ -2,10 +2,13 @@
 
 #include "ui/controls/LookButton.hpp"
 
+#include <QPointer>
 #include <QSize>
 #include <QStringList>
 
 namespace corvel::ui {
+
+class PopUpMenu;
 
 /// A pop-up: shows the chosen one of several texts and opens a menu of all, the chosen one ticked.
 ///
@@ -29,6 +32,9 @@ public:
 
     void setFilled(bool isFilled);
 
+    [[nodiscard]] QAccessible::Role accessibleRole() const override { return QAccessible::ButtonMenu; }
+    void addAccessibleState(QAccessible::State& state) const override;
+
     [[nodiscard]] QSize sizeHint() const override { return size_; }
     [[nodiscard]] QSize minimumSizeHint() const override { return size_; }
 
@@ -48,6 +54,8 @@ private:
     QStringList items_;
     QStringList itemHelps_;
     int chosen_ = -1;
+    /// The menu, while it is open.
+    QPointer<PopUpMenu> menu_;
 };
 
 }  // namespace corvel::ui

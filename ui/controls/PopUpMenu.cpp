@@ -29,6 +29,8 @@ QAction* PopUpMenu::addItem(const QString& text, bool isChosen) {
                       .arg(kCheckSize)
                       .arg(kPaddingAfterCheck));
     QAction* const action = addAction(menuTitle(text));
+    action->setCheckable(true);
+    action->setChecked(isChosen);
     if (isChosen) {
         action->setIcon(look_.icon(QStringLiteral("checkmark"), kCheckSize, look_.theme().accent, devicePixelRatioF()));
     }

@@ -33,8 +33,13 @@ TabButton::TabButton(const Look& look, QString iconName, const QString& title, Q
 
 void TabButton::setActive(bool isActive) {
     isActive_ = isActive;
-    setAccessibleDescription(isActive ? QStringLiteral("Tab, selected") : QStringLiteral("Tab"));
+    announceState(AccessibleState::selected);
     update();
+}
+
+void TabButton::addAccessibleState(QAccessible::State& state) const {
+    state.selectable = 1U;
+    state.selected = isActive_ ? 1U : 0U;
 }
 
 QSize TabButton::sizeHint() const {

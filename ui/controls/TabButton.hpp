@@ -16,6 +16,9 @@ public:
     void setActive(bool isActive);
     [[nodiscard]] bool isActive() const { return isActive_; }
 
+    [[nodiscard]] QAccessible::Role accessibleRole() const override { return QAccessible::PageTab; }
+    void addAccessibleState(QAccessible::State& state) const override;
+
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 

@@ -5,6 +5,7 @@
 #include "ui/RouterWindow/VerticallyCenteredLabelField.hpp"
 #include "ui/controls/TextButton.hpp"
 
+#include <QAction>
 #include <QLabel>
 #include <QShortcut>
 
@@ -102,7 +103,7 @@ TEST_F(ChannelAssignmentDialogTests, AsksForAChannelInTheActiveOnesPlace) {
 TEST_F(ChannelAssignmentDialogTests, HasTheEditorsExactPlaces) {
     show({route(1, {{3, kCommand1}})});
     openEdit();
-    EXPECT_EQ(dialog()->size(), QSize(368, 282));
+    EXPECT_EQ(dialog()->width(), 368);
     EXPECT_EQ(editor().size(), QSize(320, 88));
     EXPECT_EQ(channelPicker().geometry(), QRect(90, 0, 160, 28));
     EXPECT_EQ(shortcutField().geometry(), QRect(90, 36, 220, 32));
@@ -388,6 +389,32 @@ TEST_F(ChannelAssignmentDialogTests, IsOpenOnceOnly) {
 TEST(VerticallyCenteredLabelField, CentresItsText) {
     EXPECT_EQ(ui::VerticallyCenteredLabelField::drawingRect(QRectF(10, 20, 220, 32), 21), QRectF(10, 25.5, 220, 21));
     EXPECT_EQ(ui::VerticallyCenteredLabelField::drawingRect(QRectF(0, 0, 220, 20), 30), QRectF(0, -5, 220, 30));
+}
+
+TEST_F(ChannelAssignmentDialogTests, SaysWhatElseAShortcutMeans) {
+    QAction quit("Quit Corvel");
+    quit.setShortcut(Qt::CTRL | Qt::Key_Q);
+    show({route(1, {{}}), route(2, {{3, kCommand1}})});
+    list->addAction(&quit);
+    openAdd();
+    const auto shown = [this] {
+        const QList<QLabel*> labels = editor().findChildren<QLabel*>();
+        const auto below = std::ranges::find_if(
+            labels, [](const QLabel* label) { return label->y() == 74 && label->isVisibleTo(label->parentWidget()); });
+        return below != labels.end() ? (*below)->text() : QString();
+    };
+    EXPECT_EQ(shown(), "Use a modifier: ⌘1, ⌥⇧P");
+    press(*dialog(), Qt::Key_Q, Qt::ControlModifier, 24);
+    EXPECT_EQ(shown(), "In other sets these keys mean “Quit Corvel”");
+    // The same command where the layout has its letter at another place.
+    press(*dialog(), Qt::Key_Q, Qt::ControlModifier, 38);
+    EXPECT_EQ(editor().shortcut(), KeyboardShortcutSpec("a", {command}));
+    EXPECT_EQ(shown(), "In other sets these keys mean “Quit Corvel”");
+    press(*dialog(), Qt::Key_1, Qt::ControlModifier, 10);
+    EXPECT_EQ(shown(), "Also a shortcut of “Keys to Synth”");
+    EXPECT_TRUE(editor().accessibleDescription().contains("Keys to Synth"));
+    press(*dialog(), Qt::Key_2, Qt::ControlModifier, 11);
+    EXPECT_EQ(shown(), "Use a modifier: ⌘1, ⌥⇧P");
 }
 
 }  // namespace

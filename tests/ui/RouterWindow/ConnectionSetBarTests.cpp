@@ -89,6 +89,8 @@ protected:
 };
 
 TEST_F(ConnectionSetBarTests, HasALabelThePopUpAndFourButtonsFromLeftToRight) {
+    model->createRouteSet("Live");
+    turn();
     EXPECT_EQ(tests::labelTexts(bar), QStringList("Connection Set"));
     EXPECT_TRUE(tests::isLeftOf(tests::named<QLabel>(bar, "Connection Set"), sets()));
     EXPECT_TRUE(tests::isLeftOf(sets(), tests::button(bar, kCreate)));
@@ -211,6 +213,7 @@ TEST_F(ConnectionSetBarTests, AsksForANewNameOfTheCurrentSet) {
 
 TEST_F(ConnectionSetBarTests, AsksBeforeASetIsDeleted) {
     model->createRouteSet("Stage");
+    turn();
     AlertDialog& dialog = open(kDelete);
     EXPECT_EQ(tests::labelTexts(dialog),
               QStringList({"Delete Connection Set",
@@ -224,7 +227,8 @@ TEST_F(ConnectionSetBarTests, AsksBeforeASetIsDeleted) {
 }
 
 TEST_F(ConnectionSetBarTests, ShowsEveryCharacterOfTheNameInTheQuestion) {
-    model->renameSelectedRouteSet("<b>A & B</b>");
+    model->createRouteSet("<b>A & B</b>");
+    turn();
     AlertDialog& dialog = open(kDelete);
     EXPECT_EQ(tests::labelTexts(dialog)[1],
               "Delete \"<b>A & B</b>\"? The devices and other connection sets will not be changed.");
@@ -237,7 +241,8 @@ TEST_F(ConnectionSetBarTests, ShowsEveryCharacterOfTheNameInTheQuestion) {
 }
 
 TEST_F(ConnectionSetBarTests, KeepsTheQuestionInTheWindowWithALongName) {
-    model->renameSelectedRouteSet(std::string(10'000, 'n'));
+    model->createRouteSet(std::string(10'000, 'n'));
+    turn();
     AlertDialog& dialog = open(kDelete);
     EXPECT_LE(dialog.width(), 980);
     EXPECT_LE(dialog.height(), 640);
@@ -247,11 +252,19 @@ TEST_F(ConnectionSetBarTests, KeepsTheQuestionInTheWindowWithALongName) {
     EXPECT_LE(question().width(), 980);
 }
 
-TEST_F(ConnectionSetBarTests, LeavesTheLastSetWhereItIs) {
+TEST_F(ConnectionSetBarTests, CannotDeleteTheOnlySetAndSaysWhy) {
+    QAbstractButton& remove = tests::button(bar, kDelete);
+    EXPECT_FALSE(remove.isEnabled());
+    EXPECT_EQ(tests::shownToolTip(remove), "The only connection set cannot be deleted");
+    model->createRouteSet("Live");
+    turn();
+    EXPECT_TRUE(remove.isEnabled());
+    EXPECT_EQ(tests::shownToolTip(remove), kDelete);
     open(kDelete);
     answer("Delete");
+    turn();
     EXPECT_THAT(setNames(), ElementsAre("Default"));
-    EXPECT_EQ(model->statusMessage(), "2 inputs, 2 outputs");
+    EXPECT_FALSE(remove.isEnabled());
 }
 
 TEST_F(ConnectionSetBarTests, DoesNothingOnCancel) {
@@ -371,6 +384,7 @@ TEST_F(ConnectionSetBarTests, TakesAQuestionBackWhenAnotherSetBecomesTheCurrentO
 
 TEST_F(ConnectionSetBarTests, NeverDeletesAnotherSetThanTheOneItAskedAbout) {
     model->createRouteSet("Live");
+    turn();
     open(kDelete);
     // The press and the change fall into one turn of the main loop.
     model->selectRouteSet(model->routeSets()[0].id);

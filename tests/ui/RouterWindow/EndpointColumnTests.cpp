@@ -362,5 +362,38 @@ TEST_F(EndpointColumnTests, HasAStopOfTheTabKeyWhenTheRowWithItGoes) {
     EXPECT_EQ(stops, 1);
 }
 
+TEST_F(EndpointColumnTests, GivesTheFocusOfARowThatGoesToItsNeighbour) {
+    inputs.setEndpoints(manyInputs(3));
+    outputs.setEndpoints({makeOutput(7, "Synth")});
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    inputs.rows()[2]->setFocus(Qt::TabFocusReason);
+    inputs.setEndpoints({makeInput(1, "Input 1"), makeInput(2, "Input 2")});
+    turn();
+    EXPECT_TRUE(inputs.rows()[1]->hasFocus());
+    inputs.rows()[0]->setFocus(Qt::TabFocusReason);
+    inputs.setEndpoints({makeInput(2, "Input 2")});
+    turn();
+    EXPECT_TRUE(inputs.rows()[0]->hasFocus());
+    inputs.setEndpoints({});
+    turn();
+    EXPECT_FALSE(outputs.rows()[0]->hasFocus());
+}
+
+TEST_F(EndpointColumnTests, GoesToTheFirstAndTheLastRowWithHomeAndEndAndShowsThem) {
+    inputs.setEndpoints(manyInputs(40));
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    turn();
+    inputs.rows()[0]->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_End);
+    EXPECT_TRUE(inputs.rows()[39]->hasFocus());
+    EXPECT_FALSE(inputs.rows()[39]->visibleRegion().isEmpty());
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Home);
+    EXPECT_TRUE(inputs.rows()[0]->hasFocus());
+    inputs.rows()[20]->setFocus(Qt::OtherFocusReason);
+    EXPECT_FALSE(inputs.rows()[20]->visibleRegion().isEmpty());
+}
+
 }  // namespace
 }  // namespace corvel::ui

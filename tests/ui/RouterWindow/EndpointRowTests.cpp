@@ -33,6 +33,7 @@ public:
             if (const auto* const drag = qobject_cast<QDrag*>(watched); drag != nullptr) {
                 texts.push_back(drag->mimeData()->text().toStdString());
                 formats.append(drag->mimeData()->formats());
+                owners.push_back(drag->parent());
             }
         }
         return false;
@@ -40,6 +41,7 @@ public:
 
     std::vector<std::string> texts;
     QStringList formats;
+    std::vector<const QObject*> owners;
 };
 
 class EndpointRowTests : public ::testing::Test {
@@ -295,6 +297,27 @@ TEST_F(EndpointRowTests, HasAnotherGroundWhileADragHoversOverIt) {
     tests::dragOnto(output, "app.corvel.source:5");
     tests::drop(output, "app.corvel.source:5");
     EXPECT_FALSE(output.isDropTarget());
+}
+
+TEST_F(EndpointRowTests, LeavesItsDragToTheWindowSoThatItMayGoMeanwhile) {
+    const DragRecorder drags;
+    QWidget window;
+    EndpointRow row(look, makeInput(5, "Keys"), &window);
+    row.resize(288, 40);
+    row.move(0, 0);
+    dragBy(row, 40);
+    EXPECT_THAT(drags.owners, ElementsAre(&window));
+}
+
+TEST_F(EndpointRowTests, BearsTheColourOfTheSelectedConnectionAtTheStagesSide) {
+    const QColor colour(0x26, 0x7A, 0xEB);
+    input.setConnectionMark(colour);
+    output.setConnectionMark(colour);
+    EXPECT_EQ(input.grab().toImage().pixelColor(285, 20), colour);
+    EXPECT_EQ(output.grab().toImage().pixelColor(2, 20), colour);
+    EXPECT_FALSE(input.isSelected());
+    input.setConnectionMark(std::nullopt);
+    EXPECT_NE(input.grab().toImage().pixelColor(285, 20), colour);
 }
 
 }  // namespace

@@ -165,5 +165,31 @@ TEST_F(HeaderBarTests, IsPressedByScreenReaders) {
     EXPECT_THAT(model->routes(), IsEmpty());
 }
 
+TEST_F(HeaderBarTests, NamesTheConnectionThatTheBinDeletes) {
+    model->connect(1011, 1022);
+    turn();
+    QAbstractButton& bin = button("Delete selected connection");
+    EXPECT_EQ(tests::accessibleName(bin), "Delete selected connection: Keys to Drums");
+    EXPECT_EQ(tests::shownToolTip(bin), "Delete selected connection: Keys to Drums");
+    model->setSelectedRouteID(std::nullopt);
+    turn();
+    EXPECT_EQ(tests::accessibleName(bin), "Delete selected connection");
+}
+
+TEST_F(HeaderBarTests, TakesADoubleClickForAClick) {
+    model->connect(1011, 1021);
+    model->connect(1011, 1022);
+    model->connect(1012, 1022);
+    turn();
+    QAbstractButton& bin = button("Delete selected connection");
+    QTest::mouseClick(&bin, Qt::LeftButton);
+    turn();
+    // The second press, as the toolkit tells of it, and its release.
+    QTest::mouseDClick(&bin, Qt::LeftButton);
+    QTest::mouseRelease(&bin, Qt::LeftButton);
+    turn();
+    EXPECT_THAT(model->routes(), SizeIs(2));
+}
+
 }  // namespace
 }  // namespace corvel::ui

@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QPaintEvent>
 #include <QScreen>
+#include <QSignalSpy>
 #include <QTest>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -485,5 +486,40 @@ TEST_F(RouteGraphAccessibilityTest, readsThePlaceholderWithoutConnections) {
 }
 
 }  // namespace
+
+TEST_F(RouteGraphTest, selectsAndDeletesByKeys) {
+    graph->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(graph.get(), Qt::Key_Down);
+    EXPECT_EQ(model->selectedRouteID(), makeID(3));
+    QTest::keyClick(graph.get(), Qt::Key_End);
+    QTest::keyClick(graph.get(), Qt::Key_Down);
+    EXPECT_EQ(model->selectedRouteID(), makeID(5));
+    QTest::keyClick(graph.get(), Qt::Key_Up);
+    EXPECT_EQ(model->selectedRouteID(), makeID(4));
+    QTest::keyClick(graph.get(), Qt::Key_Home);
+    EXPECT_EQ(model->selectedRouteID(), makeID(1));
+    QTest::keyClick(graph.get(), Qt::Key_Delete);
+    EXPECT_EQ(model->route(makeID(1)), nullptr);
+}
+
+TEST_F(RouteGraphTest, saysWhenAClickMeansNoLine) {
+    QSignalSpy clicks(graph.get(), &RouteGraph::emptyPlaceClicked);
+    QTest::mouseClick(graph.get(), Qt::LeftButton, {}, QPoint(289, 390));
+    EXPECT_EQ(clicks.size(), 1);
+    EXPECT_EQ(model->selectedRouteID(), makeID(2));
+}
+
+TEST_F(RouteGraphTest, fadesAllLinesButTheOneThatStandsOut) {
+    // The left marks of the first and the second connection.
+    const QPoint first(4, 156);
+    const QPoint second(4, 108);
+    const QImage before = picture();
+    graph->setEmphasizedRoute(makeID(2));
+    const QImage emphasized = picture();
+    EXPECT_NE(emphasized.pixelColor(first), before.pixelColor(first));
+    EXPECT_EQ(emphasized.pixelColor(second), before.pixelColor(second));
+    graph->setEmphasizedRoute(std::nullopt);
+    EXPECT_EQ(picture(), before);
+}
 
 }  // namespace corvel::tests

@@ -135,7 +135,7 @@ TEST_F(RouteListTests, DeletesTheRowsOfConnectionsThatGo) {
     EXPECT_THAT(rows(), IsEmpty());
 }
 
-TEST_F(RouteListTests, TabsThroughTheRowsInTheirOrder) {
+TEST_F(RouteListTests, GoesThroughTheRowsInTheirOrder) {
     // The second set has the first one's connection as well, between others: its row is older than theirs.
     showSets({MIDIRouteSet(makeID(9000), "One", {route(2, {{}})}),
               MIDIRouteSet(makeID(9001), "Two", {route(1, {{}}), route(2, {{}}), route(3, {{}})})});
@@ -145,13 +145,74 @@ TEST_F(RouteListTests, TabsThroughTheRowsInTheirOrder) {
     ASSERT_EQ(&row(1), older);
     row(0).setFocus(Qt::TabFocusReason);
     std::vector<QWidget*> visited;
-    for (int step = 0; step < 6; ++step) {
+    for (const Qt::Key key : {Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Home, Qt::Key_End}) {
+        press(*list, key);
         visited.push_back(QApplication::focusWidget());
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    }
+    EXPECT_THAT(visited, ElementsAre(&row(1), &row(2), &row(2), &row(0), &row(2)));
+    EXPECT_EQ(model->selectedRouteID(), makeID(3));
+}
+
+TEST_F(RouteListTests, GoesFromARowToWhatIsInItByLeftAndRight) {
+    show({route(1, {{}}), route(2, {{3}, {4}})});
+    row(0).setFocus(Qt::TabFocusReason);
+    std::vector<QWidget*> visited;
+    for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Right, Qt::Key_Right, Qt::Key_Right, Qt::Key_Left, Qt::Key_Left,
+                              Qt::Key_Left, Qt::Key_Left}) {
+        press(*list, key);
+        visited.push_back(QApplication::focusWidget());
     }
     // As Is can be neither edited nor deleted.
-    EXPECT_THAT(visited, ElementsAre(&row(0), &picker(row(0)), &addButton(row(0)), &enableButton(row(0)), &row(1),
-                                     &picker(row(1))));
+    EXPECT_THAT(visited, ElementsAre(&picker(row(0)), &addButton(row(0)), &enableButton(row(0)), &enableButton(row(0)),
+                                     &addButton(row(0)), &picker(row(0)), &row(0), &row(0)));
+
+    addButton(row(0)).setFocus(Qt::TabFocusReason);
+    press(*list, Qt::Key_Down);
+    EXPECT_TRUE(addButton(row(1)).hasFocus());
+    EXPECT_EQ(model->selectedRouteID(), makeID(2));
+}
+
+TEST_F(RouteListTests, IsOneStopOfTheTabKey) {
+    show(manyRoutes(3));
+    model->setSelectedRouteID(makeID(2));
+    turn();
+    std::vector<const QWidget*> stops;
+    for (const QWidget* const view : list->findChildren<QWidget*>()) {
+        if ((view->focusPolicy() & Qt::TabFocus) != 0) {
+            stops.push_back(view);
+        }
+    }
+    EXPECT_THAT(stops, ElementsAre(&row(1)));
+}
+
+TEST_F(RouteListTests, ScrollsToWhatGetsTheFocus) {
+    show(manyRoutes(12));
+    ASSERT_TRUE(turnUntil([this] { return scrollArea().verticalScrollBar()->maximum() > 0; }));
+    enableButton(row(11)).setFocus(Qt::OtherFocusReason);
+    turn();
+    EXPECT_EQ(scrollValue(), scrollArea().verticalScrollBar()->maximum());
+}
+
+TEST_F(RouteListTests, DeletesTheSelectedConnectionAndKeepsTheFocus) {
+    show(manyRoutes(3));
+    model->setSelectedRouteID(makeID(2));
+    turn();
+    row(1).setFocus(Qt::TabFocusReason);
+    press(*list, Qt::Key_Delete);
+    ASSERT_EQ(model->routes().size(), 2U);
+    EXPECT_EQ(model->selectedRouteID(), makeID(1));
+    EXPECT_TRUE(row(0).hasFocus());
+}
+
+TEST_F(RouteListTests, SelectsTheConnectionThatGetsAnotherChannel) {
+    show(manyRoutes(3));
+    model->setSelectedRouteID(makeID(1));
+    click(addButton(row(2)));
+    EXPECT_EQ(model->selectedRouteID(), makeID(3));
+    ASSERT_NE(dialog(), nullptr);
+    const QString name = QStringLiteral("%1 to %2").arg(names(row(2)).input(), names(row(2)).output());
+    const QList<QLabel*> labels = dialog()->findChildren<QLabel*>();
+    EXPECT_TRUE(std::ranges::any_of(labels, [&](const QLabel* label) { return label->text() == name; }));
 }
 
 TEST_F(RouteListTests, SelectsTheConnectionThatIsClicked) {

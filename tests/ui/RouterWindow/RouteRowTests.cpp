@@ -232,7 +232,10 @@ TEST_F(RouteRowTests, CanBePressedAndReadByAScreenReader) {
     item->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     EXPECT_TRUE(turnUntil([&] { return model->selectedRouteID() == makeID(2); }));
     turn();
-    EXPECT_EQ(item->text(QAccessible::Description), "Selected, As Is / Active / No MIDI yet");
+    EXPECT_EQ(item->text(QAccessible::Description), "As Is / Active / No MIDI yet");
+    EXPECT_EQ(item->role(), QAccessible::ListItem);
+    EXPECT_TRUE(item->state().selected);
+    EXPECT_FALSE(QAccessible::queryAccessibleInterface(&row(0))->state().selected);
 }
 
 TEST_F(RouteRowTests, TellsItsControlsFromThoseOfOtherRows) {
@@ -248,7 +251,7 @@ TEST_F(RouteRowTests, TellsItsControlsFromThoseOfOtherRows) {
         const QAccessibleInterface* const item = QAccessible::queryAccessibleInterface(control);
         EXPECT_EQ(item->text(QAccessible::Name).toStdString(), name);
         EXPECT_EQ(item->text(QAccessible::Description), "Pads to Drums") << name;
-        EXPECT_TRUE(control->focusPolicy() & Qt::TabFocus) << name;
+        EXPECT_NE(control->focusPolicy(), Qt::NoFocus) << name;
     }
 }
 
@@ -279,6 +282,27 @@ TEST_F(RouteRowTests, ShortensNamesInTheirMiddleAndLeavesTheOutputItsPart) {
         hasGap = hasGap || !hasInk(x, x + 7);
     }
     EXPECT_TRUE(hasGap) << "between input and arrow";
+}
+
+TEST_F(RouteRowTests, TellsNobodyOfTrafficButSaysTheNewestMessageWhenAsked) {
+    static int told;
+    told = 0;
+    show({route(1, {{}})});
+    const QAccessible::UpdateHandler former = QAccessible::installUpdateHandler([](QAccessibleEvent* event) {
+        told += event->type() == QAccessible::DescriptionChanged || event->type() == QAccessible::NameChanged ? 1 : 0;
+    });
+    QAccessible::setActive(true);
+    report(makeID(1), {0x90, 60, 100});
+    turn();
+    list->refresh(ui::ModelChanges::all());
+    EXPECT_EQ(told, 0);
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(&row(0))->text(QAccessible::Description),
+              "As Is / Active / Note On 90 3C 64");
+    model->setRouteEnabled(makeID(1), false);
+    turn();
+    EXPECT_GE(told, 1);
+    QAccessible::setActive(false);
+    QAccessible::installUpdateHandler(former);
 }
 
 }  // namespace

@@ -4,8 +4,10 @@
 #include "tests/ui/support/RouterWindowFixture.hpp"
 #include "ui/RouterWindow/ConnectionSetBar.hpp"
 #include "ui/RouterWindow/HeaderBar.hpp"
+#include "ui/RouterWindow/RouteColorPalette.hpp"
 #include "ui/RouterWindow/RouteGraph.hpp"
 #include "ui/RouterWindow/RouteList.hpp"
+#include "ui/RouterWindow/RouteRow.hpp"
 #include "ui/RouterWindow/SettingsSheet.hpp"
 #include "ui/RouterWindow/StatusBar.hpp"
 #include "ui/controls/LookScrollArea.hpp"
@@ -15,12 +17,15 @@
 #include <QScrollBar>
 #include <QSignalSpy>
 
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace corvel::ui {
 namespace {
 
 using enum KeyboardShortcutModifier;
+using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
@@ -432,6 +437,89 @@ TEST_F(RouterWindowTests, TakesTheOtherAppearance) {
     look.setMode(AppAppearanceMode::light);
     turn();
     EXPECT_EQ(window->grab().toImage().pixel(900, 80), 0xFFF3F5F7);
+}
+
+TEST_F(RouterWindowTests, DeselectsEverythingWithEscapeAndWithAClickOnTheEmptyStage) {
+    const auto selectAll = [this] {
+        model->setSelectedSourceID(1012);
+        model->setSelectedDestinationID(1022);
+        model->setSelectedRouteID(model->routes()[0].id);
+        turn();
+    };
+    const auto isAnySelected = [this] {
+        return model->selectedSourceID() || model->selectedDestinationID() || model->selectedRouteID();
+    };
+    model->connect(1011, 1021);
+    selectAll();
+    row(inputs(), 0).setFocus(Qt::TabFocusReason);
+    QTest::keyClick(window->windowHandle(), Qt::Key_Escape);
+    EXPECT_FALSE(isAnySelected());
+    selectAll();
+    auto& graph = tests::only<RouteGraph>(*window);
+    QTest::mouseClick(&graph, Qt::LeftButton, {}, graph.rect().bottomLeft() + QPoint(200, -5));
+    EXPECT_FALSE(isAnySelected());
+}
+
+TEST_F(RouterWindowTests, MarksBothEndsOfTheSelectedConnectionInItsColour) {
+    model->connect(1011, 1021);
+    model->connect(1012, 1022);
+    turn();
+    // The second colour.
+    const QColor colour = RouteColorPalette::color(model->routes()[1].id, model->routes());
+    EXPECT_EQ(row(inputs(), 1).connectionMark(), colour);
+    EXPECT_EQ(row(outputs(), 0).connectionMark(), colour);
+    EXPECT_EQ(row(inputs(), 0).connectionMark(), std::nullopt);
+    model->setSelectedRouteID(std::nullopt);
+    turn();
+    EXPECT_EQ(row(inputs(), 1).connectionMark(), std::nullopt);
+}
+
+TEST_F(RouterWindowTests, HasTheConnectionStandOutWhileTheFocusIsOnTheBin) {
+    model->connect(1011, 1021);
+    model->connect(1012, 1022);
+    turn();
+    const auto emphasized = [this] {
+        std::vector<bool> result;
+        for (const RouteRow* const row : window->findChildren<RouteRow*>()) {
+            result.push_back(row->isEmphasized());
+        }
+        return result;
+    };
+    button("Delete selected connection").setFocus(Qt::TabFocusReason);
+    turn();
+    EXPECT_THAT(emphasized(), ElementsAre(false, true));
+    button("Delete selected connection").click();
+    turn();
+    EXPECT_THAT(emphasized(), ElementsAre(true));
+    button("Open settings").setFocus(Qt::TabFocusReason);
+    turn();
+    EXPECT_THAT(emphasized(), ElementsAre(false));
+}
+
+TEST_F(RouterWindowTests, HasTheTabKeyGoAsTheEyeDoes) {
+    model->connect(1011, 1021);
+    model->setSelectedSourceID(1011);
+    model->setSelectedDestinationID(1021);
+    turn();
+    // A device that comes first in its column.
+    host->addSource(13, {.displayName = "Accordion", .manufacturer = "Acme", .uniqueID = 1013});
+    host->addDestination(23, {.displayName = "Amp", .manufacturer = "Acme", .uniqueID = 1023});
+    model->applyEndpointSnapshot();
+    model->connect(1013, 1023);
+    model->setSelectedSourceID(1013);
+    model->setSelectedDestinationID(1023);
+    turn();
+    ASSERT_EQ(row(inputs(), 0).endpoint().displayName, "Accordion");
+    button("Application menu").setFocus(Qt::TabFocusReason);
+    QStringList visited;
+    for (int step = 0; step < 16; ++step) {
+        visited.append(tests::accessibleName(*QApplication::focusWidget()));
+        QTest::keyClick(window->windowHandle(), Qt::Key_Tab);
+    }
+    EXPECT_EQ(visited, QStringList({"Application menu", "Refresh MIDI devices", "Open settings", "Connect",
+                                    "Delete selected connection: Accordion to Amp", "Default", "Create connection set",
+                                    "Duplicate current set", "Rename current set", "Accordion", visited[10],
+                                    "Routing stage", "Amp", visited[13], "Accordion to Amp", "Application menu"}));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "tests/ui/support/ViewProbe.hpp"
 #include "tests/ui/support/WindowModelFixture.hpp"
 
+#include <QAccessible>
 #include <QStringList>
 
 #include <string>
@@ -116,6 +117,28 @@ TEST_F(StatusBarTests, KeepsALongSetNameInTheWindow) {
         EXPECT_GE(label->mapTo(bar.get(), QPoint()).x(), 0);
         EXPECT_LE(label->mapTo(bar.get(), QPoint(label->width(), 0)).x(), 980);
     }
+}
+
+TEST_F(StatusBarTests, HasEachOutcomeReadOutAsANotification) {
+    static QStringList announced;
+    announced.clear();
+    const QAccessible::UpdateHandler former = QAccessible::installUpdateHandler([](QAccessibleEvent* event) {
+        if (event->type() == QAccessible::ObjectShow && event->accessibleInterface() != nullptr &&
+            event->accessibleInterface()->role() == QAccessible::Notification) {
+            announced.append(event->accessibleInterface()->text(QAccessible::Name));
+        }
+    });
+    QAccessible::setActive(true);
+    model->connect(1011, 1021);
+    turn();
+    model->connect(1011, 1021);
+    turn();
+    model->connect(1011, 1021);
+    turn();
+    QAccessible::setActive(false);
+    QAccessible::installUpdateHandler(former);
+    EXPECT_EQ(announced, QStringList({"Set \"Default\" saved (1 connections)", "Connection already exists",
+                                      "Connection already exists"}));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
+#include "tests/ui/support/OpenMenu.hpp"
 #include "tests/ui/support/RouterWindowFixture.hpp"
 #include "ui/RouterWindow/SettingsSheet.hpp"
+#include "ui/controls/PopUpButton.hpp"
 
 #include <QAccessible>
 
@@ -88,6 +90,8 @@ TEST_F(WindowAccessibilityTests, NamesEveryControlOfTheSettings) {
 }
 
 TEST_F(WindowAccessibilityTests, NamesEveryControlOfTheSetsDialogs) {
+    model->createRouteSet("Live");
+    turn();
     for (const char* const opener :
          {"Create connection set", "Duplicate current set", "Rename current set", "Delete current set"}) {
         button(opener).click();
@@ -129,6 +133,41 @@ TEST_F(WindowAccessibilityTests, ConnectsAndSwitchesSetsByPressesAlone) {
     turn();
     tests::pressAccessibly(button("Delete selected connection"));
     EXPECT_THAT(model->routes(), IsEmpty());
+}
+
+TEST_F(WindowAccessibilityTests, GivesEveryControlItsRoleAndStates) {
+    const auto interface = [](QWidget& view) { return QAccessible::queryAccessibleInterface(&view); };
+    QAccessibleInterface* const input = interface(row(inputs(), 0));
+    EXPECT_EQ(input->role(), QAccessible::ListItem);
+    EXPECT_EQ(input->parent()->role(), QAccessible::List);
+    EXPECT_FALSE(input->state().selected);
+    model->setSelectedSourceID(1011);
+    turn();
+    EXPECT_TRUE(input->state().selected);
+
+    auto& sets = tests::only<PopUpButton>(*window);
+    EXPECT_EQ(interface(sets)->role(), QAccessible::ButtonMenu);
+    EXPECT_TRUE(interface(sets)->state().hasPopup);
+    EXPECT_FALSE(interface(sets)->state().expanded);
+    tests::withOpenMenu([&sets] { sets.click(); },
+                        [&](QMenu& menu) {
+                            EXPECT_TRUE(interface(sets)->state().expanded);
+                            EXPECT_TRUE(interface(menu)->child(0)->state().checked);
+                        });
+    EXPECT_FALSE(interface(sets)->state().expanded);
+
+    button("Open settings").click();
+    turn();
+    auto& sheet = tests::only<SettingsSheet>(*window);
+    QAccessibleInterface* const general = interface(tests::button(sheet, "General"));
+    QAccessibleInterface* const debug = interface(tests::button(sheet, "Debug"));
+    EXPECT_EQ(general->role(), QAccessible::PageTab);
+    EXPECT_TRUE(general->state().selected);
+    EXPECT_FALSE(debug->state().selected);
+    QAccessibleInterface* const dark = interface(tests::button(sheet, "Dark"));
+    EXPECT_EQ(dark->role(), QAccessible::RadioButton);
+    EXPECT_TRUE(dark->state().checked);
+    EXPECT_FALSE(interface(tests::button(sheet, "Light"))->state().checked);
 }
 
 }  // namespace

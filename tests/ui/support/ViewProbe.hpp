@@ -45,11 +45,13 @@ namespace corvel::tests {
     return isTable ? text.sliced(1).chopped(1) : text;
 }
 
-/// The view of a type that a screen reader calls so, in the same window as the parent.
+/// The view of a type that a screen reader calls so, in the same window as the parent. After a colon the name may go on
+/// with what it is about.
 template <typename View>
 [[nodiscard]] View& named(const QWidget& parent, const QString& name) {
     for (View* const view : parent.findChildren<View*>()) {
-        if (view->window() == parent.window() && accessibleName(*view) == name) {
+        if (view->window() == parent.window() &&
+            (accessibleName(*view) + QStringLiteral(": ")).startsWith(name + QStringLiteral(": "))) {
             return *view;
         }
     }

@@ -47,7 +47,7 @@ class Story(SequencerTestCase):
 
     def column(self, name):
         column = self.only(name=name, role="filler")
-        return {row.name: row for row in column.find(role="push button") if row.description == f"{name}, online"}
+        return {row.name: row for row in column.find(role="list item") if row.description == f"{name}, online"}
 
     def only(self, **wanted):
         found = self.tree.find(**wanted)
@@ -74,9 +74,9 @@ class Story(SequencerTestCase):
 
     def read_last_event(self):
         row = self.connection_row(self.router)
-        row.wait_description(lambda text: text == "Selected, As Is / Active / Note Off 80 46 40", "the note-off")
+        row.wait_description(lambda text: text == "As Is / Active / Note Off 80 46 40", "the note-off")
         self.hear(note_on(71) + note_off(72) + note_on(73))
-        row.wait_description(lambda text: text == "Selected, As Is / Active / Note 90 49 40", "the last event")
+        row.wait_description(lambda text: text == "As Is / Active / Note 90 49 40", "the last event")
 
     def make_an_empty_set(self, name):
         pointing.click(self.only(name="Create connection set").middle)
@@ -88,7 +88,7 @@ class Story(SequencerTestCase):
         dialog.wait_closed()
 
     def choose_set(self, name):
-        pointing.click(self.only(role="push button", description="Connection Set").middle)
+        pointing.click(self.only(role=("push button menu", "button menu"), description="Connection Set").middle)
 
         def item():
             menu = self.router.accessibility.menu()

@@ -48,8 +48,8 @@ class Element:
 
     @property
     def is_chosen(self):
-        """Whether it is the selected one of its kind, as its description says."""
-        return not {"Selected", "selected", "Chosen"}.isdisjoint(self.description.split(", "))
+        """Whether it is the selected one of its kind."""
+        return not {"selected", "checked"}.isdisjoint(self.states)
 
     @property
     def is_showing(self):
@@ -130,12 +130,44 @@ class Accessibility:
         self._menu = None
         _library().Registry.registerEventListener(lambda event: self._announced.append(event.source),
                                                   "object:state-changed:showing", "object:state-changed:focused")
+        self._raised = []
+        _library().Registry.registerEventListener(self._note, "object:state-changed:showing",
+                                                  "object:property-change:accessible-name",
+                                                  "object:property-change:accessible-description",
+                                                  "object:children-changed")
         # Once the registry answers, it knows of the listener.
         self.tree()
 
     def follow(self, pid):
         """From now on the tree is that of this process."""
         self._pid = pid
+
+    def _note(self, event):
+        self._raised.append((event.type.name, event.source))
+
+    def _take(self, kinds):
+        """The elements of this program that events of these kinds told of since the last time."""
+        _take_events()
+        raised, self._raised[:] = list(self._raised), []
+        told = (_passing(lambda: _read(source, None) if source.get_process_id() == self._pid else None)
+                for kind, source in raised if kind in kinds)
+        return [element for element in told if element]
+
+    def take_changed_parents(self):
+        """Which elements have got ("add") or lost ("remove") a child since the last time, by name."""
+        _take_events()
+        raised, self._raised[:] = list(self._raised), []
+        changed = [(kind, source) for kind, source in raised if kind.startswith("object:children-changed:")]
+        return [(kind.split(":")[2], _passing(lambda: source.name)) for kind, source in changed]
+
+    def take_notifications(self):
+        """The texts that were read out since the last time."""
+        return [element.name for element in self._take(("object:state-changed:showing",))
+                if element.role == "notification"]
+
+    def take_changes_of_text(self):
+        """The elements of which a new name or description was told since the last time."""
+        return self._take(("object:property-change:accessible-name", "object:property-change:accessible-description"))
 
     def menu(self):
         """The open menu, or nothing."""

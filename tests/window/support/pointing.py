@@ -4,7 +4,7 @@ from .desktop import HEIGHT, WIDTH
 from .processes import output
 
 # Physical keys by number, so that a test means the same key under every layout.
-KEY_CODES = {"1": 10, "2": 11, "3": 12, "q": 24, "r": 27, "p": 33, "a": 38, "n": 57}
+KEY_CODES = {"1": 10, "2": 11, "3": 12, "q": 24, "r": 27, "p": 33, "Return": 36, "a": 38, "n": 57, "space": 65}
 
 
 # Who carries out the commands instead of xdotool, where there is no X server to send them to.
@@ -30,6 +30,10 @@ def park_pointer():
 
 def click(point):
     _xdotool("mousemove", *point, "sleep", ".03", "click", "1")
+
+
+def double_click(point):
+    _xdotool("mousemove", *point, "sleep", ".03", "click", "--repeat", "2", "--delay", "80", "1")
 
 
 def press_button(point):

@@ -3,7 +3,7 @@
 from . import pointing, windows
 from .waiting import wait_for
 
-BUTTONS = ("push button", "toggle button", "button", "radio button", "check box")
+BUTTONS = ("push button", "toggle button", "button", "radio button", "check box", "page tab", "list item")
 MENU_ITEMS = ("menu item", "check menu item", "radio menu item")
 ADD_CHANNEL = "Add output channel for this connection"
 COLUMN = 300
@@ -31,7 +31,13 @@ class RouterWindow:
     # Controls
 
     def button(self, name):
-        return self.accessibility.find(name=name, role=BUTTONS)
+        """The button of this name, which after a colon may go on with what it is about."""
+        def look():
+            return [element for element in self.accessibility.all(role=BUTTONS)
+                    if f"{element.name}: ".startswith(f"{name}: ")]
+
+        return wait_for(lambda: (found := look()) and len(found) == 1 and found,
+                        lambda: f"one button {name!r} in\n{self.accessibility.outline()}")[0]
 
     def press(self, name):
         """Clicks the button of this name."""
