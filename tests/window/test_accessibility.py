@@ -176,7 +176,8 @@ class WithoutAMouse(WindowTestCase):
         self.assertEqual(forward, [
             "Application menu", "Refresh MIDI devices", "Open settings", "First",
             "Create connection set", "Duplicate current set", "Rename current set", "Delete current set",
-            "Demo Keyboard", "Routing stage", "Demo Drums", "Demo Keyboard to Demo Synth"])
+            "Filter inputs", "Show only connected inputs", "Demo Keyboard", "Routing stage", "Filter outputs",
+            "Show only connected outputs", "Demo Drums", "Demo Keyboard to Demo Synth"])
         self.assertEqual(set(self.walk("shift+Tab")), set(forward))
         self.tab_to("Demo Keyboard to Demo Synth")
         for name in ("Ch 3", "Add output channel for this connection", "Edit selected output channel",

@@ -82,7 +82,8 @@ class ApplicationMenu(WindowTestCase):
 class Leaving(WindowTestCase):
     def setUp(self):
         super().setUp()
-        self.router = self.start()
+        # Without connections: while messages are routed, Ctrl+Q asks first.
+        self.router = self.start_with(("Empty", []))
 
     def assertEndsQuietly(self):
         self.assertEqual(self.router.corvel.wait_ended(), 0)

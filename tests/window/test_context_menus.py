@@ -62,7 +62,7 @@ class NamesOfOnesOwn(WindowTestCase):
         pointing.drag(router.input("Left hand").middle, router.output("Demo Drums").middle)
         self.wait_saved(connections=[(KEYBOARD, SYNTH), (KEYBOARD, DRUMS)])
         self.assertEqual({route["sourceName"] for route in self.saved().current_set["routes"]}, {"Demo Keyboard"})
-        pointing.press_keys("ctrl+q")
+        pointing.press_keys("alt+F4")
         router.corvel.wait_ended()
 
         again = self.start()

@@ -30,13 +30,11 @@ class Curves(WindowTestCase):
             pointing.click((x, y + 4))
             self.router.wait_selected_connection(index)
 
-    def test_a_click_beside_the_curves_selects_nothing(self):
+    def test_a_click_beside_the_curves_deselects(self):
         pointing.click(self.middle_of_curve("Demo Pads", "Demo Drums"))
         self.router.wait_selected_connection(1)
         pointing.click(self.router.point(590, -300))
-        pointing.click(self.router.point(590, 125))
-        self.router.press("Delete selected connection")
-        self.wait_saved(connections=[(KEYBOARD, SYNTH), (SEQUENCER, RECORDER)])
+        self.router.wait_enabled("Delete selected connection", False)
 
     def test_the_selected_curve_is_the_one_deleted(self):
         pointing.click(self.middle_of_curve("Demo Sequencer", "Demo Recorder"))

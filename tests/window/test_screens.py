@@ -29,7 +29,7 @@ class Screens(WindowTestCase):
         wait_for(lambda: self.is_inside(router), lambda: f"{self.frame(router)} inside {windows.work_area()}", 5)
 
     def quit(self, router):
-        pointing.press_keys("ctrl+q")
+        pointing.press_keys("alt+F4")
         self.assertEqual(router.corvel.wait_ended(), 0)
 
     def assertFirstAndNextFrameInside(self, width, height, scale=None):

@@ -53,7 +53,7 @@ class Settings(WindowTestCase):
     def test_the_appearance_is_kept_for_the_next_start(self):
         self.choose("Light")
         self.wait_surface(LIGHT_SURFACE)
-        pointing.press_keys("ctrl+q")
+        pointing.press_keys("alt+F4")
         self.assertEqual(self.router.corvel.wait_ended(), 0)
         again = self.start()
         self.wait_surface(LIGHT_SURFACE, again)

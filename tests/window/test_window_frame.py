@@ -36,7 +36,7 @@ class WindowFrame(WindowTestCase):
     def test_it_is_kept_across_quitting(self):
         router = self.start()
         frame = self.move_and_resize(router)
-        pointing.press_keys("ctrl+q")
+        pointing.press_keys("alt+F4")
         self.assertEqual(router.corvel.wait_ended(), 0)
         self.wait_frame_saved()
         self.wait_frame(self.start(), frame)
@@ -52,7 +52,7 @@ class WindowFrame(WindowTestCase):
         router = self.start()
         frame = self.move_and_resize(router)
         for _ in range(4):
-            pointing.press_keys("ctrl+q")
+            pointing.press_keys("alt+F4")
             self.assertEqual(router.corvel.wait_ended(), 0)
             router = self.start()
             self.wait_frame(router, frame)
@@ -61,7 +61,7 @@ class WindowFrame(WindowTestCase):
         router = self.start()
         frame = Box((WIDTH - 1180) // 2, (HEIGHT - 760) // 2, 1180, 760)
         self.wait_frame(router, frame)
-        pointing.press_keys("ctrl+q")
+        pointing.press_keys("alt+F4")
         self.assertEqual(router.corvel.wait_ended(), 0)
         self.wait_frame(self.start(), frame)
 

@@ -39,6 +39,7 @@ EndpointColumn::EndpointColumn(const Look& look, const QString& title, MIDIEndpo
           look, title,
           direction == MIDIEndpointDirection::source ? QStringLiteral("inputs") : QStringLiteral("outputs"), this)),
       nothingAdmitted_(new LookLabel(look, Look::font(13), &Theme::text2, this)),
+      tabPlace_(makeTabPlace(*this)),
       rowArea_(new QWidget),
       rowLayout_(new QVBoxLayout(rowArea_)),
       scrollArea_(new LookScrollArea(look, this)),
@@ -67,7 +68,6 @@ EndpointColumn::EndpointColumn(const Look& look, const QString& title, MIDIEndpo
     layout->addWidget(scrollArea_, 1);
     layout->addWidget(details_);
 
-    tabPlace_ = makeTabPlace(*this);
     setAccessibleRole(*rowArea_, QAccessible::List);
     rowArea_->setAccessibleName(title);
     rowArea_->installEventFilter(this);

@@ -139,7 +139,7 @@ private:
     QColor markColour_;
     std::vector<EndpointRow*> rows_;
     /// Never seen: the place of the rows in the order of the Tab key.
-    QWidget* tabPlace_ = nullptr;
+    QWidget* tabPlace_;
     QWidget* rowArea_;
     QVBoxLayout* rowLayout_;
     LookScrollArea* scrollArea_;

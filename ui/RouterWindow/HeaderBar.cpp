@@ -25,19 +25,20 @@ constexpr int kButtonSide = 36;
 
 HeaderBar::HeaderBar(MIDIRouterViewModel& model, const Look& look, const QList<QAction*>& menu,
                      const QString& demoReason, QWidget* parent)
-    : QWidget(parent),
-      model_(model),
-      connect_(new TextButton(look, QStringLiteral("Connect"), TextButton::Role::primary, this)),
-      delete_(new IconButton(look, QStringLiteral("trash"), QStringLiteral("Delete selected connection"), kButtonSide,
-                             this)) {
+    : QWidget(parent), model_(model) {
     setFixedHeight(kHeight);
+    // Made in the order of the Tab key: the toolkit forgets another one when the window takes the bar over.
+    auto* const mark = new ApplicationMenuButton(look, menu, this);
     auto* const title = new LookLabel(look, Look::font(20, QFont::DemiBold), &Theme::text, this);
     title->setText(QStringLiteral("Corvel"));
     auto* const refreshButton = new IconButton(look, QStringLiteral("arrow.clockwise"),
                                                QStringLiteral("Refresh MIDI devices"), kButtonSide, this);
     auto* const settings =
         new IconButton(look, QStringLiteral("gearshape"), QStringLiteral("Open settings"), kButtonSide, this);
+    connect_ = new TextButton(look, QStringLiteral("Connect"), TextButton::Role::primary, this);
     connect_->setIconName(QStringLiteral("link"));
+    delete_ =
+        new IconButton(look, QStringLiteral("trash"), QStringLiteral("Delete selected connection"), kButtonSide, this);
     delete_->setRole(IconButton::Role::destructive);
     // A click leaves the focus where it was: no later key finds it here by chance.
     delete_->setFocusPolicy(Qt::TabFocus);
@@ -46,7 +47,6 @@ HeaderBar::HeaderBar(MIDIRouterViewModel& model, const Look& look, const QList<Q
     auto* const layout = new QHBoxLayout(this);
     layout->setContentsMargins(kLeftPadding, 0, kRightPadding, 0);
     layout->setSpacing(0);
-    auto* const mark = new ApplicationMenuButton(look, menu, this);
     layout->addWidget(mark);
     layout->addSpacing(4);
     layout->addWidget(title);
@@ -64,11 +64,6 @@ HeaderBar::HeaderBar(MIDIRouterViewModel& model, const Look& look, const QList<Q
     layout->addWidget(connect_);
     layout->addSpacing(12);
     layout->addWidget(delete_);
-
-    setTabOrder(mark, refreshButton);
-    setTabOrder(refreshButton, settings);
-    setTabOrder(settings, connect_);
-    setTabOrder(connect_, delete_);
 
     connect(refreshButton, &QAbstractButton::clicked, this, [this] { model_.refreshDevices(); });
     connect(settings, &QAbstractButton::clicked, this, &HeaderBar::settingsRequested);

@@ -42,8 +42,8 @@ private:
     void nameBin();
 
     MIDIRouterViewModel& model_;
-    TextButton* connect_;
-    IconButton* delete_;
+    TextButton* connect_ = nullptr;
+    IconButton* delete_ = nullptr;
 };
 
 }  // namespace corvel::ui

@@ -512,14 +512,31 @@ TEST_F(RouterWindowTests, HasTheTabKeyGoAsTheEyeDoes) {
     ASSERT_EQ(row(inputs(), 0).endpoint().displayName, "Accordion");
     button("Application menu").setFocus(Qt::TabFocusReason);
     QStringList visited;
-    for (int step = 0; step < 16; ++step) {
-        visited.append(tests::accessibleName(*QApplication::focusWidget()));
+    for (int step = 0; step < 20; ++step) {
+        // The details of a device go on with what it is.
+        visited.append(tests::accessibleName(*QApplication::focusWidget()).section(QLatin1Char('\n'), 0, 0));
         QTest::keyClick(window->windowHandle(), Qt::Key_Tab);
     }
-    EXPECT_EQ(visited, QStringList({"Application menu", "Refresh MIDI devices", "Open settings", "Connect",
-                                    "Delete selected connection: Accordion to Amp", "Default", "Create connection set",
-                                    "Duplicate current set", "Rename current set", "Accordion", visited[10],
-                                    "Routing stage", "Amp", visited[13], "Accordion to Amp", "Application menu"}));
+    EXPECT_EQ(visited, QStringList({"Application menu",
+                                    "Refresh MIDI devices",
+                                    "Open settings",
+                                    "Connect",
+                                    "Delete selected connection: Accordion to Amp",
+                                    "Default",
+                                    "Create connection set",
+                                    "Duplicate current set",
+                                    "Rename current set",
+                                    "Filter inputs",
+                                    "Show only connected inputs",
+                                    "Accordion",
+                                    "Accordion",
+                                    "Routing stage",
+                                    "Filter outputs",
+                                    "Show only connected outputs",
+                                    "Amp",
+                                    "Amp",
+                                    "Accordion to Amp",
+                                    "Application menu"}));
 }
 
 }  // namespace
