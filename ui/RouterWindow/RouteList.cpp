@@ -36,7 +36,7 @@ constexpr int kHeadingX = 16;
 constexpr int kHandleDistance = 2;
 constexpr int kScrollDuration = 180;
 /// More rows than any screen shows.
-constexpr std::size_t kRowsAtOnce = 24;
+constexpr std::size_t kRowsAtOnce = 16;
 /// How long making rows holds up the main thread at a time, at most by one row more.
 constexpr std::chrono::milliseconds kMakingSlice(3);
 constexpr std::size_t kDestroyedAtOnce = 8;

@@ -81,7 +81,7 @@ TEST_F(RouteListTests, MakesTheFirstRowsOfManyAtOnceAndTheOthersSoon) {
               }())});
     model->selectRouteSet(makeID(9001));
     list->refresh(ui::ModelChanges::all());
-    EXPECT_EQ(rows().size(), 24U);
+    EXPECT_EQ(rows().size(), 16U);
     EXPECT_TRUE(turnUntil([this] { return rows().size() == 100; }));
     EXPECT_EQ(rows().back()->routeID(), makeID(1100));
     EXPECT_EQ(rows().back()->y(), 99 * 48);
