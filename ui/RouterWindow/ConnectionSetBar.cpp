@@ -82,6 +82,10 @@ void ConnectionSetBar::refresh(const ModelChanges& changes) {
     }
     sets_->setItems(names, current);
     const bool isOnlySet = setIDs_.size() == 1;
+    if (isOnlySet && delete_->hasFocus()) {
+        // The next one in order would be a text field, which takes keys for itself.
+        sets_->setFocus();
+    }
     delete_->setEnabled(!isOnlySet);
     setPlainToolTip(delete_, QLatin1String(isOnlySet ? kOnlySetHelp : kDeleteHelp));
     delete_->setAccessibleDescription(isOnlySet ? QLatin1String(kOnlySetHelp) : QString());

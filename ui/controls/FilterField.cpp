@@ -3,6 +3,7 @@
 #include "ui/controls/Painting.hpp"
 
 #include <QKeyEvent>
+#include <QKeySequence>
 #include <QPainter>
 
 namespace corvel::ui {
@@ -30,6 +31,18 @@ FilterField::FilterField(const Look& look, QWidget* parent) : QLineEdit(parent),
     };
     takeColours();
     connect(&look, &Look::changed, this, takeColours);
+}
+
+bool FilterField::event(QEvent* event) {
+    if (event->type() == QEvent::ShortcutOverride) {
+        const auto& key = static_cast<const QKeyEvent&>(*event);
+        if ((key.matches(QKeySequence::Undo) && !isUndoAvailable()) ||
+            (key.matches(QKeySequence::Redo) && !isRedoAvailable())) {
+            event->ignore();
+            return true;
+        }
+    }
+    return QLineEdit::event(event);
 }
 
 void FilterField::keyPressEvent(QKeyEvent* event) {
