@@ -114,7 +114,7 @@ RouteSetChange MIDIRouterViewModel::routeSetChange(const UUID& setID, const UUID
     RouteSetChange change{.routeSet = std::nullopt, .selectedSetID = selectedSetID, .leftSetID = {}};
     const auto found = std::ranges::find(routeSets(), setID, &MIDIRouteSet::id);
     if (found != routeSets().end()) {
-        change.routeSet = Placed{static_cast<std::size_t>(found - routeSets().begin()), *found};
+        change.routeSet = Placed<MIDIRouteSet>{static_cast<std::size_t>(found - routeSets().begin()), *found};
     }
     return change;
 }
