@@ -57,9 +57,10 @@ protected:
         return makeRoute({.id = makeID(number), .variants = std::move(variants)});
     }
 
-    /// The window shows these connections on the endpoints there are.
+    /// The window shows these connections on the endpoints there are, all rows of them, however slow the machine is.
     void show(const std::vector<MIDIRoute>& routes, QSize size = kSize) {
         showSets({MIDIRouteSet(makeID(9000), "Set", routes)}, size);
+        ASSERT_TRUE(turnUntil([this] { return rows().size() == model->routes().size(); }));
     }
 
     /// The window shows the first of these sets.
