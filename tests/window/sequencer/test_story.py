@@ -88,7 +88,8 @@ class Story(SequencerTestCase):
         dialog.wait_closed()
 
     def choose_set(self, name):
-        pointing.click(self.only(role=("push button menu", "button menu"), description="Connection Set").middle)
+        roles = ("push button", "push button menu", "button menu")
+        pointing.click(self.only(role=roles, description="Connection Set").middle)
 
         def item():
             menu = self.router.accessibility.menu()
@@ -100,7 +101,7 @@ class Story(SequencerTestCase):
     def start_again(self):
         frame = self.move_and_resize(self.router)
         before = self.saved().json
-        pointing.press_keys("ctrl+q")
+        pointing.press_keys("alt+F4")
         self.assertEqual(self.router.corvel.wait_ended(), 0)
         self.router = self.start()
         self.wait_routing()
