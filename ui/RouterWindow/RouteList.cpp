@@ -261,8 +261,11 @@ RouteRow* RouteList::rowOf(const QWidget* view) const {
 }
 
 void RouteList::setTabStop(const RouteRow* stop) {
+    if (rows_.empty()) {
+        return;
+    }
     const auto selected = std::ranges::find_if(rows_, &RouteRow::isSelected);
-    if (stop == nullptr && !rows_.empty()) {
+    if (stop == nullptr) {
         stop = selected != rows_.end() ? *selected : rows_.front();
     }
     for (RouteRow* const row : rows_) {
