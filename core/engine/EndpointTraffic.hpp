@@ -21,8 +21,8 @@ struct ActiveEndpoints {
 
 /// Keeps, for each endpoint, whether there was a message since somebody last looked.
 ///
-/// A mark costs the thread that routes no lock and, while nobody looks, no write. That thread alone replaces the
-/// endpoints and marks them; any thread takes.
+/// Setting a mark takes no lock, and writes to memory only if the mark is not set yet. The thread that routes replaces
+/// the endpoints and sets their marks; any thread may take them.
 class EndpointTraffic {
 public:
     using Mark = std::atomic<bool>;

@@ -54,7 +54,7 @@ void showProblem(const Settings& settings, const std::string& problem) {
     ui::NoticeWindow(look, QStringLiteral("Corvel cannot be opened"), ui::toQString(problem)).exec();
 }
 
-/// What the user is told of a document that could not be read; empty where it could.
+/// The message about a document that could not be read; empty if it could be read.
 std::string documentNotice(const RouteStore& store) {
     if (!store.loadProblem()) {
         return {};

@@ -37,7 +37,7 @@ class EndpointColumn final : public QWidget {
 public:
     static constexpr int kWidth = 300;
 
-    /// Any height will do, whatever it is wide: the rows scroll.
+    /// The rows scroll, so the column's height does not depend on its width.
     [[nodiscard]] bool hasHeightForWidth() const override { return false; }
     /// Names that the user gave to endpoints, by the endpoints' IDs.
     using Aliases = std::unordered_map<std::int32_t, QString>;

@@ -237,7 +237,7 @@ void EndpointRow::mousePressEvent(QMouseEvent* event) {
 }
 
 void EndpointRow::mouseDoubleClickEvent(QMouseEvent* event) {
-    // Nothing is lost by selecting a row twice, and whoever has just clicked on it may drag it.
+    // Selecting a row twice changes nothing, and a drag may begin with the second press.
     mousePressEvent(event);
 }
 
@@ -258,7 +258,7 @@ void EndpointRow::dragEnterEvent(QDragEnterEvent* event) {
 }
 
 void EndpointRow::dragMoveEvent(QDragMoveEvent* event) {
-    // A row that was scrolled under the pointer is told of moves by a system that last heard a refusal.
+    // When a row is scrolled under the pointer, the last answer of this drag was a refusal: it must be renewed here.
     if (event->mimeData()->hasText()) {
         event->acceptProposedAction();
     }

@@ -52,7 +52,7 @@ RouteGraph::RouteGraph(MIDIRouterViewModel& model, const Look& look, std::shared
       ticker_(std::move(clock)),
       placeholder_(new LookLabel(look, Look::font(15), &Theme::text2, this)),
       edges_(look, this) {
-    // Before the name: whoever listens asks for the stage's interface as soon as it gets one.
+    // Before setting the name, because that makes screen readers ask for the stage's interface.
     installRouteGraphAccessibility();
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMouseTracking(true);
@@ -98,7 +98,7 @@ void RouteGraph::takeRoutes() {
     std::ranges::copy_if(routeIDs_, std::back_inserter(gone), missingIn(ids));
     std::vector<UUID> come;
     std::ranges::copy_if(ids, std::back_inserter(come), missingIn(routeIDs_));
-    // A line that goes is told of while it still has its place, one that comes once it has one.
+    // A removed line is announced while it is still in the list, a new line once it is in the list.
     announceRouteLines(*this, gone, QAccessible::ObjectDestroyed);
     routeIDs_ = std::move(ids);
     announceRouteLines(*this, come, QAccessible::ObjectCreated);

@@ -30,7 +30,7 @@ QWidget* makeTabPlace(QWidget& parent) {
 }
 
 LookButton::LookButton(const Look& look, QWidget* parent) : QAbstractButton(parent), look_(look) {
-    // Before the name: whoever listens asks for the interface as soon as there is one.
+    // Before setting the name, because that makes screen readers ask for the button's interface.
     installControlAccessibility();
     setAttribute(Qt::WA_Hover);
     setFocusPolicy(Qt::StrongFocus);
