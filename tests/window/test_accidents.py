@@ -168,6 +168,7 @@ class KeysOfTheProgram(WindowTestCase):
         router.press_in_row(0, "Add output channel for this connection")
         dialog = router.dialog("Add Output Channel")
         for key, text in (("q", "In other sets these keys mean \u201cQuit Corvel\u201d"),
+                          ("f", "In other sets these keys mean \u201cFilter Devices\u201d"),
                           ("1", "Also a shortcut of \u201cDemo Pads to Demo Drums\u201d")):
             pointing.press_physical_key(key, "ctrl")
             wait_for(lambda: dialog.again().shows(text), text)

@@ -32,6 +32,7 @@ ApplicationMenuButton::ApplicationMenuButton(const Look& look, const QList<QActi
     setPlainToolTip(this, QStringLiteral("Application menu (F10)"));
     connect(this, &QAbstractButton::clicked, this, &ApplicationMenuButton::openMenu);
     auto* const key = new QShortcut(QKeySequence(Qt::Key_F10), this);
+    key->setWhatsThis(accessibleName());
     connect(key, &QShortcut::activated, this, &ApplicationMenuButton::openMenu);
 }
 

@@ -116,16 +116,17 @@ EndpointColumn& RouterWindow::column(MIDIEndpointDirection direction) const {
 }
 
 void RouterWindow::addShortcuts() {
-    const auto add = [this](const QKeySequence& keys, void (RouterWindow::*action)()) {
+    const auto add = [this](const QString& title, const QKeySequence& keys, void (RouterWindow::*action)()) {
         auto* const shortcut = new QShortcut(keys, this);
+        shortcut->setWhatsThis(title);
         // Held keys do a thing once.
         shortcut->setAutoRepeat(false);
         connect(shortcut, &QShortcut::activated, this, action);
     };
-    add(QKeySequence(Qt::CTRL | Qt::Key_F), &RouterWindow::focusFilter);
-    add(QKeySequence(Qt::CTRL | Qt::Key_PageUp), &RouterWindow::selectPreviousSet);
-    add(QKeySequence(Qt::CTRL | Qt::Key_PageDown), &RouterWindow::selectNextSet);
-    add(QKeySequence(Qt::Key_F11), &RouterWindow::toggleFullScreen);
+    add(QStringLiteral("Filter Devices"), QKeySequence(Qt::CTRL | Qt::Key_F), &RouterWindow::focusFilter);
+    add(QStringLiteral("Previous Set"), QKeySequence(Qt::CTRL | Qt::Key_PageUp), &RouterWindow::selectPreviousSet);
+    add(QStringLiteral("Next Set"), QKeySequence(Qt::CTRL | Qt::Key_PageDown), &RouterWindow::selectNextSet);
+    add(QStringLiteral("Full Screen"), QKeySequence(Qt::Key_F11), &RouterWindow::toggleFullScreen);
 }
 
 void RouterWindow::selectPreviousSet() {

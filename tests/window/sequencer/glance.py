@@ -39,6 +39,11 @@ class Glance:
         box = self._ask().queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
         return box.x, box.y, box.width, box.height
 
+    @property
+    def middle(self):
+        left, top, width, height = self.extents
+        return left + width // 2, top + height // 2
+
     def wait_description(self, is_wanted, what):
         wait_for(lambda: is_wanted(self.description), lambda: f"{what}, not {self.description!r}")
 

@@ -17,6 +17,10 @@ KEYBOARD = "Virtual Raw MIDI 0-0 VirMIDI 0-0"
 SYNTH = "Virtual Raw MIDI 0-1 VirMIDI 0-1"
 KEYBOARD_ID = -762804485
 SYNTH_ID = 1044841681
+# What is sent to this output comes back from the input of the same name.
+THROUGH = "Midi Through Port-0"
+THROUGH_SOURCE_ID = 2033977708
+THROUGH_ID = -2065501447
 
 
 class SequencerTestCase(WindowTestCase):

@@ -2,11 +2,12 @@
 
 import os
 
+from support import pointing
 from support.waiting import wait_for
 
 from . import glance
 from .raw_midi import note
-from .sequencer_test_case import KEYBOARD, SYNTH, SequencerTestCase
+from .sequencer_test_case import KEYBOARD, KEYBOARD_ID, SYNTH, THROUGH, THROUGH_ID, SequencerTestCase
 
 DRIVER = "/sys/bus/platform/drivers/snd_virmidi"
 DEVICES = {f"Virtual Raw MIDI 0-{device} VirMIDI 0-{device}" for device in range(4)}
@@ -40,6 +41,25 @@ class Unplugging(SequencerTestCase):
         self.assertTrue(router.corvel.is_running)
         router.corvel.terminate()
         self.assertEqual(router.corvel.wait_ended(), 0)
+
+    def test_a_device_that_leaves_in_the_middle_of_its_own_drag_is_not_connected(self):
+        self.write_document(("Live", []))
+        router = self.start()
+        keyboard, through = (glance.find(router.corvel.pid, name, f"{direction}, online")
+                             for direction, name in (("Input", KEYBOARD), ("Output", THROUGH)))
+        inputs = keyboard.parent
+        pointing.start_drag(keyboard.middle, through.middle)
+        self.pull_out()
+        self.wait_rows(inputs, lambda names: not names & DEVICES, "no virtual devices")
+        # The rows that are left have moved: over the one that is meant again.
+        pointing.move_pointer(through.middle)
+        pointing.release_button()
+        glance.find(router.corvel.pid, "Input endpoint is no longer available")
+        self.assertEqual(self.saved().connections, [])
+        self.plug_in()
+        self.wait_rows(inputs, lambda names: names >= DEVICES, "all virtual devices")
+        pointing.drag(glance.find(router.corvel.pid, KEYBOARD, "Input, online").middle, through.middle)
+        self.wait_saved(connections=[(KEYBOARD_ID, THROUGH_ID)])
 
     def pull_out(self):
         # The kernel waits until nobody has a device open.

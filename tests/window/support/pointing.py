@@ -6,7 +6,7 @@ from .desktop import HEIGHT, WIDTH
 from .processes import output
 
 # Physical keys by number, so that a test means the same key under every layout.
-KEY_CODES = {"1": 10, "2": 11, "3": 12, "q": 24, "r": 27, "p": 33, "Return": 36, "a": 38, "n": 57, "space": 65}
+KEY_CODES = {"1": 10, "2": 11, "3": 12, "q": 24, "r": 27, "p": 33, "Return": 36, "a": 38, "f": 41, "n": 57, "space": 65}
 
 
 # Who carries out the commands instead of xdotool, where there is no X server to send them to.
