@@ -23,6 +23,12 @@ constexpr std::uint8_t kNoteOffVelocity = 64;
 }  // namespace
 
 void HeldNotes::takeIn(std::span<const std::uint8_t> packet) {
+    // Nearly every packet is one whole message, and is on its way to a sound: no loop for it.
+    if (packet.size() == 3 && packet[0] >= kNoteOff && packet[0] < kSysExStart && isData(packet[1]) &&
+        isData(packet[2])) {
+        takeMessage(packet[0], packet[1], packet[2]);
+        return;
+    }
     // Only the messages with two data bytes count, so one data byte is kept.
     std::uint8_t status = 0;
     std::uint8_t first = 0;
@@ -54,18 +60,11 @@ void HeldNotes::takeIn(std::span<const std::uint8_t> packet) {
 
 void HeldNotes::takeMessage(std::uint8_t status, std::uint8_t first, std::uint8_t second) {
     const std::size_t channel = status & 0x0FU;
-    switch (status & 0xF0U) {
-        case kNoteOn:
-            notes_[channel].set(first, second > 0);
-            break;
-        case kNoteOff:
-            notes_[channel].reset(first);
-            break;
-        case kController:
-            takeController(channel, first, second);
-            break;
-        default:
-            break;
+    const unsigned kind = status & 0xF0U;
+    if (kind == kNoteOn || kind == kNoteOff) {
+        notes_[channel].set(first, kind == kNoteOn && second > 0);
+    } else if (kind == kController) {
+        takeController(channel, first, second);
     }
 }
 
