@@ -1,17 +1,10 @@
 // What the routing stage costs: the time of a frame and the processor's share with as much traffic as the model keeps,
 // at the usual device pixel ratios, and the processor's share while nothing is played.
 
-#include "app/InMemorySettings.hpp"
-#include "app/MIDIRouterViewModel.hpp"
 #include "benchmarks/ui/Figures.hpp"
-#include "core/routes/MIDIRouteSetDocument.hpp"
-#include "core/storage/RouteStore.hpp"
-#include "tests/support/FakeMIDIHost.hpp"
+#include "benchmarks/ui/ModelRig.hpp"
 #include "tests/support/ManualClock.hpp"
-#include "tests/support/ManualQueue.hpp"
 #include "tests/support/RouteBuilders.hpp"
-#include "tests/support/TemporaryFolder.hpp"
-#include "ui/Look.hpp"
 #include "ui/RouterWindow/RouteGraph.hpp"
 
 #include <QApplication>
@@ -43,7 +36,6 @@ struct Load {
 };
 /// More devices than the window can show at once, some of whose lines end at chevrons.
 constexpr Load kLargeLoad{.connections = 300, .endpoints = 65};
-constexpr std::int32_t kFirstDestination = 1000;
 /// The stage of a window of 1180 by 760.
 constexpr QSize kStage(578, 404);
 /// As long as an event shows anything: the signal's way and the ring.
@@ -54,21 +46,17 @@ constexpr std::chrono::nanoseconds kEventGap = kEventLife / MIDIRouterViewModel:
 /// A shown stage with its connections.
 class StageRig {
 public:
-    explicit StageRig(std::shared_ptr<const Clock> clock, Load load = {}) : load_(load), clock_(std::move(clock)) {
+    explicit StageRig(std::shared_ptr<const Clock> clock, Load load = {}) : load_(load), rig_(std::move(clock)) {
+        rig_.addDevices(1, load_.endpoints);
         ui::EndpointConnectorYPositions positions;
         for (std::int32_t index = 0; index < load_.endpoints; ++index) {
             const double height = 12 + 24.0 * index;
-            addEndpoint(index + 1, height, positions);
+            positions[{MIDIEndpointDirection::source, index + 1}] = height;
+            positions[{MIDIEndpointDirection::destination, ModelRig::kFirstDestination + index + 1}] = height;
         }
-        const auto store = std::make_shared<RouteStore>(folder_ / "routes.json");
-        store->saveDocument(MIDIRouteSetDocument::singleSet(makeRoutes(), "Set"));
-        engine_ = CoreMIDIRouterEngine::create(host_, queue_, mainQueue_, clock_);
-        model_ = MIDIRouterViewModel::create(engine_, store, std::make_shared<InMemorySettings>(), clock_, mainQueue_);
-        model_->startIfNeeded();
-        queue_->runAll();
-        mainQueue_->runAll();
-        model_->setSelectedRouteID(tests::makeID(1));
-        graph_ = std::make_unique<ui::RouteGraph>(*model_, look_, clock_);
+        rig_.start(MIDIRouteSetDocument::singleSet(makeRoutes(), "Set"));
+        rig_.model().setSelectedRouteID(tests::makeID(1));
+        graph_ = std::make_unique<ui::RouteGraph>(rig_.model(), rig_.look(), rig_.clock());
         graph_->resize(kStage);
         const ui::EndpointViewports::Range range{0, kStage.height()};
         graph_->setConnectorPositions(positions, {.inputs = range, .outputs = range});
@@ -83,12 +71,11 @@ public:
         static constexpr std::uint8_t kStatuses[] = {0x90, 0xB0, 0xC0, 0xE0};
         const std::uint32_t number = played_++;
         const MIDIBytes bytes{kStatuses[number / load_.connections % 4], 60, 100};
-        model_->midiRouterEngineDidRoute(
-            *engine_, MIDIActivityEvent(UUID::random(), tests::makeID(number % load_.connections + 1), instant, bytes));
+        rig_.play(tests::makeID(number % load_.connections + 1), instant, bytes);
     }
 
     void select(std::uint32_t connection) {
-        model_->setSelectedRouteID(tests::makeID(connection));
+        rig_.model().setSelectedRouteID(tests::makeID(connection));
         graph_->refresh(ui::ModelChanges::all());
     }
 
@@ -103,30 +90,13 @@ private:
                                           static_cast<std::uint32_t>(load_.endpoints));
             routes.push_back(tests::makeRoute({.id = tests::makeID(index + 1),
                                                .sourceID = input + 1,
-                                               .destinationID = kFirstDestination + output + 1}));
+                                               .destinationID = ModelRig::kFirstDestination + output + 1}));
         }
         return routes;
     }
 
-    void addEndpoint(std::int32_t id, double height, ui::EndpointConnectorYPositions& positions) {
-        const std::int32_t destination = kFirstDestination + id;
-        host_->addSource(static_cast<MIDIObjectRef>(id), {.displayName = "Input", .uniqueID = id});
-        host_->addDestination(static_cast<MIDIObjectRef>(destination),
-                              {.displayName = "Output", .uniqueID = destination});
-        positions[{MIDIEndpointDirection::source, id}] = height;
-        positions[{MIDIEndpointDirection::destination, destination}] = height;
-    }
-
     const Load load_;
-    tests::TemporaryFolder folder_;
-    const std::shared_ptr<const Clock> clock_;
-    const std::shared_ptr<tests::FakeMIDIHost> host_ = std::make_shared<tests::FakeMIDIHost>();
-    const std::shared_ptr<tests::ManualQueue> queue_ = std::make_shared<tests::ManualQueue>();
-    const std::shared_ptr<tests::ManualQueue> mainQueue_ =
-        std::make_shared<tests::ManualQueue>(tests::ManualQueue::Current::onMakerThread);
-    std::shared_ptr<CoreMIDIRouterEngine> engine_;
-    std::shared_ptr<MIDIRouterViewModel> model_;
-    const ui::Look look_{AppAppearanceMode::dark};
+    ModelRig rig_;
     std::unique_ptr<ui::RouteGraph> graph_;
     std::uint32_t played_ = 0;
 };

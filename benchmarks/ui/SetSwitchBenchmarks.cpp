@@ -1,16 +1,9 @@
 // What it costs to go to another set of 300 connections between 65 devices: the time to the frame that shows it, how
 // long the main thread is held up by what follows, and what the engine's thread has to do.
 
-#include "app/InMemorySettings.hpp"
-#include "app/MIDIRouterViewModel.hpp"
 #include "benchmarks/ui/Figures.hpp"
-#include "core/routes/MIDIRouteSetDocument.hpp"
-#include "core/storage/RouteStore.hpp"
-#include "tests/support/FakeMIDIHost.hpp"
-#include "tests/support/ManualQueue.hpp"
+#include "benchmarks/ui/ModelRig.hpp"
 #include "tests/support/RouteBuilders.hpp"
-#include "tests/support/TemporaryFolder.hpp"
-#include "ui/Look.hpp"
 #include "ui/RouterWindow/RouteGraph.hpp"
 #include "ui/RouterWindow/RouterWindow.hpp"
 
@@ -24,7 +17,6 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace corvel::benchmarks {
@@ -36,29 +28,18 @@ using Milliseconds = std::chrono::duration<double, std::milli>;
 
 constexpr std::int32_t kDevices = 65;
 constexpr std::uint32_t kConnections = 300;
-constexpr std::int32_t kFirstDestination = 1000;
 constexpr int kSwitches = 12;
 
 /// A shown window over 65 devices, with two sets.
 class SetsRig {
 public:
     SetsRig() {
-        for (std::int32_t id = 1; id <= kDevices; ++id) {
-            const std::int32_t destination = kFirstDestination + id;
-            host_->addSource(static_cast<MIDIObjectRef>(id),
-                             {.displayName = "Input " + std::to_string(id), .uniqueID = id});
-            host_->addDestination(static_cast<MIDIObjectRef>(destination),
-                                  {.displayName = "Output " + std::to_string(id), .uniqueID = destination});
-        }
+        rig_.addDevices(1, kDevices);
         const std::vector<MIDIRouteSet> sets{{tests::makeID(9001), "First", makeRoutes(1)},
                                              {tests::makeID(9002), "Second", makeRoutes(1001)}};
-        const auto store = std::make_shared<RouteStore>(folder_ / "routes.json");
-        store->saveDocument(MIDIRouteSetDocument(sets.front().id, sets));
-        engine_ = CoreMIDIRouterEngine::create(host_, queue_, mainQueue_, clock_);
-        model_ = MIDIRouterViewModel::create(engine_, store, std::make_shared<InMemorySettings>(), clock_, mainQueue_);
-        model_->startIfNeeded();
-        settle();
-        window_ = std::make_unique<ui::RouterWindow>(*model_, look_, clock_, QList<QAction*>(), QString());
+        rig_.start(MIDIRouteSetDocument(sets.front().id, sets));
+        window_ =
+            std::make_unique<ui::RouterWindow>(rig_.model(), rig_.look(), rig_.clock(), QList<QAction*>(), QString());
         window_->show();
         runLoop(3s);
     }
@@ -67,14 +48,11 @@ public:
 
     void selectOtherSet() {
         isSecond_ = !isSecond_;
-        model_->selectRouteSet(tests::makeID(isSecond_ ? 9002 : 9001));
+        rig_.model().selectRouteSet(tests::makeID(isSecond_ ? 9002 : 9001));
     }
 
     /// Runs what waits for the engine's thread.
-    void settle() {
-        queue_->runAll();
-        mainQueue_->runAll();
-    }
+    void settle() { rig_.settle(); }
 
 private:
     static std::vector<MIDIRoute> makeRoutes(std::uint32_t firstID) {
@@ -84,20 +62,12 @@ private:
             const auto output = static_cast<std::int32_t>((index * 7 + firstID) % kDevices);
             routes.push_back(tests::makeRoute({.id = tests::makeID(firstID + index),
                                                .sourceID = input + 1,
-                                               .destinationID = kFirstDestination + output + 1}));
+                                               .destinationID = ModelRig::kFirstDestination + output + 1}));
         }
         return routes;
     }
 
-    tests::TemporaryFolder folder_;
-    const std::shared_ptr<const Clock> clock_ = makeSystemClock();
-    const std::shared_ptr<tests::FakeMIDIHost> host_ = std::make_shared<tests::FakeMIDIHost>();
-    const std::shared_ptr<tests::ManualQueue> queue_ = std::make_shared<tests::ManualQueue>();
-    const std::shared_ptr<tests::ManualQueue> mainQueue_ =
-        std::make_shared<tests::ManualQueue>(tests::ManualQueue::Current::onMakerThread);
-    std::shared_ptr<CoreMIDIRouterEngine> engine_;
-    std::shared_ptr<MIDIRouterViewModel> model_;
-    const ui::Look look_{AppAppearanceMode::dark};
+    ModelRig rig_;
     std::unique_ptr<ui::RouterWindow> window_;
     bool isSecond_ = false;
 };

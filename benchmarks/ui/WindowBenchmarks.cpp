@@ -1,16 +1,9 @@
 // What the whole window costs, without a display: 200 endpoints a side from the service's list to the screen, and heavy
 // traffic, in the main thread's time for a message and in how late a message is drawn.
 
-#include "app/InMemorySettings.hpp"
-#include "app/MIDIRouterViewModel.hpp"
 #include "benchmarks/ui/Figures.hpp"
-#include "core/routes/MIDIRouteSetDocument.hpp"
-#include "core/storage/RouteStore.hpp"
-#include "tests/support/FakeMIDIHost.hpp"
-#include "tests/support/ManualQueue.hpp"
+#include "benchmarks/ui/ModelRig.hpp"
 #include "tests/support/RouteBuilders.hpp"
-#include "tests/support/TemporaryFolder.hpp"
-#include "ui/Look.hpp"
 #include "ui/RouterWindow/RouteGraph.hpp"
 #include "ui/RouterWindow/RouterWindow.hpp"
 
@@ -22,7 +15,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
-#include <string>
 #include <vector>
 
 namespace corvel::benchmarks {
@@ -34,76 +26,44 @@ using Milliseconds = std::chrono::duration<double, std::milli>;
 
 constexpr std::int32_t kEndpoints = 200;
 constexpr std::uint32_t kConnections = 64;
-constexpr std::int32_t kFirstDestination = 1000;
 
 /// A shown window over a service with many endpoints.
 class WindowRig {
 public:
     WindowRig() {
-        addEndpoints("First");
+        rig_.addDevices(1, kEndpoints);
         std::vector<MIDIRoute> routes;
         for (std::uint32_t index = 0; index < kConnections; ++index) {
             const auto id = static_cast<std::int32_t>(index + 1);
             routes.push_back(tests::makeRoute(
-                {.id = tests::makeID(index + 1), .sourceID = id, .destinationID = kFirstDestination + id}));
+                {.id = tests::makeID(index + 1), .sourceID = id, .destinationID = ModelRig::kFirstDestination + id}));
         }
-        const auto store = std::make_shared<RouteStore>(folder_ / "routes.json");
-        store->saveDocument(MIDIRouteSetDocument::singleSet(routes, "Set"));
-        engine_ = CoreMIDIRouterEngine::create(host_, queue_, mainQueue_, clock_);
-        model_ = MIDIRouterViewModel::create(engine_, store, std::make_shared<InMemorySettings>(), clock_, mainQueue_);
-        model_->startIfNeeded();
-        settle();
-        window_ = std::make_unique<ui::RouterWindow>(*model_, look_, clock_, QList<QAction*>(), QString());
+        rig_.start(MIDIRouteSetDocument::singleSet(routes, "Set"));
+        window_ =
+            std::make_unique<ui::RouterWindow>(rig_.model(), rig_.look(), rig_.clock(), QList<QAction*>(), QString());
         window_->show();
         runLoop(300ms);
     }
 
     [[nodiscard]] ui::RouterWindow& window() { return *window_; }
-    [[nodiscard]] Instant now() const { return clock_->now(); }
+    [[nodiscard]] Instant now() const { return rig_.clock()->now(); }
 
     /// All endpoints go, and as many others come.
-    void replaceEndpoints(const std::string& name) {
-        host_->sources.clear();
-        host_->destinations.clear();
-        firstID_ += kEndpoints;
-        addEndpoints(name);
-        model_->refreshDevices();
-        settle();
+    void replaceEndpoints() {
+        rig_.removeDevices();
+        firstNumber_ += kEndpoints;
+        rig_.addDevices(firstNumber_, kEndpoints);
+        rig_.model().refreshDevices();
+        rig_.settle();
     }
 
     void play(std::uint32_t number) {
-        model_->midiRouterEngineDidRoute(
-            *engine_, MIDIActivityEvent(UUID::random(), tests::makeID(number % kConnections + 1), clock_->now(),
-                                        MIDIBytes{0x90, 60, 100}));
+        rig_.play(tests::makeID(number % kConnections + 1), now(), MIDIBytes{0x90, 60, 100});
     }
 
 private:
-    void addEndpoints(const std::string& name) {
-        for (std::int32_t index = 1; index <= kEndpoints; ++index) {
-            const std::int32_t id = firstID_ + index;
-            const std::int32_t destination = kFirstDestination + id;
-            host_->addSource(static_cast<MIDIObjectRef>(id),
-                             {.displayName = name + " input " + std::to_string(index), .uniqueID = id});
-            host_->addDestination(static_cast<MIDIObjectRef>(destination),
-                                  {.displayName = name + " output " + std::to_string(index), .uniqueID = destination});
-        }
-    }
-
-    void settle() {
-        queue_->runAll();
-        mainQueue_->runAll();
-    }
-
-    tests::TemporaryFolder folder_;
-    std::int32_t firstID_ = 0;
-    const std::shared_ptr<const Clock> clock_ = makeSystemClock();
-    const std::shared_ptr<tests::FakeMIDIHost> host_ = std::make_shared<tests::FakeMIDIHost>();
-    const std::shared_ptr<tests::ManualQueue> queue_ = std::make_shared<tests::ManualQueue>();
-    const std::shared_ptr<tests::ManualQueue> mainQueue_ =
-        std::make_shared<tests::ManualQueue>(tests::ManualQueue::Current::onMakerThread);
-    std::shared_ptr<CoreMIDIRouterEngine> engine_;
-    std::shared_ptr<MIDIRouterViewModel> model_;
-    const ui::Look look_{AppAppearanceMode::dark};
+    std::int32_t firstNumber_ = 1;
+    ModelRig rig_;
     std::unique_ptr<ui::RouterWindow> window_;
 };
 
@@ -143,7 +103,7 @@ void measureSnapshots() {
     std::vector<double> durations;
     for (int round = 0; round < 30; ++round) {
         const auto start = std::chrono::steady_clock::now();
-        rig.replaceEndpoints("Round " + std::to_string(round));
+        rig.replaceEndpoints();
         // The views read it on the next turn of the loop, and are laid out and painted on those after it.
         for (int turn = 0; turn < 5; ++turn) {
             QCoreApplication::processEvents();
