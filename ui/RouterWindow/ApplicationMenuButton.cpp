@@ -5,9 +5,9 @@
 #include "ui/controls/PopUpMenu.hpp"
 
 #include <QAction>
-#include <QIcon>
 #include <QPainter>
 #include <QShortcut>
+#include <QSvgRenderer>
 
 namespace corvel::ui {
 
@@ -46,8 +46,8 @@ void ApplicationMenuButton::paintEvent(QPaintEvent*) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.fillPath(roundedPath(rect(), kRadius),
                      stateFill(transparent(theme().raisedHover), theme().raisedHover, theme().raisedPressed));
-    const QIcon mark(QStringLiteral(":/AppIcon.svg"));
-    mark.paint(&painter, QRect(kMarkLeft, (height() - kMarkSize) / 2, kMarkSize, kMarkSize));
+    QSvgRenderer mark(QStringLiteral(":/AppIcon.svg"));
+    mark.render(&painter, QRectF(kMarkLeft, (height() - kMarkSize) / 2.0, kMarkSize, kMarkSize));
     painter.drawPixmap(QPointF(kChevronLeft, (height() - kChevronSize) / 2.0),
                        look().icon(QStringLiteral("chevron.down"), kChevronSize, theme().text2, devicePixelRatioF()));
     if (showsFocus()) {
