@@ -121,6 +121,45 @@ std::string scaleProblem(const std::string& text) {
     return scale && *scale >= 1 && *scale <= kMaxScale ? "" : "Value " + text + " not in range 1 to 4";
 }
 
+/// What is wrong with a channel as users count them; nothing if there is one of this number.
+std::string channelProblem(const std::string& text) {
+    constexpr int kLastChannel = 16;
+    const std::optional<int> channel = parsedNumber<int>(text);
+    return channel && *channel >= 1 && *channel <= kLastChannel ? "" : "Value " + text + " not in range 1 to 16";
+}
+
+/// A check that a value is one of `choices`.
+CLI::Validator oneOf(const std::vector<std::string>& choices) {
+    const auto problem = [choices](const std::string& text) {
+        std::string names;
+        for (const std::string& choice : choices) {
+            names += names.empty() ? choice : ", " + choice;
+        }
+        return std::ranges::find(choices, text) != choices.end() ? "" : text + " is not one of " + names;
+    };
+    return {problem, ""};
+}
+
+/// In words of this program, because the parser's differ between its versions.
+std::string unexpectedText(const std::vector<std::string>& unexpected) {
+    std::string text = unexpected.size() == 1 ? "unexpected argument:" : "unexpected arguments:";
+    for (const std::string& argument : unexpected) {
+        text += ' ' + argument;
+    }
+    return text;
+}
+
+/// What to say of an option with too few or too many values, also in words of this program.
+std::string mismatchText(const CLI::ArgumentMismatch& error, std::span<const std::string> arguments) {
+    const std::string message = error.what();
+    const std::string name = message.substr(0, message.find(':'));
+    if (std::ranges::count(arguments, name) > 1) {
+        return name + " can be given only once";
+    }
+    const bool takesEndpoints = name == "--connect" || name == "--disconnect";
+    return name + (takesEndpoints ? " needs a source and a destination" : " needs a value");
+}
+
 CommandLine::Screenshot screenshot(const CLI::App& app) {
     const auto value = [&app](const char* name) {
         const CLI::Option* const option = app.get_option(name);
@@ -175,7 +214,6 @@ CommandLine::Command command(const CLI::App& app) {
 }  // namespace
 
 CommandLineResult parseCommandLine(std::span<const std::string> arguments, const std::string& version) {
-    constexpr int kLastChannel = 16;
     std::string midi = "auto";
     std::string document;
 
@@ -201,15 +239,11 @@ CommandLineResult parseCommandLine(std::span<const std::string> arguments, const
     }
     app.add_flag("--monitor")->needs(headless);
     app.add_flag("--json")->needs(list);
-    app.add_option("--channel")->type_size(1)->check(CLI::Range(1, kLastChannel))->take_last()->needs(connect);
+    app.add_option("--channel")->type_size(1)->check(channelProblem)->take_last()->needs(connect);
     app.add_option("--size")->type_size(1)->check(sizeProblem)->take_last()->needs(screenshot);
     app.add_option("--scale")->type_size(1)->check(scaleProblem)->take_last()->needs(screenshot);
-    app.add_option("--appearance")
-        ->type_size(1)
-        ->check(CLI::IsMember({"light", "dark"}))
-        ->take_last()
-        ->needs(screenshot);
-    app.add_option("--midi", midi)->check(CLI::IsMember(&choices))->take_last();
+    app.add_option("--appearance")->type_size(1)->check(oneOf({"light", "dark"}))->take_last()->needs(screenshot);
+    app.add_option("--midi", midi)->check(oneOf({"auto", "alsa", "demo"}))->take_last();
     CLI::Option* documentOption = app.add_option("--document", document)->take_last();
     list->excludes(documentOption);
     screenshot->excludes(documentOption);
@@ -221,6 +255,10 @@ CommandLineResult parseCommandLine(std::span<const std::string> arguments, const
         return CommandLineText{kHelp};
     } catch (const CLI::CallForVersion& call) {
         return CommandLineText{std::string(call.what()) + '\n'};
+    } catch (const CLI::ExtrasError&) {
+        return CommandLineError{unexpectedText(app.remaining())};
+    } catch (const CLI::ArgumentMismatch& error) {
+        return CommandLineError{mismatchText(error, arguments)};
     } catch (const CLI::ParseError& error) {
         return CommandLineError{error.what()};
     }

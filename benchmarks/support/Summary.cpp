@@ -42,6 +42,16 @@ double exponentAllowed(double size) {
     return 1 + std::log2(std::log(2 * size) / std::log(size / 2)) / 2;
 }
 
+/// Whether the repetition failed. Google Benchmark 1.8 renamed the field.
+template <typename Run>
+bool hasFailed(const Run& run) {
+    if constexpr (requires { run.error_occurred; }) {
+        return run.error_occurred;
+    } else {
+        return static_cast<bool>(run.skipped);
+    }
+}
+
 const char* verdict(bool isMet) {
     return isMet ? "pass" : "MISS";
 }
@@ -67,7 +77,7 @@ void Summary::addGrowth(std::string half, std::string whole, std::string twice, 
 
 void Summary::ReportRuns(const std::vector<Run>& runs) {
     for (const Run& run : runs) {
-        if (run.run_type != Run::RT_Iteration || run.error_occurred) {
+        if (run.run_type != Run::RT_Iteration || hasFailed(run)) {
             continue;
         }
         const std::string& name = run.run_name.function_name;

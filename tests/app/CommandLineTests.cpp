@@ -134,17 +134,19 @@ TEST(CommandLine, TellsEveryOptionInTheHelp) {
 }
 
 TEST(CommandLine, RefusesWhatItDoesNotKnow) {
-    EXPECT_EQ(errorOf({"--loud"}), "The following argument was not expected: --loud");
-    EXPECT_EQ(errorOf({"--headless", "tour.json"}), "The following argument was not expected: tour.json");
+    EXPECT_EQ(errorOf({"--loud"}), "unexpected argument: --loud");
+    EXPECT_EQ(errorOf({"--headless", "tour.json"}), "unexpected argument: tour.json");
+    EXPECT_EQ(errorOf({"--headless", "a", "b"}), "unexpected arguments: a b");
 }
 
 TEST(CommandLine, RefusesAnUnknownService) {
-    EXPECT_EQ(errorOf({"--headless", "--midi", "jack"}), "--midi: jack not in {alsa,auto,demo}");
+    EXPECT_EQ(errorOf({"--headless", "--midi", "jack"}), "--midi: jack is not one of auto, alsa, demo");
 }
 
 TEST(CommandLine, RefusesMissingValues) {
-    EXPECT_NE(errorOf({"--headless", "--midi"}).find("--midi"), std::string::npos);
-    EXPECT_NE(errorOf({"--headless", "--document"}).find("--document"), std::string::npos);
+    EXPECT_EQ(errorOf({"--headless", "--midi"}), "--midi needs a value");
+    EXPECT_EQ(errorOf({"--headless", "--document"}), "--document needs a value");
+    EXPECT_EQ(errorOf({"--connect", "a", "b", "--channel"}), "--channel needs a value");
     EXPECT_EQ(errorOf({"--headless", "--document", ""}), "--document: the name of a file is missing");
 }
 
@@ -171,7 +173,7 @@ TEST(CommandLine, RefusesAPictureThatCannotBeDrawn) {
     for (const char* const wrong : {"0", "0.99", "4.01", "-2", "nan", "inf", "1,5", "2x", "", "1e999"}) {
         EXPECT_EQ(errorWith("--scale", wrong), std::string("--scale: Value ") + wrong + " not in range 1 to 4");
     }
-    EXPECT_EQ(errorWith("--appearance", "blue"), "--appearance: blue not in {light,dark}");
+    EXPECT_EQ(errorWith("--appearance", "blue"), "--appearance: blue is not one of light, dark");
     EXPECT_EQ(errorOf({"--screenshot", ""}), "--screenshot: the name of a file is missing");
     EXPECT_EQ(errorOf({"--screenshot", "a.png", "--midi", "alsa"}),
               "--screenshot shows the demo devices: --midi alsa has no place there");
@@ -188,13 +190,13 @@ TEST(CommandLine, RefusesAChannelWithoutAConnectionOrOutsideOneToSixteen) {
 }
 
 TEST(CommandLine, RefusesTooFewAndTooManyEndpoints) {
-    EXPECT_EQ(errorOf({"--connect"}), "--connect: 2 required endpoints missing");
-    EXPECT_EQ(errorOf({"--connect", "a"}), "--connect: 2 required endpoints missing");
-    EXPECT_EQ(errorOf({"--disconnect", "a"}), "--disconnect: 2 required endpoints missing");
-    EXPECT_EQ(errorOf({"--connect", "a", "b", "c"}), "The following argument was not expected: c");
-    EXPECT_NE(errorOf({"--connect", "a", "b", "--connect", "c", "d"}).find("--connect"), std::string::npos);
-    EXPECT_NE(errorOf({"--set"}).find("--set"), std::string::npos);
-    EXPECT_NE(errorOf({"--set", "a", "--set", "b"}).find("--set"), std::string::npos);
+    EXPECT_EQ(errorOf({"--connect"}), "--connect needs a source and a destination");
+    EXPECT_EQ(errorOf({"--connect", "a"}), "--connect needs a source and a destination");
+    EXPECT_EQ(errorOf({"--disconnect", "a"}), "--disconnect needs a source and a destination");
+    EXPECT_EQ(errorOf({"--connect", "a", "b", "c"}), "unexpected argument: c");
+    EXPECT_EQ(errorOf({"--connect", "a", "b", "--connect", "c", "d"}), "--connect can be given only once");
+    EXPECT_EQ(errorOf({"--set"}), "--set needs a value");
+    EXPECT_EQ(errorOf({"--set", "a", "--set", "b"}), "--set can be given only once");
 }
 
 TEST(CommandLine, RefusesEachTwoCommandsAtOnce) {

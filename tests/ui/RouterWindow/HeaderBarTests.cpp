@@ -56,6 +56,14 @@ TEST_F(HeaderBarTests, SaysWhatItsButtonsDo) {
     }
 }
 
+TEST_F(HeaderBarTests, DrawsTheMarkOfTheProgram) {
+    // The light spot in the middle of the mark, which has a side of 28 and begins at (4, 4).
+    const QColor spot = button("Application menu").grab().toImage().pixelColor(18, 18);
+    EXPECT_GT(spot.red(), 240);
+    EXPECT_GT(spot.green(), 180);
+    EXPECT_GT(spot.blue(), 160);
+}
+
 TEST_F(HeaderBarTests, ListsTheDevicesAfresh) {
     host->listings.clear();
     host->addSource(13, {.displayName = "Foot", .uniqueID = 1013});

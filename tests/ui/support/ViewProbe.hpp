@@ -3,6 +3,7 @@
 #include <QAbstractButton>
 #include <QAccessible>
 #include <QAccessibleActionInterface>
+#include <QAnyStringView>
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QLabel>
@@ -48,17 +49,18 @@ namespace corvel::tests {
 /// The view of a type that a screen reader calls so, in the same window as the parent. After a colon the name may go on
 /// with what it is about.
 template <typename View>
-[[nodiscard]] View& named(const QWidget& parent, const QString& name) {
+[[nodiscard]] View& named(const QWidget& parent, QAnyStringView name) {
+    const QString wanted = name.toString();
     for (View* const view : parent.findChildren<View*>()) {
         if (view->window() == parent.window() &&
-            (accessibleName(*view) + QStringLiteral(": ")).startsWith(name + QStringLiteral(": "))) {
+            (accessibleName(*view) + QStringLiteral(": ")).startsWith(wanted + QStringLiteral(": "))) {
             return *view;
         }
     }
-    throw std::runtime_error("nothing is named \"" + name.toStdString() + "\"");
+    throw std::runtime_error("nothing is named \"" + wanted.toStdString() + "\"");
 }
 
-[[nodiscard]] inline QAbstractButton& button(const QWidget& parent, const QString& name) {
+[[nodiscard]] inline QAbstractButton& button(const QWidget& parent, QAnyStringView name) {
     return named<QAbstractButton>(parent, name);
 }
 

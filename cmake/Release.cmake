@@ -1,0 +1,71 @@
+# How the optimised build types are compiled: joined across files and hardened, as far as compiler and linker allow.
+# Not for builds with sanitizers, which check the same things themselves.
+include(CheckCXXCompilerFlag)
+include(CheckCXXSourceCompiles)
+include(CheckIPOSupported)
+include(CheckLinkerFlag)
+
+set(CORVEL_RELEASE_TYPES RelWithDebInfo Release MinSizeRel)
+string(REPLACE ";" "," release_types "${CORVEL_RELEASE_TYPES}")
+
+# Adds `flag` to every compilation of a release. Warnings count as refusals: that is how clang refuses most flags.
+function(corvel_release_compile_flag flag)
+  string(MAKE_C_IDENTIFIER "CORVEL_COMPILES_WITH${flag}" result)
+  set(CMAKE_REQUIRED_FLAGS -Werror)
+  check_cxx_compiler_flag(${flag} ${result})
+  if(${result})
+    add_compile_options($<$<CONFIG:${release_types}>:${flag}>)
+  endif()
+endfunction()
+
+function(corvel_release_link_flag flag)
+  string(MAKE_C_IDENTIFIER "CORVEL_LINKS_WITH${flag}" result)
+  check_linker_flag(CXX ${flag} ${result})
+  if(${result})
+    add_link_options($<$<CONFIG:${release_types}>:${flag}>)
+  endif()
+endfunction()
+
+# A message comes after a wait, when memory that other programs pushed out of the caches is slow to reach. So the code on
+# its way is joined across files, and libraries are called without a detour through the linkage table.
+check_ipo_supported(RESULT can_join_files OUTPUT reason LANGUAGES CXX)
+if(can_join_files)
+  foreach(type IN LISTS CORVEL_RELEASE_TYPES)
+    string(TOUPPER ${type} type)
+    if(NOT DEFINED CMAKE_INTERPROCEDURAL_OPTIMIZATION_${type})
+      set(CMAKE_INTERPROCEDURAL_OPTIMIZATION_${type} ON)
+    endif()
+  endforeach()
+else()
+  message(STATUS "Without optimisation across files: ${reason}")
+endif()
+corvel_release_compile_flag(-fno-plt)
+# While it joins files, g++ 12 takes a size in Qt's hash tables for boundless.
+add_link_options($<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:${release_types}>>:-Wno-alloc-size-larger-than>)
+
+# Programs at addresses that differ at each start, with tables of functions that nobody can overwrite.
+corvel_release_compile_flag(-fPIE)
+corvel_release_link_flag(-pie)
+corvel_release_link_flag(-Wl,-z,relro)
+corvel_release_link_flag(-Wl,-z,now)
+# An overwritten return address, a stack that grows past its end and a jump into the middle of code end the program.
+corvel_release_compile_flag(-fstack-protector-strong)
+corvel_release_compile_flag(-fstack-clash-protection)
+corvel_release_compile_flag(-fcf-protection)
+# The C library checks the sizes of buffers: level 3, with sizes known only at run time, where compiler and library have
+# it. Systems that define a level themselves would warn of another one.
+set(CMAKE_REQUIRED_FLAGS "-O2 -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3")
+check_cxx_source_compiles([[
+#include <cstdlib>
+#if __USE_FORTIFY_LEVEL < 3
+#error "lower level"
+#endif
+int main() { return 0; }
+]] CORVEL_FORTIFIES_AT_3)
+unset(CMAKE_REQUIRED_FLAGS)
+if(CORVEL_FORTIFIES_AT_3)
+  set(level 3)
+else()
+  set(level 2)
+endif()
+add_compile_options("$<$<CONFIG:${release_types}>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=${level}>")
