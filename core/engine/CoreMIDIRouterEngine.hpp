@@ -34,13 +34,13 @@ struct MIDIEndpoints {
     bool operator==(const MIDIEndpoints&) const = default;
 };
 
-/// Moves MIDI: receives from every source, sends each packet through every matching connection, follows changes of the
+/// Routes MIDI: receives from every source, sends each packet through every matching connection, follows changes of the
 /// MIDI setup, and reports all of it to its delegate.
 ///
-/// All mutable state belongs to the engine's serial queue; what runs there never blocks. A service that receives on a
-/// thread of its own only copies and posts there; one that receives on the engine's queue is delivered at once.
-/// Everything that is posted holds the engine weakly. There is no stop: releasing the last reference, on any thread,
-/// disposes the ports and the client.
+/// All mutable state belongs to the engine's serial queue, whose tasks never block. A service that receives on its own
+/// thread copies the packets and posts them there; a service that receives on the engine's queue delivers at once.
+/// Posted tasks hold the engine weakly. There is no stop operation: releasing the last reference, on any thread,
+/// disposes of the ports and the client.
 class CoreMIDIRouterEngine : public std::enable_shared_from_this<CoreMIDIRouterEngine> {
     struct Private {
         explicit Private() = default;
@@ -49,17 +49,17 @@ class CoreMIDIRouterEngine : public std::enable_shared_from_this<CoreMIDIRouterE
 public:
     /// Time from the last change of the setup to the settled reload.
     static constexpr std::chrono::milliseconds kSettleDelay{350};
-    /// How long the main thread hands on reports before other work gets its turn.
+    /// Maximum time for which the main thread passes on reports before other work gets its turn.
     static constexpr std::chrono::milliseconds kReportTurn{5};
-    /// Time between two summaries of what repeats: equal failures, dropped reports.
+    /// Time between two summaries of repeated events: equal failures, dropped reports.
     static constexpr std::chrono::seconds kSummaryInterval{1};
-    /// Messages that are given to the service together.
+    /// Maximum number of messages that are given to the service in one call.
     static constexpr std::size_t kMessagesPerSend = 64;
-    /// Time between two messages of `silence` to one destination: a MIDI cable takes 3 bytes in 0.96 ms, and some
-    /// devices have no room for more.
+    /// Time between two messages of `silence` to the same destination: a MIDI cable takes 0.96 ms for 3 bytes, and some
+    /// devices have no buffer for more.
     static constexpr std::chrono::milliseconds kSilencePause{1};
 
-    /// Makes an engine; touches no service. `queue` becomes the engine's own serial queue, `mainQueue` carries all
+    /// Creates an engine without using the service. `queue` becomes the engine's serial queue, `mainQueue` carries all
     /// reports, `clock` stamps them.
     [[nodiscard]] static std::shared_ptr<CoreMIDIRouterEngine> create(std::shared_ptr<MIDIHost> host,
                                                                       std::shared_ptr<DispatchQueue> queue,
@@ -76,32 +76,32 @@ public:
     void setDelegate(std::weak_ptr<MIDIRouterEngineDelegate> delegate);
     [[nodiscard]] std::shared_ptr<MIDIRouterEngineDelegate> delegate() const;
 
-    /// Creates the client on the main thread, then the ports on the queue, and loads the endpoints. Any thread; later
-    /// calls do nothing once the client exists, also when a port could not be made.
+    /// Creates the client on the main thread, then the ports on the queue, and loads the endpoints. Any thread. Once
+    /// the client exists, later calls do nothing, even if a port could not be created.
     void start();
 
-    /// Replaces the whole list of connections. Any thread, any time; a delivery sees the old list or the new one.
+    /// Replaces all connections. Any thread, any time; each delivery uses either the old list or the new one.
     void updateRoutes(std::vector<MIDIRoute> routes);
 
-    /// Lists the endpoints that there are now. Works before `start()` and without a service. Waits for the engine's
-    /// queue, so not to be called from it.
+    /// Lists the current endpoints. Works before `start()` and without a service. Waits for the engine's queue, so it
+    /// must not be called from there.
     [[nodiscard]] MIDIEndpoints endpoints();
 
     /// Reloads the endpoints and connects every source again, then reports that the endpoints changed. Any thread.
     void reloadEndpoints();
 
-    /// Whether held notes and sustain pedals are released when their connection is switched to another channel, paused
-    /// or deleted, or when its source vanishes; off at first. Any thread.
+    /// Sets whether held notes and sustain pedals are released when their connection is switched to another channel,
+    /// paused or deleted, or when its source disappears. Off at first. Any thread.
     void setReleasesHeldNotes(bool releases);
 
-    /// Silences destinations, given by unique ID: ends the notes that are known to be held there, then sends sustain
-    /// off, All Notes Off and All Sound Off on every channel. A destination that is not there is left out. Calls
-    /// `onDone`, if there is one, on the main queue once everything is sent; with `kSilencePause` after each message
-    /// that takes some 50 ms. Any thread; does nothing before the engine has started, `onDone` apart.
+    /// Silences destinations, given by unique ID: ends the notes known to be held there, then sends sustain off, All
+    /// Notes Off and All Sound Off on every channel. Skips destinations that do not exist. Calls `onDone`, if given, on
+    /// the main queue after the last message; because of `kSilencePause` this takes about 50 ms. Any thread. Before the
+    /// engine has started it only calls `onDone`.
     void silence(std::vector<std::int32_t> destinationIDs, std::function<void()> onDone);
 
-    /// The endpoints that have sent or been sent messages since the last call, connected or not. Any thread; costs a
-    /// look at each endpoint.
+    /// The endpoints that have sent or received messages since the last call, connected or not. Any thread; cost
+    /// proportional to the number of endpoints.
     [[nodiscard]] ActiveEndpoints takeTraffic() { return routeTable_.takeTraffic(); }
 
 private:
@@ -159,10 +159,10 @@ private:
     RouteTable routeTable_;
     std::vector<MIDIObjectRef> connectedSourceRefs_;
     std::shared_ptr<DispatchWorkItem> pendingEndpointRefreshWorkItem_;
-    /// What is being given to the service next, and the same messages as the service takes them.
+    /// The messages that are given to the service next, and the same in the service's form.
     std::vector<RoutedMIDIMessage> collected_;
     std::vector<MIDISend> sends_;
-    /// What `silence` has still to send, by the destination's unique ID, and whom to tell at the end.
+    /// The messages that `silence` still has to send, by the destination's unique ID, and what to call afterwards.
     std::map<std::int32_t, std::deque<MIDIBytes>> silencing_;
     std::vector<std::function<void()>> silencingDone_;
     SendFailures sendFailures_;

@@ -137,7 +137,7 @@ MIDIEndpoints CoreMIDIRouterEngine::endpoints() {
         // The queue has ended.
         return {};
     }
-    // On the caller's thread: MIDI must not wait while thousands of names are copied.
+    // On the caller's thread, so that MIDI does not wait while thousands of names are copied.
     return {.sources = models(setup->sources, MIDIEndpointDirection::source),
             .destinations = models(setup->destinations, MIDIEndpointDirection::destination)};
 }
@@ -156,11 +156,11 @@ void CoreMIDIRouterEngine::reloadEndpointsOnQueue(std::string_view reason, MIDIL
         logDiagnostic("Skipped endpoint reload before engine start");
         return;
     }
-    // The tables are replaced only when the new ones are complete: the service may deliver what arrived before a change
+    // The tables are replaced only when the new ones are complete: the service may deliver packets from before a change
     // while it lists and connects.
     const std::shared_ptr<const MIDISetup> setup = host_->setup(listing);
     for (const MIDIObjectRef source : connectedSourceRefs_) {
-        // A failure means that the source is gone or was not connected, and so asks for nothing.
+        // A failure means that the source is gone or was not connected; nothing needs to be done then.
         host_->disconnectSource(inputPort_, source);
     }
     connectedSourceRefs_.clear();

@@ -19,7 +19,8 @@ void CoreMIDIRouterEngine::postActivities(std::span<RoutedMIDIMessage> sent, Ins
         return;
     }
     if (reports_.push(sent, sentAt)) {
-        // Nobody sees a few milliseconds, but the message's receiver would wait for them if the main thread came first.
+        // Deferred: a few milliseconds are invisible here, but would delay the message's receiver if the main thread
+        // ran first.
         mainQueue_->asyncDeferred([weakEngine = weak_from_this()] { deliverReports(weakEngine); });
     }
     if (reports_.hasDropped()) {
@@ -69,7 +70,7 @@ void CoreMIDIRouterEngine::deliverReports(const std::weak_ptr<CoreMIDIRouterEngi
     }
     const Instant began = engine->clock_->now();
     do {
-        // A delegate may release the engine; nothing more is delivered then.
+        // A delegate may release the engine; then nothing more is delivered.
         if (!engine->deliverNextReport() || engine.use_count() == 1) {
             return;
         }

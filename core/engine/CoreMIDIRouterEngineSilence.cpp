@@ -13,7 +13,7 @@ namespace {
 constexpr std::uint8_t kController = 0xB0;
 constexpr std::uint8_t kChannelCount = 16;
 
-/// What silences a channel: sustain off, All Notes Off, All Sound Off.
+/// The controllers that silence a channel: sustain off, All Notes Off, All Sound Off.
 constexpr std::array<std::uint8_t, 3> kSilencingControllers{64, 123, 120};
 
 std::deque<MIDIBytes> silencingMessages(const std::vector<MIDIBytes>& endings) {
@@ -43,7 +43,7 @@ void CoreMIDIRouterEngine::endHeldNotes(std::span<const RouteTable::Ending> endi
     }
 }
 
-/// Sends messages that came from no source. They make no activity, which belongs to connections.
+/// Sends messages without a source. They make no activity, because activities belong to connections.
 void CoreMIDIRouterEngine::sendUnrouted(MIDIObjectRef destination, std::int32_t destinationID,
                                         std::span<const MIDIBytes> messages) {
     std::vector<MIDISend> sends;
@@ -76,7 +76,7 @@ void CoreMIDIRouterEngine::silenceOnQueue(std::span<const std::int32_t> destinat
     const bool isUnderWay = !silencing_.empty();
     for (const std::int32_t id : destinationIDs) {
         if (isStarted_ && routeTable_.destinationRef(id) != 0) {
-            // One that is being silenced begins anew: notes may have come in between.
+            // A destination that is already being silenced starts again, because notes may have been sent since.
             silencing_[id] = silencingMessages(routeTable_.takeEndings(id));
         }
     }

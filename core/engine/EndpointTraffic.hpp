@@ -11,7 +11,7 @@
 
 namespace corvel {
 
-/// Unique IDs of the endpoints that have sent a message, and of those that were sent one.
+/// Unique IDs of the endpoints that have sent and of those that have received a message.
 struct ActiveEndpoints {
     std::vector<std::int32_t> sources;
     std::vector<std::int32_t> destinations;
@@ -19,10 +19,10 @@ struct ActiveEndpoints {
     bool operator==(const ActiveEndpoints&) const = default;
 };
 
-/// Keeps, for each endpoint, whether there was a message since somebody last looked.
+/// Records for each endpoint whether it had a message since the marks were last taken.
 ///
-/// Setting a mark takes no lock, and writes to memory only if the mark is not set yet. The thread that routes replaces
-/// the endpoints and sets their marks; any thread may take them.
+/// Setting a mark takes no lock, and writes to memory only if the mark is not set. The routing thread replaces the
+/// endpoints and sets their marks; any thread may take them.
 class EndpointTraffic {
 public:
     using Mark = std::atomic<bool>;
@@ -33,14 +33,14 @@ public:
         }
     }
 
-    /// Follows these endpoints from now on; marks that were not taken are dropped.
+    /// Tracks these endpoints from now on. Marks that were not taken are dropped.
     void replace(std::span<const std::int32_t> sources, std::span<const std::int32_t> destinations);
 
-    /// The mark of the source or destination at this place in what was given to `replace`. Valid until the next one.
+    /// The mark of the source or destination at this index of the `replace` arguments. Valid until the next `replace`.
     [[nodiscard]] Mark& source(std::size_t index) { return table_->sources[index].mark; }
     [[nodiscard]] Mark& destination(std::size_t index) { return table_->destinations[index].mark; }
 
-    /// The marked endpoints, in order, which are marked no longer.
+    /// The marked endpoints, in order. Clears their marks.
     [[nodiscard]] ActiveEndpoints take();
 
 private:

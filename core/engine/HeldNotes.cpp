@@ -17,19 +17,19 @@ constexpr std::uint8_t kPedalDown = 64;
 constexpr std::uint8_t kAllSoundOff = 120;
 constexpr std::uint8_t kAllNotesOff = 123;
 
-/// What a note-off has that no key was lifted for.
+/// The default velocity of a note-off that no key release caused.
 constexpr std::uint8_t kNoteOffVelocity = 64;
 
 }  // namespace
 
 void HeldNotes::takeIn(std::span<const std::uint8_t> packet) {
-    // Nearly every packet is one whole message, and is on its way to a sound: no loop for it.
+    // Nearly every packet is one complete message; without the loop it is sent sooner.
     if (packet.size() == 3 && packet[0] >= kNoteOff && packet[0] < kSysExStart && isData(packet[1]) &&
         isData(packet[2])) {
         takeMessage(packet[0], packet[1], packet[2]);
         return;
     }
-    // Only the messages with two data bytes count, so one data byte is kept.
+    // Only messages with two data bytes count, so one data byte is stored.
     std::uint8_t status = 0;
     std::uint8_t first = 0;
     bool hasFirst = false;
@@ -52,7 +52,7 @@ void HeldNotes::takeIn(std::span<const std::uint8_t> packet) {
             hasFirst = true;
         } else {
             takeMessage(status, first, byte);
-            // Without a status of its own what follows is no message.
+            // Data bytes without a status byte are not a message.
             status = 0;
         }
     }

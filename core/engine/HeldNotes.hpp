@@ -11,21 +11,21 @@
 
 namespace corvel {
 
-/// The notes and sustain pedals that were sent somewhere and have not ended, by channel. One thread at a time.
+/// The notes and sustain pedals that were sent to a place and have not ended, by channel. One thread at a time.
 class HeldNotes {
 public:
-    /// Takes in a packet that was sent. Note-ons begin a note; note-offs, note-ons with velocity 0, and the channel
-    /// mode messages that silence a channel (All Sound Off, All Notes Off and those above it) end notes. Controller 64
-    /// from 64 up is a pedal that is down. Allocates nothing.
+    /// Records a packet that was sent. Note-ons begin a note. Note-offs, note-ons with velocity 0, and the channel mode
+    /// messages that silence a channel (All Sound Off, All Notes Off and those above it) end notes. Controller 64 with
+    /// a value of 64 or more is a pressed pedal. Allocates nothing.
     void takeIn(std::span<const std::uint8_t> packet);
 
-    /// Counts the other notes and pedals as held here too.
+    /// Adds the notes and pedals that `other` holds.
     void add(const HeldNotes& other);
 
     [[nodiscard]] bool empty() const;
 
-    /// The messages that end everything that is held here and not in `others`: a note-off with velocity 64 for each
-    /// note, then controller 64 with 0 for each pedal; by channel and note.
+    /// The messages that end everything that is held here and not in `others`, by channel and note: for each note a
+    /// note-off with velocity 64, then for each pedal controller 64 with value 0.
     [[nodiscard]] std::vector<MIDIBytes> endings(const HeldNotes& others) const;
 
 private:

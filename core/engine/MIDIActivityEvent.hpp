@@ -15,11 +15,11 @@ struct MIDIActivityEvent {
     UUID id;
     /// The connection that carried it.
     UUID routeID;
-    /// When the send had succeeded.
+    /// When the send succeeded.
     Instant timestamp;
     /// The bytes as sent.
     MIDIBytes bytes;
-    /// Always the kind that `bytes` begin with.
+    /// The kind of the message that `bytes` start with.
     MIDIMessageKind messageKind = MIDIMessageKind::unknown;
 
     MIDIActivityEvent(const UUID& eventID, const UUID& carriedBy, Instant sentAt, MIDIBytes sentBytes)

@@ -28,13 +28,13 @@ struct MIDIEndpointModel {
     std::optional<std::string> manufacturer;
     MIDIEndpointDirection direction = MIDIEndpointDirection::source;
     bool isOnline = true;
-    /// The same for the source and the destination of one port, 0 where the service does not tell; valid as long as
+    /// Equal for the source and the destination of one port; 0 if the service does not say. Valid as long as
     /// `endpointRef`.
     std::uint32_t port = 0;
-    /// Whether the port sends what it is sent.
+    /// Whether the port sends back what it receives.
     bool isLoopback = false;
 
-    /// The display name, the manufacturer where there is one, the direction and "ID " with the ID, a line each.
+    /// The display name, the manufacturer if there is one, the direction, and "ID " with the ID, each on a line.
     [[nodiscard]] std::string detailText() const;
 
     bool operator==(const MIDIEndpointModel&) const = default;

@@ -43,8 +43,8 @@ std::optional<MIDIReport> MIDIReportQueue::pop() {
     return report;
 }
 
-/// Everything that was pushed before the newest activity that is taken is taken as well, so that the numbers in both
-/// lists tell the order.
+/// Also takes every notice that was pushed before the newest activity taken, so that the numbers in both lists give the
+/// order.
 void MIDIReportQueue::takePushed() {
     const std::lock_guard lock(mutex_);
     pushedActivities_.moveFrontTo(takenActivities_);

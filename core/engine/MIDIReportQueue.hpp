@@ -23,7 +23,7 @@ namespace corvel {
 /// The endpoints may have changed.
 struct MIDIEndpointsReport {};
 
-/// A failure's whole text.
+/// The complete text of a failure.
 struct MIDIFailureReport {
     std::string message;
 };
@@ -31,27 +31,27 @@ struct MIDIFailureReport {
 /// A report other than an activity: rare, and never dropped.
 using MIDINotice = std::variant<MIDIEndpointsReport, MIDIFailureReport, MIDIDiagnosticEvent>;
 
-/// What an engine tells its delegate.
+/// A report of an engine to its delegate.
 using MIDIReport = std::variant<MIDIActivityEvent, MIDIEndpointsReport, MIDIFailureReport, MIDIDiagnosticEvent>;
 
 /// Holds an engine's reports until the main thread takes them, in the order in which they were made.
 ///
-/// Past `kActivityLimit` waiting activities the oldest is dropped and counted, so that a main thread that stands still
-/// does not let memory grow without bound. Any thread pushes, one thread at a time takes. Pushing the activity of a
-/// message of up to 16 bytes allocates nothing while at most `kKeptActivities` wait.
+/// If more than `kActivityLimit` activities wait, the oldest is dropped and counted, so that memory stays bounded while
+/// the main thread is blocked. Any thread may push; one thread at a time takes. Pushing the activity of a message of up
+/// to 16 bytes allocates nothing while at most `kKeptActivities` wait.
 class MIDIReportQueue {
 public:
     static constexpr std::size_t kActivityLimit = 1'048'576;
     static constexpr std::size_t kKeptActivities = 4'096;
 
-    /// Adds the activities of messages that were sent at this time; the messages are moved from. True if the main
-    /// thread has to be woken: nobody has been told since it last found the queue empty.
+    /// Adds the activities of messages that were sent at this time, and moves from the messages. Returns whether the
+    /// caller must wake the main thread: no wake-up was requested since the queue was last found empty.
     [[nodiscard]] bool push(std::span<RoutedMIDIMessage> sent, Instant sentAt);
 
-    /// Adds a notice, with the same answer.
+    /// Adds a notice. Returns the same as for activities.
     [[nodiscard]] bool push(MIDINotice notice);
 
-    /// Takes out the oldest report; none when empty. Taking none makes the next push ask for a wake-up.
+    /// Removes and returns the oldest report, if any. After an empty result, the next push asks for a wake-up.
     [[nodiscard]] std::optional<MIDIReport> pop();
 
     /// Whether activities were dropped since the last `takeDroppedCount()`.
@@ -61,8 +61,8 @@ public:
     [[nodiscard]] std::size_t takeDroppedCount();
 
 private:
-    /// What the routing thread knows of an activity. The main thread makes identity and kind, so that the next message
-    /// does not wait for them.
+    /// An activity as the routing thread records it. The main thread adds identity and kind, so that this work does not
+    /// delay the next message.
     struct Activity {
         std::uint64_t number = 0;
         UUID routeID;
@@ -86,8 +86,7 @@ private:
     Activities pushedActivities_{kKeptActivities};
     std::deque<NumberedNotice> pushedNotices_;
 
-    // The taker's only. It takes a chunk at a time, since a thread that routes must not find the lock held for every
-    // report.
+    // Used only by the thread that takes. It takes whole chunks, so that the routing thread rarely finds the lock held.
     Activities takenActivities_{0};
     std::deque<NumberedNotice> takenNotices_;
 };

@@ -9,19 +9,20 @@ namespace corvel {
 
 class CoreMIDIRouterEngine;
 
-/// Receives all of an engine's reports, on the main thread, in the order in which they were made, never from inside a
+/// Receives all reports of an engine on the main thread, in the order in which they were made, and never from inside a
 /// call of the engine.
 class MIDIRouterEngineDelegate {
 public:
     virtual ~MIDIRouterEngineDelegate() = default;
 
-    /// The set of endpoints or their state may have changed: fetch `endpoints()` again.
+    /// The endpoints or their state may have changed: call `endpoints()` again.
     virtual void midiRouterEngineDidChangeEndpoints(CoreMIDIRouterEngine& engine) = 0;
 
-    /// A message was delivered through a connection. When the main thread falls behind, the oldest of these give way.
+    /// A message was delivered through a connection. If the main thread falls behind, the oldest of these reports are
+    /// dropped.
     virtual void midiRouterEngineDidRoute(CoreMIDIRouterEngine& engine, const MIDIActivityEvent& event) = 0;
 
-    /// Something failed; the text ends with the status in parentheses.
+    /// An operation failed; the text ends with the status in parentheses.
     virtual void midiRouterEngineDidFail(CoreMIDIRouterEngine& engine, const std::string& message) = 0;
 
     /// An entry for the diagnostic log.

@@ -66,7 +66,7 @@ RouteTable::Way RouteTable::wayOf(const MIDIRoute& route) {
     return {.sourceID = route.sourceID, .destinationID = route.destinationID, .channelMode = route.channelMode};
 }
 
-/// Brings connections and endpoints together.
+/// Joins connections and endpoints.
 void RouteTable::resolve() {
     std::unordered_map<std::int32_t, std::vector<Connection>> connectionsBySourceID;
     for (const MIDIRoute& route : routes_) {
@@ -122,7 +122,7 @@ std::vector<RouteTable::Ending> RouteTable::endLostNotes() {
     return endings;
 }
 
-/// The ways of the enabled connections both ends of which are there.
+/// The ways of the enabled connections with both endpoints present.
 RouteTable::Ways RouteTable::currentWays() const {
     std::unordered_set<std::int32_t> sourceIDs;
     for (const Endpoint& source : sourceEndpoints_) {

@@ -13,64 +13,64 @@
 
 namespace corvel {
 
-/// Where packets go: the connections and the endpoints, brought together when either changes, so that a packet costs
-/// one look-up however many there are. One thread at a time.
+/// Where packets go. Joins connections and endpoints whenever either changes, so that a packet costs one lookup,
+/// however many connections there are. One thread at a time.
 class RouteTable {
 public:
-    /// An enabled connection whose destination is there.
+    /// An enabled connection whose destination is present.
     struct Connection {
         UUID routeID;
         std::int32_t destinationID = 0;
         MIDIObjectRef destination = 0;
         ChannelMode channelMode;
         EndpointTraffic::Mark* traffic = nullptr;
-        /// What the connection has sent on and not ended; null while that is not followed.
+        /// What the connection has sent and not ended; null while held notes are not tracked.
         HeldNotes* held = nullptr;
     };
 
-    /// A source that is there, with its connections in the user's order.
+    /// A present source with its connections in the user's order.
     struct Source {
         EndpointTraffic::Mark* traffic = nullptr;
         std::vector<Connection> connections;
     };
 
-    /// Messages that end what is held at a destination.
+    /// Messages that end held notes and pedals at a destination.
     struct Ending {
         MIDIObjectRef destination = 0;
         std::int32_t destinationID = 0;
         std::vector<MIDIBytes> messages;
     };
 
-    /// An endpoint that is there.
+    /// A present endpoint.
     struct Endpoint {
         MIDIObjectRef ref = 0;
         std::int32_t id = 0;
     };
 
-    // Each change gives the endings of held notes whose way it took away: the connection is gone or switched off, goes
-    // from, to or on something else, or its source has vanished. A note that another connection holds at the same
-    // place, too, goes on.
+    // Each change returns the messages that end held notes whose way has ended: the connection was deleted or paused,
+    // its source, destination or channel has changed, or its source has disappeared. A note goes on if another
+    // connection also holds it at the same place.
     [[nodiscard]] std::vector<Ending> setRoutes(std::vector<MIDIRoute> routes);
     [[nodiscard]] std::vector<Ending> setEndpoints(std::vector<Endpoint> sources,
                                                    const std::vector<Endpoint>& destinations);
 
-    /// Whether held notes are followed; off at first. What was held before counts as ended.
+    /// Sets whether held notes are tracked; off at first. Notes that were held before count as ended.
     void setFollowsHeldNotes(bool followsHeldNotes);
 
     /// The source with this reference, or null. Valid until the next change.
     [[nodiscard]] const Source* find(MIDIObjectRef source) const;
 
-    /// The destination's reference, or 0 if it is not there.
+    /// The destination's reference, or 0 if it is not present.
     [[nodiscard]] MIDIObjectRef destinationRef(std::int32_t id) const;
 
-    /// What ends all that is known to be held at a destination. It counts as ended then.
+    /// The messages that end everything known to be held at a destination, which then counts as ended.
     [[nodiscard]] std::vector<MIDIBytes> takeEndings(std::int32_t destinationID);
 
     /// The endpoints that had traffic since the last call. Any thread.
     [[nodiscard]] ActiveEndpoints takeTraffic() { return traffic_.take(); }
 
 private:
-    /// What has to stay the same for a note-off to arrive where its note-on did.
+    /// The properties that must stay the same for a note-off to arrive where its note-on did.
     struct Way {
         std::int32_t sourceID = 0;
         std::int32_t destinationID = 0;
@@ -80,7 +80,7 @@ private:
     };
     using Ways = std::unordered_map<UUID, Way>;
 
-    /// What a connection holds, and the way on which it went.
+    /// What a connection holds, and the way that it was sent on.
     struct Held {
         Way way;
         HeldNotes notes;

@@ -12,22 +12,22 @@
 
 namespace corvel {
 
-/// Counts failed sends, so that a receiver that takes nothing makes one report a second and not one for each message.
-/// One thread at a time.
+/// Counts failed sends, so that a receiver that rejects everything causes one report a second instead of one for each
+/// message. One thread at a time.
 class SendFailures {
 public:
     /// The text of a failed send, without its status.
     [[nodiscard]] static std::string_view message(MIDIStatus status);
 
-    /// Counts a failure. True if it is the first of its kind to this destination since it was last quiet for an
-    /// interval, and is to be reported at once.
+    /// Counts a failure. Returns whether to report it at once: it is the first of its kind to this destination after an
+    /// interval without one.
     [[nodiscard]] bool add(std::int32_t destinationID, MIDIStatus status);
 
-    /// Ends an interval: gives the text of each failure that was repeated in it, with the count, and forgets those that
-    /// were not.
+    /// Ends an interval. Returns the text of each failure that was repeated in it, with the count, and forgets the
+    /// others.
     [[nodiscard]] std::vector<std::string> takeRepeated();
 
-    /// Whether no failure has to be watched for repetitions.
+    /// Whether no failure is being watched for repetitions.
     [[nodiscard]] bool empty() const { return repetitions_.empty(); }
 
 private:

@@ -21,7 +21,7 @@ using MIDIStatus = std::int32_t;
 
 inline constexpr MIDIStatus kMIDISuccess = 0;
 
-/// Status of a send for whose bytes the service could make no packet.
+/// Status of a send whose bytes cannot be made into a packet.
 inline constexpr MIDIStatus kMIDIPacketNotMade = -10838;
 
 /// Result of the creation of a client or port: `ref` is 0 unless `status` is success.
@@ -30,7 +30,7 @@ struct MIDICreation {
     MIDIObjectRef ref = 0;
 };
 
-/// What a service tells of an endpoint, a device or an entity. A property that cannot be read has no value.
+/// An endpoint, a device or an entity, as the service describes it. A property that cannot be read has no value.
 struct MIDIObjectRecord {
     MIDIObjectRef ref = 0;
     std::optional<std::string> displayName;
@@ -44,9 +44,9 @@ struct MIDIObjectRecord {
 struct MIDIEndpointRecord : MIDIObjectRecord {
     std::optional<std::int32_t> uniqueID;
     std::optional<std::string> manufacturer;
-    /// The same for the source and the destination of one port, 0 where the service does not tell.
+    /// Equal for the source and the destination of one port; 0 if the service does not say.
     MIDIObjectRef port = 0;
-    /// Whether the port sends what it is sent.
+    /// Whether the port sends back what it receives.
     bool isLoopback = false;
 
     bool operator==(const MIDIEndpointRecord&) const = default;
@@ -66,8 +66,8 @@ struct MIDIDeviceRecord : MIDIObjectRecord {
     bool operator==(const MIDIDeviceRecord&) const = default;
 };
 
-/// Everything that a service has at one moment, in its order. An endpoint with the reference 0 is a place without an
-/// endpoint.
+/// All objects of a service at one moment, in the service's order. An endpoint with the reference 0 marks a place that
+/// is not in use.
 struct MIDISetup {
     std::vector<MIDIEndpointRecord> sources;
     std::vector<MIDIEndpointRecord> destinations;
@@ -77,11 +77,11 @@ struct MIDISetup {
     bool operator==(const MIDISetup&) const = default;
 };
 
-/// How a service answers when it is asked for its setup.
+/// How thoroughly a service answers when it is asked for its setup.
 enum class MIDIListing : std::uint8_t {
-    /// With what it knows, including every change that it has been told of so far.
+    /// With what it knows, including every change announced so far.
     known,
-    /// After looking at each object again: finds changes that nobody announces, such as new names.
+    /// After examining each object again: finds changes that are not announced, such as new names.
     afresh,
 };
 
@@ -116,7 +116,7 @@ struct MIDINotification {
 
 /// A packet that has arrived.
 struct MIDIArrival {
-    /// The reference constant of the connection that it came through.
+    /// The `connection` that was given to `connectSource`.
     MIDIObjectRef connection = 0;
     MIDIBytes bytes;
 };
@@ -129,23 +129,23 @@ struct MIDISend {
     MIDIStatus status = kMIDISuccess;
 };
 
-/// A MIDI service: the one interface through which the engine reaches the operating system's MIDI.
+/// A MIDI service: the only interface between the engine and the operating system's MIDI.
 ///
 /// `setDiagnosticHandler` and `createClient` are called on the main thread, the dispose operations on any; all others
 /// only on the engine's queue.
 class MIDIHost {
 public:
-    /// Called on the main queue for changes of the setup; changes that come together may share a call.
+    /// Called on the main queue for changes of the setup. Several changes may share a call.
     using NotificationHandler = std::function<void(const MIDINotification&)>;
 
     /// Called with packets that arrived, in order. A service that receives on the engine's queue calls it there, never
-    /// from inside `send`, and also from inside `setup`, `connectSource` and `disconnectSource`: what arrived before a
-    /// change of the setup is delivered before the change takes effect. Other services call it on a thread of their
-    /// own. The packets are valid during the call only.
+    /// from inside `send`. It also calls it from inside `setup`, `connectSource` and `disconnectSource`: packets that
+    /// arrived before a change of the setup are delivered before the change takes effect. Other services call it on
+    /// their own thread. The packets are valid only during the call.
     using ReceiveHandler = std::function<void(std::span<const MIDIArrival> arrivals)>;
 
-    /// Takes a line about the service's own condition (an overrun, a missing privilege) and the status of what failed,
-    /// `kMIDISuccess` if nothing did; any thread.
+    /// Receives a line about the service itself (an overrun, a missing privilege) and the status of the failure,
+    /// `kMIDISuccess` if there was none. Any thread.
     using DiagnosticHandler = std::function<void(std::string message, MIDIStatus status)>;
 
     MIDIHost() = default;
@@ -156,30 +156,31 @@ public:
     /// Sets where diagnostics go. Called once, before any other operation.
     virtual void setDiagnosticHandler(DiagnosticHandler handler) = 0;
 
-    /// Creates a client, which hears of changes of the setup, and its ports: one that receives from the sources that
-    /// are connected to it, one that packets are sent from. Handlers are called until their object is disposed of.
+    /// Creates a client, which is notified of changes of the setup; its input port, which receives from connected
+    /// sources; and its output port, from which packets are sent. Handlers are called until their object is disposed
+    /// of.
     [[nodiscard]] virtual MIDICreation createClient(std::string_view name, NotificationHandler handler) = 0;
     [[nodiscard]] virtual MIDICreation createInputPort(MIDIObjectRef client, std::string_view name,
                                                        ReceiveHandler handler) = 0;
     [[nodiscard]] virtual MIDICreation createOutputPort(MIDIObjectRef client, std::string_view name) = 0;
 
-    /// Ends a port or client. No callback for it starts afterwards, except one that a queue already holds; what was
-    /// sent before still goes out. Waits for nothing that the caller could hold up.
+    /// Disposes of a port or client. No callback for it starts afterwards, except one that a queue already holds.
+    /// Packets sent before are still delivered. Never waits for anything that the caller could block.
     virtual void disposePort(MIDIObjectRef port) = 0;
     virtual void disposeClient(MIDIObjectRef client) = 0;
 
-    /// What there is. Never null; it does not change afterwards and may be read on any thread. Works without a client.
+    /// The current setup. Never null; immutable, so any thread may read it. Works without a client.
     [[nodiscard]] virtual std::shared_ptr<const MIDISetup> setup(MIDIListing listing) = 0;
 
-    /// Starts and stops delivery from a source to an input port. `connection` comes back with every packet. Stopping
-    /// fails for a source that is gone or not connected, and then there is nothing to stop.
+    /// Starts and stops delivery from a source to an input port. `connection` is passed with every packet. Stopping
+    /// fails, without effect, for a source that does not exist or is not connected.
     [[nodiscard]] virtual MIDIStatus connectSource(MIDIObjectRef port, MIDIObjectRef source,
                                                    MIDIObjectRef connection) = 0;
     virtual MIDIStatus disconnectSource(MIDIObjectRef port, MIDIObjectRef source) = 0;
 
-    /// Sends the byte sequences now, in order, each as a packet of its own, and sets each one's status. They are given
-    /// together so that a service can hand them to the system in one call. Never blocks; a service may hold a packet
-    /// back for a moment, in order, when its receiver has no room.
+    /// Sends the byte sequences now, in order, each as its own packet, and sets the status of each. They are passed
+    /// together so that a service can send them in one system call. Never blocks. If a receiver has no room, the
+    /// service may hold its packets back for a moment, in order.
     virtual void send(MIDIObjectRef port, std::span<MIDISend> messages) = 0;
 };
 

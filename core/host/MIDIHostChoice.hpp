@@ -4,9 +4,9 @@
 
 namespace corvel {
 
-/// Which MIDI service the program is to use.
+/// The MIDI service that the program uses.
 enum class MIDIHostChoice : std::uint8_t {
-    /// ALSA where its sequencer can be opened, the demo otherwise.
+    /// ALSA if its sequencer can be opened, otherwise the demo.
     automatic,
     alsa,
     demo,

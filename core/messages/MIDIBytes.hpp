@@ -14,9 +14,9 @@ namespace corvel {
 
 /// A sequence of MIDI bytes, as a value.
 ///
-/// Up to 16 bytes, which is every message but long SysEx, stand in the object itself and need no heap memory. Longer
-/// sequences are shared between copies: a copy costs a reference count, so that a SysEx message that goes to many
-/// destinations is stored once. Distinct objects may be used on distinct threads.
+/// Up to 16 bytes (every message except long SysEx) are stored in the object and need no heap memory. Copies of longer
+/// sequences share their bytes, so a SysEx message that goes to many destinations is stored once. Different threads may
+/// use different objects.
 class MIDIBytes {
 public:
     static constexpr std::size_t kInlineSize = 16;
@@ -40,7 +40,7 @@ public:
     }
     /// The first `count` of the bytes, at most 16.
     MIDIBytes(const std::array<std::uint8_t, kInlineSize>& bytes, std::size_t count) : size_(count), inline_(bytes) {}
-    // NOLINTNEXTLINE(google-explicit-constructor): a list of bytes in braces reads as what it is
+    // NOLINTNEXTLINE(google-explicit-constructor): a list of bytes in braces converts without surprise
     MIDIBytes(std::initializer_list<std::uint8_t> bytes) : MIDIBytes(std::span(bytes.begin(), bytes.size())) {}
     template <std::contiguous_iterator Iterator>
     MIDIBytes(Iterator first, Iterator last) : MIDIBytes(std::span<const std::uint8_t>(first, last)) {}
@@ -56,7 +56,7 @@ public:
     [[nodiscard]] std::uint8_t front() const { return data()[0]; }
     [[nodiscard]] std::uint8_t back() const { return data()[size_ - 1]; }
 
-    /// The bytes for writing; copied first where other objects share them. Valid until this object is assigned to.
+    /// The bytes for writing. Copies them first if other objects share them. Valid until this object is assigned to.
     [[nodiscard]] std::span<std::uint8_t> writable() {
         if (shared_ && shared_.use_count() > 1) {
             *this = MIDIBytes(std::span(data(), size_));
@@ -76,7 +76,7 @@ private:
         }
     }
 
-    /// Takes the size, which is `size_`, since g++ would otherwise warn of long bytes written to the inline ones.
+    /// The parameter is `size_`: without it, g++ warns that long bytes are written to the inline ones.
     [[nodiscard]] std::uint8_t* storage(std::size_t size) {
         return size > kInlineSize ? shared_.get() : inline_.data();
     }

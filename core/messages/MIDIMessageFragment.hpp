@@ -7,9 +7,9 @@ namespace corvel {
 
 /// One MIDI message cut out of a byte stream.
 struct MIDIMessageFragment {
-    /// The message's bytes in stream order, the status byte first where there is one.
+    /// The message's bytes in stream order. The status byte comes first, if there is one.
     MIDIBytes bytes;
-    /// Always the kind that `bytes` begin with.
+    /// The kind of the message that `bytes` start with.
     MIDIMessageKind messageKind = MIDIMessageKind::unknown;
 
     explicit MIDIMessageFragment(MIDIBytes bytes);

@@ -7,8 +7,8 @@
 
 namespace corvel {
 
-/// What a MIDI message is, told from its status byte. The order of the kinds is fixed: the channel-voice kinds come
-/// first, `noteOff` leading.
+/// The kind of a MIDI message, given by its status byte. The order is fixed: channel-voice kinds come first, starting
+/// with `noteOff`.
 enum class MIDIMessageKind : std::uint8_t {
     noteOff,
     noteOn,
@@ -38,8 +38,8 @@ enum class MIDIMessageKind : std::uint8_t {
 /// The kind whose raw value is exactly `text`; no value for any other text.
 [[nodiscard]] std::optional<MIDIMessageKind> messageKindFromRawValue(std::string_view text);
 
-/// The kind of the message that `bytes` begin with. Only the first byte counts, and for a note-on the third: velocity
-/// zero is a note-off. No bytes are `unknown`, a leading data byte is `data`.
+/// The kind of the message that `bytes` start with. Depends only on the first byte and, for a note-on, on the third:
+/// velocity zero is a note-off. Empty input is `unknown`, a leading data byte is `data`.
 [[nodiscard]] MIDIMessageKind detectMessageKind(std::span<const std::uint8_t> bytes);
 
 }  // namespace corvel

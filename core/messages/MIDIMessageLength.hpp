@@ -19,8 +19,8 @@ inline constexpr std::uint8_t kFirstRealtime = 0xF8;
     return byte >= kFirstRealtime;
 }
 
-/// The length in bytes, 1 to 3, that a message starting with `byte` has when it is complete. A data byte and every
-/// one-byte message have length 1; so has 0xF0, whose message has no fixed length.
+/// The length in bytes, 1 to 3, of a complete message that starts with `byte`. Data bytes and one-byte messages have
+/// length 1, as has 0xF0, whose message has no fixed length.
 [[nodiscard]] constexpr std::size_t nominalMessageLength(std::uint8_t byte) {
     constexpr std::array<std::uint8_t, 16> kByUpperHalf{1, 1, 1, 1, 1, 1, 1, 1, 3, 3, 3, 3, 2, 2, 3, 1};
     constexpr std::array<std::uint8_t, 16> kSystem{1, 2, 3, 2, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};

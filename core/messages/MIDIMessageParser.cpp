@@ -12,7 +12,7 @@ namespace corvel::MIDIMessageParser {
 
 namespace {
 
-/// One walk over a buffer.
+/// One pass over a buffer.
 class Walk {
 public:
     explicit Walk(std::span<const std::uint8_t> buffer) : buffer_(buffer) {}
@@ -32,7 +32,7 @@ private:
     /// A message that is being collected.
     using Message = absl::InlinedVector<std::uint8_t, MIDIBytes::kInlineSize>;
 
-    /// Any byte but 0xF7 and realtime belongs to the message: a status byte inside a SysEx message does not end
+    /// Every byte except 0xF7 and realtime belongs to the message: a status byte inside a SysEx message does not end
     /// it.
     void takeSysEx() {
         Message message{kSysExStart};
@@ -50,8 +50,8 @@ private:
         emit(message);
     }
 
-    /// A message of fixed length, or as much of it as there is before the next status byte; realtime bytes and stray
-    /// data bytes are messages of length 1.
+    /// A message of fixed length, or its part before the next status byte. Realtime bytes and stray data bytes are
+    /// messages of length 1.
     void takeMessage() {
         const std::size_t length = nominalMessageLength(buffer_[position_]);
         Message message{buffer_[position_++]};

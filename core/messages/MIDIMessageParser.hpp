@@ -9,9 +9,9 @@
 /// Splits a packet's bytes into single messages.
 namespace corvel::MIDIMessageParser {
 
-/// The messages in `buffer`, in order. Stateless: nothing carries over between calls and there is no running status.
-/// Nothing is dropped: stray data bytes become `data` fragments of their own, incomplete messages are emitted as far as
-/// they go, and realtime bytes come out ahead of the message that they interrupt. Any thread.
+/// The messages in `buffer`, in order. Stateless: calls are independent, and there is no running status. Nothing is
+/// dropped: each stray data byte becomes a `data` fragment, incomplete messages are returned as far as they go, and a
+/// realtime byte comes before the message that it interrupts. Any thread.
 [[nodiscard]] std::vector<MIDIMessageFragment> fragments(std::span<const std::uint8_t> buffer);
 
 }  // namespace corvel::MIDIMessageParser

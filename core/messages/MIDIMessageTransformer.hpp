@@ -13,10 +13,10 @@ namespace corvel::MIDIMessageTransformer {
     return byte >= 0x80 && byte <= 0xEF;
 }
 
-/// The bytes with every channel-voice status put on the mode's forced channel; same length, all other bytes untouched.
-/// `asIs`, and a forced channel outside 1 to 16, return the bytes as they are. Steps over each message by its nominal
-/// length whatever bytes follow, so a status byte inside a truncated message keeps its channel. The result shares the
-/// memory of a long sequence unless a byte changes. Any thread.
+/// The bytes with every channel-voice status on the mode's forced channel; same length, all other bytes unchanged.
+/// `asIs` and a forced channel outside 1 to 16 change nothing. Skips each message by its nominal length, whatever its
+/// bytes are, so a status byte inside a truncated message keeps its channel. The result shares the memory of a long
+/// sequence unless a byte changes. Any thread.
 [[nodiscard]] MIDIBytes transform(const MIDIBytes& bytes, const ChannelMode& channelMode);
 
 }  // namespace corvel::MIDIMessageTransformer

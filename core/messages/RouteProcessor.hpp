@@ -10,8 +10,8 @@
 /// Selects, for one packet from one source, the connections that carry it.
 namespace corvel::RouteProcessor {
 
-/// A message for every enabled route from the source, in route order, each with its own transformed bytes. Nothing is
-/// merged or left out: two routes to one destination give two messages. One pass over the routes. Any thread.
+/// One message for every enabled route from the source, in route order, each with its own transformed bytes. Nothing is
+/// merged or left out: two routes to the same destination give two messages. One pass over the routes. Any thread.
 [[nodiscard]] std::vector<RoutedMIDIMessage> routedMessages(std::int32_t sourceID, const MIDIBytes& bytes,
                                                             std::span<const MIDIRoute> routes);
 

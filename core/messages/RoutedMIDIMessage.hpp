@@ -7,7 +7,7 @@
 
 namespace corvel {
 
-/// One packet's bytes as they leave through one connection.
+/// One packet's bytes as one connection sends them.
 struct RoutedMIDIMessage {
     /// The connection's identity.
     UUID routeID;

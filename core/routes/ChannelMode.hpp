@@ -16,7 +16,7 @@ struct ChannelMode {
     };
     /// Every channel-voice message is put on one channel.
     struct Force {
-        /// 1-based MIDI channel, 1 to 16. Any other number can be stored, and then changes no message.
+        /// 1-based MIDI channel, 1 to 16. Other numbers can be stored and change no message.
         int channel = 1;
         bool operator==(const Force&) const = default;
     };

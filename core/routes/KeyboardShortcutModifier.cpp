@@ -10,7 +10,7 @@ namespace {
 struct ModifierEntry {
     std::string_view rawValue;
     std::string_view title;
-    /// Position among the modifiers of one shortcut, as menus show them; deliberately not the declared order.
+    /// Position among the modifiers of a shortcut in menus; deliberately not the declared order.
     int sortRank;
 };
 

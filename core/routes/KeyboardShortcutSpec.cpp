@@ -13,7 +13,7 @@ constexpr char kNoKey = ' ';
 constexpr std::string_view kKeysByCode = "asdfhgzxcv bqweryt123465 97 80 ou ip lj k    nm";
 static_assert(kKeysByCode.size() == 47);
 
-/// The key's name in lower case; empty when the event names none.
+/// The key's name in lower case; empty if the event has none.
 std::string keyName(std::uint16_t keyCode, std::optional<std::string_view> charactersIgnoringModifiers) {
     if (keyCode < kKeysByCode.size() && kKeysByCode[keyCode] != kNoKey) {
         return {kKeysByCode[keyCode]};

@@ -14,8 +14,8 @@ namespace corvel {
 
 /// A keyboard shortcut: a key with modifiers.
 ///
-/// Comparison does not normalise: a shortcut read from a document with an upper-case key or with modifiers in another
-/// order differs from the normalised shortcut of the same keys.
+/// Comparison does not normalise: a shortcut from a document with an upper-case key or modifiers in another order
+/// differs from the normalised shortcut of the same keys.
 struct KeyboardShortcutSpec {
     /// Bits of a key event's modifier flags.
     static constexpr std::uint64_t kShiftFlag = 0x20000;
@@ -28,14 +28,14 @@ struct KeyboardShortcutSpec {
 
     KeyboardShortcutSpec() = default;
 
-    /// Stores the key in lower case, and the modifiers distinct and sorted. Rejects nothing.
+    /// Stores the key in lower case, and each modifier once, sorted. Rejects nothing.
     KeyboardShortcutSpec(std::string_view key, const std::vector<KeyboardShortcutModifier>& modifiers);
 
-    /// The shortcut that a key-down event stands for.
+    /// The shortcut of a key-down event.
     ///
-    /// Letters and digits are told by the key's position (`keyCode`, the ANSI numbering from 0 to 46), whatever the
-    /// keyboard layout; other keys by `charactersIgnoringModifiers`. No value without a modifier among control,
-    /// option, shift and command, or when the key is not exactly one character.
+    /// Letters and digits are identified by the key's position (`keyCode`, the ANSI numbering from 0 to 46), whatever
+    /// the keyboard layout; other keys by `charactersIgnoringModifiers`. No value without a modifier (control, option,
+    /// shift or command), or if the key is not exactly one character.
     [[nodiscard]] static std::optional<KeyboardShortcutSpec> fromKeyEvent(
         std::uint16_t keyCode, std::optional<std::string_view> charactersIgnoringModifiers,
         std::uint64_t modifierFlags);

@@ -15,8 +15,8 @@ namespace corvel {
 
 /// One connection from a MIDI source to a MIDI destination, with its channel assignments.
 ///
-/// There is always at least one assignment and one of them is active; the connection's own endpoints, labels and mode
-/// mirror the active one, so whoever routes reads only those.
+/// There is always at least one assignment, and one is active. The connection's own endpoints, labels and mode are
+/// those of the active assignment, so routing reads only them.
 struct MIDIRoute {
     UUID id;
     /// Unique IDs of the endpoints.
@@ -35,8 +35,8 @@ struct MIDIRoute {
     /// The assignments in the user's order; never empty.
     std::vector<MIDIRouteVariant> variants;
 
-    /// Without variants the connection gets one, made of its own fields and named after its mode. An absent or unknown
-    /// `activeVariantID` becomes the first variant's; the active variant is then applied.
+    /// Without variants the connection gets one with its own fields, named after its mode. If `activeVariantID` is
+    /// missing or unknown, the first variant becomes active. The active variant is then applied.
     MIDIRoute(UUID id, std::int32_t sourceID, std::int32_t destinationID, std::optional<std::string> sourceName,
               std::optional<std::string> sourceManufacturer, std::optional<std::string> destinationName,
               std::optional<std::string> destinationManufacturer, ChannelMode channelMode, bool isEnabled,
@@ -45,13 +45,13 @@ struct MIDIRoute {
     /// The first assignment whose id is `activeVariantID`, or null. Valid until `variants` changes.
     [[nodiscard]] const MIDIRouteVariant* activeVariant() const;
 
-    /// Copies the active assignment's endpoints, labels and mode (where it has one) onto the connection.
+    /// Copies the active assignment's endpoints, labels and mode (if it has one) to the connection.
     void applyActiveVariant();
 
     /// Stores the connection's endpoints, labels and mode in the active assignment.
     void updateActiveVariantFromRoute();
 
-    /// Makes the assignment with this id active and applies it. False, and nothing changes, if there is none.
+    /// Makes the assignment with this id active and applies it. Returns false and changes nothing if there is none.
     bool setActiveVariant(const UUID& variantID);
 
     bool operator==(const MIDIRoute&) const = default;

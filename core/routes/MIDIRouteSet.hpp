@@ -13,7 +13,7 @@ namespace corvel {
 /// A named set of connections.
 struct MIDIRouteSet {
     UUID id;
-    /// Shown to the user; no rule applies to it here.
+    /// The name that the user sees. Not checked here.
     std::string name;
     /// The connections in the user's order.
     std::vector<MIDIRoute> routes;

@@ -11,9 +11,9 @@
 
 namespace corvel {
 
-/// All connection sets and which of them is selected: everything that is saved.
+/// All connection sets and the selected one: everything that is saved.
 struct MIDIRouteSetDocument {
-    /// The name of the set in a document that was given none.
+    /// The name of the set in a document without sets.
     static constexpr const char* kDefaultSetName = "Default";
 
     /// The id of one of `routeSets`.
@@ -21,13 +21,14 @@ struct MIDIRouteSetDocument {
     /// The sets in the user's order; never empty.
     std::vector<MIDIRouteSet> routeSets;
 
-    /// Normalises: no sets become one empty set "Default", and an absent or unknown selection becomes the first set.
+    /// Normalises: an empty list becomes one empty set "Default", and a missing or unknown selection becomes the first
+    /// set.
     MIDIRouteSetDocument(std::optional<UUID> selectedSetID, std::vector<MIDIRouteSet> routeSets);
 
-    /// A document of one new set with these routes, selected.
+    /// A document with one new, selected set with these routes.
     [[nodiscard]] static MIDIRouteSetDocument singleSet(std::vector<MIDIRoute> routes, std::string name);
 
-    /// The same normalisation applied to this value, whose fields may have been edited.
+    /// This value, normalised; its fields may have been edited.
     [[nodiscard]] MIDIRouteSetDocument normalized() const;
 
     /// The first set whose id is `selectedSetID`, otherwise the first set. Precondition: there is a set.

@@ -16,20 +16,20 @@ namespace corvel {
 struct MIDIRouteVariant {
     UUID id;
     std::string name;
-    /// Pressing it makes this assignment the active one.
+    /// The shortcut that makes this assignment active.
     std::optional<KeyboardShortcutSpec> shortcut;
-    /// Absent only in assignments from documents that are older than modes per assignment.
+    /// Missing only in assignments from documents that are older than modes per assignment.
     std::optional<ChannelMode> channelMode;
     /// Unique IDs of the endpoints.
     std::int32_t sourceID = 0;
     std::int32_t destinationID = 0;
-    /// The endpoints' labels when the assignment was last written; they find the endpoint again when its ID changes.
+    /// The endpoints' labels when the assignment was last written. They identify the endpoint if its ID changes.
     std::optional<std::string> sourceName;
     std::optional<std::string> sourceManufacturer;
     std::optional<std::string> destinationName;
     std::optional<std::string> destinationManufacturer;
 
-    /// The name that a new assignment gets: its mode's title.
+    /// The name of a new assignment: its mode's title.
     [[nodiscard]] static std::string defaultName(const ChannelMode& channelMode);
 
     bool operator==(const MIDIRouteVariant&) const = default;

@@ -14,7 +14,7 @@ namespace {
 
 using std::filesystem::path;
 
-/// A path that means the same folder whatever the working directory is.
+/// The path if it is absolute, so that it does not depend on the working directory.
 std::optional<path> absolutePath(const char* text) {
     if (text == nullptr || !path(text).is_absolute()) {
         return std::nullopt;
@@ -23,7 +23,7 @@ std::optional<path> absolutePath(const char* text) {
 }
 
 std::optional<path> homeFolderOfUserDatabase() {
-    // No entry that a person logs in with comes near this size.
+    // Larger than any entry of a user who can log in.
     std::array<char, 16384> buffer;
     ::passwd entry{};
     ::passwd* found = nullptr;

@@ -68,7 +68,7 @@ void requireRegular(const struct ::stat& status) {
     }
 }
 
-/// The permissions of the regular file at `file`; no value if there is nothing.
+/// The permissions of the regular file at `file`; no value if there is no file.
 std::optional<::mode_t> permissions(const path& file) {
     struct ::stat status {};
     if (::stat(file.c_str(), &status) != 0) {
@@ -81,7 +81,7 @@ std::optional<::mode_t> permissions(const path& file) {
     return status.st_mode & kPermissions;
 }
 
-/// The place that `file` stands for when links at its end are followed, whether or not something is there.
+/// The path after following links at the end of `file`, whether or not it exists.
 path followLinks(path file) {
     for (int followed = 0; followed <= kMaxLinks; ++followed) {
         if (!std::filesystem::is_symlink(std::filesystem::symlink_status(file))) {
@@ -103,8 +103,8 @@ path folderOf(const path& file) {
     return file.has_parent_path() ? file.parent_path() : path(".");
 }
 
-/// Makes the names in a folder last through a power cut, as far as the file system can. A failure is not passed on:
-/// the names are in place by then, and callers would take it for a sign that they are not.
+/// Makes the names in a folder survive a power cut, as far as the file system can. A failure is ignored: the names are
+/// already in place, and a caller would conclude that they are not.
 void syncFolder(const path& folder) {
     try {
         const FileDescriptor directory(folder, O_RDONLY | O_DIRECTORY);
@@ -123,11 +123,11 @@ bool isTemporaryName(std::string_view name) {
            UUID::parse(name.substr(kTemporaryPrefix.size(), name.size() - affixes));
 }
 
-/// Removes the file unless a process is writing it, as far as can be told.
+/// Removes the file unless a process is writing it.
 void removeIfAbandoned(const path& temporary) {
     try {
         const FileDescriptor file(temporary, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
-        // A shared lock, since network file systems want write permission for the other kind.
+        // A shared lock, because network file systems require write permission for an exclusive one.
         if (S_ISREG(file.status().st_mode) && ::flock(file.get(), LOCK_SH | LOCK_NB) == 0) {
             ::unlink(temporary.c_str());
         }
@@ -139,7 +139,7 @@ void removeIfAbandoned(const path& temporary) {
 }  // namespace
 
 std::string readFile(const path& path, std::size_t maximumSize) {
-    // Opening a named pipe would otherwise wait for its writer.
+    // Without O_NONBLOCK, opening a named pipe would wait for its writer.
     const FileDescriptor file(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
     const auto status = file.status();
     requireRegular(status);
@@ -167,7 +167,7 @@ void AtomicFile::removeAbandoned(const path& target) {
             }
         }
     } catch (const std::system_error&) {
-        // A folder that is not there, or that cannot be listed, holds nothing to remove.
+        // A folder that does not exist or cannot be listed holds nothing to remove.
         return;
     }
 }
@@ -179,7 +179,7 @@ AtomicFile::AtomicFile(const path& target, std::string_view bytes) : target_(fol
     try {
         struct ::stat status {};
         checked([&] { return ::fstat(descriptor_, &status); });
-        // Only where they differ: file systems without permissions of their own refuse every change.
+        // Only if they differ: file systems without permissions refuse every change.
         if (old && (status.st_mode & kPermissions) != wanted) {
             checked([&] { return ::fchmod(descriptor_, wanted); });
         }
@@ -204,10 +204,10 @@ void AtomicFile::createTemporary(unsigned permissions) {
             folderOf(target_) / std::string(kTemporaryPrefix).append(UUID::random().text()).append(kTemporarySuffix);
         descriptor_ = checked(
             [&] { return ::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ::mode_t(permissions)); });
-        // Without effect on file systems without locks, where nobody removes the file either.
+        // File systems without locks ignore this, and there no process removes the file.
         while (::flock(descriptor_, LOCK_EX) != 0 && errno == EINTR) {
         }
-        // Ahead of the lock the file looked abandoned, and another process may have removed it.
+        // Before it was locked the file looked abandoned, so another process may have removed it.
     } while (::access(temporary_.c_str(), F_OK) != 0 && errno == ENOENT);
 }
 
@@ -225,7 +225,7 @@ void AtomicFile::discard() {
 
 void AtomicFile::keepOld(const path& name) {
     if (::link(target_.c_str(), name.c_str()) != 0) {
-        // Not every file system has hard links, and not every file may be linked to.
+        // Some file systems have no hard links, and some files may not be linked to.
         if (errno == EEXIST || std::filesystem::exists(std::filesystem::symlink_status(name))) {
             fail(EEXIST);
         }
@@ -233,7 +233,7 @@ void AtomicFile::keepOld(const path& name) {
         isOldMoved_ = true;
     }
     kept_ = name;
-    // The name must last before the old one is given to another file.
+    // The new name must be on the disk before the old name is given to another file.
     syncFolder(folderOf(target_));
 }
 

@@ -6,11 +6,11 @@
 #include <string>
 #include <string_view>
 
-/// The JSON form of an endpoint: an object with one key per field, named like the field, written and read by the rules
-/// of the connection-sets document.
+/// The JSON form of an endpoint: an object with one key per field, named as the field, by the rules of the
+/// connection-sets document.
 namespace corvel::EndpointCoder {
 
-/// An absent manufacturer is left out.
+/// A missing manufacturer is left out.
 [[nodiscard]] std::string encode(const MIDIEndpointModel& endpoint);
 
 /// Throws `DecodingError`.

@@ -10,8 +10,8 @@ namespace corvel::json {
 
 namespace {
 
-/// Gives the calling thread the "C" locale for numbers: the library converts fractions with the C library, and stops
-/// the program where the locale's decimal point has several bytes.
+/// Sets the "C" locale for numbers on the calling thread. The library converts fractions by the C library, and aborts
+/// if the locale's decimal point has several bytes.
 class PlainNumbers {
 public:
     PlainNumbers() : plain_(::newlocale(LC_NUMERIC_MASK, "C", nullptr)), previous_(::uselocale(plain_)) {}
@@ -41,7 +41,7 @@ bool refuseDeepNesting(int depth, Value::parse_event_t event, const Value& /*val
     return true;
 }
 
-/// The keys and indices that lead from `root` to `value`, ".routeSets[0]"; no value if they do not.
+/// The keys and indices from `root` to `value`, ".routeSets[0]"; no value if `value` is not inside `root`.
 std::optional<std::string> path(const Value& value, const Value& root) {
     if (&value == &root) {
         return "";
@@ -118,7 +118,7 @@ const Value& required(const Value& object, std::string_view key) {
 }
 
 Value parse(std::string_view text) {
-    // The library takes a zero byte for the end of the text and would let anything stand behind it.
+    // The library takes a zero byte for the end of the text and would accept anything after it.
     if (const auto zero = text.find('\0'); zero != std::string_view::npos) {
         failAtPosition(text, zero);
     }
@@ -142,7 +142,7 @@ std::string text(const Value& value) {
     std::string text;
     text.reserve(unescaped.size());
     std::size_t start = 0;
-    // Slashes stand inside texts only.
+    // Outside strings there are no slashes.
     for (auto slash = unescaped.find('/'); slash != std::string::npos; slash = unescaped.find('/', start + 1)) {
         text.append(unescaped, start, slash - start) += '\\';
         start = slash;

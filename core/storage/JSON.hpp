@@ -14,16 +14,17 @@
 #include <string_view>
 #include <utility>
 
-/// What reading and writing documents needs beyond the JSON library: typed access, and errors that name the place.
+/// What documents need beyond the JSON library: typed access, and errors that name the place.
 namespace corvel::json {
 
-/// The members of an object lie in one sorted array, which takes less time to fill, to write and to free than a tree.
+/// The members of an object are in one sorted array: it is faster to fill, to write and to free than a tree.
 using Value = nlohmann::basic_json<boost::container::flat_map>;
 
 /// Deeper nesting is refused: an array in an array in the top-level array has a depth of 3.
 inline constexpr std::size_t kMaxDepth = 512;
 
-/// A value is not what is expected. `decode` turns it into a `DecodingError`; so the value is one inside its text.
+/// A value is not what is expected. `decode` turns this into a `DecodingError`. `value` must be inside the text that
+/// `decode` reads.
 struct Mismatch {
     const Value* value;
     std::string problem;
@@ -33,7 +34,7 @@ struct Mismatch {
     throw Mismatch{&value, std::move(problem)};
 }
 
-/// Each returns the value in its type, or throws `Mismatch` if it is of another one.
+/// Each returns the value in its type. Throws `Mismatch` if it has another type.
 [[nodiscard]] const std::string& string(const Value& value);
 [[nodiscard]] bool boolean(const Value& value);
 [[nodiscard]] UUID uuid(const Value& value);
@@ -41,7 +42,7 @@ struct Mismatch {
 [[nodiscard]] const Value::object_t& object(const Value& value);
 [[nodiscard]] std::int64_t integer(const Value& value, std::int64_t minimum, std::int64_t maximum);
 
-/// A number whose value is integral, however it is written (1.0 and 1e3 are), and within the type's range.
+/// A number with an integral value, in any notation (1.0 and 1e3 are integral), within the range of the type.
 template <std::integral Integer>
 [[nodiscard]] Integer integer(const Value& value) {
     static_assert(sizeof(Integer) <= sizeof(std::int32_t), "a double holds every value exactly");
@@ -49,20 +50,20 @@ template <std::integral Integer>
         integer(value, std::numeric_limits<Integer>::min(), std::numeric_limits<Integer>::max()));
 }
 
-/// The object's value for the key; null where the key is missing or its value is null.
+/// The object's value for the key; null if the key is missing or its value is null.
 [[nodiscard]] const Value* optional(const Value& object, std::string_view key);
 
-/// The same for a key that must be there.
+/// The object's value for a required key.
 [[nodiscard]] const Value& required(const Value& object, std::string_view key);
 
 /// Reads strict JSON (RFC 8259). One leading byte-order mark is skipped; the last of duplicate keys counts. Throws
 /// `DecodingError` with the line of the first mistake.
 [[nodiscard]] Value parse(std::string_view text);
 
-/// Where `value` stands inside `root`, "routeSets[0].name"; "top level" for `root` itself.
+/// The place of `value` inside `root`, "routeSets[0].name"; "top level" for `root` itself.
 [[nodiscard]] std::string place(const Value& value, const Value& root);
 
-/// What `read` makes of the text's top-level value. Throws `DecodingError`.
+/// The result of `read` for the text's top-level value. Throws `DecodingError`.
 template <typename Read>
 [[nodiscard]] auto decode(std::string_view text, Read read) {
     const Value root = parse(text);
@@ -74,7 +75,7 @@ template <typename Read>
 }
 
 /// The value as JSON text, indented, with the keys of objects in ascending byte order, slashes escaped, and no final
-/// newline. Sequences that are not UTF-8 become U+FFFD.
+/// newline. Invalid UTF-8 becomes U+FFFD.
 [[nodiscard]] std::string text(const Value& value);
 
 }  // namespace corvel::json

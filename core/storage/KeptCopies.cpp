@@ -35,7 +35,7 @@ std::optional<path> KeptCopies::holding(std::string_view bytes) const {
                 return copy;
             }
         } catch (const std::system_error&) {
-            // Larger, or unreadable: another one.
+            // A larger or unreadable file has other content.
             continue;
         }
     }

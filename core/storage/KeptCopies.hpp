@@ -9,23 +9,23 @@
 
 namespace corvel {
 
-/// The files that once stood in a file's place and were kept beside it when it was replaced: "routes.json.kept",
-/// "routes.json.kept-2" and so on, the newest with the highest number.
+/// The copies of a file that were kept in its folder when it was replaced: "routes.json.kept", "routes.json.kept-2" and
+/// so on. The newest has the highest number.
 class KeptCopies {
 public:
-    /// Older copies give way.
+    /// Maximum number of copies; the oldest are removed.
     static constexpr std::size_t kMaxCount = 20;
 
     /// Lists the copies of the file with this word ("kept") in their names. Throws `std::system_error`.
     KeptCopies(const std::filesystem::path& file, std::string_view word);
 
-    /// The copy that has this content.
+    /// The copy with this content.
     [[nodiscard]] std::optional<std::filesystem::path> holding(std::string_view bytes) const;
 
-    /// The name for one more copy.
+    /// The name for the next copy.
     [[nodiscard]] std::filesystem::path nextName() const;
 
-    /// Removes the oldest, so that with one more the maximum is not exceeded. A failure is ignored.
+    /// Removes the oldest copies so that one more stays within the maximum. A failure is ignored.
     void makeRoom() const;
 
 private:

@@ -13,10 +13,10 @@ namespace {
 
 using json::Value;
 
-/// The name that assignments of older documents bear; it is replaced by the mode's title.
+/// The name of assignments in older documents; the title of their mode replaces it.
 constexpr std::string_view kOlderVariantName = "Default";
 
-/// As many as a connection or assignment can have.
+/// The maximum number of keys of a connection or assignment.
 constexpr std::size_t kMaxMembers = 11;
 
 Value written(const UUID& id) {
@@ -44,7 +44,7 @@ Value written(const KeyboardShortcutSpec& shortcut) {
     return object;
 }
 
-/// Fastest where the keys come in ascending order.
+/// Fastest if the keys come in ascending order.
 void write(Value::object_t& members, const char* key, Value value) {
     members.emplace_hint(members.end(), key, std::move(value));
 }
@@ -55,7 +55,7 @@ void write(Value::object_t& members, const char* key, const std::optional<std::s
     }
 }
 
-/// Writes what connections and assignments have in common.
+/// Writes the members that connections and assignments share.
 template <typename Connection>
 Value::object_t writtenEndpoints(const Connection& connection) {
     Value::object_t members;
@@ -124,7 +124,7 @@ ChannelMode readChannelMode(const Value& mode) {
 }
 
 KeyboardShortcutSpec readShortcut(const Value& object) {
-    // Not by the normalising constructor: a shortcut stays as it was saved.
+    // Not by the normalising constructor, so that the shortcut stays as it was saved.
     KeyboardShortcutSpec shortcut;
     shortcut.key = json::string(json::required(object, "key"));
     for (const Value& value : json::array(json::required(object, "modifiers"))) {
@@ -156,8 +156,8 @@ MIDIRouteVariant readVariant(const Value& object) {
     return variant;
 }
 
-/// Gives the assignments of a document from before they had modes of their own the modes they then had, and a name
-/// that tells the mode.
+/// In old documents, assignments have no mode of their own. Gives each the mode that it had then, and a name with that
+/// mode.
 void migrateChannelModes(MIDIRoute& route, const ChannelMode& savedMode) {
     for (auto& variant : route.variants) {
         if (!variant.channelMode) {

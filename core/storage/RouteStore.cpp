@@ -36,7 +36,7 @@ std::size_t fingerprint(std::string_view text) {
     return std::hash<std::string_view>()(text);
 }
 
-/// A file's text, or why there is none.
+/// The text of a file, or the reason why it could not be read.
 struct FileText {
     std::optional<std::string> text;
     std::string problem;
@@ -56,14 +56,14 @@ FileText readText(const path& file) {
     }
 }
 
-/// The document in a file. If there is none, the problem says why.
+/// The document in a file. If there is none, `problem` gives the reason.
 std::optional<MIDIRouteSetDocument> documentIn(FileText& file) {
     try {
         return file.text ? std::optional(RouteSetDocumentCoder::decode(*file.text)) : std::nullopt;
     } catch (const DecodingError& error) {
         file.problem = error.what();
     } catch (const std::bad_alloc&) {
-        // A small file can hold very many values; a show must start all the same.
+        // A small file can hold very many values. The program must start all the same.
         file.problem = kNoMemory;
     }
     return std::nullopt;
@@ -76,7 +76,7 @@ void removeFolderIfEmpty(const path& folder) {
     }
 }
 
-/// Whether anything is at the path, as far as can be told; a place that cannot be looked at is left alone.
+/// Whether the path exists. A path that cannot be examined counts as taken, so that it is left alone.
 bool isTaken(const path& file) {
     std::error_code error;
     return std::filesystem::status(file, error).type() != std::filesystem::file_type::not_found;
@@ -109,7 +109,7 @@ MIDIRouteSetDocument RouteStore::loadDocument() const {
         known_ = fingerprint(*current.text);
         return *std::move(document);
     }
-    // A link that leads nowhere is never normal: what it leads to may be on a disk that is not there yet.
+    // A broken link is never normal: its target may be on a disk that is not mounted yet.
     const bool isNormal = current.isMissing && missingFile_ == MissingFile::isNormal && !isLink(fileURL_);
     const auto noteProblem = [&](std::string_view consequence) {
         if (!isNormal) {
@@ -153,7 +153,7 @@ void RouteStore::save(const std::vector<MIDIRoute>& routes) const {
 }
 
 std::optional<path> RouteStore::replaceFile(std::string_view text) const {
-    // Ahead of the copy, so that saves that fail again and again for want of space leave no copies behind.
+    // Written before the copy is made, so that repeated saves that fail for lack of space leave no copies.
     AtomicFile replacement(fileURL_, text);
     std::optional<path> copy = keepIfUnknown(replacement);
     replacement.commit();
@@ -188,7 +188,7 @@ void RouteStore::migrate(const MIDIRouteSetDocument& document, const path& legac
     try {
         saveDocument(document);
     } catch (const RouteStoreError&) {
-        // The old file is still there, so the next start tries again.
+        // The old file still exists, so the next start tries again.
         return;
     }
     std::error_code ignored;

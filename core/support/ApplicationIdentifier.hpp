@@ -4,7 +4,7 @@
 
 namespace corvel {
 
-/// Names the application to the system: queue labels, drag payloads and settings begin with it.
+/// The application's name in the system: queue labels, drag payloads and settings begin with it.
 inline constexpr std::string_view kApplicationIdentifier = "app.corvel";
 
 }  // namespace corvel

@@ -8,15 +8,14 @@
 
 namespace corvel {
 
-/// A first-in, first-out queue whose elements never move: memory comes in chunks, and is given back chunk by chunk.
+/// A first-in, first-out queue whose elements never move: memory is allocated and freed in chunks.
 ///
-/// A number of chunks is there from the start and kept, and its memory has been written to. A thread that routes MIDI
-/// must not wait for the heap, nor for the page fault with which memory that is only reserved answers its first use.
-/// One thread at a time.
+/// A number of chunks is allocated at the start and kept, and its memory has been written to. So a thread that routes
+/// MIDI waits neither for the heap nor for the page fault at the first use of reserved memory. One thread at a time.
 template <typename Value, std::size_t ChunkSize>
 class ChunkedQueue {
 public:
-    /// A queue that holds `keptCount` elements, rounded up to whole chunks, without asking for memory.
+    /// A queue that holds `keptCount` elements, rounded up to whole chunks, without allocating.
     explicit ChunkedQueue(std::size_t keptCount) : keptChunks_((keptCount + ChunkSize - 1) / ChunkSize + 1) {
         for (std::size_t count = 0; count < keptChunks_; ++count) {
             keep(std::make_unique<Chunk>());
@@ -42,8 +41,8 @@ public:
         ++size_;
     }
 
-    /// The oldest elements, as many as stand together; empty only if the queue is. They stay where they are, also while
-    /// others are added, until they are popped.
+    /// The oldest elements that are contiguous; empty only if the queue is. They do not move until they are popped,
+    /// even if others are added.
     [[nodiscard]] std::span<Value> front() {
         return first_ ? std::span(first_->values).subspan(first_->begin, first_->end - first_->begin)
                       : std::span<Value>();
@@ -52,7 +51,7 @@ public:
     /// Removes the oldest `count` elements. Precondition: `count` is at most `front().size()`.
     void pop(std::size_t count) {
         for (; count > 0; --count, --size_) {
-            // Releases what the element holds.
+            // Releases what the element owns.
             first_->values[first_->begin++] = Value();
         }
         if (first_ && first_->begin == first_->end) {
@@ -70,8 +69,7 @@ public:
         }
     }
 
-    /// Moves the oldest elements, as many as stand together, into `other`, which is empty. Takes the same short time
-    /// for any number of elements.
+    /// Moves the oldest contiguous elements into `other`, which must be empty. Constant time.
     void moveFrontTo(ChunkedQueue& other) {
         if (empty()) {
             return;
@@ -79,7 +77,7 @@ public:
         const std::size_t count = first_->end - first_->begin;
         std::unique_ptr<Chunk> chunk = detachFirst();
         size_ -= count;
-        // In exchange for a chunk that `other` is through with: the emptied one that it was left with, or a spare one.
+        // The chunk is exchanged for the emptied one that `other` still has, or for a spare one.
         if (other.first_) {
             keep(other.detachFirst());
         } else if (other.spare_) {
@@ -114,7 +112,7 @@ private:
         return chunk;
     }
 
-    /// Keeps a chunk for later use, or frees it if there are enough.
+    /// Keeps a chunk for later use, or frees it if enough are kept.
     void keep(std::unique_ptr<Chunk> chunk) {
         if (spareCount_ < keptChunks_) {
             chunk->begin = chunk->end = 0;

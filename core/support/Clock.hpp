@@ -8,7 +8,7 @@ namespace corvel {
 /// A wall-clock instant in whole nanoseconds since the Unix epoch.
 using Instant = std::chrono::sys_time<std::chrono::nanoseconds>;
 
-/// Tells the wall-clock time, so that whatever stamps an event can be run on a clock that a test sets by hand.
+/// Gives the wall-clock time, so that tests can set the clock by hand.
 class Clock {
 public:
     virtual ~Clock() = default;
@@ -17,7 +17,7 @@ public:
     [[nodiscard]] virtual Instant now() const = 0;
 };
 
-/// The system's own clock.
+/// The system's clock.
 [[nodiscard]] std::shared_ptr<const Clock> makeSystemClock();
 
 }  // namespace corvel

@@ -15,7 +15,7 @@ namespace corvel {
 
 namespace {
 
-/// The name for the collation data of the locale; the root locale's is empty.
+/// The locale's name for collation data; empty for the root locale.
 std::string collationLocale(std::string_view locale) {
     const std::string_view withoutCodeset = locale.substr(0, locale.find('.'));
     constexpr std::array kPlainLocales{"C", "POSIX", "en_US_POSIX"};

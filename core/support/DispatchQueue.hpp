@@ -8,15 +8,15 @@
 
 namespace corvel {
 
-/// A task that was scheduled for later and can be called off until it runs.
+/// A task that is scheduled for later and can be cancelled until it runs.
 class DispatchWorkItem {
 public:
     explicit DispatchWorkItem(Task task) : task_(std::move(task)) {}
 
-    /// Calls the work off. Only on the queue that it was scheduled on.
+    /// Cancels the work. Only on the queue that it was scheduled on.
     void cancel() { task_ = Task(); }
 
-    /// Runs the work once, unless it was called off. For queues.
+    /// Runs the work once, unless it was cancelled. For queues.
     void perform() {
         if (Task task = std::move(task_); task) {
             task();
@@ -29,26 +29,26 @@ private:
 
 /// A serial queue: runs the tasks posted to it one at a time, in the order in which they were posted.
 ///
-/// All operations may be called from any thread. An exception that leaves a task is reported on standard error and
-/// does not end the queue.
+/// Any thread may call all operations. An exception that leaves a task is reported on standard error and does not end
+/// the queue.
 class DispatchQueue {
 public:
     virtual ~DispatchQueue() = default;
 
-    /// Posts a task and returns at once. Tasks are never run inside this call.
+    /// Posts a task and returns at once. The task never runs inside this call.
     virtual void async(Task task) = 0;
 
-    /// Posts a task that may wait for some milliseconds, so that the queue need not wake its thread for it. The order
-    /// among all tasks stays that of their posts.
+    /// Posts a task that may wait a few milliseconds, so that the queue need not wake its thread for it. All tasks
+    /// still run in the order in which they were posted.
     virtual void asyncDeferred(Task task) { async(std::move(task)); }
 
-    /// Posts a task and waits until it has run. On the queue itself the task runs at once.
+    /// Posts a task and waits until it has run. If called on the queue itself, runs the task at once.
     virtual void sync(Task task) = 0;
 
-    /// Posts the work item once `delay` has passed on the steady clock.
+    /// Posts the work item after `delay` on the steady clock.
     virtual void asyncAfter(std::chrono::nanoseconds delay, std::shared_ptr<DispatchWorkItem> item) = 0;
 
-    /// Whether the calling thread is the one that runs this queue's tasks.
+    /// Whether the calling thread runs this queue's tasks.
     [[nodiscard]] virtual bool isCurrent() const = 0;
 };
 

@@ -31,7 +31,7 @@ namespace {
 
 using SteadyTime = EventLoop::SteadyTime;
 
-/// An open descriptor, closed with its owner.
+/// A file descriptor that its owner closes.
 class Descriptor {
 public:
     Descriptor(int value, const char* what) : value_(value) {
@@ -45,7 +45,7 @@ public:
 
     [[nodiscard]] int get() const { return value_; }
 
-    /// Takes the count that an event or timer descriptor holds, so that it is no longer ready.
+    /// Reads the count of an event or timer descriptor, so that the descriptor is no longer ready.
     void drain() const {
         std::uint64_t count = 0;
         [[maybe_unused]] const ssize_t size = ::read(value_, &count, sizeof count);
@@ -55,7 +55,7 @@ private:
     int value_;
 };
 
-/// The loop itself. Its thread shares it with the handle, so that either may go first.
+/// The loop itself. Its thread shares it with the handle, so that either may end first.
 class Loop {
 public:
     explicit Loop(std::string label) : label_(std::move(label)) {
@@ -63,7 +63,7 @@ public:
         add(timer_.get());
     }
 
-    /// Makes the calling thread the loop's.
+    /// Makes the calling thread the loop's thread.
     void adoptThread() { thread_.store(std::this_thread::get_id()); }
 
     [[nodiscard]] bool isCurrent() const {
@@ -120,10 +120,10 @@ public:
             callSecondHandlers();
             share_.endRound(roundTime_, *timeout == 0);
         }
-        // What was posted before the end is owed; what these last tasks post is not, or an end might never come.
+        // Tasks posted before the end still run. Tasks that these post do not, because the loop might never end.
         takePendingTasks();
         runTakenTasks();
-        // Everything that is left goes on this thread; later posts are dropped.
+        // Remaining tasks are destroyed on this thread; later posts are dropped.
         std::vector<Task> tasks;
         std::multimap<SteadyTime, std::shared_ptr<DispatchWorkItem>> items;
         {
@@ -176,8 +176,8 @@ private:
         [[maybe_unused]] const ssize_t size = ::write(wake_.get(), &one, sizeof one);
     }
 
-    /// Arms the timer and tells how many milliseconds to wait for descriptors, -1 for as long as it takes. No value
-    /// when the loop is to end.
+    /// Sets the timer and returns how many milliseconds to wait for descriptors, -1 for no limit. No value if the loop
+    /// is to end.
     std::optional<int> beginRound() {
         const std::lock_guard lock(mutex_);
         if (isStopping_) {
@@ -196,7 +196,7 @@ private:
     void arm() {
         itimerspec setting{};
         if (armed_) {
-            // The steady clock and the timer's monotonic clock are the same; a zero time would disarm the timer.
+            // The steady clock is the timer's monotonic clock. A time of zero would disable the timer.
             const std::int64_t nanoseconds =
                 std::max<std::int64_t>(1, std::chrono::nanoseconds(armed_->time_since_epoch()).count());
             setting.it_value.tv_sec = nanoseconds / 1'000'000'000;
@@ -220,7 +220,7 @@ private:
                 timer_.drain();
                 isDue = true;
             } else if (const auto found = watches_.find(descriptor); found != watches_.end()) {
-                // The handler may end its own watch: keep it until it returns.
+                // The handler may end its own watch, so keep the watch until the handler returns.
                 ready_.push_back(found->second);
                 guarded(ready_.back()->onReady);
             }
@@ -237,7 +237,7 @@ private:
         ready_.clear();
     }
 
-    /// Takes all tasks that wait. A work item that is due joins them at the end, behind the tasks posted before.
+    /// Takes all waiting tasks. A due work item is added at the end, after the tasks posted before.
     void takePendingTasks() {
         const std::lock_guard lock(mutex_);
         for (const SteadyTime now = std::chrono::steady_clock::now(); !timed_.empty() && timed_.begin()->first <= now;
@@ -250,7 +250,7 @@ private:
 
     void runTakenTasks() {
         for (Task& taken : running_) {
-            // Each task goes as soon as it has run, and with it what it holds.
+            // Each task is destroyed as soon as it has run, with everything it holds.
             Task task = std::move(taken);
             guarded(task);
         }
@@ -276,11 +276,11 @@ private:
 
     QueueMutex mutex_;
     std::vector<Task> pending_;
-    /// Whether `pending_` holds anything, to be asked without the lock.
+    /// Whether `pending_` holds tasks; can be read without the lock.
     std::atomic<bool> hasPending_ = false;
     std::multimap<SteadyTime, std::shared_ptr<DispatchWorkItem>> timed_;
-    /// Whether the next post has to wake the thread. The loop itself takes it back without the lock, since a
-    /// superfluous wake-up does no harm.
+    /// Whether the next post must wake the thread. The loop clears it without the lock: a superfluous wake-up does no
+    /// harm.
     std::atomic<bool> isWaiting_ = false;
     std::optional<SteadyTime> armed_;
     bool isStopping_ = false;
@@ -290,7 +290,7 @@ private:
     SteadyTime roundTime_{};
     std::vector<Task> running_;
     std::map<int, std::shared_ptr<Watch>> watches_;
-    /// The watches whose descriptors were ready in this round.
+    /// The watches whose descriptors are ready in this round.
     std::vector<std::shared_ptr<Watch>> ready_;
     ProcessorShare share_;
 };
@@ -328,7 +328,7 @@ public:
             task();
             return;
         }
-        // A task that the loop drops at its end breaks the promise, which ends the wait as well.
+        // If the loop ends and drops the task, the broken promise also ends the wait.
         std::promise<void> done;
         const std::future<void> isDone = done.get_future();
         loop_->async([&task, done = std::move(done)]() mutable {

@@ -9,34 +9,34 @@
 
 namespace corvel {
 
-/// A serial queue with a thread of its own that also watches file descriptors: the engine's queue.
+/// A serial queue with its own thread that also watches file descriptors: the engine's queue.
 ///
-/// One round calls the handlers of the descriptors that are ready, runs the tasks posted until then, and calls the
-/// second handlers of those descriptors. Input that is read in the first handler and delivered in the second is thus
-/// handled on one thread, behind every task that was posted before it was read.
+/// One round calls the handlers of the ready descriptors, runs the tasks posted so far, and calls the second handlers
+/// of those descriptors. So input that the first handler reads and the second delivers is handled on one thread, after
+/// every task that was posted before the read.
 ///
-/// The thread never uses its processor for more than 95 % of the time: with real-time priority, a flood would otherwise
-/// keep other programs from running at all.
+/// The thread uses at most 95 % of its processor: at real-time priority, a flood would otherwise stop all other
+/// programs.
 ///
-/// Releasing the last reference ends the loop after the tasks that were posted before, and waits for its thread, except
-/// on that thread itself, where the loop ends on its own after the current task.
+/// Releasing the last reference ends the loop after the tasks posted before, and waits for its thread. If it is
+/// released on that thread, the loop ends after the current task instead.
 class EventLoop : public DispatchQueue {
 public:
     using SteadyTime = std::chrono::steady_clock::time_point;
     using Handler = std::function<void()>;
 
-    /// A loop whose thread is named by the label's last 15 characters. Throws `std::system_error` when the system has
-    /// no descriptor or thread left.
+    /// A loop whose thread is named by the last 15 characters of the label. Throws `std::system_error` if the system
+    /// has no descriptor or thread left.
     [[nodiscard]] static std::shared_ptr<EventLoop> withThread(const std::string& label);
 
-    /// Watches a descriptor for reading until `unwatch`: calls `onReady` while it has something to read (or has
-    /// failed), and in the same round `afterTasks`. On the loop only. Throws `std::system_error`.
+    /// Watches a descriptor until `unwatch`. While it can be read (or has failed), calls `onReady` and, in the same
+    /// round, `afterTasks`. On the loop only. Throws `std::system_error`.
     virtual void watch(int descriptor, Handler onReady, Handler afterTasks) = 0;
 
-    /// Ends watching; no handler is called again. On the loop only, before the descriptor is closed.
+    /// Ends the watch; its handlers are not called again. On the loop only, before the descriptor is closed.
     virtual void unwatch(int descriptor) = 0;
 
-    /// When the current round began. On the loop only; costs nothing, unlike reading the clock.
+    /// The time when the current round began. On the loop only; cheaper than reading the clock.
     [[nodiscard]] virtual SteadyTime roundTime() const = 0;
 };
 

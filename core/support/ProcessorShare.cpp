@@ -12,10 +12,10 @@ using namespace std::chrono_literals;
 
 constexpr std::chrono::nanoseconds kWindow = 25ms;
 
-/// What arrives meanwhile has to fit into what the system keeps for a client.
+/// Messages that arrive during a pause must fit into the sequencer's buffer for a client.
 constexpr std::chrono::nanoseconds kMaxPause = 2ms;
 
-/// Rounds in a window from which on the thread may be busy.
+/// Minimum number of rounds in a window in which the thread counts as possibly busy.
 constexpr unsigned kManyRounds = 16;
 
 std::chrono::nanoseconds usedProcessorTime() {
@@ -47,7 +47,7 @@ void ProcessorShare::endWindow(SteadyTime now) {
     } else {
         usedBefore_ = -1ns;
     }
-    // The pause belongs to the window that it ends: in the next one it would pass for idle time.
+    // The pause belongs to the window that it ends; in the next window it would count as idle time.
     windowStart_ = now + pause;
     rounds_ = 0;
     mayBeBusy_ = false;

@@ -4,10 +4,10 @@
 
 namespace corvel {
 
-/// The lock inside a queue that a real-time thread shares with ordinary ones.
+/// The lock inside a queue that a real-time thread shares with ordinary threads.
 ///
-/// Whoever holds it runs at the priority of the most urgent thread that waits for it: otherwise an ordinary thread that
-/// is interrupted while it holds the lock would hold up MIDI for as long as the machine is busy with something else.
+/// Its holder runs at the priority of the most urgent waiting thread. Otherwise an ordinary thread that is interrupted
+/// while it holds the lock would delay MIDI for as long as the machine is busy.
 class QueueMutex {
 public:
     QueueMutex() {
@@ -21,7 +21,7 @@ public:
     QueueMutex& operator=(const QueueMutex&) = delete;
     ~QueueMutex() { pthread_mutex_destroy(&mutex_); }
 
-    // The names that the standard library's guards expect.
+    // Named as the standard library's guards require.
     void lock() { pthread_mutex_lock(&mutex_); }
     void unlock() { pthread_mutex_unlock(&mutex_); }
 

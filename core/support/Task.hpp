@@ -8,16 +8,16 @@
 
 namespace corvel {
 
-/// A piece of work for a queue: a callable without arguments, run at most once, movable and never copied.
+/// A task for a queue: a callable without arguments. It runs at most once, and can be moved but not copied.
 ///
-/// Callables of up to `kInlineSize` bytes live inside the task itself, so that posting one costs no allocation: a
-/// delivery of a short message fits. Larger ones are kept on the heap.
+/// Callables of up to `kInlineSize` bytes are stored in the task itself, so posting them allocates nothing; the
+/// delivery of a short message fits. Larger ones are stored on the heap.
 class Task {
 public:
     static constexpr std::size_t kInlineSize = 112;
 
-    /// Whether a callable of this type lives inside the task. One whose move may throw does not: moving a task must
-    /// not.
+    /// Whether a callable of this type is stored in the task. Not if its move may throw, because moving a task must not
+    /// throw.
     template <typename Callable>
     static constexpr bool kIsInline =
         sizeof(Callable) <= kInlineSize && alignof(Callable) <= alignof(std::max_align_t) &&
@@ -27,7 +27,7 @@ public:
 
     template <typename Callable>
         requires(!std::is_same_v<std::decay_t<Callable>, Task> && std::is_invocable_v<std::decay_t<Callable>&>)
-    // NOLINTNEXTLINE(google-explicit-constructor): a callable is a task wherever one is posted
+    // NOLINTNEXTLINE(google-explicit-constructor): a callable converts to a task when it is posted
     Task(Callable&& callable) {
         using Stored = std::decay_t<Callable>;
         if constexpr (kIsInline<Stored>) {
@@ -51,10 +51,10 @@ public:
     Task& operator=(const Task&) = delete;
     ~Task() { reset(); }
 
-    /// Whether there is anything to run.
+    /// Whether there is a callable.
     explicit operator bool() const { return operations_ != nullptr; }
 
-    /// Runs the work. Precondition: there is some.
+    /// Runs the callable. Precondition: there is one.
     void operator()() { operations_->run(storage_.data()); }
 
 private:

@@ -13,7 +13,7 @@ namespace corvel::text {
 
 namespace {
 
-/// Sequences that are not UTF-8 become U+FFFD, one for each maximal part of a sequence.
+/// Invalid UTF-8 becomes U+FFFD, one for each maximal part of a sequence.
 icu::UnicodeString decoded(std::string_view value) {
     return icu::UnicodeString::fromUTF8(icu::StringPiece(value.data(), static_cast<std::int32_t>(value.size())));
 }

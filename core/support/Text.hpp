@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-/// Rules for text that a user may see or type. Everything is UTF-8; all functions are pure and may run on any thread.
+/// Rules for text that a user sees or types. All text is UTF-8. All functions are pure; any thread may call them.
 namespace corvel::text {
 
 /// Full lower-case mapping of the root locale.
@@ -15,14 +15,14 @@ namespace corvel::text {
 /// Whether the text is exactly one character as a user perceives it (one extended grapheme cluster).
 [[nodiscard]] bool isSingleCharacter(std::string_view value);
 
-/// The text with every sequence that is not UTF-8 replaced by U+FFFD; valid text comes back unchanged.
+/// The text with invalid UTF-8 replaced by U+FFFD; valid text is unchanged.
 [[nodiscard]] std::string repairedUTF8(std::string_view value);
 
-/// The text without the white space (Unicode's property of that name, line breaks included) at its two ends. Sequences
-/// that are not UTF-8 become U+FFFD, so that a name that was typed can be stored.
+/// The text without leading and trailing white space (as Unicode defines it, with line breaks). Invalid UTF-8 becomes
+/// U+FFFD, so that a typed name can be stored.
 [[nodiscard]] std::string trimmed(std::string_view value);
 
-/// The text between double quotes, as a name stands in a message.
+/// The text in double quotes, for names in messages.
 [[nodiscard]] std::string quoted(std::string_view value);
 
 }  // namespace corvel::text

@@ -11,8 +11,8 @@ namespace {
 
 constexpr std::size_t kTextLength = UUID_STR_LEN - 1;
 
-/// A generator with 256 bits of seed from the system: few enough to be quick to draw, many enough that no two threads
-/// or runs of the program ever share a sequence.
+/// A generator with a 256-bit seed from the system: quick to draw, and large enough that two threads or runs of the
+/// program never share a sequence.
 std::mt19937_64 makeGenerator() {
     std::random_device entropy;
     std::array<std::uint32_t, 8> words{};
@@ -26,7 +26,7 @@ std::mt19937_64 makeGenerator() {
 }  // namespace
 
 UUID UUID::random() {
-    // Every routed message's event gets an identity, so drawing one must not cost a system call.
+    // Every routed message needs an identity, so drawing one must not cost a system call.
     thread_local std::mt19937_64 generator = makeGenerator();
     const std::array<std::uint64_t, 2> halves{generator(), generator()};
     UUID result{std::bit_cast<std::array<std::uint8_t, 16>>(halves)};

@@ -15,12 +15,11 @@ namespace corvel {
 struct UUID {
     std::array<std::uint8_t, 16> bytes{};
 
-    /// A fresh random (version 4) identifier. Any thread; no system call and no allocation once a thread has made
-    /// its first.
+    /// A new random (version 4) identifier. Any thread; after a thread's first call, no system call and no allocation.
     [[nodiscard]] static UUID random();
 
-    /// Reads the canonical form: exactly 36 characters, hyphens at their places, hexadecimal digits of either case.
-    /// No value for anything else.
+    /// Reads the canonical form: exactly 36 characters, with hyphens in their places and hexadecimal digits of either
+    /// case. No value for any other text.
     [[nodiscard]] static std::optional<UUID> parse(std::string_view text);
 
     /// The canonical 36-character form in upper case.
