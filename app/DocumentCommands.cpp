@@ -19,23 +19,23 @@ namespace {
 constexpr int kSucceeded = 0;
 constexpr int kFailed = 1;
 
-/// What an endpoint argument means.
+/// The ID or name in an endpoint argument.
 using EndpointKey = std::variant<std::int32_t, std::string>;
 
-/// Something to choose from when an argument does not say which.
+/// One of the objects that the user can choose from if an argument is not unique.
 struct Candidate {
     std::string name;
     std::string id;
 };
 
-/// The ID that an argument found, or why it found none.
+/// The ID that an argument means, or the failure if there is none.
 using Found = std::variant<std::int32_t, CommandResult>;
 
 CommandResult failure(std::string text) {
     return {kFailed, std::move(text)};
 }
 
-/// A name between quotes as it is listed: whatever it holds, it keeps to its line.
+/// A name between quotes as it is listed: always on one line.
 std::string inQuotes(std::string_view name) {
     return text::quoted(escapedLine(name));
 }
@@ -47,7 +47,7 @@ CommandResult outcome(const MIDIRouterViewModel& model) {
                        : CommandResult{kSucceeded, escapedLine(model.statusMessage())};
 }
 
-/// `text` and the candidates, one a line.
+/// `text` and the candidates, one on each line.
 CommandResult failureWithCandidates(std::string text, std::string_view heading,
                                     const std::vector<Candidate>& candidates) {
     if (!candidates.empty()) {
@@ -59,7 +59,7 @@ CommandResult failureWithCandidates(std::string text, std::string_view heading,
     return failure(std::move(text));
 }
 
-/// Names are taken as they are and as they are listed, where line breaks and the like are written out.
+/// A name matches as it is, and as it is listed, with line breaks and the like escaped.
 bool isCalled(const std::string& name, std::string_view argument) {
     return name == argument || escapedLine(name) == argument;
 }
@@ -69,7 +69,7 @@ bool readsAsNumber(std::string_view text) {
     return !digits.empty() && digits.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-/// No value for a number that is no ID because it has more than 32 bits.
+/// No value for a number that is not an ID because it needs more than 32 bits.
 std::optional<EndpointKey> endpointKey(std::string_view argument) {
     if (!readsAsNumber(argument)) {
         return std::string(argument);
@@ -82,7 +82,7 @@ std::optional<EndpointKey> endpointKey(std::string_view argument) {
     return id;
 }
 
-/// What distinguishes the commands' words for an input from those for an output.
+/// The words for an input or an output in the commands' answers.
 struct Side {
     std::string_view noun;
     std::string_view plural;
@@ -131,7 +131,7 @@ const MIDIRoute* findConnection(const MIDIRouterViewModel& model, std::int32_t s
     return found == model.routes().end() ? nullptr : &*found;
 }
 
-/// Gives the connection an assignment on the channel, or activates the one that it has.
+/// Adds an assignment on the channel, or activates an existing one.
 void activateChannel(MIDIRouterViewModel& model, const MIDIRoute& route, int channel) {
     const ChannelMode mode = ChannelMode::force(channel);
     const auto existing = std::ranges::find_if(route.variants, [&](const MIDIRouteVariant& variant) {
@@ -246,7 +246,7 @@ CommandResult disconnect(MIDIRouterViewModel& model, std::string_view source, st
         return failureWithCandidates("There is no connection from " + inQuotes(source) + " to " + inQuotes(destination),
                                      "the connections of " + inQuotes(model.selectedRouteSetName()) + " are", all);
     }
-    // Connections of the same two endpoints cannot be told apart here, and all of them are meant.
+    // Connections between the same two endpoints cannot be distinguished here, so all of them are deleted.
     if (std::ranges::any_of(found, [&](const Candidate& other) { return other.id != found.front().id; })) {
         return failureWithCandidates("Several connections go from " + inQuotes(source) + " to " + inQuotes(destination),
                                      "give the IDs of one", found);

@@ -12,41 +12,43 @@
 
 namespace corvel {
 
-/// A value with its place in the list that it belongs to.
+/// A value and its index in its list.
 template <typename Value>
 struct Placed {
     std::size_t index = 0;
     Value value;
 };
 
-/// A connection on the other side of an edit.
+/// The state of a connection that undo or redo restores.
 struct ConnectionChange {
     UUID id;
-    /// None if it does not exist there; several if a document written by hand gives several the same ID.
+    /// Empty if the connection did not exist; several if a hand-written document has several with the same ID.
     std::vector<Placed<MIDIRoute>> connections;
-    /// The assignment that is active on this side. The performer may have switched to another since, which stays.
+    /// The assignment that is active before it restores. If the performer has switched to another since, that one stays
+    /// active.
     std::optional<UUID> activeVariantID;
 };
 
-/// A set on the other side of an edit.
+/// The state of a set that undo or redo restores.
 struct RouteSetChange {
-    /// None if it does not exist there.
+    /// Empty if the set did not exist.
     std::optional<Placed<MIDIRouteSet>> routeSet;
-    /// The current set there and on this side. The performer may have gone to another since, which stays.
+    /// The current set in that state, and the current set before it is restored. If the performer has switched to
+    /// another set since, that one stays current.
     UUID selectedSetID;
     UUID leftSetID;
 };
 
-/// A set's name on the other side of an edit.
+/// The name of a set that undo or redo restores.
 struct RouteSetNameChange {
     std::string name;
 };
 
-/// An edit of the document that can be taken back, or made again: whichever side of it the document is not on.
+/// An edit of the document, with the state that undo or redo restores.
 struct DocumentEdit {
     /// What the user did, as in menus: "Delete Connection".
     std::string name;
-    /// The set that is or holds what was edited.
+    /// The edited set, or the set that holds the edited connection.
     UUID setID;
     std::variant<ConnectionChange, RouteSetChange, RouteSetNameChange> change;
 };

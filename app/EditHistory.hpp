@@ -15,17 +15,18 @@ class EditHistory {
 public:
     static constexpr std::size_t kLimit = 100;
 
-    /// Adds an edit of the user; the oldest one beyond the limit goes, and nothing can be redone any more.
+    /// Adds an edit of the user. Removes the oldest one beyond the limit and all edits that could be redone.
     void record(DocumentEdit edit) {
         redo_.clear();
         push(undo_, std::move(edit));
     }
 
-    /// What would be undone or redone next; no value if nothing can be.
+    /// The name of the edit that would be undone or redone next; no value if there is none.
     [[nodiscard]] std::optional<std::string> undoName() const { return nameOf(undo_); }
     [[nodiscard]] std::optional<std::string> redoName() const { return nameOf(redo_); }
 
-    /// Takes out the next edit to be undone or redone. Its opposite, once it is carried out, goes to the other side.
+    /// Removes and returns the next edit to be undone or redone. After carrying it out, add its opposite to the other
+    /// list.
     [[nodiscard]] std::optional<DocumentEdit> takeUndo() { return take(undo_); }
     [[nodiscard]] std::optional<DocumentEdit> takeRedo() { return take(redo_); }
     void addUndo(DocumentEdit edit) { push(undo_, std::move(edit)); }

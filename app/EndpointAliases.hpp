@@ -12,20 +12,20 @@
 
 namespace corvel {
 
-/// The names that the user gave to endpoints. They are kept in the settings under direction and unique ID, which stay
-/// the same for the same device. Nothing but what is shown depends on them. Main thread only.
+/// The names that the user gave to endpoints. They are stored in the settings by direction and unique ID, which stay
+/// the same for the same device. They affect only what is displayed. Main thread only.
 class EndpointAliases {
 public:
-    /// The settings' keys begin so; direction, a dot and the ID follow: "Corvel.alias.source.1048576".
+    /// Prefix of the settings' keys; direction, a dot and the ID follow: "Corvel.alias.source.1048576".
     static constexpr std::string_view kKeyPrefix = "Corvel.alias.";
 
-    /// Reads the names that are there.
+    /// Reads the stored names.
     explicit EndpointAliases(std::shared_ptr<Settings> settings);
 
     /// The endpoint's name, or null. Valid until that name changes.
     [[nodiscard]] const std::string* find(MIDIEndpointDirection direction, std::int32_t endpointID) const;
 
-    /// Stores a name without the white space around it; an empty one takes the name away.
+    /// Stores a name without surrounding white space. An empty name removes the stored one.
     void set(MIDIEndpointDirection direction, std::int32_t endpointID, std::string_view alias);
 
 private:

@@ -10,8 +10,8 @@
 
 namespace corvel {
 
-/// The endpoints of one direction in the order in which they are shown, with look-ups that cost the logarithm
-/// of their number: every connection is looked up at every change of the MIDI setup.
+/// The endpoints of one direction in display order, with lookups of logarithmic cost, because every connection is
+/// looked up at every change of the MIDI setup.
 class EndpointList {
 public:
     EndpointList() = default;
@@ -25,8 +25,8 @@ public:
     /// The first endpoint with this unique ID, or null. Valid as long as the list.
     [[nodiscard]] const MIDIEndpointModel* find(std::int32_t id) const;
 
-    /// The one endpoint with this name and, when a manufacturer is given, that manufacturer. Null when there
-    /// is none, or more than one to choose from, or no name. Valid as long as the list.
+    /// The only endpoint with this name and, if given, this manufacturer. Null if there is none or more than one, or if
+    /// no name is given. Valid as long as the list.
     [[nodiscard]] const MIDIEndpointModel* resolve(const std::optional<std::string>& name,
                                                    const std::optional<std::string>& manufacturer) const;
 

@@ -16,7 +16,7 @@ namespace {
 /// ID, state, name, manufacturer.
 using Row = std::array<std::string, 4>;
 
-/// Columns of a terminal, taking every code point for one.
+/// The width in terminal columns, counting one for each code point.
 std::size_t width(std::string_view text) {
     return static_cast<std::size_t>(
         std::ranges::count_if(text, [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; }));

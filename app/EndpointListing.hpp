@@ -11,7 +11,7 @@ namespace corvel::EndpointListing {
 [[nodiscard]] std::string table(const MIDIEndpoints& endpoints);
 
 /// For programs: an object with "sources" and "destinations", each an array of objects with "id", "displayName",
-/// "manufacturer" (null where there is none) and "isOnline".
+/// "manufacturer" (null if there is none) and "isOnline".
 [[nodiscard]] std::string json(const MIDIEndpoints& endpoints);
 
 }  // namespace corvel::EndpointListing

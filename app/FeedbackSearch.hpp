@@ -9,9 +9,9 @@
 
 namespace corvel {
 
-/// The enabled connections through which a message comes back to where it started: those that connect a port to
-/// itself, and those that close a circle over ports which send what they are sent. Endpoints that are away, and ports
-/// that the service does not tell of, count for nothing.
+/// The enabled connections that return a message to where it started: connections from a port to itself, and
+/// connections that form a cycle over loopback ports. Ignores endpoints that are not present, and endpoints whose port
+/// the service does not give.
 [[nodiscard]] std::unordered_set<UUID> findFeedback(const std::vector<MIDIRoute>& routes, const EndpointList& sources,
                                                     const EndpointList& destinations);
 

@@ -16,7 +16,7 @@ namespace {
 
 using Property = MIDIRouterViewModel::Property;
 
-/// What an endpoint is called now; if it is away, what it was called; without a label, its ID.
+/// The current name of the endpoint; if it is not present, its stored label; without a label, its ID.
 std::string endpointName(const std::vector<MIDIEndpointModel>& present, std::int32_t id,
                          const std::optional<std::string>& label) {
     if (const auto found = std::ranges::find(present, id, &MIDIEndpointModel::id); found != present.end()) {

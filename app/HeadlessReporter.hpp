@@ -14,17 +14,17 @@
 
 namespace corvel {
 
-/// Writes what the engine reports to the model as lines of text, for a program without a window.
+/// Writes the model's reports as lines of text, for a program without a window.
 ///
-/// Diagnostics and failures, also those to save, are "HH:mm:ss.SSS message", further lines of the message indented by
-/// two blanks. Routed messages are, separated by tabs, the time, the names of source and destination, the kind, and all
-/// bytes in hexadecimal. Main thread only.
+/// Diagnostics and failures, also failed saves, are "HH:mm:ss.SSS message"; further lines of the message are indented
+/// by two spaces. Routed messages are the time, the names of source and destination, the kind, and all bytes in
+/// hexadecimal, separated by tabs. Main thread only.
 class HeadlessReporter {
 public:
-    /// Takes one whole line, its line feed included.
+    /// Receives one whole line, with its line feed.
     using LineSink = std::function<void(std::string line)>;
 
-    /// `activity` may be empty: routed messages are then not written.
+    /// If `activity` is empty, routed messages are not written.
     HeadlessReporter(std::shared_ptr<MIDIRouterViewModel> model, std::shared_ptr<const Clock> clock,
                      LineSink diagnostics, LineSink activity);
     HeadlessReporter(const HeadlessReporter&) = delete;
@@ -44,7 +44,7 @@ private:
     const std::shared_ptr<const Clock> clock_;
     const LineSink diagnostics_;
     const LineSink activity_;
-    /// Made anew when endpoints or connections have changed, so that a line costs one look-up.
+    /// Rebuilt after a change of endpoints or connections, so that a line costs one lookup.
     std::unordered_map<UUID, RouteNames> names_;
     bool areNamesStale_ = true;
     std::array<Observation, 4> observations_;

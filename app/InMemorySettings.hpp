@@ -7,8 +7,7 @@
 
 namespace corvel {
 
-/// Settings that end with the object that holds them: for the program without a window, which has none to
-/// keep.
+/// Settings that are lost with the object, for the program without a window.
 class InMemorySettings final : public Settings {
 public:
     [[nodiscard]] std::optional<std::string> string(std::string_view key) const override;

@@ -17,14 +17,14 @@ namespace {
 
 using ActivityEvents = MIDIRouterViewModel::ActivityEvents;
 
-/// Dark for lack of a stored mode and for any text that is none: what a stage wants.
+/// Dark, as a stage needs it, if no valid mode is stored.
 AppAppearanceMode storedAppearanceMode(const Settings& settings) {
     const std::optional<std::string> stored = settings.string(MIDIRouterViewModel::kAppearanceModeKey);
     return stored ? appAppearanceModeFromRawValue(*stored).value_or(AppAppearanceMode::dark) : AppAppearanceMode::dark;
 }
 
-/// Whether the graph shows a pulse for messages of this kind: the channel-voice messages except note-off,
-/// whose pulse would double every note's.
+/// Whether the graph shows a pulse for messages of this kind: channel-voice messages except note-off, which would
+/// double the pulses of every note.
 bool makesGraphPulse(MIDIMessageKind kind) {
     return kind >= MIDIMessageKind::noteOn && kind <= MIDIMessageKind::pitchBend;
 }
@@ -122,7 +122,7 @@ void MIDIRouterViewModel::applyEndpointSnapshot() {
     statusMessage_.set(std::to_string(sources().size()) + " inputs, " + std::to_string(destinations().size()) +
                        " outputs");
     if (showsLoadProblem) {
-        // A command of the user replaces it, devices do not.
+        // A command of the user replaces it, a change of devices does not.
         statusMessage_.set(*routeStore_->loadProblem());
     }
 }
@@ -246,13 +246,13 @@ void MIDIRouterViewModel::addDiagnostic(std::string message) {
 void MIDIRouterViewModel::appendGraphActivity(std::vector<MIDIActivityEvent> events) {
     const Instant cutoff = clock_->now() - kGraphActivityRetention;
     const auto isExpired = [cutoff](const MIDIActivityEvent& event) { return event.timestamp < cutoff; };
-    // Expired events go first, so that none of them takes the place of an event that is still to be shown.
+    // Expired events are removed first, so that they do not displace events that are still to be shown.
     std::erase_if(events, isExpired);
     graphActivityEvents_.edit([&](ActivityEvents& shown) {
         while (!shown.empty() && isExpired(shown.front())) {
             shown.pop_front();
         }
-        // After the clock was set back, expired events stand behind younger ones.
+        // If the clock was set back, expired events can be behind younger ones.
         removeEvents(shown, isExpired);
         for (MIDIActivityEvent& event : events) {
             shown.push_back(std::move(event));
@@ -311,7 +311,7 @@ void MIDIRouterViewModel::saveRouteSetDocument(std::optional<std::string> status
         }
         saveFailure_.reset();
     } catch (const std::exception& error) {
-        // Whatever it was, playing goes on with what is in memory, and the next change tries again.
+        // Whatever the error is, routing goes on with the values in memory, and the next change saves again.
         const std::string failure = std::string("Could not save sets: ") + error.what();
         recordSaveFailure(failure);
         statusMessage_.set(failure);

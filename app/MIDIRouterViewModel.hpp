@@ -40,21 +40,20 @@
 
 namespace corvel {
 
-/// The application: everything that a window shows and every command of the user.
+/// The application: everything that a window shows, and every command of the user.
 ///
-/// Holds the connection sets, of which one is current and is what the engine routes; follows the endpoints,
-/// and finds the endpoints of stored connections again when their IDs have changed. Every change is saved at
-/// once. A command reports its outcome in `statusMessage()` alone; one that names an unknown connection,
-/// assignment or set does nothing.
+/// Holds the connection sets and the current set, which the engine routes. Follows the endpoints, and finds those of
+/// stored connections again if their IDs have changed. Saves every change at once. A command reports its outcome only
+/// in `statusMessage()`; with an unknown connection, assignment or set it does nothing.
 ///
-/// Main thread only, the delegate's callbacks excepted: those may come on any thread and take effect on the
-/// main thread, in the order in which they came.
+/// Main thread only. The delegate's callbacks may come on any thread and take effect on the main thread, in their
+/// order.
 ///
-/// Observation. `observe` tells of each change of a property just before it happens, and also when the new
-/// value equals the old. What an observer reads during the call is the old value, and other properties may be
-/// halfway through the same command. So an observer calls no command and keeps no conclusion from what it
-/// reads there: it marks itself and reads once the main loop comes round again. References returned by the
-/// properties stay good as long as the model; elements of the lists only until the next command or callback.
+/// Observation: `observe` calls the observer just before each change of a property, even if the new value equals the
+/// old. During the call an observer reads the old value, and other properties may be in the middle of the same command.
+/// So an observer calls no command and uses no values that it reads there: it marks itself dirty and reads on the next
+/// turn of the main loop. References returned by the properties are valid as long as the model, references to elements
+/// of the lists only until the next command or callback.
 class MIDIRouterViewModel final : public MIDIRouterEngineDelegate,
                                   public std::enable_shared_from_this<MIDIRouterViewModel> {
     struct Private {
@@ -79,23 +78,22 @@ public:
         statusMessage,
     };
 
-    /// Events, oldest first. A full list gives up its oldest event for a new one without moving the others.
+    /// Events, oldest first. If the list is full, a new event replaces the oldest without moving the others.
     using ActivityEvents = boost::circular_buffer<MIDIActivityEvent>;
     using DiagnosticEvents = boost::circular_buffer<MIDIDiagnosticEvent>;
 
     static constexpr std::size_t kActivityLimit = 200;
     static constexpr std::size_t kGraphActivityLimit = 512;
-    /// Graph events older than this go when new ones arrive.
+    /// Graph events that are older than this are removed when new ones arrive.
     static constexpr std::chrono::seconds kGraphActivityRetention{3};
     static constexpr std::size_t kDiagnosticLimit = 80;
 
     /// The setting that holds the appearance mode's raw value.
     static constexpr std::string_view kAppearanceModeKey = "Corvel.appearanceMode";
-    /// The setting that holds whether held notes are released: "true" or anything else.
+    /// The setting for the release of held notes: "true", anything else means false.
     static constexpr std::string_view kReleasesHeldNotesKey = "Corvel.releasesHeldNotes";
 
-    /// Makes the model: loads the document and becomes the engine's delegate. Neither starts the engine nor
-    /// saves.
+    /// Creates the model, loads the document and becomes the engine's delegate. Neither starts the engine nor saves.
     [[nodiscard]] static std::shared_ptr<MIDIRouterViewModel> create(std::shared_ptr<CoreMIDIRouterEngine> engine,
                                                                      std::shared_ptr<RouteStore> routeStore,
                                                                      std::shared_ptr<Settings> settings,
@@ -115,12 +113,11 @@ public:
     using FailureObservers = Observers<const std::string&>;
     using DiagnosticObservers = Observers<const MIDIDiagnosticEvent&>;
 
-    /// Has `observer` called before every change of a property until the result is destroyed.
+    /// Calls `observer` before every change of a property until the result is destroyed.
     [[nodiscard]] Observation observe(Observers<Property>::Observer observer);
 
-    /// Have `observer` called for each single event, after the model has taken it in: the model's lists hold only the
-    /// newest. Failures are the engine's, and those to save where the one before was saved or failed for another
-    /// reason.
+    /// Call `observer` for each event, after the model has stored it: the model's lists hold only the newest ones.
+    /// Failures are those of the engine, and failed saves unless the previous save failed for the same reason.
     [[nodiscard]] Observation observeActivity(ActivityObservers::Observer observer);
     [[nodiscard]] Observation observeFailures(FailureObservers::Observer observer);
     [[nodiscard]] Observation observeDiagnostics(DiagnosticObservers::Observer observer);
@@ -140,56 +137,55 @@ public:
     [[nodiscard]] const std::vector<MIDIRoute>& routes() const { return routes_.value(); }
     /// The newest routed messages.
     [[nodiscard]] const ActivityEvents& activityEvents() const { return activityEvents_.value(); }
-    /// What the graph animates, for all connections together: reading it once costs less than `graphActivities` for
-    /// each.
+    /// What the graph animates, for all connections: reading it once costs less than `graphActivities` for each.
     [[nodiscard]] const ActivityEvents& graphActivityEvents() const { return graphActivityEvents_.value(); }
     /// The diagnostic log's newest entries.
     [[nodiscard]] const DiagnosticEvents& diagnosticEvents() const { return diagnosticEvents_.value(); }
     [[nodiscard]] AppAppearanceMode appearanceMode() const { return appearanceMode_.value(); }
-    /// The user's selections; what they name need not exist any more.
+    /// The user's selections. The selected objects may no longer exist.
     [[nodiscard]] const std::optional<std::int32_t>& selectedSourceID() const { return selectedSourceID_.value(); }
     [[nodiscard]] const std::optional<std::int32_t>& selectedDestinationID() const {
         return selectedDestinationID_.value();
     }
     [[nodiscard]] const std::optional<UUID>& selectedRouteID() const { return selectedRouteID_.value(); }
-    /// One line on the last thing that happened.
+    /// One line about the last event.
     [[nodiscard]] const std::string& statusMessage() const { return statusMessage_.value(); }
 
-    /// Why the document on disk is not the one in memory: the text of the last save if it failed. Not
-    /// observable; it outlasts the status line, in which a command's own text may replace it.
+    /// The text of the last save if it failed, so that the document on disk differs from the one in memory. Not
+    /// observable. Unlike the status line, a command's text does not replace it.
     [[nodiscard]] const std::optional<std::string>& saveFailure() const { return saveFailure_; }
 
-    /// The user's own names for endpoints. A new one counts as a change of the endpoints.
+    /// The user's own names for endpoints. Changing one counts as a change of the endpoints.
     [[nodiscard]] const EndpointAliases& endpointAliases() const { return endpointAliases_; }
 
     // Engine, devices and appearance (MIDIRouterViewModel.cpp)
 
-    /// Hands the engine the connections, starts it and takes in the first endpoints. Acts once only.
+    /// Passes the connections to the engine, starts it and loads the first endpoints. Acts only once.
     void startIfNeeded();
 
-    /// Has the engine list the MIDI devices afresh; the result arrives later.
+    /// Makes the engine refresh the MIDI devices; the result arrives later.
     void refreshDevices();
 
-    /// Takes in the engine's endpoints, re-binds connections to them and says how many there are. Waits for
+    /// Loads the engine's endpoints, re-binds connections to them and shows their number in the status line. Waits for
     /// the engine's queue. Works without a started engine.
     void applyEndpointSnapshot();
 
-    /// Changes the appearance and stores it; the current one again stores nothing.
+    /// Changes the appearance and stores it. Stores nothing if it is the current one.
     void setAppearanceMode(AppAppearanceMode mode);
 
-    /// Whether held notes are released when their connection changes; changes that and stores it.
+    /// Whether held notes are released when their connection changes. The setter stores it.
     [[nodiscard]] bool releasesHeldNotes() const { return releasesHeldNotes_; }
     void setReleasesHeldNotes(bool releases);
 
-    /// Silences every output of the current set, connections that are paused included. Calls `onDone`, if there is one,
-    /// once everything is sent, some 50 ms later.
+    /// Silences every output of the current set, also those of paused connections. Calls `onDone`, if given, after the
+    /// last message, about 50 ms later.
     void allNotesOff(std::function<void()> onDone = {});
 
-    /// The endpoints that have sent or been sent messages since the last call, connected or not.
+    /// The endpoints that have sent or received messages since the last call, connected or not.
     [[nodiscard]] ActiveEndpoints takeEndpointsWithTraffic() { return engine_->takeTraffic(); }
 
-    /// Gives an endpoint a name of the user's own; a blank one takes it away. The document and re-binding keep to the
-    /// system's name.
+    /// Gives an endpoint the user's own name; a blank one removes it. The document and re-binding use the system's
+    /// name.
     void setEndpointAlias(MIDIEndpointDirection direction, std::int32_t endpointID, std::string_view alias);
 
     void setSelectedSourceID(std::optional<std::int32_t> id);
@@ -209,18 +205,18 @@ public:
     /// Adds an empty set and selects it. A blank name becomes "New Set".
     void createRouteSet(std::string_view name);
 
-    /// Adds a copy of the current set, under fresh IDs throughout, and selects it. A blank name becomes the
-    /// current one's with " Copy".
+    /// Adds a copy of the current set with new IDs throughout, and selects it. A blank name becomes the current set's
+    /// name with " Copy".
     void duplicateSelectedRouteSet(std::string_view name);
 
     /// Renames the current set. A blank name keeps the old one.
     void renameSelectedRouteSet(std::string_view name);
 
-    /// Removes the current set and selects the one that takes its place, or the last. The only set stays.
+    /// Deletes the current set and selects the next one, or the last. The only set is not deleted.
     void deleteSelectedRouteSet();
 
-    /// `base`, or if a set is already called so, `base` with " 2", " 3" and so on, the first that is free.
-    /// The set `excluding` does not count. Names are compared byte by byte.
+    /// `base`, or if a set has this name, `base` with " 2", " 3" and so on, the first that is free. The set `excluding`
+    /// is ignored. Names are compared byte by byte.
     [[nodiscard]] std::string uniqueRouteSetName(std::string_view base,
                                                  const std::optional<UUID>& excluding = std::nullopt) const;
 
@@ -229,66 +225,66 @@ public:
 
     // Connections and their channel assignments (MIDIRouterViewModelConnections.cpp)
 
-    /// Connects an input to an output, as it is, and selects both and the connection.
+    /// Connects an input to an output with mode "As Is", and selects both and the connection.
     void connect(std::int32_t sourceID, std::int32_t destinationID);
 
-    /// Deletes the selected connection and selects the first of those that remain.
+    /// Deletes the selected connection and selects the first remaining one.
     void deleteSelectedRoute();
 
     /// Switches a connection on or off.
     void setRouteEnabled(const UUID& routeID, bool isEnabled);
 
-    /// Makes an assignment its connection's active one and selects the connection.
+    /// Makes an assignment the active one of its connection and selects the connection.
     void setActiveVariant(const UUID& variantID, const UUID& routeID);
 
-    /// Adds an assignment and makes it the active one. The connection's other assignments lose the shortcut.
+    /// Adds an assignment and makes it active. The shortcut is removed from the connection's other assignments.
     void addChannelAssignment(const UUID& routeID, ChannelMode channelMode,
                               std::optional<KeyboardShortcutSpec> shortcut);
 
-    /// Changes mode and shortcut of the active assignment, which is named after its mode again. The
-    /// connection's other assignments lose the shortcut.
+    /// Changes mode and shortcut of the active assignment and renames it after its mode. The shortcut is removed from
+    /// the connection's other assignments.
     void updateActiveChannelAssignment(const UUID& routeID, ChannelMode channelMode,
                                        std::optional<KeyboardShortcutSpec> shortcut);
 
-    /// Deletes the active assignment and activates the first of those that remain. The only one stays.
+    /// Deletes the active assignment and activates the first remaining one. The only assignment is not deleted.
     void deleteActiveVariant(const UUID& routeID);
 
-    /// The mode to propose for a new assignment: the connection's forced channel or the next free one above
-    /// it, else the lowest free channel, else as it is.
+    /// The mode to propose for a new assignment: the connection's forced channel or the next free one above it,
+    /// otherwise the lowest free channel, otherwise "As Is".
     [[nodiscard]] static ChannelMode suggestedVariantChannelMode(const MIDIRoute& route);
 
-    /// Activates the assignment that the shortcut belongs to: one of the selected connection's before all
-    /// others. False if there is none, so that the key press means something else.
+    /// Activates the assignment that has the shortcut; the selected connection comes first. Returns false if there is
+    /// none, so that the key press keeps its other meaning.
     [[nodiscard]] bool handleShortcut(const KeyboardShortcutSpec& spec);
 
     // Undo and redo (MIDIRouterViewModelHistory.cpp)
 
-    /// Takes back the newest edit of the document, or makes one again that was taken back. What the performer has done
-    /// since stays: the current set and the active assignments are no edits, and change only where the edit itself had
-    /// changed them last. Does nothing where there is nothing to undo or redo.
+    /// Takes back the newest edit of the document, or repeats one that was taken back. The current set and the active
+    /// assignments are not edits: they change only if the edit itself changed them last. Does nothing if there is
+    /// nothing to undo or redo.
     void undo();
     void redo();
 
-    /// What would be undone or redone next, as a menu names it. Changes with the sets and the connections.
+    /// The names in the menu of the edits that would be undone or redone next. They change with the sets and the
+    /// connections.
     [[nodiscard]] std::optional<std::string> undoName() const { return history_.undoName(); }
     [[nodiscard]] std::optional<std::string> redoName() const { return history_.redoName(); }
 
-    /// Whether the status line tells of a deletion that `undo()` would take back.
+    /// Whether the status line shows a deletion that `undo()` would take back.
     [[nodiscard]] bool offersUndo() const { return undoOffer_ == statusMessage(); }
 
     // Presentation (MIDIRouterViewModelPresentation.cpp)
 
-    /// The connections of the current set through which messages come back to where they started, at once and without
-    /// end.
+    /// The connections of the current set that return messages to where they started, without end.
     [[nodiscard]] std::unordered_set<UUID> feedbackRouteIDs() const;
 
-    /// Whether a connection can carry MIDI. A missing endpoint counts before the connection's own switch.
+    /// Whether a connection can carry MIDI. A missing endpoint takes precedence over the pause.
     [[nodiscard]] RouteAvailability routeAvailability(const MIDIRoute& route) const;
 
-    /// A connection in full, one fact a line.
+    /// All details of a connection, one on each line.
     [[nodiscard]] std::string routeDetailText(const MIDIRoute& route) const;
 
-    /// An assignment in full, one fact a line.
+    /// All details of an assignment, one on each line.
     [[nodiscard]] std::string variantDetailText(const MIDIRouteVariant& variant) const;
 
     /// The connection's newest routed message. Valid until the next routed message.
@@ -303,7 +299,7 @@ public:
     /// The connection of the current set with this ID, or null. Valid until the next command or callback.
     [[nodiscard]] const MIDIRoute* route(const UUID& routeID) const;
 
-    /// The name of the first of `endpoints` with this ID, else `fallback`, else "Missing Endpoint".
+    /// The name of the first of `endpoints` with this ID, otherwise `fallback`, otherwise "Missing Endpoint".
     [[nodiscard]] static std::string endpointName(std::int32_t id, const std::vector<MIDIEndpointModel>& endpoints,
                                                   const std::optional<std::string>& fallback);
 
@@ -311,33 +307,31 @@ private:
     template <typename Value>
     using PublishedProperty = Published<Value, Property>;
 
-    /// Runs a handler now if this is the main thread and no earlier report waits for it, otherwise posts it
-    /// there.
+    /// Runs a handler now if this is the main thread and no earlier report is waiting, otherwise posts it there.
     template <typename... Arguments>
     void handleOnMain(void (MIDIRouterViewModel::*handler)(const Arguments&...), const Arguments&... arguments);
     void recordRoutedMessage(const MIDIActivityEvent& event);
     void recordFailure(const std::string& message);
     void recordDiagnostic(const MIDIDiagnosticEvent& event);
-    /// An entry of the model's own, as of now.
+    /// Adds an entry of the model itself, with the current time.
     void addDiagnostic(std::string message);
 
     [[nodiscard]] EndpointList sortedByName(std::vector<MIDIEndpointModel> endpoints) const;
     void removeGraphActivityForHiddenRoutes();
     void removeGraphActivity(const UUID& routeID);
-    /// Drops the events that are too old, then adds these, dropping the oldest beyond the limit.
+    /// Removes events that are too old, adds these, and removes the oldest beyond the limit.
     void appendGraphActivity(std::vector<MIDIActivityEvent> events);
 
-    /// Saves `routes` in the current set and hands them to the engine, in memory and in the engine even if
-    /// the disk refuses.
+    /// Stores `routes` in the current set, passes them to the engine and saves. If saving fails, they still count in
+    /// memory and in the engine.
     void persistRoutes(bool updateStatus);
     void syncSelectedRouteSetRoutes();
     void saveRouteSetDocument(std::optional<std::string> statusMessage);
     void recordSaveFailure(std::string message);
-    /// Shows the text of a command that was carried out, and if its save found another file in the document's place,
-    /// what that file is called now.
+    /// Shows the text of a completed command. If its save has kept another file, adds the name of the copy.
     void showOutcome(std::string message);
 
-    /// Puts a set's ID and connections in the place of the current ones and hands them to the engine.
+    /// Replaces the current set's ID and connections by these and passes the connections to the engine.
     void showRouteSet(const UUID& id, std::vector<MIDIRoute> routes);
     [[nodiscard]] std::optional<std::size_t> selectedRouteSetIndex() const;
 
@@ -352,18 +346,18 @@ private:
     void recordRouteSetEdit(DocumentEdit edit);
     void record(DocumentEdit edit);
     [[nodiscard]] RouteSetChange routeSetChange(const UUID& setID, const UUID& selectedSetID) const;
-    /// Has the status line, which tells of a deletion now, offer to undo it.
+    /// Makes the status line, which now shows a deletion, offer to undo it.
     void offerUndo();
-    /// Gives the opposite; no value if the edit has no place any more.
+    /// Returns the opposite edit; no value if the edit no longer applies.
     [[nodiscard]] std::optional<DocumentEdit> carryOut(DocumentEdit edit, std::string message);
     [[nodiscard]] bool exchange(ConnectionChange& change, const UUID& setID);
     [[nodiscard]] bool exchange(RouteSetChange& change, const UUID& setID);
     [[nodiscard]] bool exchange(RouteSetNameChange& change, const UUID& setID);
 
-    /// Says so in the status line if messages of this connection come back.
+    /// Shows in the status line if this connection feeds back.
     void warnOfFeedback(const UUID& routeID);
 
-    /// Points stored connections at the endpoints that are there now (MIDIRouterViewModelRebinding.cpp).
+    /// Re-binds stored connections to the present endpoints (MIDIRouterViewModelRebinding.cpp).
     void reconcileRoutesWithCurrentEndpoints();
 
     const std::shared_ptr<CoreMIDIRouterEngine> engine_;
@@ -379,10 +373,10 @@ private:
     /// The status line that offers to undo.
     std::optional<std::string> undoOffer_;
     std::optional<std::string> saveFailure_;
-    /// The name of the copy that the newest texts mention: the last save's, or that of an earlier save without a text.
+    /// The name of the copy that the newest texts mention: from the last save, or from an earlier save without a text.
     std::optional<std::string> keptCopy_;
     bool isKeptCopyShown_ = false;
-    /// Reports that were posted and have not run yet.
+    /// The number of reports that were posted and have not run yet.
     std::atomic<std::size_t> postedReports_ = 0;
 
     ActivityObservers activityObservers_;

@@ -14,7 +14,7 @@ namespace {
 constexpr int kFirstChannel = 1;
 constexpr int kLastChannel = 16;
 
-/// An assignment's mode; one from a document older than modes per assignment passes channels through.
+/// An assignment's mode. Assignments from documents that are older than modes per assignment are "As Is".
 ChannelMode modeOf(const MIDIRouteVariant& variant) {
     return variant.channelMode.value_or(ChannelMode::asIs());
 }
@@ -27,7 +27,7 @@ std::string uniqueVariantName(std::string_view base, const MIDIRoute& route) {
     return uniqueName(base, names);
 }
 
-/// Whether the connection has an assignment that routes as this mode would now, `ignored` left aside.
+/// Whether the connection has an assignment, other than `ignored`, that routes as this mode does.
 bool hasAssignment(const MIDIRoute& route, const ChannelMode& mode, const MIDIRouteVariant* ignored) {
     return std::ranges::any_of(route.variants, [&](const MIDIRouteVariant& variant) {
         return &variant != ignored && variant.sourceID == route.sourceID &&
@@ -200,7 +200,7 @@ void MIDIRouterViewModel::deleteActiveVariant(const UUID& routeID) {
     }
     const MIDIRoute& current = routes()[*index];
     const UUID activeID = current.activeVariantID;
-    // Assignments of an edited document may share an ID and would all go; the connection keeps at least one.
+    // Assignments of an edited document may share an ID and would all be deleted; the connection keeps at least one.
     const auto remaining =
         std::ranges::find_if(current.variants, [&](const MIDIRouteVariant& variant) { return variant.id != activeID; });
     if (remaining == current.variants.end()) {
@@ -283,7 +283,7 @@ std::optional<std::size_t> MIDIRouterViewModel::routeIndex(const UUID& routeID) 
 }
 
 void MIDIRouterViewModel::finishAssignmentCommand(const UUID& routeID, std::string statusMessage) {
-    // Endpoints or channel of the connection may be others now, so its pulses no longer tell the truth.
+    // The endpoints or the channel may have changed, so the connection's pulses are out of date.
     removeGraphActivity(routeID);
     persistRoutes(true);
     showOutcome(std::move(statusMessage));

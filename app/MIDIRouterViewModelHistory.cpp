@@ -16,7 +16,7 @@ void insertAt(std::vector<Value>& values, std::size_t index, Value value) {
     values.insert(values.begin() + place, std::move(value));
 }
 
-/// Its endpoints may have got other IDs since the other side of the edit was kept; no edit changes those.
+/// The endpoints may have got other IDs since the stored state; edits do not change those.
 void takeOverEndpoints(MIDIRoute& route, const MIDIRoute& current) {
     for (MIDIRouteVariant& variant : route.variants) {
         const auto found = std::ranges::find(current.variants, variant.id, &MIDIRouteVariant::id);
@@ -31,7 +31,7 @@ void takeOverEndpoints(MIDIRoute& route, const MIDIRoute& current) {
     }
 }
 
-/// The connection as it comes back: on the assignment that the performer has switched to since, if it has that one.
+/// The restored connection, on the assignment that the performer has switched to since, if it has that one.
 MIDIRoute merged(MIDIRoute route, const MIDIRoute& current, const std::optional<UUID>& leftActive) {
     takeOverEndpoints(route, current);
     if (leftActive == current.activeVariantID || !route.setActiveVariant(current.activeVariantID)) {
@@ -142,8 +142,8 @@ std::optional<DocumentEdit> MIDIRouterViewModel::carryOut(DocumentEdit edit, std
     return edit;
 }
 
-/// Puts the other side of the edit in the place of this one, and this one into the edit. Each `exchange` is false, with
-/// nothing done, where the edit has no place any more.
+/// Exchanges the state in the edit with the current one. Each `exchange` returns false and does nothing if the edit no
+/// longer applies.
 bool MIDIRouterViewModel::exchange(ConnectionChange& change, const UUID& setID) {
     const bool isCurrent = setID == selectedRouteSetID();
     bool isShownAnew = false;

@@ -6,7 +6,7 @@ namespace corvel {
 
 namespace {
 
-/// Stores an endpoint's ID and labels in the place of the old ones; whether any of them differed.
+/// Stores an endpoint's ID and labels. Returns whether any of them changed.
 bool updateStoredIdentity(const MIDIEndpointModel& endpoint, std::int32_t& id, std::optional<std::string>& name,
                           std::optional<std::string>& manufacturer) {
     if (id == endpoint.id && name == endpoint.displayName && manufacturer == endpoint.manufacturer) {
@@ -18,8 +18,8 @@ bool updateStoredIdentity(const MIDIEndpointModel& endpoint, std::int32_t& id, s
     return true;
 }
 
-/// Points one side of an assignment at the endpoint that has its ID, otherwise at the only one that bears its
-/// labels; a side without either waits for its device. Whether anything changed.
+/// Binds one side of an assignment to the endpoint with its ID, otherwise to the only endpoint with its labels;
+/// otherwise leaves it unchanged. Returns whether anything changed.
 bool rebindSide(const EndpointList& endpoints, std::int32_t& id, std::optional<std::string>& name,
                 std::optional<std::string>& manufacturer) {
     const MIDIEndpointModel* endpoint = endpoints.find(id);

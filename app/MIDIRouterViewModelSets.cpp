@@ -18,7 +18,7 @@ std::string cleanedRouteSetName(std::string_view name, const std::string& fallba
     return trimmed.empty() ? fallback : trimmed;
 }
 
-/// The same connection and assignments under IDs of their own.
+/// A copy of the connection and its assignments with new IDs.
 MIDIRoute copyWithFreshIDs(MIDIRoute route) {
     const auto activeIndex =
         std::ranges::find(route.variants, route.activeVariantID, &MIDIRouteVariant::id) - route.variants.begin();

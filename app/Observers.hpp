@@ -8,7 +8,7 @@
 
 namespace corvel {
 
-/// Keeps an observer subscribed for as long as it lives. May outlive what is observed.
+/// Keeps an observer subscribed while this object exists. May outlive the observed object.
 class Observation {
 public:
     Observation() = default;
@@ -27,10 +27,10 @@ private:
     std::shared_ptr<const void> observer_;
 };
 
-/// The observers of an object. Each is told a `Subject`: which property changes, or the event that came.
+/// The observers of an object. Each receives a `Subject`: the property that changes, or the event.
 ///
-/// One thread only. During a notification observers may be added (they hear from the next one on) and ended,
-/// the one that is being called included, and further notifications may be made.
+/// One thread only. During a notification observers may be added, which are called from the next one on, and
+/// subscriptions may be ended, also that of the current observer. Further notifications may be made.
 template <typename Subject>
 class Observers {
 public:
@@ -55,9 +55,9 @@ public:
     /// Calls every observer. Allocates nothing.
     void notify(Subject subject) {
         ++depth_;
-        // An index and a count taken beforehand, since an observer may add others and so move the list.
+        // Index and count instead of iterators, because an observer may add others and so move the list.
         for (std::size_t index = 0, count = observers_.size(); index < count; ++index) {
-            // Holding the observer lets it end its own subscription while it runs.
+            // Keeps the observer alive if it ends its own subscription.
             if (const std::shared_ptr<const Observer> observer = observers_[index].lock()) {
                 (*observer)(subject);
             }
@@ -74,8 +74,7 @@ private:
     }
 
     std::vector<std::weak_ptr<const Observer>> observers_;
-    /// How many notifications are under way, one inside the other; the list keeps its places until there are
-    /// none.
+    /// The number of nested notifications; entries are removed from the list only when there are none.
     std::size_t depth_ = 0;
 };
 

@@ -6,11 +6,9 @@
 
 namespace corvel {
 
-/// A property that tells its observers before it changes: one that reads it inside the call sees the old
-/// value.
+/// A property that tells its observers before it changes: an observer that reads it inside the call sees the old value.
 ///
-/// They are told at every change, also when the new value equals the old one, so that no change costs a
-/// comparison.
+/// It tells them at every change, even if the new value equals the old one, so that no change costs a comparison.
 template <typename Value, typename Property>
 class Published {
 public:
@@ -24,7 +22,7 @@ public:
     Published& operator=(Published&&) = delete;
     ~Published() = default;
 
-    /// The current value. The reference stays good, what it refers to changes with the property.
+    /// The current value. The reference stays valid; the value behind it changes with the property.
     [[nodiscard]] const Value& value() const { return value_; }
 
     /// Tells the observers, then takes the new value.
@@ -33,8 +31,7 @@ public:
         value_ = std::move(value);
     }
 
-    /// Tells the observers, then lets `change` edit the value where it lies; nothing is copied. Gives what
-    /// `change` gives.
+    /// Tells the observers, then lets `change` edit the value in place. Returns what `change` returns.
     template <typename Change>
     decltype(auto) edit(Change&& change) {
         observers_.notify(property_);

@@ -7,16 +7,16 @@ namespace corvel {
 
 /// Whether a connection can carry MIDI, and if not, why.
 enum class RouteAvailability : std::uint8_t {
-    /// Both endpoints are there and the connection is enabled.
+    /// Both endpoints are present and the connection is enabled.
     active,
-    /// Both endpoints are there; the user switched the connection off.
+    /// Both endpoints are present; the user paused the connection.
     paused,
     missingInput,
     missingOutput,
     missingEndpoints,
 };
 
-/// The words for the user: "Active", "Paused", "Input Offline", "Output Offline" or "Offline".
+/// The text for the user: "Active", "Paused", "Input Offline", "Output Offline" or "Offline".
 [[nodiscard]] std::string_view displayText(RouteAvailability availability);
 
 }  // namespace corvel

@@ -15,10 +15,10 @@ public:
     /// The text stored under the key, if there is one.
     [[nodiscard]] virtual std::optional<std::string> string(std::string_view key) const = 0;
 
-    /// Stores a text, replacing what the key held.
+    /// Stores a text, replacing the previous one.
     virtual void set(std::string_view key, std::string_view value) = 0;
 
-    /// Every key that holds something, in no particular order.
+    /// All keys with a value, in no particular order.
     [[nodiscard]] virtual std::vector<std::string> keys() const = 0;
 };
 

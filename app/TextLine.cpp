@@ -18,7 +18,7 @@ struct CodePoint {
     std::size_t length = 1;
 };
 
-/// Reads the code point that valid UTF-8 begins with.
+/// The first code point of valid UTF-8.
 CodePoint firstCodePoint(std::string_view text) {
     const auto byte = [text](std::size_t index) { return static_cast<unsigned char>(text[index]); };
     const char32_t lead = byte(0);

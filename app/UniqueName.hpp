@@ -6,8 +6,8 @@
 
 namespace corvel {
 
-/// `base` if no one is called so, otherwise `base` with " 2", " 3" and so on, the first that is free. Names
-/// are compared byte by byte.
+/// `base` if the name is free, otherwise `base` with " 2", " 3" and so on, the first that is free. Names are compared
+/// byte by byte.
 [[nodiscard]] std::string uniqueName(std::string_view base, const std::unordered_set<std::string_view>& taken);
 
 }  // namespace corvel
