@@ -64,7 +64,7 @@ AboutPanel::AboutPanel(const Look& look, const BundleInformation& bundle, const 
 }
 
 void AboutPanel::showEvent(QShowEvent* event) {
-    // NOLINTNEXTLINE(bugprone-parent-virtual-call): the base class would choose a place itself
+    // NOLINTNEXTLINE(bugprone-parent-virtual-call): the base class would choose another position
     QWidget::showEvent(event);
 }
 

@@ -10,12 +10,12 @@
 
 namespace corvel::ui {
 
-/// The application's icon in full size: the one in the program, else "AppIcon.icns" or "AppIcon.png" in the folder
-/// "Packaging" of the current directory, the first that loads. `resource` is the one in the program.
+/// The application's icon in full size: `resource` from the program, otherwise "AppIcon.icns" or "AppIcon.png" in the
+/// folder "Packaging" of the current directory, whichever loads first.
 [[nodiscard]] std::optional<QPixmap> aboutPanelIcon(const QString& resource);
 
-/// Name, version and icon of the application: a window that the desktop places, beside which everything goes on.
-/// Deletes itself once closed.
+/// Name, version and icon of the application, in a window that the desktop positions and that blocks nothing. Deletes
+/// itself when closed.
 class AboutPanel final : public QDialog {
     Q_OBJECT
 

@@ -4,13 +4,13 @@
 
 #include <string>
 
-/// What the program says of itself, asked for anew each time.
+/// Version and build of the program, read at each call.
 namespace corvel::ui::AppMetadata {
 
-/// The version that users speak of; "1.0.0" where the build wrote none.
+/// The version that users see; "1.0.0" if the build has written none.
 [[nodiscard]] std::string version(const BundleInformation& bundle);
 
-/// The build of that version; "1" where the build wrote none.
+/// The build of that version; "1" if the build has written none.
 [[nodiscard]] std::string build(const BundleInformation& bundle);
 
 }  // namespace corvel::ui::AppMetadata

@@ -21,10 +21,10 @@ namespace corvel::ui {
 namespace {
 
 const QString kIconResource = QStringLiteral(":/AppIcon.png");
-/// How long after a routed message quitting by key asks first.
+/// If a message was routed within this time, quitting by key asks first.
 constexpr std::chrono::seconds kQuietBeforeQuitting{10};
 
-/// A command that does something else when it is chosen by its keys.
+/// A command that acts differently when it is triggered by its keys.
 class ActionByKey final : public QAction {
 public:
     ActionByKey(const QString& text, QObject* parent, std::function<void()> byKey)
@@ -56,7 +56,7 @@ CorvelApp::CorvelApp(std::shared_ptr<MIDIRouterViewModel> model, std::shared_ptr
       modelRefresh_(*model_) {
     QApplication::setWindowIcon(QIcon(kIconResource));
     QGuiApplication::setDesktopFileName(QStringLiteral("app.corvel.Corvel"));
-    // Shortcuts of the menu work while it is closed.
+    // Makes the menu's shortcuts work while the menu is closed.
     window_.addActions(menu_);
     connect(&window_, &RouterWindow::appeared, this, &CorvelApp::windowAppeared);
     connect(&window_, &RouterWindow::closed, qApp, &QCoreApplication::quit);
@@ -75,7 +75,7 @@ CorvelApp::~CorvelApp() = default;
 QList<QAction*> CorvelApp::makeMenu() {
     auto* const about = new QAction(QStringLiteral("About Corvel"), this);
     connect(about, &QAction::triggered, this, &CorvelApp::showAboutPanel);
-    // Shown, so that whoever looks for it sees that there is only one.
+    // Shown but disabled: it tells the user that there is only one window.
     auto* const newWindow = new QAction(QStringLiteral("New Window"), this);
     newWindow->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_N));
     newWindow->setEnabled(false);
@@ -88,7 +88,7 @@ QList<QAction*> CorvelApp::makeMenu() {
     nameHistory();
     auto* const silence = new QAction(QStringLiteral("All Notes Off"), this);
     silence->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Period));
-    // Notes that hang do not wait for an answer.
+    // Available during a question, because hanging notes cannot wait for the answer.
     SheetDialog::letThrough(*silence);
     connect(silence, &QAction::triggered, this, [this] { model_->allNotesOff(); });
     auto* const refresh = new QAction(QStringLiteral("Refresh MIDI Devices"), this);
@@ -100,7 +100,7 @@ QList<QAction*> CorvelApp::makeMenu() {
     return {about, newWindow, undo_, redo_, silence, refresh, quit};
 }
 
-/// Names what would be undone and redone now.
+/// Puts the names of the next edits into the Undo and Redo items.
 void CorvelApp::nameHistory() {
     const auto show = [](QAction& action, const QString& verb, const std::optional<std::string>& edit) {
         action.setText(edit ? verb + QLatin1Char(' ') + toQString(*edit) : verb);
@@ -168,7 +168,7 @@ void CorvelApp::showAboutPanel() {
         QApplication::setWindowIcon(QIcon(*icon));
     }
     auto* const panel = new AboutPanel(look_, *makeMainBundleInformation(), icon, &window_);
-    // The menu's keys work there too.
+    // Makes the menu's shortcuts work in the panel too.
     panel->addActions(menu_);
     panel->show();
 }

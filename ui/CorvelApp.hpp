@@ -21,12 +21,12 @@ namespace corvel::ui {
 
 class AlertDialog;
 
-/// The application with a window: owns the model for the life of the process, and the one window with its menu.
+/// The application with a window. Owns the model during the whole process, and the only window with its menu.
 class CorvelApp final : public QObject {
     Q_OBJECT
 
 public:
-    /// `demoReason` says in one line why the demo devices run; it is empty while the system's own MIDI does.
+    /// `demoReason` says in one line why the demo devices run; empty if they do not.
     CorvelApp(std::shared_ptr<MIDIRouterViewModel> model, std::shared_ptr<Settings> settings,
               std::shared_ptr<const Clock> clock, const QString& demoReason);
     ~CorvelApp() override;
@@ -34,11 +34,11 @@ public:
     /// Shows the window, which starts the engine.
     void start();
 
-    /// Brings the window to the front, on the next turn of the main loop. With the token that a desktop gave another
-    /// start for this, it lets the window have the keyboard too.
+    /// Brings the window to the front, on the next turn of the main loop. `token` is the activation token that a
+    /// desktop gave to another start; with it, the window may also get the keyboard focus.
     void activateApplicationWindow(const std::string& token = {});
 
-    /// Tells of something that went wrong, in a dialog of the window.
+    /// Reports a problem in a dialog of the window.
     void showNotice(const QString& message, const QString& text);
 
     void showAboutPanel();
@@ -49,7 +49,7 @@ private:
     [[nodiscard]] QList<QAction*> makeMenu();
     void nameHistory();
     void windowAppeared();
-    /// Quits, but asks first if messages were routed a moment ago: the keys may have been meant for a channel.
+    /// Quits. Asks first if messages were routed a moment ago, because the keys may have been meant for a channel.
     void quitByKey();
 
     const std::shared_ptr<MIDIRouterViewModel> model_;

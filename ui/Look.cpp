@@ -25,8 +25,7 @@ namespace {
 
 constexpr qreal kToolTipRadius = 6;
 
-/// The toolkit's own controls as they look everywhere, with round corners for tooltips also where windows cannot be
-/// see-through.
+/// The toolkit's controls, equal on all platforms. Tooltips have round corners even if windows cannot be transparent.
 class LookStyle final : public QProxyStyle {
 public:
     LookStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
@@ -64,7 +63,7 @@ QPalette paletteOf(const Theme& theme) {
     return palette;
 }
 
-/// What palettes cannot say: menus, tooltips and scroll bars.
+/// The colours that a palette does not cover: menus, tooltips and scroll bars.
 QString styleSheetOf(const Theme& theme) {
     return QStringLiteral(R"(
 QToolTip { background: %1; color: %2; border: 1px solid %1; border-radius: 6px; padding: 3px 4px; font-size: 12px; }

@@ -11,8 +11,8 @@
 
 namespace corvel::ui {
 
-/// How everything in the window looks at the moment: colours, fonts and icons. One for the window, handed to every
-/// view; a view repaints on `changed`.
+/// The current look of the window: colours, fonts and icons. The window has one and passes it to every view; a view
+/// repaints on `changed`.
 class Look : public QObject {
     Q_OBJECT
 
@@ -22,19 +22,19 @@ public:
     [[nodiscard]] AppAppearanceMode mode() const { return mode_; }
     [[nodiscard]] const Theme& theme() const { return Theme::of(mode_); }
 
-    /// Changes the appearance of the whole application, the toolkit's own parts included.
+    /// Changes the appearance of the whole application, including the toolkit's own parts.
     void setMode(AppAppearanceMode mode);
 
-    /// The interface's font in pixels. Symbols of shortcuts are in every family it falls back to.
+    /// The interface's font; size in pixels. All its fallback families have the symbols of shortcuts.
     [[nodiscard]] static QFont font(int pixels, QFont::Weight weight = QFont::Normal);
 
-    /// The log's font: digits of one width.
+    /// The log's font, with digits of equal width.
     [[nodiscard]] static QFont monospacedFont(int pixels);
 
-    /// The icon with this name in one colour, sharp at the device pixel ratio. Sizes are logical pixels.
+    /// The icon with this name in one colour, sharp at this device pixel ratio. Sizes are in logical pixels.
     [[nodiscard]] QPixmap icon(const QString& name, int size, const QColor& colour, qreal devicePixelRatio) const;
 
-    /// How much memory icons take at most, and what they take now.
+    /// Maximum and current memory of the icon cache.
     static constexpr qsizetype kIconCacheKiB = 1024;
     [[nodiscard]] qsizetype iconCacheKiB() const { return icons_.totalCost(); }
 
@@ -46,7 +46,7 @@ private:
     void applyToApplication() const;
 
     AppAppearanceMode mode_;
-    /// A hover mixes colours, each of which makes a picture of its own: more than these would only gather. By KiB.
+    /// The cache is limited because every mixed colour of a hover makes another picture. Costs are in KiB.
     mutable QCache<QString, QPixmap> icons_{kIconCacheKiB};
 };
 

@@ -22,10 +22,10 @@ namespace {
 constexpr std::string_view kFrameKey = "NSWindow Frame Corvel.RouterWindow-1-AppWindow-1";
 constexpr QSize kDefaultSize(1180, 760);
 constexpr int kSaveDelay = 300;
-/// A window manager that puts on decorations has done so by then.
+/// By this time a window manager has added its decorations, if it does.
 constexpr int kDecorationsDelay = 1000;
 
-/// Whether the sizes differ by no more than what a scale that is no whole number rounds off.
+/// Whether the sizes differ only by the rounding of a fractional scale.
 bool isNear(QSize one, QSize other) {
     const QSize difference = one - other;
     return std::abs(difference.width()) <= 3 && std::abs(difference.height()) <= 3;
@@ -68,7 +68,7 @@ void MainWindowFrame::restore() {
         limitMinimumSize();
         apply(window_.geometry());
     } else if (!hasSavedMainWindowFrame(*settings_)) {
-        // Before the window is shown: a desktop that gives it another size then has the last word.
+        // Before the window is shown, so that the desktop can still choose another size.
         takesDefaultFrame_ = true;
         apply(defaultFrame());
     }
@@ -90,7 +90,7 @@ QRect MainWindowFrame::workArea() const {
     if (screen == nullptr) {
         return {};
     }
-    // Decorations are whole pixels of the screen, which with such a ratio are rounded.
+    // With a fractional ratio, the size of the decorations is rounded to whole pixels of the screen.
     const bool isFractional = std::fmod(screen->devicePixelRatio(), 1.0) != 0;
     return isFractional ? screen->availableGeometry().adjusted(1, 1, -1, -1) : screen->availableGeometry();
 }
@@ -115,7 +115,7 @@ void MainWindowFrame::limitMinimumSize() {
 }
 
 void MainWindowFrame::apply(const QRect& frame) {
-    // What the desktop gives a window that fills the screen is its own choice.
+    // The desktop alone decides the size of a window that fills the screen.
     const bool fillsScreen = (window_.windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen)) != 0;
     const QRect free = workArea();
     const QRect inside = free.isNull() ? frame : frameInside(frame, free);
@@ -137,7 +137,7 @@ void MainWindowFrame::allowForDecorations() {
         return;
     }
     awaitsDecorations_ = false;
-    // A desktop that arranges windows itself has given it a size of its own.
+    // A desktop that arranges windows by itself has given the window another size.
     if (isNear(window_.windowHandle()->size(), requestedSize_)) {
         limitMinimumSize();
         apply(takesDefaultFrame_ ? defaultFrame() : window_.geometry().marginsAdded(decorations()));
@@ -148,7 +148,7 @@ void MainWindowFrame::acceptSize() {
     awaitsDecorations_ = false;
     const QWindow* const handle = window_.windowHandle();
     if (handle != nullptr && handle->size() != window_.size()) {
-        // The toolkit takes a request for granted; the desktop need not.
+        // The toolkit assumes that a requested size is granted; the desktop may refuse it.
         window_.setMinimumSize(window_.minimumSize().boundedTo(handle->size()));
         window_.resize(handle->size());
     }

@@ -14,20 +14,20 @@ class QWidget;
 
 namespace corvel::ui {
 
-/// Where the main window stands on the screen: as the user left it, or in the middle at the first start, and always
-/// inside what a present screen has free. Where that is less than the window's minimum size, it is the minimum. A
-/// desktop that gives the window a size of its own when it is shown has the last word.
+/// Position and size of the main window: as the user left it, or centred at the first start, and always inside the free
+/// area of a screen. If that area is smaller than the window's minimum size, the minimum size is reduced to it. A
+/// desktop that gives the window another size when it is shown takes precedence.
 class MainWindowFrame final : public QObject {
     Q_OBJECT
 
 public:
-    /// Restores the saved frame, or gives the window its first one, and saves it from now on when the window moves,
-    /// resizes or closes. The window has its minimum size and is not shown yet.
+    /// Restores the saved frame, or applies the default one, and saves it from now on when the window moves, resizes or
+    /// closes. The window must have its minimum size and must not be shown yet.
     MainWindowFrame(QWidget& window, std::shared_ptr<Settings> settings);
     ~MainWindowFrame() override;
 
-    /// Keeps the first frame at 1180 × 760 with its decorations, in the middle of its screen, as soon as these are
-    /// known. Once at most, and not when a frame was saved.
+    /// Applies the default frame, 1180 × 760 with decorations, centred on the screen, as soon as the decorations are
+    /// known. Only once, and only if no frame was saved.
     void applyDefaultMainWindowFrameIfNeeded();
 
 protected:
@@ -36,16 +36,16 @@ protected:
 private:
     void restore();
     void save();
-    /// What the window's screen has free; null without a screen.
+    /// The free area of the window's screen; null without a screen.
     [[nodiscard]] QRect workArea() const;
     [[nodiscard]] QMargins decorations() const;
     [[nodiscard]] QRect defaultFrame() const;
     void limitMinimumSize();
-    /// Gives the window this frame, or as much of it as fits.
+    /// Gives the window this frame, reduced to the free area.
     void apply(const QRect& frame);
-    /// Decorations are known only after the window manager has put them on.
+    /// Corrects the frame when the decorations are known, which is after the window manager has added them.
     void allowForDecorations();
-    /// Ends the first moments, in which frames are still put right.
+    /// Ends the time after the start in which frames are corrected.
     void acceptSize();
 
     QWidget& window_;
@@ -59,10 +59,10 @@ private:
     bool awaitsDecorations_ = true;
 };
 
-/// The frame, made as small and moved as far as it must to lie inside the work area.
+/// The frame, reduced and moved as far as needed to lie inside the work area.
 [[nodiscard]] QRect frameInside(const QRect& frame, const QRect& workArea);
 
-/// Whether the settings hold a frame of the main window, whatever its exact key.
+/// Whether the settings have a frame of the main window, whatever its exact key.
 [[nodiscard]] bool hasSavedMainWindowFrame(const Settings& settings);
 
 }  // namespace corvel::ui

@@ -9,7 +9,7 @@
 
 namespace corvel::ui {
 
-/// Which of the model's properties may have changed since a view last looked.
+/// The properties of the model that may have changed since a view last read them.
 class ModelChanges {
 public:
     using Property = MIDIRouterViewModel::Property;

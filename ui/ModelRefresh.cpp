@@ -6,7 +6,7 @@ namespace corvel::ui {
 
 namespace {
 
-/// A little over a sixtieth of a second.
+/// Slightly more than a sixtieth of a second.
 constexpr int kTrafficInterval = 17;
 
 }  // namespace

@@ -8,9 +8,8 @@
 
 namespace corvel::ui {
 
-/// Tells views what to read again, once a turn of the main loop, whatever the model did in between: the model tells of
-/// a change before it happens, and a command changes several properties. Traffic alone is told at most 60 times a
-/// second.
+/// Tells views what to read again, once for each turn of the main loop: the model notifies before a change, and a
+/// command changes several properties. If only traffic changed, it tells them at most 60 times a second.
 class ModelRefresh : public QObject {
     Q_OBJECT
 

@@ -7,7 +7,7 @@
 
 namespace corvel::ui {
 
-/// Says why the application does not start: a window of its own, for want of another one.
+/// Shows why the application does not start, in a window of its own because there is no other one.
 class NoticeWindow final : public QDialog {
     Q_OBJECT
 

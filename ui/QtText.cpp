@@ -27,7 +27,7 @@ QString menuTitle(const QString& text) {
 }
 
 QString plainToolTip(const QString& text) {
-    // Tooltips take text for markup where it looks like it, and only markup is broken into lines.
+    // Tooltips interpret text that looks like markup as markup, and wrap only markup.
     const int width = QFontMetrics(Look::font(12)).size(0, text).width();
     if (width <= kToolTipWidth && !Qt::mightBeRichText(text)) {
         return text;

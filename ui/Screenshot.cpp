@@ -13,7 +13,7 @@ namespace corvel::ui {
 
 namespace {
 
-/// Long enough for the first notes to have arrived at the outputs.
+/// Long enough for the first notes to reach the outputs.
 constexpr int kPlayingTime = 1500;
 
 }  // namespace

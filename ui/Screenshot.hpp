@@ -15,14 +15,14 @@ namespace corvel::ui {
 
 struct ScreenshotOptions {
     std::filesystem::path file;
-    /// The window's content in logical pixels.
+    /// The size of the window's content in logical pixels.
     QSize size{1180, 760};
     AppAppearanceMode appearance = AppAppearanceMode::dark;
 };
 
-/// Shows the window, lets MIDI run for a moment and writes what is to be seen as a PNG, at the device pixel ratio of
-/// the application. Runs the main loop; needs no display on the "offscreen" platform. Gives the reason where the file
-/// could not be written.
+/// Shows the window, lets MIDI run for a moment and writes the window as a PNG, at the device pixel ratio of the
+/// application. Runs the main loop; needs no display on the "offscreen" platform. Returns the reason if the file could
+/// not be written.
 [[nodiscard]] std::optional<QString> takeScreenshot(MIDIRouterViewModel& model, std::shared_ptr<const Clock> clock,
                                                     const QString& demoReason, const ScreenshotOptions& options);
 

@@ -6,7 +6,7 @@
 
 namespace corvel::ui {
 
-/// The colours of one appearance. Text stands out from its ground at least 4.5 to 1, marks and icons 3 to 1.
+/// The colours of one appearance. Contrast is at least 4.5 : 1 for text and 3 : 1 for marks and icons.
 struct Theme {
     /// Header, set bar, columns, list and status bar.
     QColor surface;
@@ -24,7 +24,7 @@ struct Theme {
     QColor rowPressed;
     /// Endpoint row, menu item, choice card.
     QColor selected;
-    /// List row, which is wide.
+    /// List row, because it is wide.
     QColor selectedQuiet;
     /// Outline of selected cards.
     QColor selectedEdge;
@@ -48,7 +48,7 @@ struct Theme {
     QColor text2;
     /// Icons and arrow of list rows at rest.
     QColor text3;
-    /// Ink of what is disabled.
+    /// Ink of disabled items.
     QColor disabled;
     /// Selected icon, focus ring, tab line, check.
     QColor accent;
@@ -72,7 +72,7 @@ struct Theme {
     QColor tipInk;
     /// Ink of a primary button.
     QColor accentInk;
-    /// Over the window behind a dialog.
+    /// Drawn over the window behind a dialog.
     QColor scrim;
 
     /// The theme of an appearance.

@@ -30,7 +30,7 @@ void sendToRoot(xcb_connection_t* connection, const xcb_client_message_event_t& 
     xcb_send_event(connection, 0, root, mask, reinterpret_cast<const char*>(&event));
 }
 
-/// Asks the window manager for the keyboard at the time of the user's action.
+/// Asks the window manager for the keyboard focus, with the time of the user's action.
 void requestFocus(xcb_connection_t* connection, xcb_window_t window, std::uint32_t time) {
     constexpr std::uint32_t kFromApplication = 1;
     xcb_client_message_event_t event{};
@@ -43,7 +43,7 @@ void requestFocus(xcb_connection_t* connection, xcb_window_t window, std::uint32
     sendToRoot(connection, event, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT);
 }
 
-/// Tells the desktop that the start with this token has come to its end: the pointer stops to show that it waits.
+/// Tells the desktop that the start with this token is complete, so that the pointer stops showing that it waits.
 void endStartup(xcb_connection_t* connection, xcb_window_t window, std::string_view token) {
     const std::string message = "remove: ID=" + std::string(token);
     const xcb_atom_t begin = atom(connection, "_NET_STARTUP_INFO_BEGIN");
@@ -52,7 +52,7 @@ void endStartup(xcb_connection_t* connection, xcb_window_t window, std::string_v
     event.response_type = XCB_CLIENT_MESSAGE;
     event.format = 8;
     event.window = window;
-    // In pieces of 20 bytes, up to and with the zero byte at its end.
+    // In pieces of 20 bytes, including the terminating zero byte.
     for (std::size_t sent = 0; sent <= message.size(); sent += sizeof event.data.data8) {
         const std::string_view piece = std::string_view(message).substr(sent, sizeof event.data.data8);
         event.type = sent == 0 ? begin : more;
@@ -87,7 +87,7 @@ void activateWindow(QWidget& window, std::string_view token) {
             return;
         }
     } else if (!token.empty()) {
-        // The toolkit passes it on to the compositor with its next request.
+        // The toolkit passes it to the compositor with its next request.
         qputenv("XDG_ACTIVATION_TOKEN", QByteArray(token.data(), static_cast<qsizetype>(token.size())));
     }
     window.activateWindow();

@@ -8,12 +8,12 @@
 
 namespace corvel::ui {
 
-/// Gives a shown window the keyboard. A desktop may refuse that to a program that the user is not working with, unless
-/// the token comes with it that the desktop gave to the start that asks for it; it may be empty.
+/// Gives a shown window the keyboard focus. A desktop may refuse this to a program that the user is not working with,
+/// unless `token` is the one that it gave to the start that asks for it. `token` may be empty.
 void activateWindow(QWidget& window, std::string_view token);
 
-/// The X server's time of the user's action, in milliseconds, that a token of the startup notification ends with
-/// ("..._TIME4711"); none without one.
+/// The X server's time of the user's action in milliseconds, from the end of a startup notification's token
+/// ("..._TIME4711"); no value without one.
 [[nodiscard]] std::optional<std::uint32_t> userTime(std::string_view token);
 
 }  // namespace corvel::ui

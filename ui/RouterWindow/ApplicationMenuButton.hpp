@@ -10,7 +10,7 @@ namespace corvel::ui {
 
 class PopUpMenu;
 
-/// The application's mark, which opens the application menu; so does F10.
+/// The application's mark. It opens the application menu, as F10 does.
 class ApplicationMenuButton final : public LookButton {
     Q_OBJECT
 
@@ -23,7 +23,7 @@ protected:
 private:
     void openMenu();
 
-    /// One for good: screen readers lose an item whose menu goes before it.
+    /// Never replaced: screen readers lose an item whose menu is deleted first.
     PopUpMenu* menu_;
 };
 

@@ -10,10 +10,11 @@ namespace corvel::ui {
 
 class ChannelAssignmentView;
 
-/// Asks for a channel and a shortcut, and adds a channel assignment to a connection, or changes the connection's active
-/// one. Only "OK" does anything.
+/// Asks for a channel and a shortcut. Adds a channel assignment to a connection, or changes the connection's active
+/// one. Only "OK" changes anything.
 ///
-/// The model may change meanwhile: the answer goes to what the question was about, or nowhere.
+/// The model may change while the dialog is open: the answer applies only to the connection or assignment that the
+/// dialog was opened for.
 class ChannelAssignmentDialog final : public AlertDialog {
     Q_OBJECT
 
@@ -22,11 +23,11 @@ public:
     [[nodiscard]] static ChannelAssignmentDialog* forAdding(MIDIRouterViewModel& model, const Look& look,
                                                             const MIDIRoute& route, QWidget* parent);
 
-    /// The dialog that changes a connection's active assignment; null without one.
+    /// The dialog that changes a connection's active assignment; null if it has none.
     [[nodiscard]] static ChannelAssignmentDialog* forEditing(MIDIRouterViewModel& model, const Look& look,
                                                              const MIDIRoute& route, QWidget* parent);
 
-    /// Closes the dialog if what it is about is gone.
+    /// Closes the dialog if its connection or assignment no longer exists.
     void refresh();
 
 protected:
@@ -42,7 +43,7 @@ private:
 
     MIDIRouterViewModel& model_;
     const UUID routeID_;
-    /// The assignment to change, none for adding one.
+    /// The assignment to change; no value when adding one.
     const std::optional<UUID> variantID_;
     ChannelAssignmentView* editor_;
 };

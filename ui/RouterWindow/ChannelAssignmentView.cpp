@@ -28,12 +28,12 @@ constexpr QRect kField(kControlX, 36, 220, 32);
 constexpr QRect kHint(0, 74, 320, 14);
 constexpr int kClearSide = 24;
 constexpr int kClearInset = (kField.height() - kClearSide) / 2;
-/// The ring lies around the field.
+/// The focus ring lies around the field.
 constexpr int kRingWidth = 2;
 constexpr qreal kRingRadius = 8;
 constexpr int kChannels = 16;
 
-/// Index 0 passes channels on, index k forces channel k.
+/// Index 0 is "As Is", index k forces channel k.
 int pickerIndex(const ChannelMode& mode) {
     const int channel = mode.forcedChannel().value_or(0);
     return channel >= 1 && channel <= kChannels ? channel : 0;
@@ -82,7 +82,7 @@ ChannelAssignmentView::ChannelAssignmentView(const Look& look, const ChannelMode
     setShortcut(defaultShortcut);
     takeFocus_.setSingleShot(true);
     connect(&takeFocus_, &QTimer::timeout, this, [this] { setFocus(Qt::OtherFocusReason); });
-    // The toolkit's own shortcuts would come before anything in this window.
+    // Without this filter the toolkit's own shortcuts would act before anything in this window.
     qApp->installEventFilter(this);
 }
 
@@ -132,7 +132,7 @@ void ChannelAssignmentView::describe() {
 
 void ChannelAssignmentView::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
-    // Whoever shows the window gives the focus to some view of it first.
+    // Later, because showing a window first gives the focus to another of its views.
     takeFocus_.start();
 }
 
@@ -189,13 +189,13 @@ bool ChannelAssignmentView::eventFilter(QObject* watched, QEvent* event) {
         return false;
     }
     if (captures(keyEvent)) {
-        // Accepted, an override keeps the toolkit from looking for shortcuts of its own.
+        // Accepting an override keeps the toolkit from looking for its own shortcuts.
         event->accept();
         return true;
     }
     const bool isReturn = keyEvent.key() == Qt::Key_Return || keyEvent.key() == Qt::Key_Enter;
     if (event->type() == QEvent::KeyPress && isReturn && (watched == channelPicker_ || watched == clearButton_)) {
-        // These answer to the space bar; Return is for the dialog.
+        // The space bar presses these controls; Return belongs to the dialog.
         event->accept();
         QCoreApplication::sendEvent(parentWidget(), event);
         return true;

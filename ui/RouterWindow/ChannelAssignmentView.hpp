@@ -19,15 +19,15 @@ class LookLabel;
 class PopUpButton;
 class VerticallyCenteredLabelField;
 
-/// The editor of a channel assignment: its channel, and the shortcut that activates it.
+/// The editor of a channel assignment: its channel and the shortcut that activates it.
 ///
-/// While the focus is in its dialog, every key press that makes a shortcut becomes its shortcut; other keys do what
-/// they always do.
+/// While the focus is in its dialog, every key press that makes a shortcut becomes its shortcut; other keys keep their
+/// usual meaning.
 class ChannelAssignmentView final : public QWidget {
     Q_OBJECT
 
 public:
-    /// A forced channel outside 1 to 16, which the pop-up does not have, shows as "As Is".
+    /// A forced channel outside 1 to 16 is shown as "As Is", because the pop-up does not have it.
     ChannelAssignmentView(const Look& look, const ChannelMode& defaultChannelMode,
                           const std::optional<KeyboardShortcutSpec>& defaultShortcut, QWidget* parent = nullptr);
 
@@ -35,10 +35,11 @@ public:
     [[nodiscard]] const std::optional<KeyboardShortcutSpec>& shortcut() const { return shortcut_; }
     void setShortcut(const std::optional<KeyboardShortcutSpec>& shortcut);
 
-    /// The keys of the shortcut: those that were pressed, which a layout may call otherwise than the shortcut's title.
+    /// The keys that were pressed for the shortcut. The keyboard layout may name them differently from the shortcut's
+    /// title.
     [[nodiscard]] const QKeySequence& keys() const { return keys_; }
 
-    /// Shows under the field what else the shortcut means; an empty text shows the hint.
+    /// Shows below the field what else the shortcut means; an empty text shows the hint.
     void setConflict(const QString& conflict);
 
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -83,7 +83,7 @@ void ConnectionSetBar::refresh(const ModelChanges& changes) {
     sets_->setItems(names, current);
     const bool isOnlySet = setIDs_.size() == 1;
     if (isOnlySet && delete_->hasFocus()) {
-        // The next one in order would be a text field, which takes keys for itself.
+        // The next view in order would be a text field, which takes all keys.
         sets_->setFocus();
     }
     delete_->setEnabled(!isOnlySet);
@@ -107,7 +107,7 @@ void ConnectionSetBar::open(AlertDialog* question, std::function<void()> apply) 
     question_ = question;
     questionedSetID_ = model_.selectedRouteSetID();
     connect(question, &QDialog::accepted, this, [this, apply = std::move(apply)] {
-        // The answer may come before the news of another set.
+        // The answer may arrive before this view learns of another set.
         if (questionedSetID_ == model_.selectedRouteSetID()) {
             apply();
         }

@@ -16,7 +16,7 @@ class AlertDialog;
 class IconButton;
 class PopUpButton;
 
-/// Under the header: which connection set is the current one, and what can be done with it.
+/// The bar below the header: shows the current connection set, switches and edits sets.
 class ConnectionSetBar final : public QWidget {
     Q_OBJECT
 
@@ -25,7 +25,7 @@ public:
 
     void refresh(const ModelChanges& changes);
 
-    /// Makes the set current that comes so many places after the current one, as far as there is one.
+    /// Selects the set at this distance from the current one, if there is one.
     void selectNeighbour(int offset);
 
 protected:
@@ -38,15 +38,15 @@ private:
     void deleteSet();
     void askForName(const QString& message, const QString& informativeText, const std::string& name,
                     std::function<void(const std::string& name)> apply);
-    /// Shows the question, and applies it when it is answered. It goes away unanswered if another set becomes the
-    /// current one: it spoke of this one.
+    /// Shows the question, and calls `apply` when it is answered. If another set becomes current, the question closes
+    /// unanswered, because it refers to this set.
     void open(AlertDialog* question, std::function<void()> apply);
 
     MIDIRouterViewModel& model_;
     const Look& look_;
     PopUpButton* sets_;
     IconButton* delete_ = nullptr;
-    /// The sets as the pop-up lists them.
+    /// The sets in the order of the pop-up.
     std::vector<UUID> setIDs_;
     QPointer<AlertDialog> question_;
     UUID questionedSetID_;

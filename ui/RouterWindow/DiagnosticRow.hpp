@@ -10,7 +10,7 @@
 
 namespace corvel::ui {
 
-/// One entry of the diagnostic log: its time of day, and its message in as many lines as it takes.
+/// One entry of the diagnostic log: its time of day, and its message on as many lines as needed.
 class DiagnosticRow final : public QWidget {
     Q_OBJECT
 

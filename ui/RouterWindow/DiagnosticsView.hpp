@@ -24,7 +24,7 @@ public:
 
     void refresh(const ModelChanges& changes);
 
-    /// Puts the log on the clipboard, newest entry first, each as its time of day and its message.
+    /// Copies the log to the clipboard, newest entry first, each with its time of day and its message.
     void copyDiagnosticLog() const;
 
 protected:

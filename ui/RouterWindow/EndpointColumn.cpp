@@ -142,14 +142,14 @@ void EndpointColumn::showAdmitted() {
         rows_.push_back(row);
     }
     if (focusedRow != nullptr && std::ranges::find(rows_, focusedRow) == rows_.end()) {
-        // Left to the toolkit, the focus would go on to whatever comes after the column.
+        // Otherwise the toolkit would move the focus to the view after the column.
         QWidget* const heir =
             rows_.empty() ? this : static_cast<QWidget*>(rows_[std::min(focusedPlace, rows_.size() - 1)]);
         heir->setFocus(focusedRow->showsFocus() ? Qt::TabFocusReason : Qt::OtherFocusReason);
     }
     for (const auto& [id, row] : former) {
         row->hide();
-        // A row may be in the middle of its own drag.
+        // Later, because the row may be in the middle of its own drag.
         row->deleteLater();
     }
     nothingAdmitted_->setVisible(rows_.empty() && !endpoints_.empty());
@@ -167,7 +167,7 @@ void EndpointColumn::arrangeRows() {
             rowLayout_->insertWidget(place, rows_[index]);
         }
     }
-    // A new row would otherwise come last in the window, and take the others along.
+    // Otherwise a new row, and all rows after it, would come last in the window's tab order.
     QWidget* previous = tabPlace_;
     for (EndpointRow* const row : rows_) {
         setTabOrder(previous, row);
@@ -314,7 +314,7 @@ bool EndpointColumn::eventFilter(QObject* watched, QEvent* event) {
     }
     if (event->type() == QEvent::FocusIn) {
         setTabStop(row);
-        // A row that moved under the pointer would be lost to the click.
+        // If a row moved under the pointer, the click would miss it.
         if (static_cast<QFocusEvent*>(event)->reason() != Qt::MouseFocusReason) {
             scrollArea_->ensureWidgetVisible(row, 0, kRowGap);
         }

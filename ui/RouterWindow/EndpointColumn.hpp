@@ -27,7 +27,7 @@ class EndpointSelectionDetails;
 class LookLabel;
 class LookScrollArea;
 
-/// All inputs or all outputs as rows, with what is to know of the selected one below. A filter leaves out some of them.
+/// All inputs or all outputs as rows, with the details of the selected one below. A filter hides some of them.
 ///
 /// Shows what it is given and reports what the user does. The Tab key stops at one row; Up, Down, Home and End go to
 /// the others.
@@ -37,14 +37,15 @@ class EndpointColumn final : public QWidget {
 public:
     static constexpr int kWidth = 300;
 
-    /// The rows scroll, so the column's height does not depend on its width.
+    /// Rows scroll, so the column's height does not depend on its width.
     [[nodiscard]] bool hasHeightForWidth() const override { return false; }
-    /// Names that the user gave to endpoints, by the endpoints' IDs.
+    /// The user's own names of endpoints, by endpoint ID.
     using Aliases = std::unordered_map<std::int32_t, QString>;
 
     EndpointColumn(const Look& look, const QString& title, MIDIEndpointDirection direction, QWidget* parent);
 
-    /// Shows these endpoints in their order, as far as the filter admits them. The rows of those that stay are kept.
+    /// Shows those of these endpoints that match the filter, in this order. Keeps the rows of endpoints that are still
+    /// present.
     void setEndpoints(const std::vector<MIDIEndpointModel>& endpoints, const Aliases& aliases = {});
 
     /// The endpoints that have a connection, for the filter.
@@ -52,57 +53,58 @@ public:
 
     [[nodiscard]] EndpointFilterBar& filter() { return *filter_; }
 
-    /// Marks the endpoint with this ID; none needs to have it.
+    /// Selects the endpoint with this ID; it need not be present.
     void setSelection(const std::optional<std::int32_t>& selection);
 
-    /// Marks this endpoint's row as an end of the selected connection, in its colour; none of the rows need be it.
+    /// Marks this endpoint's row as an end of the selected connection, in the connection's colour; the endpoint need
+    /// not be present.
     void setConnectionMark(const std::optional<std::int32_t>& endpointID, const QColor& colour);
 
-    /// The endpoint with the selection's ID, if any. Valid until the endpoints change.
+    /// The selected endpoint, or null if it is not present. Valid until the endpoints change.
     [[nodiscard]] const MIDIEndpointModel* selectedEndpoint() const;
 
-    /// Adds the middles of all rows, also of those that are scrolled out of sight. Endpoints that the filter leaves out
+    /// Adds the middles of all rows, including rows that are scrolled out of sight. Endpoints that the filter hides
     /// count as below all rows.
     void reportConnectorPositions(EndpointConnectorYPositions& positions) const;
 
-    /// The part of the window in which rows can be seen.
+    /// The part of the window in which rows are visible.
     [[nodiscard]] QRect rowsRect() const;
 
     /// The row of the endpoint with this ID, or null. Valid until the endpoints change.
     [[nodiscard]] EndpointRow* row(std::int32_t endpointID) const;
 
-    /// The row that can be seen at this point of the window, or null. Valid until the endpoints change.
+    /// The visible row at this point of the window, or null. Valid until the endpoints change.
     [[nodiscard]] const EndpointRow* rowAt(QPoint point) const;
 
-    /// Scrolls no further than it takes to see the endpoint's row; not at all if the filter leaves it out.
+    /// Scrolls just enough to show the endpoint's row; does nothing if the filter hides it.
     void showEndpoint(std::int32_t endpointID);
 
-    /// Scrolls the endpoint's row to the middle, and has the filter admit everything if it leaves it out.
+    /// Scrolls the endpoint's row to the middle. Clears the filter if it hides the row.
     void centreEndpoint(std::int32_t endpointID);
 
-    /// Scrolls down by so many logical pixels, up by a negative number; whether anything moved.
+    /// Scrolls down by this number of logical pixels, up if it is negative. Returns whether anything moved.
     bool scrollBy(int pixels);
 
-    /// The rows in their order, for tests.
+    /// The rows in order, for tests.
     [[nodiscard]] const std::vector<EndpointRow*>& rows() const { return rows_; }
 
 signals:
     /// The user chose a row.
     void endpointSelected(std::int32_t endpointID);
 
-    /// The user dropped an input on the row of an output, or an output on that of an input.
+    /// The user dropped an input on an output's row, or an output on an input's row.
     void connectionRequested(std::int32_t sourceID, std::int32_t destinationID);
 
-    /// The user wants an endpoint's menu at a place of the screen.
+    /// The user asks for an endpoint's menu at this screen position.
     void menuRequested(std::int32_t endpointID, const QPoint& place);
 
-    /// The user wants to give an endpoint a name of their own.
+    /// The user asks to rename an endpoint.
     void renamingRequested(std::int32_t endpointID);
 
-    /// The user drags a row.
+    /// The user has started to drag a row.
     void dragStarted(QDrag* drag, const EndpointRow* row);
 
-    /// Rows have moved in the window.
+    /// Rows have moved inside the window.
     void connectorPositionsChanged();
 
 protected:
@@ -112,14 +114,14 @@ protected:
 
 private:
     [[nodiscard]] EndpointRow* makeRow(const MIDIEndpointModel& endpoint);
-    /// Makes the rows those of the endpoints that the filter admits.
+    /// Creates and removes rows so that they are those of the endpoints that match the filter.
     void showAdmitted();
     [[nodiscard]] bool admits(const MIDIEndpointModel& endpoint) const;
     void arrangeRows();
     void focusRows();
-    /// What a key does beside what it does to the row that has the focus; whether it does anything.
+    /// Handles what a key does besides its action on the focused row. Returns whether the key has an effect.
     bool handleKey(const EndpointRow* row, const QKeyEvent& event);
-    /// Moves the focus as this key asks; whether it is one that does.
+    /// Moves the focus by this key. Returns whether it is such a key.
     [[nodiscard]] bool moveFocus(const EndpointRow* from, int key);
     void setTabStop(const EndpointRow* stop);
     void updateSelection();
@@ -128,17 +130,17 @@ private:
     const Look& look_;
     const MIDIEndpointDirection direction_;
     std::optional<std::int32_t> selection_;
-    /// Those that the filter leaves out as well.
+    /// All endpoints, including those that the filter hides.
     std::vector<MIDIEndpointModel> endpoints_;
     Aliases aliases_;
     std::unordered_set<std::int32_t> connectedIDs_;
     EndpointFilterBar* filter_;
     LookLabel* nothingAdmitted_;
-    /// The end of the selected connection, and the connection's colour.
+    /// The end of the selected connection and the connection's colour.
     std::optional<std::int32_t> markedID_;
     QColor markColour_;
     std::vector<EndpointRow*> rows_;
-    /// Never seen: the place of the rows in the order of the Tab key.
+    /// An invisible view that keeps the place of the rows in the tab order.
     QWidget* tabPlace_;
     QWidget* rowArea_;
     QVBoxLayout* rowLayout_;

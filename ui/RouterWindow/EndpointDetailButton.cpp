@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kLineHeight = 16;
 constexpr qreal kRadius = 6;
-/// More of a name than this tells nobody anything, and would push the rows out of the column.
+/// A longer part of a name has no use, and would push the rows out of the column.
 constexpr std::size_t kMostLinesOfOne = 4;
 
 QFont lineFont(bool isFirst) {

@@ -9,12 +9,12 @@
 
 namespace corvel::ui {
 
-/// A text of several lines that can be pressed; the first line stands out, long lines wrap.
+/// A button with a text of several lines. The first line is highlighted, long lines wrap.
 class EndpointDetailButton final : public LookButton {
     Q_OBJECT
 
 public:
-    /// How far the button reaches beyond its text to the sides.
+    /// How far the button extends beyond its text on each side.
     static constexpr int kPadding = 6;
 
     EndpointDetailButton(const Look& look, QWidget* parent);
@@ -30,7 +30,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    /// A stretch of the text as it is drawn.
+    /// A line of the text as it is drawn.
     struct Line {
         QString text;
         bool isFirst = false;

@@ -22,13 +22,13 @@ namespace {
 constexpr qreal kLineWidth = 2.5;
 constexpr qreal kMostPull = 120;
 constexpr qreal kEndRadius = 4;
-/// Between the pointer and the card, and between the card and the column that it keeps off.
+/// Distance from the pointer to the card, and from the card to the column where it can be dropped.
 constexpr int kCardDistance = 12;
 constexpr int kCardGap = 16;
 constexpr int kWindowMargin = 8;
 
 constexpr int kScrollInterval = 16;
-/// How near to the rows' edge a column scrolls, and by how many pixels at most each time.
+/// Height of the scrolling zone at the edge of the rows, and maximum number of pixels that a column scrolls at a time.
 constexpr int kScrollZone = 36;
 constexpr int kMostScrolled = 12;
 constexpr int kWheelStep = 120;
@@ -93,7 +93,7 @@ bool EndpointDragGuide::eventFilter(QObject* watched, QEvent* event) {
         return false;
     }
     if (event->type() == QEvent::Wheel && watched->isWindowType()) {
-        // During a drag it may come to the window of the drag's picture.
+        // During a drag the event may arrive at the window of the drag's picture.
         scrollByWheel(static_cast<const QWheelEvent&>(*event));
         return true;
     }
@@ -117,7 +117,8 @@ bool EndpointDragGuide::eventFilter(QObject* watched, QEvent* event) {
 
 void EndpointDragGuide::moveTo(QPoint point) {
     if (!std::exchange(isFirst_, true)) {
-        // The toolkit's own filter, which the drag has installed meanwhile, swallows the wheel: be asked before it.
+        // The drag has installed the toolkit's own filter, which discards the wheel. Installing this one again puts it
+        // first.
         qApp->installEventFilter(this);
     }
     pointer_ = point;
@@ -208,7 +209,7 @@ void EndpointDragGuide::repeatMove() {
     }
     QDragMoveEvent move(*pointer_, Qt::CopyAction, drag_->mimeData(), Qt::LeftButton, Qt::NoModifier);
     QCoreApplication::sendEvent(handle, &move);
-    // On X11 a drop also depends on what the window answered last, and it is asked again only for another place.
+    // On X11 a drop also depends on the window's last answer, and the window is asked again only for another position.
     nudge_ = -nudge_;
     const QPointF place = *pointer_ + QPointF(nudge_, 0);
     QMouseEvent mouse(QEvent::MouseMove, place, handle->mapToGlobal(place), Qt::NoButton, Qt::LeftButton,

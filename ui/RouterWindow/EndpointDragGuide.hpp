@@ -22,9 +22,9 @@ namespace corvel::ui {
 class EndpointColumn;
 class EndpointRow;
 
-/// What the window shows of the drag of an endpoint's row: a line from the row to the pointer, or to the row on which
-/// the pointer stands, and the row as a card beside it, never over the column in which it can be dropped. Meanwhile the
-/// column under the pointer scrolls at its upper and lower edge and by the wheel.
+/// Draws the drag of an endpoint's row: a line from the row to the pointer, or to the row under the pointer, and the
+/// row as a card beside the pointer, never over the column where it can be dropped. During the drag the column under
+/// the pointer scrolls at its upper and lower edge and by the wheel.
 class EndpointDragGuide final : public QWidget {
     Q_OBJECT
 
@@ -49,16 +49,16 @@ private:
     void moveTo(QPoint point);
     void leave();
     void end();
-    /// Computes line and card, and repaints what has changed.
+    /// Computes line and card and repaints what has changed.
     void place();
     [[nodiscard]] QPointF lineEnd() const;
     [[nodiscard]] QRect cardRect() const;
-    /// Where a row's connector is, as near as its column's scrolling lets it be seen.
+    /// The place of a row's connector, limited to the visible part of its column.
     [[nodiscard]] static QPointF connector(const EndpointColumn& column, const EndpointRow& row);
 
     void scrollAtEdge();
     void scrollByWheel(const QWheelEvent& event);
-    /// Has the toolkit look again which row is under the pointer: a drop goes to the one that it found last.
+    /// Makes the toolkit search again for the row under the pointer, because a drop goes to the row that it found last.
     void repeatMove();
 
     const Look& look_;
@@ -68,14 +68,14 @@ private:
     MIDIEndpointDirection direction_ = MIDIEndpointDirection::source;
     std::int32_t endpointID_ = 0;
     QPixmap card_;
-    /// In the window; none while the pointer is outside.
+    /// The pointer's position in the window; no value while it is outside.
     std::optional<QPoint> pointer_;
     QPointF lineStart_;
     QPainterPath line_;
     QRect cardRect_;
     QTimer scrolling_;
     int nudge_ = -1;
-    /// Whether this is the first filter to see events.
+    /// Whether this event filter comes before all others.
     bool isFirst_ = false;
 };
 

@@ -11,8 +11,8 @@ namespace corvel::ui {
 class FilterField;
 class IconButton;
 
-/// The head of a column: its title, a field that filters the rows by name, and a switch that leaves only connected
-/// ones.
+/// The head of a column: its title, a field that filters the rows by name, and a switch that shows only connected
+/// endpoints.
 class EndpointFilterBar final : public QWidget {
     Q_OBJECT
 
@@ -22,30 +22,31 @@ public:
     /// `plural` names the column's endpoints in tooltips: "inputs".
     EndpointFilterBar(const Look& look, const QString& title, QString plural, QWidget* parent);
 
-    /// Whether a row with one of these names is shown: one of them contains every word of the field, in whatever case.
+    /// Whether a row with these names is shown: one of the names must contain every word of the field, in upper or
+    /// lower case.
     [[nodiscard]] bool admits(const QStringList& names, bool isConnected) const;
 
-    /// Whether some rows may be left out.
+    /// Whether the filter may hide rows.
     [[nodiscard]] bool isActive() const;
 
-    /// Whether the switch leaves only connected endpoints.
+    /// Whether only connected endpoints are shown.
     [[nodiscard]] bool showsConnectedOnly() const { return showsConnectedOnly_; }
 
-    /// Gives the field the keyboard, with its text selected.
+    /// Gives the field the focus and selects its text.
     void focusField();
     [[nodiscard]] bool isFieldFocused() const;
 
-    /// Gives the field the keyboard and appends what was typed elsewhere.
+    /// Gives the field the focus and appends text that was typed elsewhere.
     void type(const QString& text);
 
-    /// Shows everything again.
+    /// Clears the filter.
     void clear();
 
 signals:
-    /// Other rows may be admitted now.
+    /// The filter has changed.
     void changed();
 
-    /// The user is done with the field and goes on to the rows.
+    /// The user has finished typing and goes to the rows.
     void rowsRequested();
 
 private:

@@ -12,7 +12,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Long enough to be seen from the corner of an eye.
+/// Long enough to be noticed from the corner of an eye.
 constexpr std::chrono::nanoseconds kFull = 120ms;
 constexpr std::chrono::nanoseconds kFade = 380ms;
 

@@ -15,24 +15,24 @@ namespace corvel::ui {
 
 class EndpointColumn;
 
-/// The lights on the rows of endpoints that have just sent or been sent a message, connected or not.
+/// The lights on the rows of endpoints that have just sent or received a message, connected or not.
 class EndpointLights final : public QObject {
     Q_OBJECT
 
 public:
-    /// Gives the endpoints that sent or were sent something since it was last called.
+    /// Returns the endpoints that have sent or received a message since the last call.
     using TrafficSource = std::function<ActiveEndpoints()>;
 
     EndpointLights(EndpointColumn& inputs, EndpointColumn& outputs, TrafficSource takeTraffic, QObject* parent);
 
-    /// Asks for new traffic and shows the lights of this instant.
+    /// Reads new traffic and shows the lights of this instant.
     void show(Instant now);
 
-    /// How bright a light is, from 0 to 1, so long after the latest message.
+    /// The brightness of a light, 0 to 1, at this time after the latest message.
     [[nodiscard]] static double level(std::chrono::nanoseconds age);
 
 private:
-    /// When the endpoints with a light had their latest message.
+    /// The time of the latest message of each endpoint with a light.
     using LitEndpoints = std::unordered_map<std::int32_t, Instant>;
 
     static void show(LitEndpoints& lit, const std::vector<std::int32_t>& active, const EndpointColumn& column,

@@ -27,7 +27,7 @@ const MIDIEndpointModel* find(const MIDIRouterViewModel& model, const EndpointPo
     return found == endpoints.end() ? nullptr : &*found;
 }
 
-/// The endpoint that is selected in the other column, if it is there.
+/// The selected endpoint of the other column, if it is present.
 std::optional<EndpointPositionKey> selectedPartner(const MIDIRouterViewModel& model,
                                                    const EndpointPositionKey& endpoint) {
     const std::optional<std::int32_t>& id =
@@ -95,7 +95,7 @@ void askForEndpointAlias(MIDIRouterViewModel& model, const Look& look, const End
     question->setAccessory(field);
     QObject::connect(question, &AlertDialog::accepted, parent, [&model, endpoint, field, system = found->displayName] {
         const std::string alias = text::trimmed(toUTF8(field->text()));
-        // The system's own name needs no storing: it may change.
+        // The system's own name is not stored, because it may change.
         model.setEndpointAlias(endpoint.direction, endpoint.endpointID, alias == system ? "" : alias);
     });
     question->show();

@@ -10,11 +10,11 @@ class QWidget;
 
 namespace corvel::ui {
 
-/// Opens the context menu of an endpoint's row at a place of the screen: what can be done with the endpoint.
+/// Opens the context menu of an endpoint's row at this screen position.
 void openEndpointMenu(MIDIRouterViewModel& model, const Look& look, const EndpointPositionKey& endpoint,
                       const QPoint& place, QWidget* parent);
 
-/// Asks the user for a name of their own for an endpoint.
+/// Asks the user for their own name for an endpoint.
 void askForEndpointAlias(MIDIRouterViewModel& model, const Look& look, const EndpointPositionKey& endpoint,
                          QWidget* parent);
 

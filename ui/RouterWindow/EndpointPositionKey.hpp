@@ -11,7 +11,7 @@
 
 namespace corvel::ui {
 
-/// Names an endpoint row: an input and an output may have the same ID.
+/// Identifies an endpoint row. The direction is needed because an input and an output may have the same ID.
 struct EndpointPositionKey {
     MIDIEndpointDirection direction = MIDIEndpointDirection::source;
     std::int32_t endpointID = 0;

@@ -29,7 +29,7 @@ constexpr int kDotSize = 8;
 constexpr int kDotMargin = 14;
 constexpr qreal kHollowDotWidth = 1.75;
 constexpr qreal kConnectionMarkWidth = 5;
-/// The light of a message lies around the status dot.
+/// The light of a message surrounds the status dot.
 constexpr qreal kLightRadius = 9;
 constexpr qreal kLightCore = 4.5;
 constexpr double kHaloAlpha = 0.45;
@@ -178,7 +178,7 @@ void EndpointRow::paintLight(QPainter& painter, const QPointF& middle) const {
     painter.setPen(Qt::NoPen);
     painter.setBrush(halo);
     painter.drawEllipse(middle, kLightRadius, kLightRadius);
-    // On a dark ground it glows; on a light one it could only turn black.
+    // On a dark background it glows; on a light one it would turn black.
     const bool isDark = look().mode() == AppAppearanceMode::dark;
     painter.setBrush(isDark ? mixed(theme().online, theme().text, level) : theme().online);
     painter.drawEllipse(middle, kLightCore, kLightCore);
@@ -213,13 +213,13 @@ QPixmap EndpointRow::dragPicture() const {
 }
 
 void EndpointRow::drag() {
-    // The window's: the drag lives on until its data has been fetched, and this row may go meanwhile.
+    // Its parent is the window: the drag exists until its data has been fetched, and this row may be deleted before.
     auto* const drag = new QDrag(window());
     auto* const payload = new QMimeData;
     payload->setText(toQString(EndpointDragPayload::text(endpoint_.direction, endpoint_.id)));
     drag->setMimeData(payload);
-    // The window draws the card itself, clear of the row that it would be dropped on; without a picture the toolkit
-    // would draw the text.
+    // The window draws the card itself, outside the column where it can be dropped. Without a picture the toolkit would
+    // draw the text.
     QPixmap nothing(1, 1);
     nothing.fill(Qt::transparent);
     drag->setPixmap(nothing);
@@ -238,7 +238,7 @@ void EndpointRow::mousePressEvent(QMouseEvent* event) {
 }
 
 void EndpointRow::mouseDoubleClickEvent(QMouseEvent* event) {
-    // Selecting a row twice changes nothing, and a drag may begin with the second press.
+    // Selecting a row twice changes nothing, and the second press may start a drag.
     mousePressEvent(event);
 }
 
@@ -259,7 +259,7 @@ void EndpointRow::dragEnterEvent(QDragEnterEvent* event) {
 }
 
 void EndpointRow::dragMoveEvent(QDragMoveEvent* event) {
-    // When a row is scrolled under the pointer, the last answer of this drag was a refusal: it must be renewed here.
+    // If a row was scrolled under the pointer, the drag was last refused, so it must be accepted here again.
     if (event->mimeData()->hasText()) {
         event->acceptProposedAction();
     }

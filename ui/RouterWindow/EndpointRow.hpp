@@ -14,7 +14,7 @@
 
 namespace corvel::ui {
 
-/// One input or output: a tab docked at the stage's edge. An input can be dragged onto an output, an output onto an
+/// One input or output: a tab at the edge of the stage. An input can be dragged onto an output, an output onto an
 /// input.
 class EndpointRow final : public LookButton {
     Q_OBJECT
@@ -27,21 +27,21 @@ public:
     [[nodiscard]] const MIDIEndpointModel& endpoint() const { return endpoint_; }
     void setEndpoint(const MIDIEndpointModel& endpoint);
 
-    /// The user's own name for the endpoint, shown instead of the system's; none if empty.
+    /// The user's own name for the endpoint, shown instead of the system's; empty if there is none.
     void setAlias(const QString& alias);
 
-    /// How bright the light of a message that just passed is, from 0 to 1.
+    /// The brightness of the light of the latest message, 0 to 1.
     void setLight(double level);
 
     [[nodiscard]] bool isSelected() const { return isSelected_; }
     void setSelected(bool isSelected);
 
-    /// Marks the row as an end of the selected connection, with a bar in the connection's colour where its line begins.
-    /// This is not the row's own selection, which is for the next connection.
+    /// Marks the row as an end of the selected connection: a bar in the connection's colour, where its line begins.
+    /// This is independent of the row's own selection, which is for the next connection.
     void setConnectionMark(const std::optional<QColor>& colour);
     [[nodiscard]] const std::optional<QColor>& connectionMark() const { return connectionMark_; }
 
-    /// Whether a drag that this row would take hovers over it.
+    /// Whether a drag that this row accepts is over it.
     [[nodiscard]] bool isDropTarget() const { return isDropTarget_; }
 
     [[nodiscard]] QAccessible::Role accessibleRole() const override { return QAccessible::ListItem; }
@@ -50,18 +50,18 @@ public:
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return {0, kHeight}; }
 
-    /// The row as a card, for the time of its drag.
+    /// The card that is shown during the row's drag.
     [[nodiscard]] QPixmap dragPicture() const;
 
 signals:
-    /// The drag is destroyed on one of the turns of the main loop after its end.
+    /// A drag has started. It is destroyed on a turn of the main loop after its end.
     void dragStarted(QDrag* drag);
 
-    /// An endpoint of the other direction was dropped here. Comes after the drag has ended, on a later turn of the
+    /// An endpoint of the other direction was dropped here. Emitted after the drag has ended, on a later turn of the
     /// main loop.
     void endpointDropped(std::int32_t endpointID);
 
-    /// The user wants the endpoint's menu at this place of the screen.
+    /// The user asks for the endpoint's menu at this screen position.
     void menuRequested(const QPoint& place);
 
 protected:
@@ -76,7 +76,7 @@ protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
 
 private:
-    /// What a row shows besides its endpoint; the picture under the pointer of a drag shows another state than the row.
+    /// The state that is drawn. The picture of a drag has another one than the row.
     struct State {
         QColor fill;
         bool isSelected = false;
@@ -91,7 +91,7 @@ private:
     [[nodiscard]] static QRectF statusDot(const QRectF& whole);
     void paintStatusDot(QPainter& painter, const QRectF& whole) const;
     void paintLight(QPainter& painter, const QPointF& middle) const;
-    /// The endpoint that a drag carries, if this row takes it.
+    /// The endpoint in a drag, if this row accepts it.
     [[nodiscard]] std::optional<std::int32_t> droppableEndpoint(const QDropEvent& event) const;
     void drag();
     void setDropTarget(bool isDropTarget);
@@ -99,7 +99,7 @@ private:
 
     MIDIEndpointModel endpoint_;
     QString alias_;
-    /// In steps, so that a light that fades repaints no more often than its difference can be seen.
+    /// In steps, so that a fading light repaints only when the difference is visible.
     int lightLevel_ = 0;
     bool isSelected_ = false;
     bool isDropTarget_ = false;

@@ -23,7 +23,7 @@ constexpr int kGap = 3;
 EndpointSelectionDetails::EndpointSelectionDetails(const Look& look, QWidget* parent)
     : QWidget(parent), look_(look), button_(new EndpointDetailButton(look, this)) {
     auto* const layout = new QVBoxLayout(this);
-    // The button reaches out a little beyond its text, for what it shows while hovered.
+    // The button extends beyond its text, for its background while hovered.
     constexpr int kOverhang = EndpointDetailButton::kPadding;
     layout->setContentsMargins(0, kVerticalPadding + 1, 0, kVerticalPadding);
     layout->setSpacing(kGap);

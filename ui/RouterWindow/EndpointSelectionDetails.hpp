@@ -9,14 +9,14 @@ namespace corvel::ui {
 
 class EndpointDetailButton;
 
-/// The selected endpoint in full under its column; pressing the text copies it.
+/// The full details of the selected endpoint, below its column. Pressing the text copies it.
 class EndpointSelectionDetails final : public QWidget {
     Q_OBJECT
 
 public:
     EndpointSelectionDetails(const Look& look, QWidget* parent);
 
-    /// Hides itself without an endpoint.
+    /// Hides itself if there is no endpoint.
     void setEndpoint(const MIDIEndpointModel* endpoint);
 
 protected:

@@ -4,7 +4,7 @@
 
 namespace corvel::ui {
 
-/// The heights of the window between which the columns show rows, in logical pixels from its top.
+/// The vertical ranges of the window in which the columns show rows, in logical pixels from its top.
 struct EndpointViewports {
     struct Range {
         double top = 0;
@@ -13,7 +13,7 @@ struct EndpointViewports {
         bool operator==(const Range&) const = default;
     };
 
-    /// None where the column is not laid out: then all of its rows count as seen.
+    /// No value before the column has a layout; all of its rows then count as visible.
     std::optional<Range> inputs;
     std::optional<Range> outputs;
 

@@ -10,7 +10,7 @@ namespace corvel::ui {
 
 class AppearanceChoice;
 
-/// The general settings: light or dark, and what becomes of held notes.
+/// The general settings: light or dark, and the release of held notes.
 class GeneralSettings final : public QWidget {
     Q_OBJECT
 

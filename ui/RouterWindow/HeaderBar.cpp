@@ -27,7 +27,7 @@ HeaderBar::HeaderBar(MIDIRouterViewModel& model, const Look& look, const QList<Q
                      const QString& demoReason, QWidget* parent)
     : QWidget(parent), model_(model) {
     setFixedHeight(kHeight);
-    // Made in the order of the Tab key: the toolkit forgets another one when the window takes the bar over.
+    // Created in tab order: the toolkit loses any other order when the window adopts the bar.
     auto* const mark = new ApplicationMenuButton(look, menu, this);
     auto* const title = new LookLabel(look, Look::font(20, QFont::DemiBold), &Theme::text, this);
     title->setText(QStringLiteral("Corvel"));
@@ -40,7 +40,7 @@ HeaderBar::HeaderBar(MIDIRouterViewModel& model, const Look& look, const QList<Q
     delete_ =
         new IconButton(look, QStringLiteral("trash"), QStringLiteral("Delete selected connection"), kButtonSide, this);
     delete_->setRole(IconButton::Role::destructive);
-    // A click leaves the focus where it was: no later key finds it here by chance.
+    // A click does not move the focus here, so that a later key cannot delete by accident.
     delete_->setFocusPolicy(Qt::TabFocus);
     delete_->installEventFilter(this);
 
@@ -99,7 +99,7 @@ bool HeaderBar::eventFilter(QObject* watched, QEvent* event) {
         case QEvent::FocusIn:
         case QEvent::FocusOut:
         case QEvent::EnabledChange:
-            // The button itself has not heard of it yet.
+            // Queued, because the button handles the event after this filter.
             QMetaObject::invokeMethod(this, &HeaderBar::binAttentionChanged, Qt::QueuedConnection);
             break;
         default:

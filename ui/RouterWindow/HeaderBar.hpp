@@ -14,23 +14,23 @@ namespace corvel::ui {
 class IconButton;
 class TextButton;
 
-/// The window's head: the application menu, the title, and what acts on the whole window.
+/// The header of the window: the application menu, the title, and the commands for the whole window.
 class HeaderBar final : public QWidget {
     Q_OBJECT
 
 public:
-    /// `menu` are the application menu's items. `demoReason` says why the demo devices run, empty if they do not.
+    /// `menu` has the application menu's items. `demoReason` says why the demo devices run, empty if they do not.
     HeaderBar(MIDIRouterViewModel& model, const Look& look, const QList<QAction*>& menu, const QString& demoReason,
               QWidget* parent);
 
     void refresh(const ModelChanges& changes);
 
-    /// Whether the pointer or the keyboard's focus is on the button that deletes the selected connection.
+    /// Whether the pointer or the keyboard focus is on the button that deletes the selected connection.
     [[nodiscard]] bool isBinAttended() const;
 
 signals:
     void settingsRequested();
-    /// `isBinAttended` may be another.
+    /// `isBinAttended` may have changed.
     void binAttentionChanged();
 
 protected:

@@ -30,7 +30,7 @@ bool moves(const QKeyEvent& event) {
     }
 }
 
-/// Whether the key goes to a text. Return and Escape do not: they are for the dialog around it.
+/// Whether the key goes to a text field. Return and Escape do not: they belong to the dialog around it.
 bool types(const QKeyEvent& event) {
     const QWidget* const focus = QApplication::focusWidget();
     const bool isForDialog =
@@ -63,11 +63,11 @@ bool HeldKeys::eventFilter(QObject* watched, QEvent* event) {
         return false;
     }
     if (type == QEvent::ShortcutOverride) {
-        // Accepted, an override keeps the toolkit from looking for a shortcut.
+        // Accepting an override keeps the toolkit from looking for a shortcut.
         event->accept();
         return true;
     }
-    // A release that is half of a repetition would press the button under the space bar.
+    // The release of a repetition would press the button that the space bar holds down.
     return type == QEvent::KeyRelease || (!moves(key) && !types(key));
 }
 

@@ -8,16 +8,16 @@ class QKeyEvent;
 
 namespace corvel::ui {
 
-/// Has a key that is held down do its work once, in the whole application, for as long as this exists.
+/// Makes a held key act only once in the whole application, while this object exists.
 ///
-/// A key that rests under a hand would otherwise press a button again and again, and answer the question that its first
-/// press asked. Repetitions reach views only where they move the focus, scroll, or type into a text. They are looked at
-/// where they enter a window, so it does not matter what the window shows or which windows there are.
+/// Otherwise a key under a resting hand would press a button again and again, and answer the question that its first
+/// press opened. Repetitions reach views only if they move the focus, scroll, or type into a text. They are filtered
+/// where they enter a window, so it works in all windows, whatever they show.
 class HeldKeys final : public QObject {
     Q_OBJECT
 
 public:
-    /// Comes before every filter of the application that was installed earlier.
+    /// Comes before every event filter of the application that was installed earlier.
     HeldKeys();
     ~HeldKeys() override;
 

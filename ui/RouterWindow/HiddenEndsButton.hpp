@@ -6,18 +6,18 @@
 
 namespace corvel::ui {
 
-/// Where lines end whose row is scrolled out of sight: a chevron that points to where the rows are, with how many lines
-/// end there. Not in the order of Tab: from the keyboard, the column itself scrolls.
+/// A chevron where lines end whose row is scrolled out of sight. It points to the rows and shows the number of lines.
+/// Not in the tab order, because the keyboard scrolls the column itself.
 class HiddenEndsButton final : public LookButton {
     Q_OBJECT
 
 public:
     static constexpr int kHeight = 24;
 
-    /// `isAbove` tells which way the rows are, `plural` what they are: "inputs".
+    /// `isAbove` gives the direction of the rows, `plural` their name: "inputs".
     HiddenEndsButton(const Look& look, bool isAbove, QString plural, QWidget* parent);
 
-    /// How many lines end here; sizes and names the button.
+    /// The number of lines that end here; determines size and name of the button.
     void setCount(std::size_t count);
 
 protected:

@@ -17,14 +17,14 @@ namespace corvel::ui {
 
 namespace {
 
-/// Scan codes of the display server are the kernel's key codes, moved up.
+/// The display server's scan codes are the kernel's key codes plus this.
 constexpr std::uint32_t kScanCodeOffset = 8;
 
 /// No key has this code.
 constexpr std::uint16_t kNoKeyCode = 0xFFFF;
 
-/// Keys beside each other on a keyboard: the kernel numbers each row from left to right, the shortcuts' own numbering
-/// is scattered.
+/// Adjacent keys on a keyboard. The kernel numbers each row from left to right; the numbering of shortcuts is
+/// irregular.
 struct KeyRow {
     std::uint32_t firstKernelCode;
     std::array<std::uint16_t, 10> keyCodes;
@@ -40,7 +40,7 @@ constexpr std::array<KeyRow, 4> kKeyRows{{
 
 std::uint16_t keyCodeForScanCode(std::uint32_t scanCode) {
     for (const KeyRow& row : kKeyRows) {
-        // Below the row's first code the difference wraps around and is large.
+        // For codes below the row's first one the difference wraps around and is large.
         const std::uint32_t place = scanCode - kScanCodeOffset - row.firstKernelCode;
         if (place < row.count) {
             return row.keyCodes[place];
@@ -49,9 +49,9 @@ std::uint16_t keyCodeForScanCode(std::uint32_t scanCode) {
     return kNoKeyCode;
 }
 
-/// What the key writes with Shift applied and without the other modifiers; no value if it writes nothing.
+/// The text that the key types with Shift applied and without the other modifiers; no value if it types nothing.
 std::optional<std::string> charactersIgnoringModifiers(const QKeyEvent& event) {
-    // The event's own text is a control character, or empty, where modifiers are held.
+    // If modifiers are held, the event's own text is a control character or empty.
     const auto character = static_cast<char32_t>(event.key());
     if (character == 0 || character > QChar::LastValidCodePoint || !QChar::isPrint(character)) {
         return std::nullopt;

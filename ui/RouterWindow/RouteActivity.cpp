@@ -7,12 +7,12 @@ namespace corvel::ui {
 
 namespace {
 
-/// What an event of an earlier instant showed has passed at `now`.
+/// Events before this instant show nothing more at `now`.
 Instant oldestLive(Instant now) {
     return now - RouteLine::kSignalDuration - std::max(RouteLine::kSignalFadeDuration, RouteLine::kOutputPulseDuration);
 }
 
-/// The events that can show anything at `now`, the oldest first.
+/// The events that can show anything at `now`, oldest first.
 std::vector<const MIDIActivityEvent*> liveEvents(Instant now, const MIDIRouterViewModel::ActivityEvents& events) {
     const Instant oldest = oldestLive(now);
     std::vector<const MIDIActivityEvent*> live;

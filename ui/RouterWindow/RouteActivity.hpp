@@ -28,18 +28,18 @@ struct RouteActivity {
         bool operator==(const PlacedPulse&) const = default;
     };
 
-    /// Those of the oldest events first; of events of one instant, in the order of their arrival.
+    /// In the order of their events: oldest first, events of the same instant in order of arrival.
     std::vector<PlacedSignal> activeSignals;
     std::vector<PlacedPulse> outputPulses;
 
     bool operator==(const RouteActivity&) const = default;
 
-    /// What the events, given in the order of their arrival, show on the lines at `now`. Events of connections that
-    /// have no line, and of a time to come, as when the clock was set back, show nothing.
+    /// What the events, given in order of arrival, show on the lines at `now`. Events of connections without a line
+    /// show nothing, nor do events in the future, which occur after the clock was set back.
     [[nodiscard]] static RouteActivity at(Instant now, const RouteLines& lines,
                                           const MIDIRouterViewModel::ActivityEvents& events);
 
-    /// Whether none of the events shows anything at `now` or later.
+    /// Whether all events show nothing at `now` and later.
     [[nodiscard]] static bool hasPassed(Instant now, const MIDIRouterViewModel::ActivityEvents& events);
 };
 

@@ -7,7 +7,7 @@ namespace corvel::ui {
 
 namespace {
 
-/// A sixtieth of a second. Timers count whole milliseconds; 17 would skip a picture of the screen now and then.
+/// A sixtieth of a second. Timers count whole milliseconds; 17 ms would sometimes skip a frame of the screen.
 constexpr std::chrono::milliseconds kInterval(16);
 
 }  // namespace

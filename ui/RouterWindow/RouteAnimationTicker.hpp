@@ -9,13 +9,12 @@
 
 namespace corvel::ui {
 
-/// The instant that the stage shows, moved on 60 times a second. It goes on while menus are open and windows are
-/// resized.
+/// The instant that the stage shows. It advances 60 times a second, also while menus are open and windows are resized.
 class RouteAnimationTicker : public QObject {
     Q_OBJECT
 
 public:
-    /// Stands at the clock's present instant until it is started.
+    /// Has the clock's current instant until it is started.
     explicit RouteAnimationTicker(std::shared_ptr<const Clock> clock, QObject* parent = nullptr);
 
     /// The instant to show.
@@ -23,16 +22,16 @@ public:
 
     [[nodiscard]] bool isRunning() const { return timer_.isActive(); }
 
-    /// Begins to tick; does nothing while it ticks.
+    /// Starts ticking; does nothing if it already ticks.
     void start();
 
     void stop();
 
-    /// Moves on to the clock's present instant.
+    /// Advances to the clock's current instant.
     void tick();
 
 signals:
-    /// `now` has been set, though perhaps to the instant that it was.
+    /// `now` was set, possibly to the same instant.
     void nowChanged();
 
 private:

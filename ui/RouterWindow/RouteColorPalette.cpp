@@ -32,7 +32,7 @@ constexpr std::array<Components, kColorCount> kColors{{
 }  // namespace
 
 std::size_t stableIndex(const UUID& routeID) {
-    // 64-bit FNV-1a, which the standard library's hashes are not bound to.
+    // 64-bit FNV-1a. The standard library's hashes may differ between versions.
     std::uint64_t hash = 0xcbf29ce484222325U;
     for (const char character : routeID.text()) {
         hash ^= static_cast<unsigned char>(character);

@@ -31,13 +31,13 @@ namespace {
 
 constexpr int kPlaceholderIcon = 56;
 constexpr int kPlaceholderGap = 16;
-/// How far a signal and a ring reach from their places.
+/// Radius of the area that a signal or ring covers.
 constexpr qreal kSignalReach = 22;
 constexpr qreal kPulseReach = 34;
-/// With more than so many moving parts their bounds are painted as one rectangle: every rectangle costs a look at every
-/// part.
+/// With more moving parts than this their bounds are painted as one rectangle, because every rectangle costs a search
+/// through all parts.
 constexpr std::size_t kExactRegionLimit = 24;
-/// The opacity of all other lines while one is emphasized.
+/// The opacity of all other lines while one is highlighted.
 constexpr qreal kStrengthBesideEmphasized = 0.25;
 constexpr qreal kFocusRadius = 6;
 constexpr qreal kFocusMargin = 2;
@@ -52,7 +52,7 @@ RouteGraph::RouteGraph(MIDIRouterViewModel& model, const Look& look, std::shared
       ticker_(std::move(clock)),
       placeholder_(new LookLabel(look, Look::font(15), &Theme::text2, this)),
       edges_(look, this) {
-    // Before setting the name, because that makes screen readers ask for the stage's interface.
+    // Before the name is set, because setting it makes screen readers ask for the stage's interface.
     installRouteGraphAccessibility();
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMouseTracking(true);
@@ -98,7 +98,7 @@ void RouteGraph::takeRoutes() {
     std::ranges::copy_if(routeIDs_, std::back_inserter(gone), missingIn(ids));
     std::vector<UUID> come;
     std::ranges::copy_if(ids, std::back_inserter(come), missingIn(routeIDs_));
-    // A removed line is announced while it is still in the list, a new line once it is in the list.
+    // A removed line is announced while it is still in the list, a new line when it is in the list.
     announceRouteLines(*this, gone, QAccessible::ObjectDestroyed);
     routeIDs_ = std::move(ids);
     announceRouteLines(*this, come, QAccessible::ObjectCreated);
@@ -360,10 +360,10 @@ void RouteGraph::resizeEvent(QResizeEvent* event) {
 
 void RouteGraph::paintEvent(QPaintEvent* event) {
     QPainter painter(this);
-    // The widget's own ratio is not the one of a picture that it is rendered to.
+    // Taken from the painter: a picture that the widget is rendered to has another ratio than the widget.
     prepare(painter.deviceTransform().m11());
     for (const QRect& rect : event->region()) {
-        // One at a time: the toolkit copies pictures many times faster into one rectangle than into several.
+        // One rectangle at a time: the toolkit copies pictures many times faster than with several.
         painter.setClipRect(rect);
         paintClip(painter);
     }
@@ -371,7 +371,7 @@ void RouteGraph::paintEvent(QPaintEvent* event) {
 
 void RouteGraph::paintClip(QPainter& painter) {
     painter.save();
-    // In device pixels pictures are copied, where in logical ones they would be scaled.
+    // In device pixels, because the toolkit would scale pictures in logical ones.
     painter.scale(1 / ratio_, 1 / ratio_);
     painter.drawPixmap(0, 0, linesPicture_);
     paintActivity(painter);

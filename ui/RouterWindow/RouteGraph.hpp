@@ -29,12 +29,12 @@ namespace corvel::ui {
 
 class LookLabel;
 
-/// The routing stage: a line for each connection from its input's row to its output's row, and on it a signal for each
-/// message that it carried. A click on a line selects the connection; with the focus, so do Up, Down, Home and End, and
-/// Delete deletes it.
+/// The stage: a line for each connection from its input's row to its output's row, and a signal on it for each message.
+/// A click on a line selects the connection. With the focus, Up, Down, Home and End also select, and Delete deletes the
+/// selected one.
 ///
-/// The lines are a picture that changes only with them; a tick copies the signals onto it, and where nothing moves it
-/// paints nothing.
+/// The lines are a picture that is repainted only when they change. A tick copies the signals onto it, and paints
+/// nothing if nothing moves.
 class RouteGraph : public QWidget {
     Q_OBJECT
 
@@ -42,26 +42,26 @@ public:
     RouteGraph(MIDIRouterViewModel& model, const Look& look, std::shared_ptr<const Clock> clock,
                QWidget* parent = nullptr);
 
-    /// Reads again what may have changed. Traffic needs no telling: every tick reads it.
+    /// Reads again what may have changed. Traffic need not be reported: every tick reads it.
     void refresh(const ModelChanges& changes);
 
-    /// Takes the heights of the endpoint rows in the window. An endpoint without one has its connectors spread over the
-    /// stage's height; one whose row is out of sight has its lines end at a chevron.
+    /// Takes the heights of the endpoint rows in the window. Connectors of endpoints without a row are spread over the
+    /// stage's height; lines to a row that is out of sight end at a chevron.
     void setConnectorPositions(const EndpointConnectorYPositions& positions, const EndpointViewports& viewports = {});
 
-    /// The lines as they are placed now.
+    /// The lines at their current places.
     [[nodiscard]] const RouteLines& lines() const { return lines_; }
 
-    /// What drives the animation; runs while the stage is shown.
+    /// The clock of the animation; runs while the stage is shown.
     [[nodiscard]] RouteAnimationTicker& ticker() { return ticker_; }
 
-    /// Where lines end whose row is out of sight.
+    /// The chevrons where lines end whose row is out of sight.
     [[nodiscard]] const RouteGraphEdges& edges() const { return edges_; }
 
-    /// The connections in the order of the list.
+    /// The connections in list order.
     [[nodiscard]] const std::vector<UUID>& routeIDs() const { return routeIDs_; }
 
-    /// A connection's endpoints in words: "Keys to Synth".
+    /// The names of a connection's endpoints: "Keys to Synth".
     [[nodiscard]] QString routeName(const UUID& routeID) const;
 
     /// The bounds of a connection's line; empty if it has none.
@@ -72,17 +72,17 @@ public:
     /// Makes this connection the selected one.
     void selectRoute(const UUID& routeID);
 
-    /// Has one connection's line stand out from all others; none treats all alike.
+    /// Highlights one connection's line; no value highlights none.
     void setEmphasizedRoute(const std::optional<UUID>& routeID);
 
 signals:
-    /// The user wants to see this endpoint's row.
+    /// The user asks to scroll to this endpoint's row.
     void endpointRequested(const corvel::ui::EndpointPositionKey& endpoint);
 
-    /// The user wants the menu of a connection's line at this place of the screen.
+    /// The user asks for the menu of a connection's line at this screen position.
     void menuRequested(const corvel::UUID& routeID, const QPoint& place);
 
-    /// A click that meant no line.
+    /// The user clicked where there is no line.
     void emptyPlaceClicked();
 
 protected:
@@ -101,19 +101,19 @@ protected:
     void focusOutEvent(QFocusEvent* event) override;
 
 private:
-    /// Takes the connections from the model, and tells assistive technologies which lines come and go.
+    /// Takes the connections from the model, and tells assistive technologies which lines are new or deleted.
     void takeRoutes();
-    /// Places the lines anew, and repaints if that makes a difference.
+    /// Computes the places of the lines, and repaints if they have changed.
     void placeLines();
     [[nodiscard]] RouteLines makeLines(RouteLineEnds& ends) const;
     void placePlaceholder();
-    /// Has everything painted anew, lines and sprites.
+    /// Makes everything be painted again, lines and sprites.
     void forgetPictures();
     void repaintLines();
 
     /// Shows the ticker's instant.
     void showInstant();
-    /// Whether no event has come since all had passed, so that looking through them again would find nothing.
+    /// Whether no event has come since all had passed, so that searching them again would find nothing.
     [[nodiscard]] bool isAsWhenPassed() const;
     [[nodiscard]] static QRegion regionOf(const RouteActivity& before, const RouteActivity& after);
 
@@ -139,21 +139,21 @@ private:
     RouteGraphEdges edges_;
     RouteLines lines_;
     RouteActivity activity_;
-    /// Whether all events had passed at the latest tick, and the newest of them then.
+    /// Whether all events had passed at the latest tick, and which was the newest then.
     bool hasPassed_ = false;
     Instant passedAt_;
     UUID newestPassed_;
     std::optional<UUID> hoveredRoute_;
-    /// Whether the button is down on the stage, and on which line.
+    /// Whether the mouse button was pressed on the stage, and on which line.
     bool isPressed_ = false;
     std::optional<UUID> pressedRoute_;
     std::optional<UUID> emphasizedRoute_;
-    /// Whether the focus came by keyboard: only then a ring is drawn.
+    /// Whether the focus came by keyboard; a ring is drawn only then.
     bool isKeyboardFocus_ = false;
 
-    /// Device pixels to a logical one in the pictures, 0 when there are none in this appearance.
+    /// Device pixels per logical pixel of the pictures; 0 if there are none in this appearance.
     qreal ratio_ = 0;
-    /// Null when it has to be painted anew.
+    /// Null if it must be painted again.
     QPixmap linesPicture_;
     SignalSprites sprites_;
 };

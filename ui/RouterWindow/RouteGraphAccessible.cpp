@@ -15,7 +15,7 @@ namespace corvel::ui {
 
 namespace {
 
-/// One line, for as long as its connection is in the list. The stage's own interface owns it.
+/// One line, while its connection is in the list. The stage's interface owns it.
 class RouteLineAccessible final : public QAccessibleInterface, public QAccessibleActionInterface {
 public:
     RouteLineAccessible(RouteGraph& graph, const UUID& routeID) : graph_(graph), routeID_(routeID) {}
@@ -64,7 +64,7 @@ private:
     const UUID routeID_;
 };
 
-/// The stage with its lines in the order of the list. Without lines it has the placeholder's text, as any widget.
+/// The stage with its lines in list order. Without lines it has the placeholder's text, like any widget.
 class RouteGraphAccessible final : public QAccessibleWidget {
 public:
     explicit RouteGraphAccessible(RouteGraph* graph) : QAccessibleWidget(graph, QAccessible::Grouping) {}
@@ -157,7 +157,7 @@ void announceRouteLines(RouteGraph& graph, const std::vector<UUID>& routeIDs, QA
 }
 
 void installRouteGraphAccessibility() {
-    // The toolkit keeps a factory once, however often it is handed over.
+    // The toolkit ignores a factory that it already has.
     QAccessible::installFactory(makeInterface);
 }
 

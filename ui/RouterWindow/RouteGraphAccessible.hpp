@@ -10,11 +10,12 @@ namespace corvel::ui {
 
 class RouteGraph;
 
-/// Has assistive technologies see every line of a `RouteGraph` as a button named after its endpoints, which selects the
-/// connection. Once is enough; more does no harm.
+/// Makes assistive technologies see every line of a `RouteGraph` as a button that is named after its endpoints and
+/// selects the connection. May be called more than once.
 void installRouteGraphAccessibility();
 
-/// Tells assistive technologies that these lines of the stage have come or are about to go. They are in its list.
+/// Tells assistive technologies that lines of the stage were added or are about to be removed. The lines must be in its
+/// list.
 void announceRouteLines(RouteGraph& graph, const std::vector<UUID>& routeIDs, QAccessible::Event what);
 
 }  // namespace corvel::ui

@@ -39,7 +39,7 @@ void RouteGraphEdges::show(const RouteLineEnds& ends) {
         }
         edge.nearest = hidden.nearest;
         edge.button->setCount(hidden.count);
-        // Beside the marks, so that it never covers one.
+        // Beside the connector marks, so that it never covers one.
         constexpr auto kInset = static_cast<int>(RouteLine::kConnectorWidth);
         const int x = edge.direction == Direction::source ? kInset : stage_->width() - kInset - edge.button->width();
         edge.button->move(x, static_cast<int>(std::lround(hidden.y)) - HiddenEndsButton::kHeight / 2);

@@ -16,21 +16,21 @@ namespace corvel::ui {
 
 class HiddenEndsButton;
 
-/// The chevrons of a stage: one for each edge behind which rows lie that have a line.
+/// The chevrons of a stage: one for each edge that hides rows with a line.
 class RouteGraphEdges final : public QObject {
     Q_OBJECT
 
 public:
     RouteGraphEdges(const Look& look, QWidget* stage);
 
-    /// Shows a chevron at each edge where ends are hidden.
+    /// Shows a chevron at each edge with hidden ends.
     void show(const RouteLineEnds& ends);
 
-    /// The chevrons that are shown.
+    /// The visible chevrons.
     [[nodiscard]] std::vector<HiddenEndsButton*> shown() const;
 
 signals:
-    /// A chevron was pressed: this row is the nearest behind its edge.
+    /// A chevron was pressed. `endpoint` has the nearest row behind its edge.
     void endpointRequested(const corvel::ui::EndpointPositionKey& endpoint);
 
 private:

@@ -10,7 +10,7 @@ namespace {
 constexpr double kSpreadMargin = 35;
 constexpr double kLeastPull = 80;
 constexpr double kPullShare = 0.22;
-/// Enough for the distance to the curve to be right to a fraction of a pixel on any stage.
+/// Enough for an accuracy of a fraction of a pixel on any stage.
 constexpr int kHitSegments = 64;
 
 double ratio(std::chrono::nanoseconds part, std::chrono::nanoseconds whole) {
@@ -134,7 +134,7 @@ QRectF RouteLine::endMark() const {
 
 bool RouteLine::catches(const QPointF& point) const {
     constexpr double kReach = kHitWidth / 2;
-    // The band ends where the curve does; there the curve runs level, so its ends are cut upright.
+    // The band ends where the curve ends. The curve is horizontal there, so the ends of the band are vertical.
     if (point.x() < kConnectorWidth || point.x() > endX() || point.y() < std::min(startY, endY) - kReach ||
         point.y() > std::max(startY, endY) + kReach) {
         return false;

@@ -22,26 +22,25 @@
 
 namespace corvel::ui {
 
-/// A connection's line across the stage: where it runs, how it looks and what moves on it. Lengths are logical pixels
-/// from the stage's upper left corner.
+/// A connection's line across the stage: its course, its look and the signals on it. Lengths are in logical pixels from
+/// the stage's upper left corner.
 struct RouteLine {
-    /// How long a signal takes from input to output.
+    /// The time that a signal takes from input to output.
     static constexpr std::chrono::nanoseconds kSignalDuration{625'000'000};
-    /// How long it takes to fade there.
+    /// The time that it takes to fade there.
     static constexpr std::chrono::nanoseconds kSignalFadeDuration{180'000'000};
-    /// How long the ring at the output lasts, from the signal's arrival on.
+    /// How long the ring at the output is shown, from the arrival of the signal.
     static constexpr std::chrono::nanoseconds kOutputPulseDuration{267'500'000};
     static constexpr double kConnectorWidth = 8;
     static constexpr double kConnectorHeight = 10;
-    /// The width of the band around the curve in which a click means this connection.
+    /// The width of the band around the curve in which a click selects this connection.
     static constexpr double kHitWidth = 18;
 
-    /// What there is at an end: the endpoint's row, an edge of the rows behind which the row is scrolled, or nothing
-    /// because there is no such endpoint.
+    /// What an end is at: the endpoint's row, an edge of the rows that hides the row, or a missing endpoint.
     enum class EndKind : std::uint8_t { row, above, below, missing };
 
     UUID routeID;
-    /// The stage's.
+    /// The size of the stage.
     QSizeF size;
     /// The middles of the two connectors.
     double startY = 0;
@@ -54,22 +53,22 @@ struct RouteLine {
 
     bool operator==(const RouteLine&) const = default;
 
-    /// The height of a connector whose endpoint is not shown: such ends of `count` connections spread evenly over the
-    /// stage's height, this being that of the one at `position`.
+    /// The height of the connector of a missing endpoint. The ends of `count` connections are spread evenly over the
+    /// stage's height; this is the one at `position`.
     [[nodiscard]] static double spreadY(std::size_t position, std::size_t count, double stageHeight);
 
-    /// A message's colour by its kind.
+    /// The colour of a message of this kind.
     [[nodiscard]] static QColor signalColor(MIDIMessageKind kind);
 
     [[nodiscard]] QPointF start() const;
     [[nodiscard]] QPointF end() const;
-    /// The point of the curve at a signal's progress.
+    /// The point of the curve at this progress, 0 to 1.
     [[nodiscard]] QPointF pointAt(double progress) const;
     [[nodiscard]] QPainterPath path() const;
     /// The connector marks.
     [[nodiscard]] QRectF startMark() const;
     [[nodiscard]] QRectF endMark() const;
-    /// Whether the point lies in the band that catches clicks.
+    /// Whether the point is in the band that catches clicks.
     [[nodiscard]] bool catches(const QPointF& point) const;
 
     [[nodiscard]] double strokeWidth() const { return isSelected ? 4 : 2.5; }
@@ -79,18 +78,18 @@ struct RouteLine {
     [[nodiscard]] QColor lineColor(const Theme& theme) const;
     [[nodiscard]] QColor markColor(const Theme& theme) const;
 
-    /// The signal of one of the connection's events; none before it is due or after it has faded, and none unless the
-    /// connection is active.
+    /// The signal of an event of the connection; no value before it starts, after it has faded, or if the connection is
+    /// not active.
     [[nodiscard]] std::optional<RouteSignal> activeSignal(const MIDIActivityEvent& event, Instant now) const;
 
-    /// The ring of one of the connection's events; none before the signal's arrival or after the ring has gone, and
-    /// none unless the connection is active.
+    /// The ring of an event of the connection; no value before the signal arrives, after the ring has faded, or if the
+    /// connection is not active.
     [[nodiscard]] std::optional<RouteOutputPulse> outputPulse(const MIDIActivityEvent& event, Instant now) const;
 
 private:
-    /// Where the curve's control points stand from the ends, inwards.
+    /// Horizontal distance of the curve's control points from the ends.
     [[nodiscard]] double pull() const;
-    /// The right end of the curve, the left edge of the right mark.
+    /// The right end of the curve: the left edge of the right mark.
     [[nodiscard]] double endX() const;
 };
 

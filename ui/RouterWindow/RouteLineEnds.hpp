@@ -13,39 +13,39 @@
 
 namespace corvel::ui {
 
-/// Finds the heights at which the lines of a stage end. An end whose row is scrolled out of sight goes to the edge
-/// behind which the row lies, and is counted there.
+/// Finds the heights at which the lines of a stage end. If a row is scrolled out of sight, its lines end at the edge
+/// that hides it, and are counted there.
 class RouteLineEnds {
 public:
-    /// The ends of one side that lie behind one edge.
+    /// The ends on one side that one edge hides.
     struct Hidden {
         std::size_t count = 0;
-        /// The endpoint whose row is the nearest, and how far it is behind the edge.
+        /// The endpoint with the nearest row, and the distance of the row from the edge.
         EndpointPositionKey nearest;
         double distance = 0;
-        /// Where the lines end instead, in the stage.
+        /// The height in the stage where these lines end.
         double y = 0;
 
         bool operator==(const Hidden&) const = default;
     };
 
-    /// An end's height in the stage and what is there.
+    /// An end's height in the stage, and what it is at.
     struct End {
         double y = 0;
         RouteLine::EndKind kind = RouteLine::EndKind::row;
     };
 
-    /// How far from the edge of the rows lines end whose row lies behind it: the middle of the mark there.
+    /// Distance from the edge to the lines that end there: the middle of the chevron.
     static constexpr double kEdgeInset = 14;
 
-    /// The stage's top in the window and its height; `lineCount` lines are to be placed.
+    /// `stageTop` is the stage's top in the window; `lineCount` is the number of lines.
     RouteLineEnds(const EndpointConnectorYPositions& positions, const EndpointViewports& viewports, double stageTop,
                   double stageHeight, std::size_t lineCount);
 
-    /// The end of the line at this position of the list. `isMissing` says that there is no such endpoint.
+    /// The end of the line at this position of the list. `isMissing` means that the endpoint does not exist.
     [[nodiscard]] End place(const EndpointPositionKey& key, std::size_t position, bool isMissing);
 
-    /// What `place` has found to be hidden.
+    /// The hidden ends that `place` has found.
     [[nodiscard]] const Hidden& hidden(MIDIEndpointDirection direction, RouteLine::EndKind edge) const;
 
 private:

@@ -36,8 +36,8 @@ float glowStrength(RouteGlow glow, AppAppearanceMode mode) {
     return 0;
 }
 
-/// A row's mark is filled. Where there is no row it is hollow, since by chance it may stand beside another device;
-/// where the row is out of sight there is none.
+/// The mark at a row is filled. The mark of a missing endpoint is hollow, because it may be beside another device's
+/// row. At an edge there is no mark.
 void paintMark(QPainter& painter, QPainterPath (*shape)(const QRectF& rect), const QRectF& rect,
                RouteLine::EndKind kind, const QColor& color) {
     switch (kind) {
@@ -77,7 +77,7 @@ void paintRouteLine(QPainter& painter, const RouteLine& line, RouteGlow glow, Ap
     }
     QPen pen = flatPen(line.lineColor(theme), line.strokeWidth());
     if (line.isDashed()) {
-        // Patterns count in widths of the pen.
+        // Dash patterns are in units of the pen's width.
         pen.setDashPattern({kDash / line.strokeWidth(), kGap / line.strokeWidth()});
     }
     painter.strokePath(path, pen);

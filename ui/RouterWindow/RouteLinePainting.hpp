@@ -12,13 +12,13 @@ namespace corvel::ui {
 /// How strongly a line glows.
 enum class RouteGlow : std::uint8_t { none, hovered, selected };
 
-/// Draws a connection's curve, with the glow below it.
+/// Draws a connection's curve with its glow.
 void paintRouteLine(QPainter& painter, const RouteLine& line, RouteGlow glow, AppAppearanceMode mode);
 
 /// Draws a connection's two marks.
 void paintConnectorMarks(QPainter& painter, const RouteLine& line, AppAppearanceMode mode);
 
-/// A connector mark's shape at the stage's left edge (round to the right) or at its right edge (round to the left).
+/// The shape of a connector mark at the stage's left edge (round on the right) or right edge (round on the left).
 [[nodiscard]] QPainterPath startMarkPath(const QRectF& rect);
 [[nodiscard]] QPainterPath endMarkPath(const QRectF& rect);
 

@@ -11,23 +11,22 @@
 
 namespace corvel::ui {
 
-/// All lines of the stage in the order in which they are drawn: that of the list, but the selected one last, so that it
-/// lies on top.
+/// All lines of the stage in drawing order: list order, with the selected one last, on top.
 class RouteLines {
 public:
     RouteLines() = default;
 
-    /// Takes the lines in the order of the list.
+    /// Takes the lines in list order.
     explicit RouteLines(std::vector<RouteLine> lines);
 
     bool operator==(const RouteLines& other) const { return lines_ == other.lines_; }
 
     [[nodiscard]] const std::vector<RouteLine>& inDrawingOrder() const { return lines_; }
 
-    /// The line that a click at this point means: of several the one on top. Null where there is none.
+    /// The line that a click at this point selects: the topmost, or null if there is none.
     [[nodiscard]] const RouteLine* at(const QPointF& point) const;
 
-    /// Calls `action` with each line of the connection.
+    /// Calls `action` for each line of the connection.
     template <typename Action>
     void forEachOf(const UUID& routeID, const Action& action) const {
         const auto [first, last] = byRoute_.equal_range(routeID);
@@ -38,7 +37,7 @@ public:
 
 private:
     std::vector<RouteLine> lines_;
-    /// A document may hold the same connection twice.
+    /// A document may have the same connection twice.
     std::unordered_multimap<UUID, std::size_t> byRoute_;
 };
 

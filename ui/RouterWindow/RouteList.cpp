@@ -35,18 +35,18 @@ constexpr int kHeadingHeight = 36;
 constexpr int kHeadingX = 16;
 constexpr int kHandleDistance = 2;
 constexpr int kScrollDuration = 180;
-/// More rows than any screen shows.
+/// More rows than fit on any screen.
 constexpr std::size_t kRowsAtOnce = 16;
-/// How long making rows holds up the main thread at a time, at most by one row more.
+/// Maximum time for which creating rows blocks the main thread, plus at most one row.
 constexpr std::chrono::milliseconds kMakingSlice(3);
 constexpr std::size_t kDestroyedAtOnce = 8;
 
 constexpr int kHeightWithoutRoutes = 40;
 constexpr int kMinimumHeight = 180;
-/// Minimum height of the stage, which comes before the list's in a window that is too low for both.
+/// Minimum height of the stage. If the window is too low, the stage takes precedence over the list.
 constexpr int kStageHeight = 96;
 constexpr double kShareOfWindow = 0.36;
-/// Header, set bar and status bar.
+/// Height of header, set bar and status bar.
 constexpr int kOtherBands = 128;
 
 QEasingCurve easeInOut() {
@@ -145,7 +145,7 @@ void RouteList::showRoutes() {
         keepFocus(QApplication::focusWidget(), focusedPlace);
     }
     for (const auto& [id, row] : present) {
-        // Its own click may be what removed it.
+        // The row may be handling the click that removed it, so it is not deleted here.
         row->hide();
         formerRows_.emplace_back(row);
     }
@@ -158,7 +158,8 @@ void RouteList::makeMoreRows() {
     const std::vector<MIDIRoute>& routes = model_.routes();
     const QDeadlineTimer end(kMakingSlice);
     const std::size_t first = rows_.size();
-    // Only as long as the rows are the first of the connections; if not, the news of that is on its way.
+    // Only while the rows are those of the first connections; otherwise a notification of the change is already on its
+    // way.
     const bool fits = first <= routes.size() && (first == 0 || rows_.back()->routeID() == routes[first - 1].id);
     while (fits && rows_.size() < routes.size() && !end.hasExpired()) {
         const MIDIRoute& route = routes[rows_.size()];
@@ -192,7 +193,7 @@ RouteRow* RouteList::makeRow(const MIDIRoute& route, const QColor& colour) {
 
 void RouteList::orderRows(std::size_t first) {
     auto& layout = static_cast<QVBoxLayout&>(*scrollArea_->widget()->layout());
-    // New rows would otherwise come last in the window, and take the others along.
+    // Otherwise new rows, and all rows after them, would come last in the window's tab order.
     QWidget* previous = first > 0 ? rows_[first - 1]->focusViews().back() : tabPlace_;
     for (std::size_t index = first; index < rows_.size(); ++index) {
         layout.insertWidget(static_cast<int>(index), rows_[index]);
@@ -216,7 +217,7 @@ void RouteList::showSelection() {
     setTabStop(rowOf(QApplication::focusWidget()));
     const bool isMade = selection && std::ranges::find(rows_, *selection, &RouteRow::routeID) != rows_.end();
     if (selection && !isMade && model_.route(*selection) != nullptr) {
-        // Its row is still to be made.
+        // The row has not been created yet.
         return;
     }
     if (selection != std::exchange(shownSelection_, selection) && isMade) {
@@ -227,7 +228,7 @@ void RouteList::showSelection() {
 void RouteList::scrollToSelectedRoute() {
     scrollStart_ = scrollArea_->verticalScrollBar()->value();
     scrolling_.stop();
-    // Even where nothing moves: list and rows get their sizes when the main loop comes round again.
+    // At least 1 ms, also without animation: list and rows get their sizes on the next turn of the main loop.
     scrolling_.setDuration(std::max(1, animationDuration(*this, kScrollDuration)));
     scrolling_.start();
 }
@@ -289,7 +290,7 @@ void RouteList::goTo(std::ptrdiff_t place, std::size_t column) {
     RouteRow* const row = rows_[static_cast<std::size_t>(place)];
     model_.setSelectedRouteID(row->routeID());
     QWidget* const view = row->focusViews()[column];
-    // As if tabbed to: whoever uses the keyboard sees where it goes.
+    // With the reason "Tab", so that keyboard users see the focus ring.
     (view->isEnabled() ? view : row)->setFocus(Qt::TabFocusReason);
 }
 
@@ -337,7 +338,7 @@ bool RouteList::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::FocusIn) {
         if (RouteRow* const row = rowOf(view); row != nullptr) {
             setTabStop(row);
-            // What moved under the pointer would be lost to the click.
+            // If a row moved under the pointer, the click would miss it.
             if (static_cast<QFocusEvent*>(event)->reason() != Qt::MouseFocusReason) {
                 scrollArea_->ensureWidgetVisible(row, 0, 0);
             }
@@ -380,7 +381,7 @@ void RouteList::openDialog(const UUID& routeID, Purpose purpose) {
     if (route == nullptr || (dialog_ != nullptr && dialog_->isVisible())) {
         return;
     }
-    // What the dialog speaks of is what the window shows as selected.
+    // Selected first, because the dialog refers to the selected connection.
     model_.setSelectedRouteID(routeID);
     dialog_ = purpose == Purpose::add ? ChannelAssignmentDialog::forAdding(model_, look_, *route, this)
                                       : ChannelAssignmentDialog::forEditing(model_, look_, *route, this);

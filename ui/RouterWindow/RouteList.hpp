@@ -21,9 +21,9 @@ class LookLabel;
 class LookScrollArea;
 class RouteRow;
 
-/// The connections of the current set, a row each, under the heading "Connections". The
-/// Tab key stops at one row; Up, Down, Home and End go to the others and select them, Left and Right to what is in a
-/// row. Delete deletes the selected connection.
+/// The connections of the current set as rows, under the heading "Connections". The Tab key stops at one row. Up, Down,
+/// Home and End go to other rows and select them, Left and Right go to the controls in a row. Delete deletes the
+/// selected connection.
 class RouteList final : public QWidget {
     Q_OBJECT
 
@@ -33,12 +33,12 @@ public:
     /// Reads again what may have changed in the model.
     void refresh(const ModelChanges& changes);
 
-    /// Selects a connection and opens its menu at a place of the screen.
+    /// Selects a connection and opens its menu at this screen position.
     void openMenu(const UUID& routeID, const QPoint& place);
-    /// Has the row of one connection stand out as the one that is about to be deleted.
+    /// Highlights the row of the connection that is about to be deleted.
     void setEmphasizedRoute(const std::optional<UUID>& routeID);
 
-    /// The list's height in a window of this height, both in logical pixels.
+    /// The list's height in a window of height `windowHeight`, in logical pixels.
     [[nodiscard]] static int heightIn(int windowHeight, bool hasRoutes);
 
 protected:
@@ -50,28 +50,28 @@ protected:
 private:
     enum class Purpose { add, edit };
 
-    /// Keeps the rows of the connections that are still there, whatever their place. Of many new ones it makes the
-    /// first and leaves the others to `makeMoreRows`: a row is a dozen views, and hundreds of them take a second.
+    /// Keeps the rows of connections that still exist, wherever they are. Creates the first of many new rows, and
+    /// leaves the others to `makeMoreRows`: a row is a dozen views, and hundreds of rows take a second.
     void showRoutes();
-    /// Makes rows that are still missing and destroys such that are no longer needed, for a few milliseconds.
+    /// Creates missing rows and destroys superfluous ones, for a few milliseconds.
     void makeMoreRows();
-    /// Puts the rows from this place on below each other.
+    /// Arranges the rows from this place on below each other.
     void orderRows(std::size_t first);
     [[nodiscard]] RouteRow* makeRow(const MIDIRoute& route, const QColor& colour);
     void showSelection();
-    /// Shows the newest message in the rows that can be seen.
+    /// Shows the newest message in the visible rows.
     void showStatuses();
-    /// Moves the selected row to the middle.
+    /// Scrolls the selected row to the middle.
     void scrollToSelectedRoute();
     void scrollOn(const QVariant& progress);
     [[nodiscard]] RouteRow* rowOf(const QWidget* view) const;
-    /// Makes one row the stop of the Tab key: this, or the selected one, or the first.
+    /// Makes one row the stop of the Tab key: this one, otherwise the selected one, otherwise the first.
     void setTabStop(const RouteRow* stop);
-    /// The focus has been on this view. Leaves it in the list if it was on a row that is gone.
+    /// `focus` had the focus. If its row was removed, keeps the focus in the list.
     void keepFocus(const QWidget* focus, std::size_t place);
-    /// Moves the focus from a row's view as this key asks; whether it is one that does.
+    /// Moves the focus from a row's view by this key. Returns whether it is such a key.
     [[nodiscard]] bool moveFocus(QWidget* from, int key);
-    /// Selects the row at a place, and gives it the focus: the view at the same place in it if that can have it.
+    /// Selects the row at a place and gives it the focus: the view at the same place in the row if that can have it.
     void goTo(std::ptrdiff_t place, std::size_t column);
     void openDialog(const UUID& routeID, Purpose purpose);
 
@@ -79,20 +79,20 @@ private:
     const Look& look_;
     LookLabel* heading_;
     LookScrollArea* scrollArea_;
-    /// Never seen: the place of the rows in the order of the Tab key.
+    /// An invisible view that keeps the place of the rows in the tab order.
     QWidget* tabPlace_;
-    /// In the order of the model's connections; the last ones may not be made yet.
+    /// In the order of the model's connections; the last ones may not exist yet.
     std::vector<RouteRow*> rows_;
     std::vector<QPointer<RouteRow>> formerRows_;
     QTimer rowMaking_;
-    /// The selection that was last shown, the reason to scroll.
+    /// The selection that was last shown. If it changes, the list scrolls to it.
     std::optional<UUID> shownSelection_;
-    /// The set whose connections were last shown, the reason to scroll up.
+    /// The set that was last shown. If it changes, the list scrolls to the top.
     std::optional<UUID> shownSetID_;
-    /// From 0 to 1 while the list scrolls by itself, and the scroll bar's value when that began.
+    /// From 0 to 1 while the list scrolls by itself, and the scroll bar's value at the start.
     QVariantAnimation scrolling_;
     int scrollStart_ = 0;
-    /// The last dialog that was opened, as long as it exists.
+    /// The dialog that was opened last, while it exists.
     QPointer<ChannelAssignmentDialog> dialog_;
 };
 

@@ -41,7 +41,7 @@ void openRouteMenu(MIDIRouterViewModel& model, const Look& look, const UUID& rou
     addItem(*menu, route->isEnabled ? QStringLiteral("Disable Connection") : QStringLiteral("Enable Connection"), true,
             [&model, routeID, isEnabled = route->isEnabled] { model.setRouteEnabled(routeID, !isEnabled); });
     addItem(*menu, QStringLiteral("Delete Connection"), true, [&model, routeID] {
-        // Only the selected connection can be deleted, and another one may be by now.
+        // Selected again, because another connection may be selected by now and only the selected one can be deleted.
         if (model.route(routeID) != nullptr) {
             model.setSelectedRouteID(routeID);
             model.deleteSelectedRoute();

@@ -12,14 +12,14 @@ class QWidget;
 
 namespace corvel::ui {
 
-/// What a connection's menu cannot do by itself: the dialogs belong to the list.
+/// The dialogs that a connection's menu needs; they belong to the list.
 struct RouteMenuDialogs {
     std::function<void()> add;
     std::function<void()> edit;
 };
 
-/// Selects the connection, as far as there is one with this ID, and opens its context menu at a place of the screen:
-/// its channel assignments, of which one can be chosen, and what can be done with them and with the connection.
+/// Selects the connection, if it exists, and opens its context menu at this screen position: its channel assignments,
+/// and the commands for them and for the connection.
 void openRouteMenu(MIDIRouterViewModel& model, const Look& look, const UUID& routeID, RouteMenuDialogs dialogs,
                    const QPoint& place, QWidget* parent);
 

@@ -16,7 +16,7 @@ constexpr int kStatusLineHeight = 17;
 constexpr qreal kArrowGap = 8;
 constexpr int kWarningSize = 14;
 constexpr int kWarningGap = 5;
-/// The input's part of the room for both names.
+/// The input's share of the space for both names.
 constexpr qreal kInputShare = 0.55;
 constexpr int kTextFlags = Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine;
 

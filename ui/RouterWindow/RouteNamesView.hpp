@@ -7,10 +7,10 @@
 
 namespace corvel::ui {
 
-/// The texts of a list row: a connection's input and output, joined by an arrow, and under them its status.
+/// The texts of a list row: a connection's input and output with an arrow between them, and its status below.
 ///
-/// Names that have no room are shortened in the middle, where they differ least; an input takes at most a fixed part of
-/// the line, so that the output keeps some of it.
+/// Names that are too long are shortened in the middle, where they usually differ least. An input takes at most a fixed
+/// share of the line, so that the output has room.
 class RouteNamesView final : public QWidget {
     Q_OBJECT
 
@@ -18,13 +18,13 @@ public:
     explicit RouteNamesView(const Look& look, QWidget* parent = nullptr);
 
     void setNames(const QString& input, const QString& output);
-    /// Repaints only if the text is another one: it changes with the traffic.
+    /// Repaints only if the text has changed: this is called for every message.
     void setStatus(const QString& status);
 
-    /// Whether the status is a warning: with a triangle, in its colour.
+    /// Whether the status is a warning, with a triangle and in the warning's colour.
     void setWarning(bool isWarning);
 
-    /// Quiet names are those of a connection that carries nothing.
+    /// `isQuiet` is for a connection that carries nothing.
     void setEmphasis(bool isSelected, bool isQuiet);
 
     [[nodiscard]] const QString& input() const { return input_; }

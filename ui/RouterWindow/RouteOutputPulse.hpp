@@ -5,14 +5,14 @@
 
 namespace corvel::ui {
 
-/// The ring in which a signal ends at its output, at one instant.
+/// The ring at the output in which a signal ends, at one instant.
 struct RouteOutputPulse {
-    /// That of its activity event.
+    /// The ID of its activity event.
     UUID id;
     MIDIMessageKind messageKind = MIDIMessageKind::unknown;
-    /// 0 to 1, falling while the ring grows.
+    /// 0 to 1; falls while the ring grows.
     double opacity = 0;
-    /// Of the ring's radius, 0.55 to 1.7.
+    /// Factor of the ring's radius, 0.55 to 1.7.
     double scale = 0;
 
     bool operator==(const RouteOutputPulse&) const = default;

@@ -27,7 +27,7 @@ constexpr int kControlHeight = 32;
 constexpr int kVariantsWidth = 152;
 constexpr int kVariantsGap = 8;
 constexpr int kButtonGap = 4;
-/// Between the texts and the pop-up at the least.
+/// Minimum distance between the texts and the pop-up.
 constexpr int kTextGap = 24;
 constexpr int kCardInset = 8;
 constexpr qreal kRadius = 8;
@@ -51,7 +51,7 @@ RouteRow::RouteRow(MIDIRouterViewModel& model, const Look& look, const MIDIRoute
     selection_.setEndValue(0.0);
     connect(&selection_, &QVariantAnimation::valueChanged, this, [this] { update(); });
     connect(this, &QAbstractButton::clicked, this, [this] { model_.setSelectedRouteID(routeID_); });
-    // The pop-up itself was told first: by now its menu is open.
+    // The pop-up was connected first, so its menu is open now.
     connect(variants_, &QAbstractButton::clicked, this, [this] { openedVariantIDs_ = variantIDs_; });
     connect(variants_, &PopUpButton::itemChosen, this, &RouteRow::chooseVariant);
     showRoute(route, colour);
@@ -72,7 +72,7 @@ void RouteRow::makeButtons() {
     connect(editButton_, &QAbstractButton::clicked, this, &RouteRow::editRequested);
     connect(deleteButton_, &QAbstractButton::clicked, this, [this] { model_.deleteActiveVariant(routeID_); });
     connect(enableButton_, &QAbstractButton::clicked, this, &RouteRow::toggleEnabled);
-    // The Tab key stops once in the list; arrow keys go on from there.
+    // The Tab key stops once in the list; arrow keys go to these views.
     for (QWidget* const view : focusViews()) {
         view->setFocusPolicy(Qt::ClickFocus);
     }
@@ -137,7 +137,7 @@ void RouteRow::showButtons() {
     enableButton_->setHelp(route.isEnabled ? QStringLiteral("Disable connection")
                                            : QStringLiteral("Enable connection"));
     for (IconButton* const button : {addButton_, editButton_, deleteButton_, enableButton_}) {
-        // Every row has the same buttons: this tells them apart.
+        // Every row has the same buttons; the description distinguishes them.
         button->setAccessibleDescription(accessibleName());
     }
 }
@@ -149,7 +149,7 @@ void RouteRow::showEmphasis() {
     for (IconButton* const button : {addButton_, editButton_, deleteButton_}) {
         button->setRestInk(rest);
     }
-    // What brings a paused connection back stands out.
+    // The button that enables a paused connection is highlighted.
     enableButton_->setRestInk(shown_->route.isEnabled ? rest : &Theme::text);
 }
 

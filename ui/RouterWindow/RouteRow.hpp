@@ -20,24 +20,24 @@ namespace corvel::ui {
 class RouteNamesView;
 class RouteSwatch;
 
-/// One connection in the list: its colour, names and state, its channel assignments, and what can be done with them.
-/// A click anywhere else selects the connection.
+/// One connection in the list: its colour, names and state, its channel assignments, and the buttons for it. A click
+/// anywhere else selects the connection.
 class RouteRow final : public LookButton {
     Q_OBJECT
 
 public:
     static constexpr int kHeight = 48;
 
-    /// A row for this connection, in its colour.
+    /// A row for this connection in this colour.
     RouteRow(MIDIRouterViewModel& model, const Look& look, const MIDIRoute& route, const QColor& colour,
              QWidget* parent);
 
     [[nodiscard]] const UUID& routeID() const { return routeID_; }
 
-    /// Shows the connection as it is now, in its colour.
+    /// Shows the connection's current state in this colour.
     void showRoute(const MIDIRoute& route, const QColor& colour);
 
-    /// Whether what the connection carries comes back to where it started: a warning stands in the row then.
+    /// Whether the connection feeds back; the row then shows a warning.
     void setFeedsBack(bool feedsBack);
 
     /// Shows the connection's newest message.
@@ -46,25 +46,25 @@ public:
     void setSelected(bool isSelected);
     [[nodiscard]] bool isSelected() const { return isSelected_; }
 
-    /// Has the row stand out as the one that is about to be deleted.
+    /// Highlights the row as the one that is about to be deleted.
     void setEmphasized(bool isEmphasized);
     [[nodiscard]] bool isEmphasized() const { return isEmphasized_; }
 
-    /// Whether a divider runs along the row's top.
+    /// Whether a divider is drawn at the row's top.
     void setHairline(bool hasHairline);
 
-    /// Says the newest message too, but nobody is told when that changes: it does all the time.
+    /// Includes the newest message. Changes of it are not announced, because they are too frequent.
     [[nodiscard]] std::optional<QString> liveDescription() const override;
     [[nodiscard]] QAccessible::Role accessibleRole() const override { return QAccessible::ListItem; }
     void addAccessibleState(QAccessible::State& state) const override;
 
-    /// The row and those of its views that can have the keyboard focus, from left to right.
+    /// The row and its views that can have the focus, from left to right.
     [[nodiscard]] std::vector<QWidget*> focusViews();
 
 signals:
     void addRequested();
     void editRequested();
-    /// The user wants the connection's menu at this place of the screen.
+    /// The user asks for the connection's menu at this screen position.
     void menuRequested(const QPoint& place);
 
 protected:
@@ -73,7 +73,7 @@ protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
 
 private:
-    /// What the row shows, its newest message apart.
+    /// What the row shows, except its newest message.
     struct Shown {
         MIDIRoute route;
         QString input;
@@ -102,11 +102,11 @@ private:
     IconButton* deleteButton_;
     IconButton* enableButton_;
 
-    /// The assignments behind the pop-up's items, and behind those of the menu that was opened last: the model may
-    /// change while it is open.
+    /// The assignments of the pop-up's items, and those of the menu that was opened last: the model may change while it
+    /// is open.
     std::vector<UUID> variantIDs_;
     std::vector<UUID> openedVariantIDs_;
-    /// Always there once the row is made.
+    /// Always has a value after construction.
     std::optional<Shown> shown_;
     bool feedsBack_ = false;
     bool isSelected_ = false;

@@ -7,10 +7,10 @@ namespace corvel::ui {
 
 /// A message on its way along a connection's line, at one instant.
 struct RouteSignal {
-    /// That of its activity event.
+    /// The ID of its activity event.
     UUID id;
     MIDIMessageKind messageKind = MIDIMessageKind::unknown;
-    /// How far along the line, 0.025 to 1.
+    /// Position along the line, 0.025 to 1.
     double progress = 0;
     /// 0 to 1.
     double opacity = 0;

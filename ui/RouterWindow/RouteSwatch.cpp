@@ -39,7 +39,7 @@ void RouteSwatch::paintEvent(QPaintEvent*) {
         painter.drawRoundedRect(bar, kCap, kCap);
         return;
     }
-    // Dashes have flat ends, so they begin where the solid line's round end does.
+    // Dashes have flat ends. They start where the round end of the solid line would start.
     for (qreal x = bar.left() + kCap; x + kDash <= bar.right() - kCap; x += kDash + kGap) {
         painter.fillRect(QRectF(x, bar.top(), kDash, kThickness), colour_);
     }

@@ -7,7 +7,7 @@
 
 namespace corvel::ui {
 
-/// A piece of a connection's line: solid while the connection carries MIDI, dashed otherwise.
+/// A sample of a connection's line: solid while the connection carries MIDI, dashed otherwise.
 class RouteSwatch final : public QWidget {
     Q_OBJECT
 

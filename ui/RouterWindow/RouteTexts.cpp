@@ -13,7 +13,7 @@ namespace corvel::ui {
 
 namespace {
 
-/// Symbols are what every text shows; not every keyboard has them on its keys.
+/// Adds the names of the keys, because not every keyboard has the symbols on its keys.
 QString withKeys(const QString& text, const std::optional<KeyboardShortcutSpec>& shortcut) {
     return shortcut ? text + QLatin1Char('\n') + shortcutInWords(*shortcut) : text;
 }

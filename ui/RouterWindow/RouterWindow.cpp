@@ -29,7 +29,7 @@ namespace corvel::ui {
 
 namespace {
 
-/// Minimum width of the stage, which comes before the columns' in a window that is too narrow for all.
+/// Minimum width of the stage. If the window is too narrow, the stage takes precedence over the columns.
 constexpr int kStageWidth = 80;
 
 }  // namespace
@@ -67,7 +67,7 @@ RouterWindow::RouterWindow(MIDIRouterViewModel& model, const Look& look, std::sh
     layout->addWidget(list_);
     layout->addWidget(statusBar_);
     setCentralWidget(content);
-    // In a window that is too small for all, these give way and nothing lies over anything else.
+    // If the window is too small, these shrink, so that no view covers another.
     for (QWidget* const view : std::initializer_list<QWidget*>{inputs_, outputs_, graph_}) {
         view->setMinimumHeight(1);
     }
@@ -119,7 +119,7 @@ void RouterWindow::addShortcuts() {
     const auto add = [this](const QString& title, const QKeySequence& keys, void (RouterWindow::*action)()) {
         auto* const shortcut = new QShortcut(keys, this);
         shortcut->setWhatsThis(title);
-        // Held keys do a thing once.
+        // A held key acts only once.
         shortcut->setAutoRepeat(false);
         connect(shortcut, &QShortcut::activated, this, action);
     };
@@ -265,7 +265,7 @@ void RouterWindow::updateConnectorPositions() {
 void RouterWindow::installShortcutMonitor() {
     if (!shortcutMonitor_) {
         shortcutMonitor_ = std::make_unique<ShortcutMonitor>(model_);
-        // The later one sees keys first.
+        // Created last, because the filter that is installed last sees keys first.
         heldKeys_ = std::make_unique<HeldKeys>();
     }
 }

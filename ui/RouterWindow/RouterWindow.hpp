@@ -32,30 +32,30 @@ class SettingsSheet;
 class ShortcutMonitor;
 class StatusBar;
 
-/// The one window of the application: inputs on the left, outputs on the right, the connections between them, and the
-/// list of connections below. Reads everything from the model, and makes each gesture one call of the model.
+/// The only window of the application: inputs on the left, outputs on the right, the connections between them, and the
+/// list of connections below. Reads everything from the model. Each gesture calls one operation of the model.
 class RouterWindow final : public QMainWindow {
     Q_OBJECT
 
 public:
-    /// The size of the content in logical pixels.
+    /// Minimum size of the content in logical pixels.
     static constexpr QSize kMinimumSize{980, 640};
     static constexpr QSize kIdealSize{1180, 760};
 
-    /// `menu` are the application menu's items. `demoReason` says why the demo devices run, empty if they do not.
+    /// `menu` has the application menu's items. `demoReason` says why the demo devices run, empty if they do not.
     RouterWindow(MIDIRouterViewModel& model, const Look& look, std::shared_ptr<const Clock> clock,
                  const QList<QAction*>& menu, const QString& demoReason);
     ~RouterWindow() override;
 
-    /// Has shortcuts switch channel assignments, and keys that are held act once. Nothing changes if they do already.
+    /// Makes shortcuts switch channel assignments and held keys act once. Does nothing if they already do.
     void installShortcutMonitor();
-    /// Ends that. Nothing changes if they do not.
+    /// Undoes `installShortcutMonitor`. Does nothing if it is not installed.
     void removeShortcutMonitor();
 
     [[nodiscard]] bool isSettingsPresented() const;
 
 signals:
-    /// The window is on the screen, for the first time or again.
+    /// The window has appeared on the screen, for the first time or again.
     void appeared();
     void closed();
 
@@ -64,29 +64,29 @@ protected:
     void hideEvent(QHideEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
-    /// Escape that nobody else wants deselects everything.
+    /// Escape deselects everything, if no view has used it.
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void refresh(const ModelChanges& changes);
     void refreshColumns(const ModelChanges& changes);
-    /// Gives list and columns the size that they have in a window of this size.
+    /// Gives list and columns their sizes for the current size of the window.
     void fitBands();
-    /// Scrolls the endpoints of a connection that was just selected into view, and those of a set's first connection
-    /// when another set was chosen.
+    /// Scrolls to the endpoints of a newly selected connection, and after a change of sets to those of the first
+    /// connection.
     void showConnectionEnds();
     void showEnds(const MIDIRoute& route);
     [[nodiscard]] EndpointColumn& column(MIDIEndpointDirection direction) const;
     [[nodiscard]] EndpointColumn::Aliases aliases(MIDIEndpointDirection direction,
                                                   const std::vector<MIDIEndpointModel>& endpoints) const;
-    /// Gives the keyboard to the filter of the column that has it, else to that of the inputs; from one filter to the
-    /// other.
+    /// Gives the focus to a column's filter: that of the column with the focus, otherwise the inputs'. From one filter
+    /// it goes to the other.
     void focusFilter();
     void addShortcuts();
     void selectPreviousSet();
     void selectNextSet();
     void toggleFullScreen();
-    /// Shows which connection is the selected one in the columns, and the one that the bin would delete.
+    /// Marks the selected connection in the columns, and highlights the one that the bin would delete.
     void showSelectedConnection();
     void deselectAll();
     void updateConnectorPositions();
@@ -97,14 +97,14 @@ private:
     const Look& look_;
     HeaderBar* header_;
     ConnectionSetBar* setBar_;
-    // The Tab key goes through them in this order.
+    // In tab order.
     EndpointColumn* inputs_;
     RouteGraph* graph_;
     EndpointColumn* outputs_;
     RouteList* list_;
     StatusBar* statusBar_;
     EndpointLights* lights_;
-    /// What was selected when the columns were last scrolled to it.
+    /// The selection to which the columns were last scrolled.
     std::optional<UUID> shownSetID_;
     std::optional<UUID> shownRouteID_;
     QPointer<SettingsSheet> settings_;

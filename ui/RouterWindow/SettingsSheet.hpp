@@ -12,7 +12,7 @@ class DiagnosticsView;
 class GeneralSettings;
 class TabButton;
 
-/// The settings, over the router window only: MIDI goes on and shortcuts keep switching channels.
+/// The settings, as a dialog of the router window. While it is open, MIDI goes on and shortcuts switch channels.
 class SettingsSheet final : public SheetDialog {
     Q_OBJECT
 

@@ -41,7 +41,7 @@ bool hasShortcut(const MIDIRoute& route, const KeyboardShortcutSpec& shortcut) {
 }  // namespace
 
 QKeySequence keySequence(const KeyboardShortcutSpec& shortcut) {
-    // What is printed on the key, and what the toolkit calls it.
+    // The key is labelled "Super"; the toolkit calls it "Meta".
     return QKeySequence::fromString(
         shortcutInWords(shortcut).replace(QStringLiteral("Super+"), QStringLiteral("Meta+")));
 }

@@ -11,12 +11,12 @@ class QWidget;
 
 namespace corvel::ui {
 
-/// The shortcut as the toolkit knows it.
+/// The shortcut as a key sequence of the toolkit.
 [[nodiscard]] QKeySequence keySequence(const KeyboardShortcutSpec& shortcut);
 
-/// What else a shortcut of this connection means, in one line: a command of the program, or a channel of another
-/// connection of the current set. Empty if it means nothing else. `keys` are those that were pressed for it; `window`
-/// is the one that has the program's commands.
+/// The other meaning of a shortcut of this connection, in one line: a command of the program, or a channel of another
+/// connection of the current set. Empty if there is none. `keys` were pressed for the shortcut; `window` has the
+/// program's commands.
 [[nodiscard]] QString shortcutConflict(const MIDIRouterViewModel& model, const UUID& routeID,
                                        const KeyboardShortcutSpec& shortcut, const QKeySequence& keys,
                                        const QWidget& window);

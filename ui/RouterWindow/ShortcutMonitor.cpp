@@ -11,12 +11,12 @@ namespace corvel::ui {
 
 namespace {
 
-/// Tells keys apart while they are down: by place, or by meaning where the event does not know the place.
+/// Identifies a key while it is down: by its position, or by its meaning if the event does not have the position.
 std::uint64_t identity(const QKeyEvent& event) {
     return event.nativeScanCode() != 0 ? event.nativeScanCode() : static_cast<std::uint64_t>(event.key()) << 32U;
 }
 
-/// Whether keys now belong to a question or a text. An open menu keeps no performer from switching channels.
+/// Whether a question or a text field now takes the keys. An open menu does not stop shortcuts.
 bool areKeysSpokenFor() {
     const QWidget* const focus = QApplication::focusWidget();
     return AlertDialog::isAnyOpen() || (focus != nullptr && focus->testAttribute(Qt::WA_InputMethodEnabled));

@@ -11,11 +11,11 @@ class QKeyEvent;
 
 namespace corvel::ui {
 
-/// Hands every key press of the application to the model before any view or menu sees it, for as long as it exists: a
-/// performer's shortcut works wherever the focus is, but not while typing a text or answering a question.
+/// While it exists, passes every key press of the application to the model before any view or menu: a shortcut works
+/// wherever the focus is, except while the user types a text or answers a question.
 ///
-/// Keys are looked at where they enter a window and while they still can be taken from the menu's shortcuts; the press
-/// that follows is then withheld, and so are its repetitions; `HeldKeys` has to come first, which tells what is one.
+/// It handles keys as they enter a window, before the menu's shortcuts, and then drops the press that follows and its
+/// repetitions. `HeldKeys` must come first, because it recognises repetitions.
 class ShortcutMonitor final : public QObject {
     Q_OBJECT
 
@@ -30,7 +30,8 @@ private:
     [[nodiscard]] bool takes(const QKeyEvent& event);
 
     MIDIRouterViewModel& model_;
-    /// The keys whose latest press was a shortcut's. A release does not end that: it may be half of a repetition.
+    /// The keys whose latest press was a shortcut. A release does not remove a key, because it may be part of a
+    /// repetition.
     std::set<std::uint64_t> takenKeys_;
 };
 

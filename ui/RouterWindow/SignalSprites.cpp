@@ -55,7 +55,7 @@ QRadialGradient gradient(qreal radius, const QGradientStops& stops) {
     return result;
 }
 
-/// A transparent picture of the logical rectangle round the origin, for a painter that draws round the origin.
+/// A transparent picture of the logical rectangle around the origin.
 Sprite makeSprite(const QRectF& around, qreal ratio) {
     const QPoint upperLeft(static_cast<int>(std::floor(around.left() * ratio)),
                            static_cast<int>(std::floor(around.top() * ratio)));
@@ -130,7 +130,7 @@ Sprite SignalSprites::makeRing(const QColor& color, qreal age) const {
     const qreal radius = kRingRadius * (.55 + 1.15 * age);
     const qreal width = kRingWidth - kRingThinning * age;
     const qreal reach = radius + width / 2 + kAntialiasingRoom;
-    // The stage ends at the mark's outer edge.
+    // The right edge of the stage is the outer edge of the mark.
     const qreal right = RouteLine::kConnectorWidth / 2;
     Sprite sprite = makeSprite(QRectF(QPointF(-reach, -reach), QPointF(right, reach)), ratio_);
     QPainter painter(&sprite.pixmap);

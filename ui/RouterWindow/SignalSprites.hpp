@@ -14,25 +14,25 @@ namespace corvel::ui {
 /// A small picture in device pixels.
 struct Sprite {
     QPixmap pixmap;
-    /// The pixel of the picture that stands at the place where it is drawn.
+    /// The pixel of the picture that is placed at the drawing position.
     QPoint origin;
 
-    /// The device pixels that it covers at this place.
+    /// The device pixels that it covers at this position.
     [[nodiscard]] QRect rectAt(const QPoint& place) const { return {place - origin, pixmap.size()}; }
 };
 
-/// The stage's moving parts, drawn once for one appearance and one device pixel ratio and copied from then on:
-/// gradients are much too slow to be drawn for every signal in every frame.
+/// The stage's moving parts. They are drawn once for an appearance and a device pixel ratio and then copied, because
+/// drawing gradients for every signal in every frame is much too slow.
 class SignalSprites {
 public:
     SignalSprites() = default;
     SignalSprites(AppAppearanceMode mode, qreal devicePixelRatio) : mode_(mode), ratio_(devicePixelRatio) {}
 
-    /// A signal in full opacity, to be placed by its middle.
+    /// A signal in full opacity. Its middle is the drawing position.
     [[nodiscard]] const Sprite& signal(const QColor& color);
 
-    /// A ring with the tint of the mark below it, as far as the stage's edge lets them show, to be placed by the mark's
-    /// middle. Its age is rounded to a sixty-fourth of a ring's life.
+    /// A ring with the tint of the mark below it, clipped at the stage's edge. The middle of the mark is the drawing
+    /// position. The age is rounded to 1/64 of a ring's duration.
     [[nodiscard]] const Sprite& ring(const QColor& color, const RouteOutputPulse& pulse);
 
 private:

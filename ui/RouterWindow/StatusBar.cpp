@@ -28,7 +28,7 @@ StatusBar::StatusBar(MIDIRouterViewModel& model, const Look& look, QWidget* pare
     setFixedHeight(kHeight);
     setAccessibleRole(*this, QAccessible::StatusBar);
     setAccessibleName(QStringLiteral("Status bar"));
-    // What a command came to is read out, wherever the focus is.
+    // Screen readers read out the result of a command, wherever the focus is.
     setAccessibleRole(*message_, QAccessible::Notification);
     message_->setElided(true);
     message_->setAccessibleDescription(QStringLiteral("Status"));
@@ -39,7 +39,7 @@ StatusBar::StatusBar(MIDIRouterViewModel& model, const Look& look, QWidget* pare
     auto* const layout = new QHBoxLayout(this);
     layout->setContentsMargins(kPadding, 1, kPadding, 0);
     layout->setSpacing(kGap);
-    // As wide as its text, so that the offer stands beside it.
+    // As wide as its text, so that "Undo" is beside it.
     message_->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Preferred);
     layout->addWidget(message_, 1);
     layout->addWidget(undo_);

@@ -11,7 +11,7 @@ namespace corvel::ui {
 class LinkButton;
 class LookLabel;
 
-/// The line at the window's foot: what happened last, with "Undo" beside a deletion, and what the current set holds.
+/// The status bar of the window: the last event, with "Undo" after a deletion, and a summary of the current set.
 class StatusBar final : public QWidget {
     Q_OBJECT
 

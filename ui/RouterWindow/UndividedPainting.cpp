@@ -9,7 +9,7 @@ namespace corvel::ui {
 
 namespace {
 
-// The thread sanitizer does not see how the pool hands tasks over, so they are handed over here.
+// The thread sanitizer does not see how the pool passes tasks on, so an atomic passes this one.
 std::atomic<const std::function<void()>*> task = nullptr;
 std::binary_semaphore isDone(0);
 

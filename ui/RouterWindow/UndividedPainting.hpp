@@ -4,11 +4,10 @@
 
 namespace corvel::ui {
 
-/// Runs `paint`, which paints into an image, and returns when it is done.
+/// Runs `paint`, which paints into an image, on a thread of the toolkit's pool, and waits for it.
 ///
-/// The toolkit hands every larger translucent fill in pieces to its thread pool. Here that takes many times longer than
-/// the fill itself, but it does not divide what is already painted on one of the pool's threads, as this is.
-/// `paint` uses no pixmaps. Main thread only.
+/// On other threads the toolkit divides every larger translucent fill among the pool's threads, which takes many times
+/// longer here than the fill itself. `paint` must not use pixmaps. Main thread only.
 void paintUndivided(const std::function<void()>& paint);
 
 }  // namespace corvel::ui

@@ -7,23 +7,23 @@
 
 namespace corvel::ui {
 
-/// A text in a field that cannot be edited, in the field's middle.
+/// A text in a field that cannot be edited, vertically centred.
 class VerticallyCenteredLabelField final : public QLabel {
     Q_OBJECT
 
 public:
     VerticallyCenteredLabelField(const QString& text, const Look& look, QWidget* parent = nullptr);
 
-    /// Where a text of this height is drawn.
+    /// The rectangle in which a text of this height is drawn.
     [[nodiscard]] static QRectF drawingRect(const QRectF& bounds, qreal textHeight);
 
-    /// A quiet text stands for nothing being there.
+    /// A quiet text is a placeholder.
     void setQuiet(bool isQuiet);
 
-    /// Whether the field has an edge of its own.
+    /// Whether the field has an outline.
     void setOutlined(bool isOutlined);
 
-    /// Keeps so much room free of text at both ends.
+    /// Keeps this margin free of text at both ends.
     void setTextMargin(int margin);
 
 protected:

@@ -13,7 +13,7 @@ namespace corvel::ui {
 
 namespace {
 
-/// Whether the key is down at this moment, whatever events say. One question to the server.
+/// Whether the key is down at this moment, whatever the events say. Costs one request to the server.
 bool isDown(xcb_keycode_t key) {
     const auto* const x11 =
         qGuiApp != nullptr ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
@@ -53,7 +53,7 @@ bool X11KeyRepetitions::nativeEventFilter(const QByteArray& eventType, void* mes
     if (eventType != "xcb_generic_event_t") {
         return false;
     }
-    // The highest bit tells events that another program sent.
+    // The highest bit marks events that another program sent.
     constexpr unsigned kTypeBits = 0x7F;
     const unsigned type = static_cast<const xcb_generic_event_t*>(message)->response_type & kTypeBits;
     if (type != XCB_KEY_RELEASE && type != XCB_KEY_PRESS) {
@@ -64,7 +64,8 @@ bool X11KeyRepetitions::nativeEventFilter(const QByteArray& eventType, void* mes
     if (type == XCB_KEY_RELEASE) {
         released_ = moment;
     }
-    // The press that belongs to a release may not have come yet: a key that is down was not released.
+    // The press that belongs to a release may not have arrived yet. If the key is still down, the release is a
+    // repetition's.
     if (type == XCB_KEY_RELEASE ? isDown(key.detail) : moment == released_) {
         repetitions_.insert(moment);
     }

@@ -11,9 +11,10 @@ class QKeyEvent;
 
 namespace corvel::ui {
 
-/// Knows which key events X11 made by itself because a key is held down. It releases and presses such a key at the same
-/// instant; the toolkit finds that out only if both events have come when it looks at the first, and reports a new
-/// press otherwise, as on a busy machine. Elsewhere the toolkit repeats keys itself and this knows of none.
+/// Recognises key events that X11 generates because a key is held down. X11 releases and presses the key at the same
+/// instant. The toolkit notices that only if both events have arrived when it handles the first; otherwise, for example
+/// on a busy machine, it reports a new press. On other platforms the toolkit repeats keys itself and this object
+/// recognises none.
 class X11KeyRepetitions final : public QAbstractNativeEventFilter {
 public:
     X11KeyRepetitions();
@@ -22,13 +23,13 @@ public:
     X11KeyRepetitions(const X11KeyRepetitions&) = delete;
     X11KeyRepetitions& operator=(const X11KeyRepetitions&) = delete;
 
-    /// Whether X11 made this press or release, as it still bears the server's time. Forgets all earlier ones.
+    /// Whether X11 generated this press or release, by the server's time in the event. Forgets all earlier ones.
     [[nodiscard]] bool contain(const QKeyEvent& event);
 
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
 
 private:
-    /// When, in the server's milliseconds, and which key.
+    /// The server's time in milliseconds, and the key.
     using Moment = std::pair<quint64, std::uint32_t>;
 
     Moment released_;

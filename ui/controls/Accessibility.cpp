@@ -75,12 +75,12 @@ void setAccessibleRole(QWidget& widget, QAccessible::Role role) {
 }
 
 void installControlAccessibility() {
-    // The toolkit keeps a factory once, however often it is handed over.
+    // The toolkit ignores a factory that it already has.
     QAccessible::installFactory(makeInterface);
 }
 
 void announce(QWidget& notification) {
-    // Screen readers read a notification when it comes up.
+    // Screen readers read out a notification when it is shown.
     QAccessibleEvent event(&notification, QAccessible::ObjectShow);
     QAccessible::updateAccessibility(&event);
 }

@@ -4,16 +4,16 @@
 
 class QWidget;
 
-/// What assistive technologies see of the window's own controls.
+/// How assistive technologies see the window's own controls.
 namespace corvel::ui {
 
-/// Gives a widget without an interface of its own this role. To be called before anyone asks for its interface.
+/// Gives this role to a widget without an interface of its own. Must be called before its interface is first used.
 void setAccessibleRole(QWidget& widget, QAccessible::Role role);
 
-/// Has every `LookButton` seen in its role and states. Once is enough; more does no harm.
+/// Makes assistive technologies see the role and states of every `LookButton`. May be called more than once.
 void installControlAccessibility();
 
-/// Has screen readers read a text out that shows in a widget of the role `Notification`; its name is the text.
+/// Makes screen readers read out a widget of the role `Notification`; its name is the text.
 void announce(QWidget& notification);
 
 }  // namespace corvel::ui

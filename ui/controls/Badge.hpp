@@ -6,7 +6,7 @@
 
 namespace corvel::ui {
 
-/// A short, quiet remark in an outline.
+/// A short remark in an outline.
 class Badge final : public QLabel {
     Q_OBJECT
 

@@ -4,7 +4,7 @@
 
 namespace corvel::ui {
 
-/// One of several things to choose from: icon, title, and a ring that is filled in for the chosen one.
+/// One of several alternatives: icon, title, and a ring that is filled if it is chosen.
 class ChoiceCard final : public LookButton {
     Q_OBJECT
 

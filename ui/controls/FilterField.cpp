@@ -22,7 +22,7 @@ FilterField::FilterField(const Look& look, QWidget* parent) : QLineEdit(parent),
     setFrame(false);
     setTextMargins(kPadding, 0, kPadding, 0);
     setPlaceholderText(QStringLiteral("Filter"));
-    // The ground is painted here, with round corners.
+    // The background is painted here, with round corners.
     const auto takeColours = [this] {
         QPalette colours = palette();
         colours.setColor(QPalette::Base, Qt::transparent);
@@ -76,7 +76,7 @@ void FilterField::paintEvent(QPaintEvent* event) {
     if (hasFocus()) {
         paintRing(painter, rect(), kRadius, look_.theme().accent);
     } else {
-        // A filter that leaves out rows must not go unnoticed.
+        // Makes it visible that a filter hides rows.
         paintOutline(painter, rect(), kRadius, text().isEmpty() ? look_.theme().hairline : look_.theme().accent);
     }
 }

@@ -6,8 +6,8 @@
 
 namespace corvel::ui {
 
-/// A field whose text narrows a list below it. Escape empties it and, when it is empty, leaves it; Return and Down
-/// leave it for the list. Undo and redo keys are the window's where the text has nothing to undo or redo.
+/// A field whose text filters a list below it. Escape empties it, or leaves it if it is empty; Return and Down go to
+/// the list. Undo and redo keys belong to the window if the text has nothing to undo or redo.
 class FilterField final : public QLineEdit {
     Q_OBJECT
 
@@ -15,7 +15,7 @@ public:
     explicit FilterField(const Look& look, QWidget* parent);
 
 signals:
-    /// The keyboard is to go to the list.
+    /// The focus should go to the list.
     void left();
 
 protected:

@@ -7,14 +7,14 @@
 
 namespace corvel::ui {
 
-/// A button that is an icon; its tooltip says what it does, and is its name for screen readers.
+/// A button with an icon. Its tooltip says what it does and is its name for screen readers.
 class IconButton final : public LookButton {
     Q_OBJECT
 
 public:
     enum class Role {
         plain,
-        /// Turns to the colour of danger while hovered.
+        /// Has the danger colour while hovered.
         destructive,
     };
 
@@ -23,13 +23,13 @@ public:
     void setIconName(const QString& name);
     void setRole(Role role) { role_ = role; }
 
-    /// Whether what the button switches is on: then it stands on a ground of its own.
+    /// Whether the button's option is on; it then has a filled background.
     void setChosen(bool isChosen);
 
     /// The tooltip and the name.
     void setHelp(const QString& help);
 
-    /// Ink at rest: quiet for icons in list rows, `text2` otherwise.
+    /// Colour at rest: the quiet one for icons in list rows, `text2` otherwise.
     void setRestInk(QColor Theme::*ink);
 
     [[nodiscard]] QSize sizeHint() const override { return {side_, side_}; }

@@ -4,7 +4,7 @@
 
 namespace corvel::ui {
 
-/// A command as a word in a line of text, in the accent's ink and underlined under the pointer.
+/// A command as a word in a line of text, in the accent colour and underlined while hovered.
 class LinkButton final : public LookButton {
     Q_OBJECT
 

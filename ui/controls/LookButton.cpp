@@ -30,7 +30,7 @@ QWidget* makeTabPlace(QWidget& parent) {
 }
 
 LookButton::LookButton(const Look& look, QWidget* parent) : QAbstractButton(parent), look_(look) {
-    // Before setting the name, because that makes screen readers ask for the button's interface.
+    // Before the name is set, because setting it makes screen readers ask for the button's interface.
     installControlAccessibility();
     setAttribute(Qt::WA_Hover);
     setFocusPolicy(Qt::StrongFocus);
@@ -92,7 +92,7 @@ void LookButton::leaveEvent(QEvent* event) {
 }
 
 void LookButton::focusInEvent(QFocusEvent* event) {
-    // A window that comes back to the front gives the focus back to where it was, ring or none.
+    // When a window returns to the front, the focus returns with or without its ring, as before.
     if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason) {
         isKeyboardFocus_ = isByKeyboard(event->reason());
     }

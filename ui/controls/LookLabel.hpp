@@ -6,17 +6,17 @@
 
 namespace corvel::ui {
 
-/// A text in one of the theme's inks, every character shown as it is.
+/// A text in one of the theme's colours; every character is shown unchanged.
 class LookLabel final : public QLabel {
     Q_OBJECT
 
 public:
     LookLabel(const Look& look, const QFont& font, QColor Theme::*ink, QWidget* parent = nullptr);
 
-    /// One line that gives way where there is little room: its middle is left out, and the tooltip then has it whole.
+    /// One line that is shortened in the middle if there is too little room; the tooltip then has the whole text.
     void setElided(bool isElided);
 
-    /// Line breaks show as blanks where the text is elided.
+    /// If the text is shortened, line breaks are shown as blanks.
     void setLine(const QString& text);
 
     [[nodiscard]] QSize minimumSizeHint() const override;

@@ -22,7 +22,7 @@ NameField::NameField(const Look& look, const QString& name, QWidget* parent) : Q
     setAccessibleName(QStringLiteral("Name"));
     setText(name);
     selectAll();
-    // The ground is painted here, with round corners.
+    // The background is painted here, with round corners.
     setAutoFillBackground(false);
     const auto takeColours = [this] {
         QPalette colours = palette();

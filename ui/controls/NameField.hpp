@@ -6,7 +6,7 @@
 
 namespace corvel::ui {
 
-/// A field for one name, which is selected whole at first: typing replaces it.
+/// A field for one name, which is selected at first so that typing replaces it.
 class NameField final : public QLineEdit {
     Q_OBJECT
 

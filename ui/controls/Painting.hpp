@@ -8,36 +8,36 @@
 class QPainter;
 class QWidget;
 
-/// Shapes that several controls share.
+/// Shapes and colours that several controls share.
 namespace corvel::ui {
 
 /// Which corners of a shape are round.
 enum class Corners { all, left, right };
 
-/// A rectangle with some of its corners round.
+/// A rectangle with these corners rounded.
 [[nodiscard]] QPainterPath roundedPath(const QRectF& rect, qreal radius, Corners corners = Corners::all);
 
-/// The colour that lies between two, `level` 0 being the first and 1 the second.
+/// The mixture of two colours; `level` 0 is the first and 1 the second.
 [[nodiscard]] QColor mixed(const QColor& from, const QColor& to, qreal level);
 
-/// The colour as if it were not there, to fade it in from.
+/// The colour with zero opacity, as the start of fading it in.
 [[nodiscard]] QColor transparent(QColor colour);
 
-/// Two pixels along the inside of the rectangle's edge.
+/// Draws a line two pixels wide along the inside of the rectangle's edge.
 void paintRing(QPainter& painter, const QRectF& rect, qreal radius, const QColor& colour,
                Corners corners = Corners::all);
 
-/// One pixel along the inside of the rectangle's edge.
+/// Draws a line one pixel wide along the inside of the rectangle's edge.
 void paintOutline(QPainter& painter, const QRectF& rect, qreal radius, const QColor& colour,
                   Corners corners = Corners::all);
 
-/// A horizontal divider of whole device pixels, at whatever ratio.
+/// A horizontal divider of whole device pixels at any ratio.
 void paintHairline(QPainter& painter, QPointF from, qreal length, const QColor& colour);
 
-/// The time that a change takes, 0 where the desktop's style has animations switched off.
+/// The duration of a change; 0 if the desktop's style has animations switched off.
 [[nodiscard]] int animationDuration(const QWidget& widget, int milliseconds);
 
-/// How far the fill of a focused control is pulled in, so that a gap shows between it and the ring.
+/// Inset of a focused control's fill, so that a gap is visible between the fill and the ring.
 inline constexpr qreal kFocusInset = 4;
 
 }  // namespace corvel::ui

@@ -8,7 +8,7 @@ namespace corvel::ui {
 
 namespace {
 
-/// A name as long as this shows its two ends.
+/// Longer names are shortened in the middle.
 constexpr std::size_t kMostLines = 6;
 
 }  // namespace

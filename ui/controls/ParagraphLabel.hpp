@@ -9,12 +9,12 @@
 
 namespace corvel::ui {
 
-/// A centred text on as many lines of a given height as it needs in a given width.
+/// A centred text that wraps at a given width, with a given line height.
 class ParagraphLabel final : public QLabel {
     Q_OBJECT
 
 public:
-    /// Width and line height are logical pixels.
+    /// Width and line height are in logical pixels.
     ParagraphLabel(const Look& look, const QString& text, const QFont& font, QColor Theme::*ink, int width,
                    int lineHeight, QWidget* parent = nullptr);
 

@@ -10,24 +10,24 @@ namespace corvel::ui {
 
 class PopUpMenu;
 
-/// A pop-up: shows the chosen one of several texts and opens a menu of all, the chosen one ticked.
+/// A pop-up: shows the chosen text and opens a menu of all texts, the chosen one ticked.
 ///
 /// Shows what it is given and reports what the user chooses; choosing changes nothing by itself.
 class PopUpButton final : public LookButton {
     Q_OBJECT
 
 public:
-    /// `isFilled` false is the quiet form of list rows, an outline without a fill.
+    /// `isFilled` false is the outlined form in list rows.
     PopUpButton(const Look& look, QSize size, bool isFilled, QWidget* parent = nullptr);
 
     /// The menu's texts and the index of the chosen one, -1 for none.
     void setItems(const QStringList& items, int chosen);
-    /// The items' tooltips, in their order; none where the text is empty.
+    /// The items' tooltips, in order; an empty text means none.
     void setItemHelps(const QStringList& helps) { itemHelps_ = helps; }
     [[nodiscard]] const QStringList& items() const { return items_; }
     [[nodiscard]] int chosenIndex() const { return chosen_; }
 
-    /// What the closed pop-up shows; by default the chosen item.
+    /// The text of the closed pop-up; by default the chosen item.
     void setLabel(const QString& label);
 
     void setFilled(bool isFilled);
@@ -39,7 +39,7 @@ public:
     [[nodiscard]] QSize minimumSizeHint() const override { return size_; }
 
 signals:
-    /// The user chose an item, also when it is the present one.
+    /// The user chose an item, possibly the present one.
     void itemChosen(int index);
 
 protected:

@@ -24,7 +24,7 @@ PopUpMenu::PopUpMenu(const Look& look, QWidget* parent) : QMenu(parent), look_(l
 }
 
 QAction* PopUpMenu::addItem(const QString& text, bool isChosen) {
-    // The column of ticks comes on top of the padding that items without one have.
+    // The width of the ticks is added to the padding that items without ticks have.
     setStyleSheet(QStringLiteral("QMenu { icon-size: %1px; } QMenu::item { padding-left: %2px; }")
                       .arg(kCheckSize)
                       .arg(kPaddingAfterCheck));
@@ -39,7 +39,7 @@ QAction* PopUpMenu::addItem(const QString& text, bool isChosen) {
 
 void PopUpMenu::resizeEvent(QResizeEvent* event) {
     QMenu::resizeEvent(event);
-    // Round corners also where windows cannot be see-through.
+    // Round corners even if windows cannot be transparent.
     setMask(QRegion(roundedPath(rect(), kRadius).toFillPolygon().toPolygon()));
 }
 

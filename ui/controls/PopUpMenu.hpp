@@ -6,14 +6,14 @@
 
 namespace corvel::ui {
 
-/// A menu in the look of the window.
+/// A menu in the window's look.
 class PopUpMenu final : public QMenu {
     Q_OBJECT
 
 public:
     explicit PopUpMenu(const Look& look, QWidget* parent = nullptr);
 
-    /// Adds an item that shows every character of the text; the chosen one is ticked.
+    /// Adds an item that shows every character of the text. If `isChosen`, it is ticked.
     QAction* addItem(const QString& text, bool isChosen);
 
 protected:

@@ -11,26 +11,25 @@ class QPainter;
 
 namespace corvel::ui {
 
-/// Dims a window behind a sheet, takes the clicks that are meant for the window, and holds the sheet's shadow: a sheet
-/// draws nothing outside its card.
+/// Dims a window behind a sheet, takes the clicks on the window, and draws the sheet's shadow, because a sheet draws
+/// nothing outside its card.
 class Scrim final : public QWidget {
     Q_OBJECT
 
 public:
-    /// Milliseconds in which it, and the sheet over it, fades in.
+    /// Duration in milliseconds of the fade-in of the scrim and its sheet.
     static constexpr int kFadeIn = 140;
 
-    /// Covers the window until `fadeOut`. `card` is the sheet's place in the window.
+    /// Covers the window until `fadeOut`. `card` is the sheet's rectangle in the window.
     Scrim(const Look& look, QWidget& window, const QRectF& card);
 
     void setCard(const QRectF& card);
     [[nodiscard]] const QRectF& card() const { return card_; }
 
-    /// Fades out together with the sheet's last picture, if it had one, and deletes itself. The window takes clicks
-    /// again at once.
+    /// Fades out together with the sheet's last picture, if any, and deletes itself. The window accepts clicks at once.
     void fadeOut(const QPixmap& sheet);
 
-    /// What a window looks like behind a sheet once faded in, painted over it.
+    /// Paints over the window what a completely faded-in scrim shows.
     static void paint(QPainter& painter, const QRectF& whole, const QRectF& card, const Theme& theme);
 
 protected:

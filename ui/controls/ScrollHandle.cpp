@@ -16,10 +16,10 @@ namespace {
 constexpr int kWidth = 4;
 constexpr int kHoveredWidth = 6;
 constexpr qreal kRadius = 2;
-/// Above and below the handle at the ends of its way.
+/// Margin above and below the handle at the ends of its range.
 constexpr int kMargin = 2;
 constexpr int kShortest = 24;
-/// The handle can be taken beside its edge as well.
+/// The handle can be grabbed this far beside it.
 constexpr int kReach = 3;
 
 }  // namespace

@@ -10,17 +10,17 @@ class QScrollBar;
 
 namespace corvel::ui {
 
-/// The handle of a scroll area, in the place of the toolkit's scroll bar, whose value it shows and drags.
+/// The handle of a scroll area. It replaces the toolkit's scroll bar, and shows and changes the scroll bar's value.
 class ScrollHandle final : public QWidget {
     Q_OBJECT
 
 public:
     ScrollHandle(const Look& look, QScrollBar& bar, QWidget* parent);
 
-    /// Puts the handle at the left or the right of the parent, so many pixels from its edge.
+    /// Puts the handle at the left or the right of the parent, at this distance from its edge in pixels.
     void setSide(Qt::Edge side, int distance);
 
-    /// Takes the place that the bar's value means, or hides where there is nothing to scroll.
+    /// Moves to the place of the bar's value, or hides if there is nothing to scroll.
     void follow();
 
 protected:
@@ -32,7 +32,7 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
-    /// Where a drag began: the pointer's height on the screen, and the bar's value.
+    /// The start of a drag: the pointer's height on the screen, and the bar's value.
     struct Drag {
         double y;
         int value;

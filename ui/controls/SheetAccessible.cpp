@@ -40,7 +40,7 @@ QAccessibleInterface* makeInterface(const QString&, QObject* object) {
 }  // namespace
 
 void installSheetAccessibility() {
-    // The toolkit keeps a factory once, however often it is handed over.
+    // The toolkit ignores a factory that it already has.
     QAccessible::installFactory(makeInterface);
 }
 

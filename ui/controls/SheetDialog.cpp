@@ -20,20 +20,20 @@ namespace corvel::ui {
 namespace {
 
 constexpr qreal kRadius = 12;
-/// What stays of the window at each side, where it is small.
+/// Minimum margin between the sheet and the window's edge.
 constexpr int kMargin = 8;
 
-/// The property of an action that is let through.
+/// The property that marks an action that is let through.
 const char* const kIsLetThrough = "corvelIsLetThrough";
 
 }  // namespace
 
-// The toolkit keeps the Tab key and the dialog's own shortcuts inside a sub-window.
+// A sub-window, because the toolkit keeps the Tab key and the dialog's own shortcuts inside one.
 SheetDialog::SheetDialog(const Look& look, QWidget* parent) : QDialog(parent->window(), Qt::SubWindow), look_(look) {
     installSheetAccessibility();
     setAttribute(Qt::WA_DeleteOnClose);
     setAttribute(Qt::WA_NoMousePropagation);
-    // Until somebody shows it, also where its window is shown first.
+    // Hidden until it is shown explicitly, even if its window is shown before.
     setShown(false);
     parentWidget()->installEventFilter(this);
     connect(&look, &Look::changed, this, [this] { update(); });
@@ -49,7 +49,7 @@ SheetDialog::~SheetDialog() {
 }
 
 SheetDialog* SheetDialog::topOf(const QWidget& window) {
-    // Children are in the order in which they lie over each other.
+    // Children are in stacking order, the topmost last.
     for (QObject* const child : window.children() | std::views::reverse) {
         if (auto* const sheet = qobject_cast<SheetDialog*>(child); sheet != nullptr && sheet->scrim_ != nullptr) {
             return sheet;
@@ -98,7 +98,7 @@ void SheetDialog::disappear() {
 }
 
 void SheetDialog::setShown(bool isShown) {
-    // NOLINTNEXTLINE(bugprone-parent-virtual-call): the base class would show a focus ring that nobody asked for
+    // NOLINTNEXTLINE(bugprone-parent-virtual-call): the base class would show an unwanted focus ring
     QWidget::setVisible(isShown);
 }
 
@@ -137,7 +137,7 @@ void SheetDialog::giveFocusBack() {
     QWidget* const focus = parentWidget()->focusWidget();
     const bool isFocusHere = focus == this || (focus != nullptr && isAncestorOf(focus));
     if (isFocusHere && formerFocus_ != nullptr && formerFocus_->isVisible() && formerFocus_->isEnabled()) {
-        // As when a window comes back to the front: with a focus ring if there was one.
+        // With the reason of a returning window, so that the focus ring is as it was before.
         formerFocus_->setFocus(Qt::ActiveWindowFocusReason);
     } else if (isFocusHere) {
         focus->clearFocus();
@@ -177,7 +177,7 @@ bool SheetDialog::event(QEvent* event) {
         case QEvent::KeyPress:
         case QEvent::KeyRelease:
         case QEvent::ShortcutOverride:
-            // Keys go no further: neither to the window behind nor to its shortcuts.
+            // Keys are not passed on to the window behind or to its shortcuts.
             event->accept();
             return true;
         case QEvent::LayoutRequest:

@@ -12,11 +12,12 @@ namespace corvel::ui {
 
 class Scrim;
 
-/// A dialog that is a card in the middle of its parent's window, which is dimmed and takes neither clicks nor keys
-/// while the card is shown. Part of that window: it moves with it on every desktop. Screen readers know it as a dialog.
+/// A dialog that is a card in the middle of its parent's window. The window is dimmed and takes neither clicks nor keys
+/// while the card is shown. The dialog is part of that window, so it moves with it on every desktop. Screen readers see
+/// it as a dialog.
 ///
-/// The focus stays inside, and goes back to where it was once the dialog is closed. A dialog that is shown over another
-/// one covers that one too. Deletes itself once closed.
+/// The focus stays inside, and returns to its former place when the dialog is closed. A dialog that is shown over
+/// another one also covers that one. Deletes itself when closed.
 class SheetDialog : public QDialog {
     Q_OBJECT
 
@@ -26,17 +27,17 @@ public:
 
     void setVisible(bool isVisible) override;
 
-    /// The window's action keeps its shortcut while a dialog covers the window: for what must not wait.
+    /// Keeps the shortcut of a window's action working while a dialog covers the window, for urgent commands.
     static void letThrough(QAction& action);
 
-    /// The dialog that covers this window and everything else in it; null without one.
+    /// The topmost dialog of this window; null if there is none.
     [[nodiscard]] static SheetDialog* topOf(const QWidget& window);
 
 protected:
     [[nodiscard]] const Look& look() const { return look_; }
     [[nodiscard]] const Theme& theme() const { return look_.theme(); }
 
-    /// Who has the focus when the dialog appears.
+    /// Sets the view that has the focus when the dialog appears.
     void setFirstFocus(QWidget* view) { focus_ = view; }
 
     bool event(QEvent* event) override;
@@ -47,20 +48,20 @@ private:
     void appear();
     void disappear();
     void setShown(bool isShown);
-    /// As large as its contents, as far as the window has room, in the middle.
+    /// Takes the size of the contents, limited to the window, and moves to the middle.
     void place();
     [[nodiscard]] QPixmap picture();
     [[nodiscard]] bool isLetThrough(const QKeyEvent& event) const;
     void takeFocus();
     void giveFocusBack();
-    /// Keeps the focus inside while nothing covers this dialog.
+    /// Keeps the focus inside while no other dialog covers this one.
     void followFocus(QWidget* now);
 
     const Look& look_;
     QPointer<Scrim> scrim_;
-    /// Who has the focus here, also while another dialog covers this one.
+    /// The view that has the focus in this dialog, even while another dialog covers it.
     QPointer<QWidget> focus_;
-    /// Who had the focus before this dialog appeared.
+    /// The view that had the focus before this dialog appeared.
     QPointer<QWidget> formerFocus_;
 };
 

@@ -6,8 +6,8 @@
 
 namespace corvel::ui {
 
-/// A sheet's first moments: it fades in over what its window showed before, and rises a little. Lies over the sheet as
-/// a picture that takes neither mouse nor keys, and deletes itself.
+/// The animation of a sheet that appears: it fades in over the former content of its window, and rises a little. A
+/// picture over the sheet that takes neither mouse nor keys and deletes itself.
 class SheetEntrance final : public QWidget {
     Q_OBJECT
 

@@ -52,7 +52,7 @@ void SwitchCard::paintEvent(QPaintEvent*) {
     paintSwitch(painter);
 }
 
-/// On and off differ in the knob's side as well as in colour.
+/// On and off differ in the position of the knob as well as in colour.
 void SwitchCard::paintSwitch(QPainter& painter) const {
     const QRectF track(QPointF(width() - kPadding - kSwitchSize.width(), (kHeight - kSwitchSize.height()) / 2),
                        kSwitchSize);

@@ -4,7 +4,7 @@
 
 namespace corvel::ui {
 
-/// A setting that is on or off: its title, a line that explains it, and a switch. A click anywhere turns it.
+/// A setting that is on or off: its title, a line that explains it, and a switch. A click anywhere toggles it.
 class SwitchCard final : public LookButton {
     Q_OBJECT
 

@@ -43,7 +43,7 @@ void TabButton::addAccessibleState(QAccessible::State& state) const {
 }
 
 QSize TabButton::sizeHint() const {
-    // As wide as when active, so that nothing moves.
+    // As wide as with the active font, so that nothing moves.
     const int titleWidth = static_cast<int>(std::ceil(QFontMetricsF(titleFont(true)).horizontalAdvance(text())));
     return {kPadding + kIconSize + kGap + titleWidth + kPadding, kHeight};
 }

@@ -14,7 +14,7 @@ namespace {
 constexpr int kHeight = 36;
 constexpr int kIconSize = 20;
 constexpr int kIconGap = 8;
-/// An icon's own white space makes up for the narrower padding at its side.
+/// Narrower, because an icon has a margin of its own.
 constexpr int kIconPadding = 12;
 constexpr int kPadding = 16;
 constexpr qreal kRadius = 8;
@@ -74,7 +74,7 @@ void TextButton::paintEvent(QPaintEvent*) {
 
     const qreal textWidth = QFontMetricsF(font()).horizontalAdvance(text());
     const qreal iconWidth = iconName_.isEmpty() ? 0 : kIconSize + kIconGap;
-    // The content keeps its place when the button is stretched: in the middle, the icon's lighter side allowed for.
+    // If the button is stretched, the content stays in the middle, corrected for the narrower padding at the icon.
     const qreal asymmetry = iconName_.isEmpty() ? 0 : (kPadding - kIconPadding) / 2.0;
     qreal x = (whole.width() - iconWidth - textWidth) / 2 - asymmetry;
     if (!iconName_.isEmpty()) {

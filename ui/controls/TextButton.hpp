@@ -7,16 +7,16 @@
 
 namespace corvel::ui {
 
-/// A button with a text and, if given, an icon before it.
+/// A button with a text and optionally an icon before it.
 class TextButton final : public LookButton {
     Q_OBJECT
 
 public:
     enum class Role {
-        /// What the view is for: filled with the accent.
+        /// The main command of a view: filled with the accent colour.
         primary,
         quiet,
-        /// Deletes: quiet, in the ink of danger.
+        /// Deletes something: not filled, in the danger colour.
         destructive,
     };
 

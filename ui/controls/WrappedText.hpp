@@ -7,9 +7,9 @@
 
 namespace corvel::ui {
 
-/// The text as the lines in which it is drawn: broken at its line breaks and where it is wider than `width` logical
-/// pixels, between words if possible. Leading blanks stay. At most `mostLinesOfOne` lines come of one line of the text;
-/// the last of them then has its middle left out.
+/// The lines in which the text is drawn. Breaks at line breaks, and where the text is wider than `width` logical
+/// pixels, between words if possible. Leading blanks stay. One line of the text becomes at most `mostLinesOfOne` lines;
+/// the last of them is then shortened in the middle.
 [[nodiscard]] std::vector<QString> wrappedLines(const QString& text, const QFont& font, qreal width,
                                                 std::size_t mostLinesOfOne);
 
