@@ -66,7 +66,7 @@ int perform(const Start& start, const CommandLine::List& list) {
     return print(list.writesJSON ? EndpointListing::json(endpoints) : EndpointListing::table(endpoints));
 }
 
-/// Waits until everything is sent that silences outputs. False if that takes too long.
+/// Waits until all messages that silence outputs are sent. Returns false if that takes too long.
 bool waitForSilence(const Router& router) {
     const auto isSilent = std::make_shared<bool>(false);
     router.engine().silence({}, [isSilent] { *isSilent = true; });
@@ -74,9 +74,9 @@ bool waitForSilence(const Router& router) {
     return *isSilent;
 }
 
-/// The running instance does it. Where there is none, this process is the instance meanwhile, so that nobody else reads
-/// or writes the document; it routes nothing, so the engine is started only to silence outputs, and has no connections
-/// then. The user's sets are there whatever MIDI the machine has, so the demo does not stand in.
+/// The running instance carries out the command. If there is none, this process is the instance meanwhile, so that no
+/// other process reads or writes the document. It routes nothing: the engine is started only to silence outputs, and
+/// then has no connections. The user's sets are available without MIDI, so the demo never replaces them.
 int perform(const Start& start, const CommandLine::DocumentCommand& command) {
     const QCoreApplication application(start.qtArguments.count(), start.qtArguments.values());
     SingleInstance instance(QtSettings().file());

@@ -6,17 +6,18 @@
 
 namespace corvel {
 
-/// Writes the message to standard error, as one line behind the program's name.
+/// Writes the message to standard error, as one line after the program's name.
 void printError(const std::string& message);
 
-/// Writes to standard output. The exit status: where that fails, a failure, and standard error says so.
+/// Writes to standard output. Returns the exit status: a failure if writing fails, which is reported on standard error.
 [[nodiscard]] int print(const std::string& text);
 
-/// Writes a command's result: what was done to standard output, why it was not done to standard error. The exit status.
+/// Writes a command's result: to standard output if it was carried out, otherwise to standard error. Returns the exit
+/// status.
 [[nodiscard]] int printResult(const CommandResult& result);
 
-/// Opens /dev/null for each of the descriptors 0 to 2 that the caller left closed. The next file that is opened would
-/// get its number, and lines meant for standard output would end up in it.
+/// Opens /dev/null for each of the descriptors 0 to 2 that the caller closed. Otherwise the next opened file would get
+/// that number, and lines for standard output would be written to it.
 void openStandardDescriptors();
 
 }  // namespace corvel

@@ -36,7 +36,7 @@ void InstanceConnection::read() {
     if (const auto* const complete = std::get_if<InstanceRequest>(&request); complete != nullptr && !hasHungUp()) {
         answer(*complete);
     } else if (!std::holds_alternative<InstanceMessage::Incomplete>(request)) {
-        // A start that no longer waits has told its user that nothing was done.
+        // A start that no longer waits has told its user that the command was not carried out.
         close();
     }
 }

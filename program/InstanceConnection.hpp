@@ -13,21 +13,21 @@
 
 namespace corvel {
 
-/// The connection of a later start to the instance: reads its request, sends the answer and closes. A request that is
-/// malformed, too large or too slow closes it without an answer.
+/// The connection of a later start to the instance: reads its request, sends the answer and closes. Closes without an
+/// answer if the request is malformed, too large or too slow.
 class InstanceConnection : public QObject {
     Q_OBJECT
 
 public:
-    /// Does what another process asks.
+    /// Carries out the request of another process.
     using Handler = std::function<InstanceAnswer(const InstanceRequest&)>;
 
-    /// Time limit for the request to arrive, and again for the answer to be read.
+    /// Time limit for receiving the request, and again for sending the answer.
     static constexpr std::chrono::milliseconds kLimit{2'000};
     /// Maximum size of a request, in bytes of its texts.
     static constexpr std::size_t kMaxRequestSize = 1'048'576;
 
-    /// Takes the socket, which is connected.
+    /// Uses this connected socket.
     InstanceConnection(QLocalSocket& socket, Handler handler, QObject* parent);
 
     /// Closes the connection without an answer.

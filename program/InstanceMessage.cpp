@@ -14,7 +14,7 @@ constexpr std::string_view kForm = "corvel 2";
 constexpr std::size_t kSizeBytes = 4;
 constexpr std::size_t kHeadBytes = kForm.size() + kSizeBytes;
 
-/// An answer's first text.
+/// The first text of an answer.
 constexpr std::string_view kDone = "done";
 constexpr std::string_view kDeclined = "declined";
 
@@ -98,7 +98,7 @@ Decoded<InstanceAnswer> answer(Texts texts) {
     return exitCode ? Decoded<InstanceAnswer>(CommandResult{*exitCode, std::move(texts[2])}) : Invalid{};
 }
 
-/// The content that `read` makes of a message's texts.
+/// Decodes a message and converts its texts by `read`.
 template <typename Content>
 Decoded<Content> decoded(std::string_view received, std::size_t limit, Decoded<Content> (*read)(Texts)) {
     Decoded<Texts> texts = decodedTexts(received, limit);

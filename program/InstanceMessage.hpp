@@ -12,27 +12,27 @@
 
 namespace corvel {
 
-/// What a later start of the program asks of the running one.
+/// The request of a later start to the running instance.
 struct InstanceRequest {
-    /// The later start's working folder, to which its relative file names refer.
+    /// The later start's working folder, for its relative file names.
     std::filesystem::path folder;
-    /// Its arguments as they were typed, the program's name left out.
+    /// Its arguments as typed, without the program's name.
     std::vector<std::string> arguments;
-    /// What the desktop gave it to bring a window to the front with, else empty.
+    /// The desktop's token for bringing a window to the front; empty if there is none.
     std::string activationToken = {};
 
     bool operator==(const InstanceRequest&) const = default;
 };
 
-/// The running program's answer: the result, or none if the request does not concern it.
+/// The running instance's answer: the result; no value if the request does not concern it.
 using InstanceAnswer = std::optional<CommandResult>;
 
-/// The messages between the two: a word that names the format, the number of bytes that follow (four bytes,
-/// big-endian), and texts, each followed by a zero byte. Arguments and file names hold no zero byte; an answer's text
-/// is cut there.
+/// The messages between the two processes: a word that names the format, the number of bytes that follow (four bytes,
+/// big-endian), and texts, each followed by a zero byte. Arguments and file names contain no zero byte; the text of an
+/// answer ends at one.
 namespace InstanceMessage {
 
-/// More bytes of the message are to come.
+/// More bytes of the message are expected.
 struct Incomplete {
     bool operator==(const Incomplete&) const = default;
 };
@@ -46,8 +46,8 @@ using Decoded = std::variant<Incomplete, Invalid, Content>;
 [[nodiscard]] std::string encoded(const InstanceRequest& request);
 [[nodiscard]] std::string encoded(const InstanceAnswer& answer);
 
-/// Decodes the bytes received so far. They are invalid as soon as they cannot become a message with at most `limit`
-/// bytes of texts.
+/// Decodes the bytes received so far. Invalid as soon as they cannot become a message with at most `limit` bytes of
+/// texts.
 [[nodiscard]] Decoded<InstanceRequest> decodedRequest(std::string_view received, std::size_t limit);
 [[nodiscard]] Decoded<InstanceAnswer> decodedAnswer(std::string_view received, std::size_t limit);
 

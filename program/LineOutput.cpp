@@ -11,8 +11,8 @@ namespace corvel {
 
 namespace {
 
-/// A pipe that is ready takes this much without blocking, and so does everything else a shell connects. Making the
-/// descriptor itself non-blocking would change it for every other program that shares it.
+/// A pipe that is ready accepts this much without blocking, and so does everything else that a shell connects. The
+/// descriptor is not made non-blocking, because that would change it for every other program that shares it.
 constexpr std::size_t kPieceSize = 4096;
 
 /// "... 14,692 lines left out", with its line feed.
@@ -57,7 +57,7 @@ void LineOutput::writeWhatFits() {
 
 bool LineOutput::canWrite() const {
     pollfd state{descriptor_, POLLOUT, 0};
-    // An error is ready too: writing tells which.
+    // True also after an error, which the write then reports.
     return ::poll(&state, 1, 0) > 0;
 }
 
@@ -84,7 +84,7 @@ void LineOutput::fillCurrent() {
     if (leftOut_ > 0) {
         current_ = leftOutNotice(std::exchange(leftOut_, 0));
     }
-    // One piece, so that lines which have to wait longer can still give way.
+    // Only one piece at a time, so that lines that must wait longer can still be dropped.
     while (!lines_.empty() && (current_.empty() || current_.size() + lines_.front().size() <= kPieceSize)) {
         size_ -= lines_.front().size();
         current_ += lines_.front();

@@ -8,11 +8,11 @@
 
 namespace corvel {
 
-/// Writes lines to a descriptor, each at once, and never blocks: while the reader stands still (a stopped terminal, a
-/// pager), lines wait here and are written by Qt's event loop when it goes on. Past `kLimit` bytes the oldest lines are
-/// left out, and a line in their place says how many. When the reader is gone, all further lines are dropped.
+/// Writes lines to a descriptor, each at once, and never blocks. While the reader does not read (a stopped terminal, a
+/// pager), lines are queued, and Qt's event loop writes them later. Beyond `kLimit` bytes the oldest lines are dropped,
+/// and a line in their place gives their number. If the reader is gone, all further lines are dropped.
 ///
-/// On the main thread only, while the application object exists. The descriptor is not closed.
+/// Main thread only, while the application object exists. The descriptor is not closed.
 class LineOutput {
 public:
     static constexpr std::size_t kLimit = 1'048'576;
@@ -21,10 +21,10 @@ public:
     LineOutput(const LineOutput&) = delete;
     LineOutput& operator=(const LineOutput&) = delete;
 
-    /// Takes a line, its line feed included.
+    /// Takes a line with its line feed.
     void write(std::string line);
 
-    /// Whether nothing waits to be written.
+    /// Whether nothing is queued.
     [[nodiscard]] bool isIdle() const { return current_.empty() && lines_.empty(); }
 
 private:
@@ -35,17 +35,17 @@ private:
     void close();
 
     const int descriptor_;
-    /// Whole lines, of which `written_` bytes are written. Never left out, since a line that was begun must be
-    /// finished.
+    /// Whole lines; the first `written_` bytes are written. Never dropped, because a line that has been started must be
+    /// completed.
     std::string current_;
     std::size_t written_ = 0;
-    /// What follows, and its bytes.
+    /// The lines that follow, and their bytes.
     std::deque<std::string> lines_;
     std::size_t size_ = 0;
-    /// The lines left out between `current_` and `lines_`.
+    /// The number of dropped lines between `current_` and `lines_`.
     std::size_t leftOut_ = 0;
     bool isReaderGone_ = false;
-    /// On while the reader stands still.
+    /// Enabled while the reader does not read.
     QSocketNotifier readiness_;
 };
 

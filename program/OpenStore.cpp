@@ -18,7 +18,7 @@ std::filesystem::path demoFile() {
 
 std::shared_ptr<RouteStore> openStore(const std::optional<std::filesystem::path>& document, bool isDemo) {
     const std::filesystem::path file = document.value_or(isDemo ? demoFile() : RouteStore::defaultFileURL());
-    // A first start has no document at the usual place, which is nothing to speak of.
+    // At a first start there is no document at the default path, which is not a problem.
     const auto missing = document ? RouteStore::MissingFile::isAProblem : RouteStore::MissingFile::isNormal;
     auto store = std::make_shared<RouteStore>(file, std::nullopt, missing);
     std::error_code error;

@@ -4,7 +4,7 @@
 
 namespace corvel {
 
-/// The arguments that Qt gets to see: the program's name alone. The options are Corvel's. Qt keeps references: it must
+/// The arguments for Qt: only the program's name, because the options are Corvel's. Qt keeps references, so this must
 /// outlive the application object.
 class QtArguments {
 public:

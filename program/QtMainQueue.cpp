@@ -28,7 +28,7 @@ using SteadyClock = std::chrono::steady_clock;
 
 constexpr std::size_t kInitialCapacity = 256;
 
-/// Runs a task. It came by way of Qt, which no exception may enter.
+/// Runs a task. Catches its exceptions, because Qt calls this and must not receive any.
 void runGuarded(Task& task) {
     const std::string label = std::string(kApplicationIdentifier) + ".main";
     try {
@@ -42,7 +42,7 @@ void runGuarded(Task& task) {
 
 }  // namespace
 
-/// The tasks that wait, and what the posting threads have to know to wake the main thread no more often than needed.
+/// The waiting tasks, and the state by which posting threads wake the main thread only when needed.
 class QtMainQueue::Inbox final : public DispatchQueue {
 public:
     explicit Inbox(QObject& timers)
@@ -50,7 +50,7 @@ public:
         if (wakeUp_ < 0) {
             throw std::system_error(errno, std::generic_category(), "eventfd");
         }
-        // Memory is written to once beforehand: the routing thread must not wait for page faults.
+        // Writes to the memory once, so that the routing thread does not wait for page faults.
         while (!tasks_.full()) {
             tasks_.push_back(Task());
         }
@@ -68,7 +68,7 @@ public:
             task();
             return;
         }
-        // A task that is dropped breaks the promise, which ends the wait as well.
+        // If the task is dropped, the broken promise also ends the wait.
         std::promise<void> done;
         const std::future<void> isDone = done.get_future();
         async([&task, done = std::move(done)]() mutable {
@@ -83,7 +83,7 @@ public:
             auto* const timer = new QTimer(&timers_);
             timer->setSingleShot(true);
             timer->setTimerType(Qt::PreciseTimer);
-            // Posted once it is due, it stays behind the tasks that were posted before.
+            // Posted when it is due, so that it stays behind tasks that were posted before.
             QObject::connect(timer, &QTimer::timeout, [this, timer, item] {
                 async([item] { item->perform(); });
                 timer->deleteLater();
@@ -108,15 +108,15 @@ public:
         isWoken_ = false;
     }
 
-    /// Whether the timer has to be started: a deferred task came while it stood still.
+    /// Whether to start the timer: a deferred task came while it was stopped.
     [[nodiscard]] bool beginsTimer() {
         const std::lock_guard lock(mutex_);
         return hasNewDeferred_ && !std::exchange(isTimerRunning_, true);
     }
 
-    /// When the timer has run out: makes the tasks that wait due. Whether the timer is to run again.
+    /// Called when the timer expires: makes the waiting tasks due. Returns whether the timer must run again.
     [[nodiscard]] bool continuesTimer() {
-        // Read here and not at the post, which has to be cheap.
+        // The clock is read here and not for every post, which must be cheap.
         const SteadyClock::time_point now = SteadyClock::now();
         const std::lock_guard lock(mutex_);
         isDue_ = !tasks_.empty();
@@ -137,13 +137,13 @@ public:
         return tasks_.empty();
     }
 
-    /// How many tasks were posted up to now.
+    /// The number of tasks posted so far.
     [[nodiscard]] std::uint64_t postedCount() const {
         const std::lock_guard lock(mutex_);
         return takenCount_ + tasks_.size();
     }
 
-    /// The oldest task, taken out, if it is one of the first `end` that were posted.
+    /// Removes and returns the oldest task if it is one of the first `end` that were posted.
     [[nodiscard]] Task take(std::uint64_t end) {
         Task task;
         bool mustWake = false;
@@ -156,7 +156,7 @@ public:
             tasks_.pop_front();
             ++takenCount_;
             isDue_ = isDue_ && !tasks_.empty();
-            // The task may run an event loop, which then has to go on with the others.
+            // The task may run an event loop, which must then continue with the other tasks.
             mustWake = isDue_ && !std::exchange(isWoken_, true);
         }
         if (mustWake) {
@@ -199,21 +199,21 @@ private:
     }
 
     const std::thread::id thread_ = std::this_thread::get_id();
-    /// Outlives every task and timer that uses it.
+    /// Must outlive every task and timer that uses it.
     QObject& timers_;
     const int wakeUp_;
 
     mutable QueueMutex mutex_;
     boost::circular_buffer<Task> tasks_;
     std::uint64_t takenCount_ = 0;
-    /// The descriptor is readable, or is about to be.
+    /// Whether the descriptor is readable or is about to be.
     bool isWoken_ = false;
-    /// What waits is to be run at the next wake-up.
+    /// Whether the waiting tasks must run at the next wake-up.
     bool isDue_ = false;
     bool isTimerRunning_ = false;
-    /// A deferred task came since the timer last ran out.
+    /// Whether a deferred task came since the timer last expired.
     bool hasNewDeferred_ = false;
-    /// When the timer last ran out after one.
+    /// When the timer last expired after a deferred task.
     SteadyClock::time_point lastDeferred_;
     bool hasEnded_ = false;
 };
@@ -252,7 +252,8 @@ void QtMainQueue::handleWakeUp() {
 }
 
 void QtMainQueue::handleTimer() {
-    // Started anew before the tasks: Qt does not let a repeating timer run out inside an event loop of one of them.
+    // Restarted before the tasks run, because Qt does not let a repeating timer expire inside an event loop of one of
+    // its own handlers.
     if (inbox_->continuesTimer()) {
         deferralTimer_.start(kDeferral);
     }

@@ -8,12 +8,12 @@
 
 namespace corvel {
 
-/// The user's settings in an INI file, `Corvel/Corvel.ini` in the configuration folder; written at once.
+/// The user's settings in an INI file, `Corvel/Corvel.ini` in the configuration folder. Changes are written at once.
 class QtSettings final : public Settings {
 public:
     QtSettings();
 
-    /// Where they are kept, whether there are any or not.
+    /// The path of the file, whether or not it exists.
     [[nodiscard]] std::filesystem::path file() const;
 
     [[nodiscard]] std::optional<std::string> string(std::string_view key) const override;

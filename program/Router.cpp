@@ -17,12 +17,12 @@ Router::Router(MIDIHostChoice choice)
       selection_(hosts::selectHost(choice, engineQueue_, mainQueue_.queue())),
       engine_(CoreMIDIRouterEngine::create(selection_.host, engineQueue_, mainQueue_.queue(), clock_)) {}
 
-/// The engine goes first, and with it ports and client, which still send what waits; then the service, and the queues
-/// last.
+/// The order matters: the engine ends first, with its ports and client, which still send what is waiting; then the
+/// service, and the queues last.
 Router::~Router() {
     engine_.reset();
-    // A task of the queue may still hold the engine, which then goes with the task, and posts how its ports and its
-    // client go.
+    // A task on the queue may still hold the engine. The engine then ends with the task, and posts the disposal of its
+    // ports and client: hence two rounds.
     engineQueue_->sync([] {});
     engineQueue_->sync([] {});
 }
@@ -41,7 +41,7 @@ std::shared_ptr<MIDIRouterViewModel> Router::makeModel(std::shared_ptr<RouteStor
 
 void Router::finish(std::chrono::milliseconds limit, const std::function<bool()>& isDone) const {
     const QDeadlineTimer deadline(limit);
-    // Ends the wait for events.
+    // Ends the wait for events at the limit.
     QTimer end;
     end.start(limit);
     while (!(mainQueue_.isIdle() && isDone()) && !deadline.hasExpired()) {

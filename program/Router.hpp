@@ -17,30 +17,30 @@
 
 namespace corvel {
 
-/// The engine with all that it stands on. On the main thread, while the application object exists.
+/// The engine with its service and queues. On the main thread, while the application object exists.
 class Router {
 public:
-    /// Throws `std::system_error` when the system has no thread or descriptor left.
+    /// Throws `std::system_error` if the system has no thread or descriptor left.
     explicit Router(MIDIHostChoice choice);
     Router(const Router&) = delete;
     Router& operator=(const Router&) = delete;
     ~Router();
 
     [[nodiscard]] bool isDemo() const { return selection_.isDemo; }
-    /// Why the sequencer cannot be opened, one line. Empty where it can, or was not asked for.
+    /// Why the sequencer cannot be opened, in one line. Empty if it can, or was not requested.
     [[nodiscard]] const std::string& problem() const { return selection_.problem; }
-    /// Says the problem, if there is one, on standard error. Whether there is a service all the same: the sequencer, or
-    /// the demo in its place.
+    /// Writes the problem, if any, to standard error. Returns whether there is a service: the sequencer, or the demo in
+    /// its place.
     [[nodiscard]] bool printProblem() const;
 
     [[nodiscard]] CoreMIDIRouterEngine& engine() const { return *engine_; }
-    /// The application model over the engine. It must be gone before the router is.
+    /// Creates the application model over the engine. The model must be destroyed before the router.
     [[nodiscard]] std::shared_ptr<MIDIRouterViewModel> makeModel(std::shared_ptr<RouteStore> store,
                                                                  std::shared_ptr<Settings> settings) const;
     [[nodiscard]] const std::shared_ptr<const Clock>& clock() const { return clock_; }
 
-    /// Lets Qt's event loop turn until all tasks of the main queue have run and `isDone` holds, but no longer than
-    /// `limit`: for what is still to be reported or written at the end.
+    /// Runs Qt's event loop until all tasks of the main queue have run and `isDone` returns true, but at most for
+    /// `limit`. For the last reports and lines at the end.
     void finish(std::chrono::milliseconds limit, const std::function<bool()>& isDone) const;
 
 private:

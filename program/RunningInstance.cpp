@@ -9,7 +9,7 @@ namespace corvel {
 
 namespace {
 
-/// The file's one name: without links, whether it exists or not.
+/// The absolute path without symbolic links, whether or not the file exists.
 std::filesystem::path resolved(const std::filesystem::path& file) {
     std::error_code error;
     std::filesystem::path result = std::filesystem::weakly_canonical(file, error);

@@ -12,17 +12,18 @@
 
 namespace corvel {
 
-/// Carries out the requests of later starts in the running program, so that nothing is routed twice and nobody else
-/// writes its document. Main thread only.
+/// Carries out the requests of later starts in the running instance, so that nothing is routed twice and no other
+/// process writes its document. Main thread only.
 class RunningInstance {
 public:
-    /// `document` is the file that the model saves, absolute. `bringForward` brings the window to the front; it is
-    /// empty where there is none, and is given the later start's activation token. The model's engine runs.
+    /// `document` is the absolute path of the file that the model saves. `bringForward` brings the window to the front
+    /// and receives the later start's activation token; empty if there is no window. The model's engine must be
+    /// running.
     RunningInstance(std::shared_ptr<MIDIRouterViewModel> model, std::filesystem::path document, bool isDemo,
                     std::function<void(const std::string& activationToken)> bringForward);
 
-    /// Carries out a request and gives its result. None if the request does not concern this instance: a command on
-    /// another document, or on MIDI devices that this instance does not have.
+    /// Carries out a request and returns its result. No value if the request does not concern this instance: a command
+    /// on another document, or on MIDI devices that this instance does not have.
     [[nodiscard]] InstanceAnswer answer(const InstanceRequest& request) const;
 
 private:

@@ -21,7 +21,7 @@ namespace {
 
 constexpr int kUsageStatus = 2;
 
-/// How long the last reports and lines may take at the end.
+/// Time limit for the last reports and lines at the end.
 constexpr std::chrono::milliseconds kEndLimit{500};
 
 std::optional<SingleInstance::Outcome> takeOrAsk(SingleInstance& instance, const Start& start) {
@@ -51,7 +51,7 @@ std::optional<CommandResult> settledResult(const std::optional<SingleInstance::O
     return std::nullopt;
 }
 
-/// The toolkit takes the token out of the environment as soon as it has opened the display.
+/// Read early: the toolkit removes the token from the environment when it opens the display.
 std::string activationToken() {
     for (const char* const name : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {
         if (std::string token = qgetenv(name).toStdString(); !token.empty()) {
@@ -101,7 +101,7 @@ std::optional<CommandResult> becomeRoutingInstance(SingleInstance& instance, con
 
 void runMainLoop(const Router& router, const TerminationSignals& termination, int (*exec)(),
                  const std::function<bool()>& isWritten) {
-    // By way of a timer: a signal that has come already would end the loop before it runs, and be lost.
+    // By a timer, because a signal that has already come would quit the loop before it runs, and be lost.
     QTimer end;
     end.setSingleShot(true);
     QObject::connect(&end, &QTimer::timeout, qApp, &QCoreApplication::quit);

@@ -15,29 +15,29 @@
 
 namespace corvel {
 
-/// What the program was started with.
+/// The arguments and environment that the program was started with.
 struct Start {
-    /// As they were typed, the program's name left out.
+    /// As typed, without the program's name.
     std::vector<std::string> arguments;
     CommandLine commandLine;
     QtArguments& qtArguments;
-    /// What the desktop gave this start to bring a window to the front with, else empty.
+    /// The desktop's token for bringing a window to the front; empty if there is none.
     std::string activationToken;
 };
 
-/// Reads the arguments and has their command performed. What is asked of the command line itself, and mistakes in it,
-/// are answered here. Gives the exit status; an exception becomes a line on standard error and a failure.
+/// Parses the arguments and calls `perform` for their command. Handles help, version and invalid arguments itself.
+/// Returns the exit status. Reports an exception as a line on standard error and returns a failure.
 [[nodiscard]] int runProgram(int argc, char** argv, const std::function<int(const Start&)>& perform);
 
-/// Makes this process the one instance. Where there is one already, it is asked to do what this start was asked to; the
-/// result, if that settles the matter. On the demo devices, which nobody else hears, a start is by itself.
+/// Makes this process the instance. If there is already one, sends it the request of this start. Returns the result if
+/// nothing remains to be done. A start on the demo devices does neither.
 [[nodiscard]] std::optional<CommandResult> askRunningInstance(SingleInstance& instance, const Start& start);
 
-/// The same for a start that is to route MIDI itself, which only one instance may do.
+/// As above, for a start that routes MIDI itself, which only one instance may do.
 [[nodiscard]] std::optional<CommandResult> becomeRoutingInstance(SingleInstance& instance, const Start& start);
 
-/// Runs Qt's event loop by `exec` until the program is to end. Then what the engine has reported so far is still handed
-/// on, for half a second at most, and longer within that time while `isWritten` does not hold.
+/// Runs Qt's event loop by `exec` until the program is to end. Then delivers the engine's last reports, for at most
+/// half a second, and within that time also waits until `isWritten` returns true.
 void runMainLoop(
     const Router& router, const TerminationSignals& termination, int (*exec)(),
     const std::function<bool()>& isWritten = [] { return true; });

@@ -2,11 +2,11 @@
 
 namespace corvel {
 
-/// Replaces this process by the program that has the window, `corvel-window`, with the same arguments and environment:
-/// so that routing without a window loads no window toolkit. It is looked for beside this program, where a build leaves
-/// it, and in the folder where it is installed.
+/// Replaces this process by the program with the window, `corvel-window`, with the same arguments and environment. It
+/// is a separate program so that routing without a window loads no window toolkit. It is searched for in this program's
+/// folder, for builds, and then in the folder where it is installed.
 ///
-/// Returns only where it cannot be started, with the exit status, after saying so on standard error.
+/// Returns only if it cannot be started: writes the reason to standard error and returns the exit status.
 [[nodiscard]] int becomeWindowProgram(char** arguments);
 
 }  // namespace corvel

@@ -19,14 +19,14 @@ namespace {
 
 const char* const kAdvice = "use --headless to route without a window";
 
-/// What Qt said first while it opened the display: it tells more than what it says at the end.
+/// Qt's first message while it opened the display: it is more specific than the last.
 QString& firstWarning() {
     static QString warning;
     return warning;
 }
 
-/// Where Qt cannot open the display it ends the program by an abort, after several lines. One line and an exit status
-/// do, and none where the display is opened in the end.
+/// If Qt cannot open the display, it prints several lines and aborts. This prints one line and exits with a status
+/// instead, and nothing if the display opens in the end.
 void reportDisplay(QtMsgType type, const QMessageLogContext& /*context*/, const QString& message) {
     if (type == QtFatalMsg) {
         const QString& reason = firstWarning().isEmpty() ? message : firstWarning();
@@ -46,16 +46,16 @@ std::unique_ptr<QApplication> makeApplication(QtArguments& arguments) {
     return application;
 }
 
-/// Set in a start that has the scale of the desktop's text already.
+/// Set if this start already has the scale of the desktop's text.
 const char* const kIsScaled = "CORVEL_TEXT_IS_SCALED";
 
-/// Returns only where that fails.
+/// Returns only if it fails.
 void startAgainScaled(const Start& start, double scale) {
     const double present = qEnvironmentVariableIsSet("QT_SCALE_FACTOR") ? qgetenv("QT_SCALE_FACTOR").toDouble() : 1;
     qputenv("QT_SCALE_FACTOR", QByteArray::number(scale * (present > 0 ? present : 1)));
     qputenv(kIsScaled, "1");
     for (const char* const name : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {
-        // The toolkit has taken it out of the environment.
+        // The toolkit has removed it from the environment.
         if (!start.activationToken.empty()) {
             qputenv(name, QByteArray::fromStdString(start.activationToken));
         }
@@ -90,7 +90,7 @@ std::unique_ptr<QApplication> openDisplay(const Start& start) {
 std::unique_ptr<QApplication> openDrawing(QtArguments& arguments, double scale) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("QT_SCALE_FACTOR", QByteArray::number(scale));
-    // Everything else that would have a say in the scale.
+    // All other variables that would change the scale.
     for (const char* const variable : {"QT_SCREEN_SCALE_FACTORS", "QT_ENABLE_HIGHDPI_SCALING",
                                        "QT_SCALE_FACTOR_ROUNDING_POLICY", "QT_USE_PHYSICAL_DPI", "QT_FONT_DPI"}) {
         qunsetenv(variable);

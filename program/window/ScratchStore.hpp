@@ -7,10 +7,10 @@
 
 namespace corvel {
 
-/// A store of the demo's connections in a folder of its own, which goes with this object.
+/// A store of the demo's connections in a temporary folder, which is deleted with this object.
 class ScratchStore {
 public:
-    /// Throws `std::system_error` or `RouteStoreError` where temporary files cannot be written.
+    /// Throws `std::system_error` or `RouteStoreError` if temporary files cannot be written.
     ScratchStore();
     ScratchStore(const ScratchStore&) = delete;
     ScratchStore& operator=(const ScratchStore&) = delete;

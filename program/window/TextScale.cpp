@@ -20,7 +20,8 @@ constexpr double kUsualDPI = 96;
 constexpr double kStepsInOne = 20;
 constexpr int kPortalLimit = 500;
 
-/// What a desktop tells programs on Wayland, where its X server does not scale their text: 1 unless it says otherwise.
+/// The text scale that the desktop gives programs on Wayland if its X server does not scale their text; 1 if it gives
+/// none.
 double portalTextScale() {
     if (!QGuiApplication::platformName().startsWith(QStringLiteral("wayland"))) {
         return 1;

@@ -2,12 +2,12 @@
 
 namespace corvel {
 
-/// The size of text on a desktop with this font (in points) and this density of text (in dots per inch), 1 where it is
-/// usual; between 0.75 and 3, in whole steps of 0.05. Desktops differ in what is usual: from 9 to 11 points.
+/// The scale of text on a desktop with this font (in points) and this text density (in dots per inch): 1 if they are
+/// usual, otherwise between 0.75 and 3 in steps of 0.05. Usual fonts have 9 to 11 points, depending on the desktop.
 [[nodiscard]] double textScale(double fontPoints, double textDPI);
 
-/// The size of text that the user has asked the desktop for, as far as the toolkit does not follow it by itself.
-/// Before anybody else sets the application's font.
+/// The text scale that the user has set on the desktop, as far as the toolkit does not apply it itself. Must be called
+/// before the application's font is set.
 [[nodiscard]] double desktopTextScale();
 
 }  // namespace corvel

@@ -31,7 +31,7 @@
 namespace corvel {
 namespace {
 
-/// Why the demo devices run, for the window; empty on the system's own MIDI.
+/// Why the demo devices run, for the window; empty if the system's own MIDI is used.
 std::string demoReason(const Router& router) {
     if (!router.isDemo()) {
         return {};
@@ -44,7 +44,7 @@ std::string demoReason(const Router& router) {
            "and start corvel --midi alsa";
 }
 
-/// Shows why the window does not open, where nobody reads standard error.
+/// Shows why the window does not open, if standard error is not a terminal.
 void showProblem(const Settings& settings, const std::string& problem) {
     if (::isatty(STDERR_FILENO) != 0 || QGuiApplication::platformName() == QStringLiteral("offscreen")) {
         return;
@@ -128,7 +128,7 @@ int perform(const Start& start, const CommandLine::Screenshot& screenshot) {
     return EXIT_SUCCESS;
 }
 
-/// `corvel` itself does everything else.
+/// `corvel` handles every other command.
 template <typename Command>
 int perform(const Start& /*start*/, const Command& /*command*/) {
     printError("this program opens the window or draws it; start corvel instead");
