@@ -3,9 +3,7 @@
 
 #include "tests/program/SequencerProgramFixture.hpp"
 
-#include <gmock/gmock.h>
-
-#include <fstream>
+#include <cstdint>
 
 namespace corvel::tests {
 
@@ -32,11 +30,6 @@ protected:
         synth_.addPort("In", SequencerPeer::kDestination);
         bystander_.addPort("In", SequencerPeer::kDestination);
         connect("Stage Keyboard", "Stage Synth");
-    }
-
-    void turnOnReleaseOfHeldNotes() const {
-        std::filesystem::create_directory(folder_ / "Corvel");
-        std::ofstream(folder_ / "Corvel" / "Corvel.ini") << "[General]\nCorvel.releasesHeldNotes=true\n";
     }
 
     void expectSuccess(ChildProcess command) {
@@ -66,7 +59,7 @@ TEST_F(AllNotesOff, ToTheProgramThatRunsSilencesEveryChannelOfConnectedDestinati
 }
 
 TEST_F(AllNotesOff, ToTheProgramThatRunsEndsHeldNotesFirst) {
-    turnOnReleaseOfHeldNotes();
+    releaseHeldNotes();
     ASSERT_NO_FATAL_FAILURE(start());
     keyboard_.play(keys_, {0x92, 60, 100});
     keyboard_.play(keys_, {0xB2, 64, 127});

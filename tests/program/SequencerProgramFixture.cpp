@@ -56,6 +56,11 @@ void SequencerProgramFixture::connect(const std::string& sourceClient, const std
     file_.add({.sourceID = sourceID(sourceClient), .destinationID = destinationID(destinationClient)});
 }
 
+void SequencerProgramFixture::releaseHeldNotes() const {
+    std::filesystem::create_directory(folder_ / "Corvel");
+    std::ofstream(folder_ / "Corvel" / "Corvel.ini") << "[General]\nCorvel.releasesHeldNotes=true\n";
+}
+
 void SequencerProgramFixture::start(const std::vector<std::string>& options) {
     file_.write(document());
     startOnDocument(options);

@@ -60,6 +60,9 @@ protected:
     [[nodiscard]] static std::int32_t sourceID(const std::string& client);
     [[nodiscard]] static std::int32_t destinationID(const std::string& client);
 
+    /// Turns on, for a program that starts later, that it releases held notes when a connection changes.
+    void releaseHeldNotes() const;
+
     /// Writes the connections to the document and starts the program on it. Returns after its first load.
     void start(const std::vector<std::string>& options = {});
     /// Starts the program on the document as it is. Returns after its first load.
