@@ -9,7 +9,7 @@ namespace corvel::hosts {
 
 namespace {
 
-/// Gives the service the engine's requests, and brings those that come from other threads to the queue.
+/// Passes the engine's requests to the service. Posts those from other threads to the queue.
 class ALSAMIDIHost final : public MIDIHost {
 public:
     ALSAMIDIHost(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue)
@@ -39,7 +39,7 @@ public:
         return service_->createOutputPort(name);
     }
 
-    // These keep the service alive until they have run: it still has to send what waits.
+    // These tasks keep the service alive until they have run, because it must still send what is waiting.
     void disposePort(MIDIObjectRef port) override {
         queue_->async([service = service_, port] { service->disposePort(port); });
     }

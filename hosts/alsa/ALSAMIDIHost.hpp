@@ -10,8 +10,8 @@ namespace corvel::hosts {
 
 /// The operating system's MIDI: the ALSA sequencer.
 ///
-/// It is read, written and asked on `queue`, which has to be the engine's own, so that a delivery costs no switch of
-/// threads. Notifications come on `mainQueue`.
+/// All its work runs on `queue`, which must be the engine's own, so that a delivery costs no thread switch.
+/// Notifications come on `mainQueue`.
 [[nodiscard]] std::shared_ptr<MIDIHost> makeALSAMIDIHost(std::shared_ptr<EventLoop> queue,
                                                          std::shared_ptr<DispatchQueue> mainQueue);
 

@@ -10,7 +10,7 @@ namespace corvel::hosts {
 
 namespace {
 
-/// The event type of a status that stands alone; none for the undefined ones.
+/// The event type of a one-byte status; none for undefined ones.
 snd_seq_event_type_t typeOfSingleByte(std::uint8_t status) {
     switch (status) {
         case 0xF6:
@@ -81,7 +81,7 @@ snd_seq_event_t systemCommonEvent(std::uint8_t status, std::uint8_t first, std::
     return event;
 }
 
-/// Walks a packet and hands out its events.
+/// Goes through a packet and passes on its events.
 class Encoder {
 public:
     Encoder(std::span<const std::uint8_t> packet, absl::FunctionRef<void(snd_seq_event_t&)> visit)
@@ -101,7 +101,7 @@ public:
     }
 
 private:
-    /// A SysEx message up to its end, or a run of data bytes, which is the rest of one, with its end.
+    /// A SysEx message up to its end, or the rest of one: data bytes with the end.
     void takeSysEx(bool fromItsStart) {
         std::size_t start = position_;
         while (position_ < packet_.size()) {
@@ -163,7 +163,7 @@ private:
         for (std::size_t size = 0; start < end; start += size) {
             size = std::min(end - start, kMaxRawEventSize);
             snd_seq_event_t event{};
-            // The sequencer only reads the bytes, but takes them by a pointer that could write.
+            // The sequencer only reads the bytes, but its interface takes a non-const pointer.
             snd_seq_ev_set_sysex(&event, static_cast<unsigned>(size),
                                  const_cast<std::uint8_t*>(packet_.data() + start));  // NOLINT(*-const-cast)
             visit_(event);
@@ -185,8 +185,8 @@ MIDIBytes message(unsigned kind, unsigned channel, int first, int second) {
             3};
 }
 
-/// The bytes of a channel message; no value for other events. These are nearly all that is played, and the library's
-/// way through its tables would be a good part of what a note costs.
+/// The bytes of a channel message; no value for other events. Nearly all events are channel messages, and the library's
+/// tables would take a good part of a note's time.
 std::optional<MIDIBytes> channelMessage(const snd_seq_event_t& event) {
     const auto& note = event.data.note;
     const auto& control = event.data.control;
@@ -210,7 +210,7 @@ std::optional<MIDIBytes> channelMessage(const snd_seq_event_t& event) {
     }
 }
 
-/// Whether the packet is one channel message and nothing else.
+/// Whether the packet is exactly one channel message.
 bool isChannelMessage(std::span<const std::uint8_t> packet) {
     return !packet.empty() && !isData(packet[0]) && packet[0] < kSysExStart &&
            packet.size() == nominalMessageLength(packet[0]) && isData(packet[1]) &&
@@ -231,12 +231,12 @@ EventDecoder::EventDecoder() {
 std::optional<MIDIBytes> EventDecoder::decode(const snd_seq_event_t& event) {
     std::optional<MIDIBytes> bytes = channelMessage(event);
     if (!bytes && event.type == SND_SEQ_EVENT_SYSEX) {
-        // Other programs can send one whose bytes did not come with it: its pointer means nothing here.
+        // Another program can send such an event without its bytes. Its pointer is invalid here.
         if (snd_seq_ev_is_variable(&event)) {
             bytes.emplace(std::span(static_cast<const std::uint8_t*>(event.data.ext.ptr), event.data.ext.len));
         }
     } else if (!bytes) {
-        // The longest is a parameter number with its 14-bit value: four controllers.
+        // The longest event is a parameter number with its 14-bit value: four controllers.
         std::array<std::uint8_t, MIDIBytes::kInlineSize> buffer;
         snd_midi_event_reset_decode(coder_.get());
         const long count = snd_midi_event_decode(coder_.get(), buffer.data(), static_cast<long>(buffer.size()), &event);

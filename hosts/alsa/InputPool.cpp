@@ -1,6 +1,6 @@
 #include "hosts/alsa/InputPool.hpp"
 
-// The kernel's own header, which cannot stand beside the library's in one file.
+// The kernel's own header. It cannot be included in one file with the library's.
 #include <sound/asequencer.h>
 #include <sys/ioctl.h>
 

@@ -4,14 +4,14 @@
 
 namespace corvel::hosts {
 
-/// A client's pool for events that it has not read yet, in the sequencer's cells.
+/// A client's pool for events that it has not read yet, in cells of the sequencer.
 struct InputPool {
     int size = 0;
     int free = 0;
 };
 
-/// Asks the kernel, through an open sequencer descriptor, for a client's input pool; no value for a client that has
-/// none or is gone. The sequencer's library asks for its own client only.
+/// Asks the kernel for a client's input pool, through an open sequencer descriptor; no value if the client has none or
+/// does not exist. The library has this call only for its own client.
 [[nodiscard]] std::optional<InputPool> queryInputPool(int sequencerDescriptor, int client);
 
 }  // namespace corvel::hosts

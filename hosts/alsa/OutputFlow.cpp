@@ -13,23 +13,24 @@ namespace corvel::hosts {
 
 namespace {
 
-/// From which age on an answer about a client's room is old: others may send to the client too. More than a few cells
-/// taken mean that there is traffic, and that others may be just as busy.
+/// Age from which an answer about a client's room is old, because other programs may also send to the client. The
+/// shorter age holds if more than a few cells were used since: then there is traffic, and other programs may be as
+/// busy.
 constexpr std::chrono::milliseconds kOld{10};
 constexpr std::chrono::milliseconds kOldInTraffic{1};
 constexpr int kFewCells = 8;
 
-/// Bytes of a raw event that one cell beyond the first holds.
+/// Bytes of a raw event in each cell after the first.
 constexpr unsigned kBytesPerCell = 28;
 
-/// Events of a backlog that are sent in one turn, before other work is done.
+/// Maximum number of events of a backlog that are sent before other work is done.
 constexpr std::size_t kEventsPerTurn = 2'000;
 
 PortAddress destinationOf(const snd_seq_event_t& event) {
     return {event.dest.client, event.dest.port};
 }
 
-/// Cells that an event takes in its receiver's pool.
+/// The number of cells that an event needs in its receiver's pool.
 int cellsOf(const snd_seq_event_t& event) {
     if (!snd_seq_ev_is_variable(&event)) {
         return 1;
@@ -37,7 +38,8 @@ int cellsOf(const snd_seq_event_t& event) {
     return 1 + static_cast<int>((event.data.ext.len + kBytesPerCell - 1) / kBytesPerCell);
 }
 
-/// Cells left to others who send to the same client: an eighth of what it has, so that a small pool is still used.
+/// Cells left free for other programs that send to the same client: an eighth of its pool, so that a small pool can
+/// still be used.
 int marginOf(const InputPool& room) {
     return std::max(1, room.size / 8);
 }
@@ -73,7 +75,7 @@ void OutputFlow::send(const PortAddress& destination, std::span<const std::uint8
 }
 
 void OutputFlow::sendOrKeep(snd_seq_event_t& event, MIDIStatus& status, SteadyTime now) {
-    // First: it may find that the destination has no room after all, and then this event has to wait as well.
+    // First, because it may find that the destination has no room after all; this event must then wait too.
     if (batch_.size() == SequencerClient::kMaxEventsPerSend) {
         flush(now);
     }
@@ -114,10 +116,10 @@ bool OutputFlow::isOld(const Budget& budget, SteadyTime now) {
     return now - budget.askedAt > (budget.spent > kFewCells ? kOldInTraffic : kOld);
 }
 
-/// Whether the event's client has room for it, which is then taken.
+/// Whether the event's client has room for it. If so, reserves the room.
 ///
-/// On an old answer one event is sent before the client is asked again: a note that comes alone does not wait for the
-/// question, which `flush` asks behind it.
+/// With an old answer one event is still sent before the client is asked again. So a single note does not wait for the
+/// query; `flush` makes it after the write.
 bool OutputFlow::takeRoom(const snd_seq_event_t& event, SteadyTime now) {
     Budget& budget = budgets_[event.dest.client];
     const int wanted = cellsOf(event);
@@ -139,13 +141,14 @@ void OutputFlow::ask(int client, int wanted, SteadyTime now) {
     if (!room) {
         return;
     }
-    // What is about to be sent has its room, and has not taken it yet.
+    // The events in the batch have reserved their room but not used it yet.
     int promised = 0;
     for (const snd_seq_event_t& event : batch_) {
         promised += event.dest.client == client ? cellsOf(event) : 0;
     }
     budget.cells = room->free - promised - marginOf(*room);
-    // A pool too small for the event and the margin takes it when it is empty, or it would wait for ever.
+    // If the pool is too small for the event and the margin, the event is sent when the pool is empty. Otherwise it
+    // would wait for ever.
     if (budget.cells < wanted && room->free == room->size && promised == 0) {
         budget.cells = wanted;
     }
@@ -162,8 +165,8 @@ void OutputFlow::keep(const snd_seq_event_t& event) {
     backlog.bytes += sizeOf(event);
 }
 
-/// Takes the events for a destination that has no room after all out of the batch, from `first` on, and has them wait
-/// ahead of what waits for it already, which came later.
+/// Removes the events for a destination without room from the batch, from `first` on, and queues them before its
+/// backlog, which came later.
 void OutputFlow::keepUnsent(std::size_t first, const PortAddress& destination) {
     budgets_[static_cast<std::size_t>(destination.client)].isKnown = false;
     Backlog later;
@@ -201,7 +204,7 @@ bool OutputFlow::sendBacklog(Backlog& backlog, SteadyTime now) {
     return backlog.events.empty();
 }
 
-/// The backlog's oldest events, as many as have room.
+/// Fills the batch with the backlog's oldest events, as many as there is room for.
 void OutputFlow::fillBatch(Backlog& backlog, SteadyTime now) {
     batch_.clear();
     for (WaitingEvent& waiting : backlog.events) {
@@ -215,7 +218,7 @@ void OutputFlow::fillBatch(Backlog& backlog, SteadyTime now) {
     }
 }
 
-/// False if the sequencer had no room for them after all.
+/// Returns false if the sequencer had no room for them after all.
 bool OutputFlow::sendBatch(Backlog& backlog) {
     int status = 0;
     const std::size_t sent = output_.send(batch_, status);
@@ -227,7 +230,7 @@ bool OutputFlow::sendBatch(Backlog& backlog) {
         backlog.events.pop_front();
     }
     if (isUnsent) {
-        // The rest did not take the room that it had.
+        // The remaining events have not used their reserved room.
         budgets_[batch_[0].dest.client].isKnown = false;
     }
     return !isUnsent || hasFailed;

@@ -7,7 +7,7 @@
 
 namespace corvel::hosts {
 
-/// Address of a port in the sequencer: valid only while the port lives, and used again at once afterwards.
+/// Address of a port in the sequencer. Valid only while the port exists, and reused at once afterwards.
 struct PortAddress {
     int client = 0;
     int port = 0;
@@ -15,9 +15,9 @@ struct PortAddress {
     auto operator<=>(const PortAddress&) const = default;
 };
 
-/// A port as the sequencer describes it. Names are as read: they may hold a process id, and any bytes.
+/// A port as the sequencer describes it. Names are unchanged: they may contain a PID and any bytes.
 struct PortDescription {
-    /// Bits of `capabilities` that newer kernels know and older headers do not.
+    /// Bits of `capabilities` that newer kernels have and older headers lack.
     static constexpr unsigned kInactive = 1U << 8U;
     static constexpr unsigned kUMPEndpoint = 1U << 9U;
 
@@ -28,9 +28,9 @@ struct PortDescription {
     unsigned capabilities = 0;
     /// Number of the sound card that a kernel client belongs to, or -1.
     int card = -1;
-    /// Process id of a program's client, or -1.
+    /// PID of a program's client, or -1.
     int processID = -1;
-    /// Whether the client is the kernel's own.
+    /// Whether the client belongs to the kernel.
     bool isKernelClient = false;
 
     bool operator==(const PortDescription&) const = default;

@@ -22,13 +22,13 @@ snd_seq_addr_t address(const PortAddress& port) {
     return address(port.client, port.port);
 }
 
-/// The largest pool that the sequencer grants, in cells.
+/// The maximum pool that the sequencer grants, in cells.
 constexpr std::size_t kPoolSize = 2000;
 
-/// Bytes that one read can take. An event larger than the buffer would stay in the queue for ever.
+/// Maximum number of bytes in a read. An event larger than the buffer would stay in the queue for ever.
 constexpr std::size_t kInputBufferSize = 65'536;
 
-/// Bytes that one write can take: as many of the largest events as are sent together.
+/// Maximum number of bytes in a write: the number of events that are sent together, all of maximum size.
 constexpr std::size_t kOutputBufferSize =
     SequencerClient::kMaxEventsPerSend * (sizeof(snd_seq_event_t) + kMaxRawEventSize) + 1;
 
@@ -53,7 +53,8 @@ std::unique_ptr<SequencerClient> SequencerClient::open(std::string_view name, in
         return nullptr;
     }
     std::unique_ptr<SequencerClient> client(new SequencerClient(handle));
-    // The buffer first: setting it drops what is waiting. The name before any port, since ports announce the client.
+    // The buffer size comes first, because setting it drops waiting events. The name comes before any port, because the
+    // ports announce it.
     for (const int result :
          {snd_seq_set_input_buffer_size(handle, kInputBufferSize),
           snd_seq_set_output_buffer_size(handle, kOutputBufferSize),
@@ -116,7 +117,7 @@ std::optional<PortDescription> SequencerClient::port(const PortAddress& address)
 
 int SequencerClient::subscribeFrom(int ownPort, const PortAddress& source) {
     const int result = snd_seq_connect_from(handle_.get(), ownPort, source.client, source.port);
-    // Busy is also what a port answers that another program holds exclusively.
+    // A port that another program holds exclusively answers "busy", and so does one that is already subscribed.
     return result == -EBUSY && isSubscribedFrom(ownPort, source) ? 0 : result;
 }
 
@@ -163,7 +164,7 @@ std::size_t SequencerClient::send(std::span<snd_seq_event_t> events, int& status
     return hasFixedSize ? write(events, status) : writeBuffered(events, status);
 }
 
-/// Events of fixed size stand in memory as the kernel takes them.
+/// Events of fixed size are in memory as the kernel takes them.
 std::size_t SequencerClient::write(std::span<const snd_seq_event_t> events, int& status) const {
     std::size_t sent = 0;
     while (sent < events.size()) {
@@ -186,7 +187,7 @@ std::size_t SequencerClient::writeBuffered(std::span<snd_seq_event_t> events, in
     if (status >= 0) {
         return events.size();
     }
-    // What is left in the buffer begins with the event that failed.
+    // The events left in the buffer start with the one that failed.
     std::size_t sent = events.size();
     for (int left = snd_seq_event_output_pending(handle_.get()); left > 0 && sent > 0;) {
         left -= static_cast<int>(snd_seq_event_length(&events[--sent]));

@@ -15,13 +15,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How long a closing client tries to send what still waits.
+/// Time limit for sending waiting events when the client closes.
 constexpr auto kCloseLimit = 250ms;
 
 /// Time between two attempts to open the sequencer again.
 constexpr auto kReopenInterval = 1s;
 
-/// The numbers in the references of the own ports, which stay when the sequencer is opened again.
+/// The numbers in the references of the own ports. They stay the same when the sequencer is opened again.
 constexpr int kInputPortNumber = 1;
 constexpr int kOutputPortNumber = 2;
 
@@ -69,9 +69,10 @@ void SequencerService::adopt(std::unique_ptr<SequencerClient> client, MIDIHost::
     }
 }
 
-/// Reads the client, and has the sequencer announce what changes.
+/// Starts reading the client and receiving the sequencer's announcements.
 void SequencerService::follow() {
-    // From now on announcements tell which ports live; what was seen before may have been replaced unseen.
+    // From now on announcements tell which ports exist. Ports seen before may have been replaced without an
+    // announcement.
     registry_.clear();
     mayHaveMissedPorts_ = true;
     isReadable_ = true;
@@ -126,7 +127,7 @@ void SequencerService::disposePort(MIDIObjectRef port) {
         }
         inputPort_ = -1;
     }
-    // The output port goes with the client, which still sends what waits.
+    // The output port is closed with the client, which still sends waiting events.
 }
 
 void SequencerService::disposeClient() {
@@ -146,7 +147,7 @@ void SequencerService::disposeClient() {
     closeClient();
 }
 
-/// Opens the client again in a task of its own: the caller may still be using the old one.
+/// Opens the client again in a later task, because the caller may still be using the old one.
 void SequencerService::noteReadFailure(int status) {
     isReadable_ = false;
     diagnose("MIDI can no longer be read: " + textOf(status) + "; the sequencer is opened again");
@@ -178,7 +179,7 @@ void SequencerService::reopen() {
     sendNotification();
 }
 
-/// Forgets the client and all that it knew. What was read is still delivered.
+/// Closes the client and forgets its state. What was read is still delivered.
 void SequencerService::closeClient() {
     if (client_) {
         queue_->unwatch(client_->descriptor());
@@ -191,12 +192,12 @@ void SequencerService::closeClient() {
     subscriptions_.clear();
     outputSubscriptions_.clear();
     flow_.clear();
-    // The turn of this round went with the watch.
+    // The turn of this round was cancelled with the watch.
     isTurnScheduled_ = false;
     scheduleTurn();
 }
 
-/// Gives the new client the ports that the old one had.
+/// Creates the ports of the old client on the new one.
 int SequencerService::openPortsAgain() {
     if (inputPortName_) {
         inputPort_ = client_->createHiddenPort(*inputPortName_, SND_SEQ_PORT_CAP_WRITE);

@@ -13,11 +13,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Time between two looks at a sound card that has no details yet, and how many there are before it is taken as it is.
+/// Time between two reads of a sound card that has no details yet, and the maximum number of reads before it is used
+/// without them.
 constexpr auto kCardRetryDelay = 5ms;
 constexpr unsigned kMaxLooksAtCard = 40;
 
-/// Ports looked at, and announcements applied, between two looks for MIDI: each takes the kernel some microseconds.
+/// The number of ports examined, or announcements applied, between two reads of MIDI: each takes the kernel some
+/// microseconds.
 constexpr unsigned kStepsPerLook = 16;
 
 }  // namespace
@@ -25,10 +27,10 @@ constexpr unsigned kStepsPerLook = 16;
 // The setup
 
 std::shared_ptr<const MIDISetup> SequencerService::setup(MIDIListing listing) {
-    // Output subscriptions that failed may be tried again.
+    // Failed output subscriptions may be tried again.
     std::erase_if(outputSubscriptions_, [](const auto& entry) { return entry.second != kMIDISuccess; });
     if (!client_) {
-        // Nothing is announced, so no port is known to be the one that was seen before.
+        // Without a client there are no announcements, so no port is known to be the same as before.
         registry_.clear();
         int status = 0;
         if (const std::unique_ptr<SequencerClient> visitor = SequencerClient::open(kClientName, status)) {
@@ -63,11 +65,11 @@ void SequencerService::scan() {
         flow_.forget(address);
     }
     if ((!ended.empty() && !hasMissedPorts) || unreadyPorts_.size() < unreadyCount) {
-        // Their announcements, or the looks at their card, come later and find nothing left to report.
+        // Their announcements, or the next tries for their card, come later and find nothing to report.
         notify({.messageID = MIDINotification::kSetupChanged});
     }
     if (hasMissedPorts) {
-        // A device that went and came back unseen looks the same, but nobody subscribes to it now.
+        // A device that was removed and came back without an announcement looks the same, but is no longer subscribed.
         outputSubscriptions_.clear();
         for (auto& [address, subscription] : subscriptions_) {
             subscription.isCertain = false;
@@ -77,7 +79,7 @@ void SequencerService::scan() {
 
 // Announcements
 
-/// All that have been read; a change that is read meanwhile as well.
+/// Applies all announcements, including those that are read meanwhile.
 void SequencerService::applyAnnouncements() {
     for (unsigned step = 1; !announcements_.empty(); ++step) {
         deliverUntil(announcements_.front().arrivalsBefore);
@@ -130,7 +132,7 @@ void SequencerService::apply(const Announcement& announcement) {
     }
 }
 
-/// A sound card's ports are announced some moments before the card has its details, of which their IDs are made.
+/// A sound card's ports are announced shortly before the card has its details, from which their IDs are made.
 bool SequencerService::isReady(const PortDescription& port) {
     const bool isKnown = registry_.find(port.address, MIDIEndpointDirection::source) != nullptr ||
                          registry_.find(port.address, MIDIEndpointDirection::destination) != nullptr;
@@ -186,7 +188,7 @@ void SequencerService::notifyPort(std::int32_t messageID, const PortAddress& add
             .childType = source != nullptr ? MIDINotification::kSource : MIDINotification::kDestination});
 }
 
-/// Changes that the main thread has not been told of yet become one: a program that opens a hundred ports must not
+/// Changes that have not been notified yet are merged into one, so that a program that opens a hundred ports does not
 /// cause a hundred reloads.
 void SequencerService::notify(const MIDINotification& notification) {
     nextNotification_ =
@@ -205,7 +207,7 @@ void SequencerService::sendNotification() {
     mainQueue_->async([handler = notificationHandler_, notification, weakService = weak_from_this(),
                        weakQueue = std::weak_ptr<DispatchQueue>(queue_)] {
         handler(notification);
-        // Behind what the handler has posted there.
+        // Posted, so that it runs after what the handler has posted there.
         if (const auto queue = weakQueue.lock()) {
             queue->async([weakService] {
                 if (const auto service = weakService.lock()) {
@@ -219,7 +221,7 @@ void SequencerService::sendNotification() {
 
 // Subscriptions
 
-/// Reloading many sources is long work, too.
+/// Reloading many sources is long work too.
 void SequencerService::lookBetweenSteps() {
     if (++stepsSinceLook_ >= kStepsPerLook) {
         stepsSinceLook_ = 0;
@@ -254,8 +256,8 @@ MIDIStatus SequencerService::disconnectSource(MIDIObjectRef source) {
     if (found == subscriptions_.end() || found->second.source != source) {
         return -ENODEV;
     }
-    // The kernel is told later, and only if the source is not connected again by then: it would lose what is played in
-    // between, and hardware would be closed and opened.
+    // The kernel is told later, and only if the source is not connected again by then. Otherwise messages in between
+    // would be lost, and hardware would be closed and opened again.
     found->second.isWanted = false;
     if (!std::exchange(isSettlingScheduled_, true)) {
         post(&SequencerService::settleSubscriptions);

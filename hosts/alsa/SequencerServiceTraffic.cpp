@@ -12,27 +12,27 @@ namespace corvel::hosts {
 
 namespace {
 
-/// Events read in one go before what was read is delivered: what the sequencer keeps for a client.
+/// Maximum number of events read before they are delivered: the size of the sequencer's buffer for a client.
 constexpr int kMaxReadEvents = 2'000;
 
-/// Bytes that may wait between reading and routing: far more than any burst, far less than would hurt. Beyond that the
-/// sequencer keeps what it can.
+/// Maximum number of bytes between reading and delivery: far more than any burst needs. Beyond it the events stay in
+/// the sequencer.
 constexpr std::size_t kMaxArrivedBytes = std::size_t{16} << 20U;
 
-/// What an arrival costs beyond its bytes, so that short messages count as what they take.
+/// Memory of an arrival besides its bytes, so that short messages are counted too.
 constexpr std::size_t kArrivalOverhead = 64;
 
-/// Events in one read that took long enough to look once more before going on.
+/// A read of this many events took long enough for more to have arrived.
 constexpr int kLongRead = 32;
 
-/// Arrivals delivered in one turn, before other work of the queue gets its turn.
+/// Maximum number of arrivals delivered before other work of the queue gets its turn.
 constexpr std::size_t kArrivalsPerTurn = 256;
 
-/// Arrivals given to the engine together.
+/// Maximum number of arrivals given to the engine in one call.
 constexpr std::size_t kArrivalsPerDelivery = 64;
 
-/// Sends between two looks for input. The sequencer drops everything that it keeps for a client when one event more
-/// comes than it has room for: a burst must not wait behind the sends that it causes.
+/// Number of sends between two reads. If one event more arrives than a client has room for, the sequencer drops all of
+/// the client's events, so a burst must not wait behind the sends that it causes.
 constexpr std::size_t kSendsPerLook = 8;
 
 }  // namespace
@@ -57,7 +57,7 @@ void SequencerService::readWaitingEvents() {
         accept(*event);
         ++countOfRead;
         if (!client_->hasBufferedEvents()) {
-            // One read takes all that waits. Only after a long one is it likely that more has come in the meantime.
+            // One read takes all waiting events. Only after a long one have more probably arrived meanwhile.
             if (countOfRead < kLongRead) {
                 break;
             }
@@ -82,7 +82,7 @@ void SequencerService::accept(const snd_seq_event_t& event) {
     if (event.dest.port != inputPort_ || event.source.client == SND_SEQ_CLIENT_SYSTEM) {
         return;
     }
-    // A source that is disconnected and not yet settled counts: it may be in the middle of a reload.
+    // A source that is disconnected but not yet settled still counts, because it may be in the middle of a reload.
     const auto subscription = subscriptions_.find({event.source.client, event.source.port});
     if (subscription == subscriptions_.end()) {
         return;
@@ -113,7 +113,7 @@ void SequencerService::acceptAnnouncement(const snd_seq_event_t& event) {
             announcement.address = {event.data.connect.sender.client, event.data.connect.sender.port};
             break;
         default:
-            // Clients come and go with their ports; subscriptions begin with every reload of our own.
+            // Clients appear and disappear with their ports; only reloads of this program subscribe.
             return;
     }
     if (announcement.address.client != client_->number() && announcement.address.client != SND_SEQ_CLIENT_SYSTEM) {
@@ -124,7 +124,7 @@ void SequencerService::acceptAnnouncement(const snd_seq_event_t& event) {
 void SequencerService::noteOverrun() {
     ++overrunCount_;
     diagnose("MIDI input overrun (" + std::to_string(overrunCount_) + " so far): messages were lost");
-    // Announcements are lost with the rest, so the ports have to be looked at afresh.
+    // Announcements are lost too, so all ports must be examined again.
     mayHaveMissedPorts_ = true;
     notify({.messageID = MIDINotification::kSetupChanged});
 }
@@ -179,7 +179,7 @@ void SequencerService::deliverUntil(std::uint64_t count) {
 
 void SequencerService::keepMIDIGoing() {
     readWaitingEvents();
-    // After an overrun the ports have to be looked at first, which the caller may be in the middle of.
+    // After an overrun the ports must be examined first; the caller may be in the middle of that.
     if (!mayHaveMissedPorts_) {
         deliverUntil(readCount_);
     }
@@ -188,9 +188,9 @@ void SequencerService::keepMIDIGoing() {
 // Output
 
 void SequencerService::send(std::span<MIDISend> messages) {
-    // A service never delivers inside a send.
+    // A service must not deliver inside a send.
     const bool wasDelivering = std::exchange(isDelivering_, true);
-    // Of several messages the last ones are sent much later than the round began.
+    // With several messages the last ones are sent much later than the start of the round.
     const SteadyTime now = messages.size() > 1 ? std::chrono::steady_clock::now() : queue_->roundTime();
     for (MIDISend& message : messages) {
         prepareSend(message, now);
@@ -209,7 +209,7 @@ void SequencerService::send(std::span<MIDISend> messages) {
 
 void SequencerService::prepareSend(MIDISend& message, SteadyTime now) {
     if (mayHaveMissedPorts_ && client_) {
-        // The references may belong to ports that have been replaced unseen.
+        // The references may belong to ports that have been replaced without an announcement.
         scan();
     }
     const Endpoint* const endpoint = registry_.find(message.destination);
@@ -228,7 +228,7 @@ void SequencerService::prepareSend(MIDISend& message, SteadyTime now) {
     flow_.send(address, message.bytes, message.status, now);
 }
 
-/// A hardware port takes nothing while nobody subscribes to it; once subscribed, it stays open.
+/// A hardware port discards everything while nothing subscribes to it. Once subscribed, it stays open.
 MIDIStatus SequencerService::subscribeOutput(const PortAddress& destination) {
     const auto [entry, isNew] = outputSubscriptions_.try_emplace(destination, kMIDISuccess);
     if (isNew) {
@@ -248,7 +248,7 @@ void SequencerService::sendWaiting() {
     if (!client_) {
         return;
     }
-    // What waits for a port that is gone must not go to the one that has its address now.
+    // Events for a closed port must not go to a new port with the same address.
     readWaitingEvents();
     for (const Announcement& announcement : announcements_) {
         if (announcement.type == SND_SEQ_EVENT_PORT_EXIT) {

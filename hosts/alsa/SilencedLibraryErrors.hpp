@@ -2,8 +2,8 @@
 
 namespace corvel::hosts {
 
-/// Keeps the sequencer's library from writing to standard error on this thread, for as long as it lives: a missing
-/// sequencer is an answer, not an accident.
+/// While it exists, keeps the sequencer's library from writing to standard error on this thread: a missing sequencer is
+/// not an error.
 class SilencedLibraryErrors {
 public:
     SilencedLibraryErrors();

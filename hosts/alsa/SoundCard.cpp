@@ -13,7 +13,7 @@ namespace corvel::hosts {
 
 namespace {
 
-/// First line of an attribute; no value where there is none or it is empty.
+/// First line of an attribute; no value if there is none or it is empty.
 std::optional<std::string> readAttribute(const std::filesystem::path& file) {
     std::ifstream stream(file);
     std::string line;
@@ -25,7 +25,7 @@ std::optional<std::string> readAttribute(const std::filesystem::path& file) {
 
 std::optional<SoundCard::USBDevice> readUSBDevice(const std::filesystem::path& cardFolder) {
     std::error_code error;
-    // The card belongs to an interface of the USB device, which lies some folders above it.
+    // The card belongs to an interface of the USB device, whose folder is some levels above.
     std::filesystem::path folder = std::filesystem::canonical(cardFolder / "device", error);
     while (!error && folder.has_relative_path()) {
         const std::optional<std::string> vendor = readAttribute(folder / "idVendor");
@@ -42,7 +42,7 @@ std::optional<SoundCard::USBDevice> readUSBDevice(const std::filesystem::path& c
     return std::nullopt;
 }
 
-/// The name that the driver gives a card; its number where it gives none.
+/// The name that the driver gives a card; otherwise its number.
 std::string nameOf(int index) {
     char* name = nullptr;
     if (snd_card_get_name(index, &name) < 0) {

@@ -11,13 +11,13 @@ namespace corvel::hosts {
 
 inline constexpr const char* kDemoManufacturer = "Corvel Demo";
 
-/// A device that the demo service comes with.
+/// A device of the demo service.
 struct DemoDeviceDescription {
     bool isSource = true;
     const char* name = "";
-    /// Stored in documents, so it stays as it is.
+    /// Documents store it, so it never changes.
     std::int32_t uniqueID = 0;
-    /// What a source plays by itself.
+    /// The piece that a source plays.
     std::optional<DemoPiece> piece;
 };
 
@@ -28,12 +28,12 @@ inline constexpr DemoDeviceDescription kDemoSynth{false, "Demo Synth", 2001, std
 inline constexpr DemoDeviceDescription kDemoDrums{false, "Demo Drums", 2002, std::nullopt};
 inline constexpr DemoDeviceDescription kDemoRecorder{false, "Demo Recorder", 2003, std::nullopt};
 
-/// All of them in the service's order.
+/// All devices in the service's order.
 inline constexpr std::array kDemoDevices{kDemoKeyboard, kDemoPads,  kDemoSequencer,
                                          kDemoSynth,    kDemoDrums, kDemoRecorder};
 
-/// The connections that the demo begins with: the keyboard plays the synth, the pads play the drums on channel 10, and
-/// the sequencer is recorded.
+/// The demo's first connections: the keyboard plays the synth, the pads play the drums on channel 10, and the sequencer
+/// is recorded.
 [[nodiscard]] MIDIRouteSetDocument makeDemoDocument();
 
 }  // namespace corvel::hosts

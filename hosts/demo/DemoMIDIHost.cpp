@@ -18,7 +18,7 @@ namespace corvel::hosts {
 
 namespace {
 
-/// A reference to nothing, or to an object of another kind.
+/// The status for a reference that is unknown or of another kind.
 constexpr MIDIStatus kNoSuchObject = -ENOENT;
 constexpr MIDIStatus kNotConnected = -ENOTCONN;
 
@@ -48,7 +48,7 @@ public:
     ~DemoService() override {
         player_.request_stop();
         if (player_.get_id() == std::this_thread::get_id()) {
-            // A receive handler has released the service. Its thread, which shares the state, ends after that call.
+            // A receive handler has released the service. The playing thread shares the state and ends after that call.
             player_.detach();
         }
     }
@@ -89,7 +89,7 @@ public:
 
     void disposeClient(MIDIObjectRef client) override {
         removePorts([client](const DemoPort& candidate) { return candidate.client == client; });
-        // Its handler may hold what calls the service at its own end, so it goes after the lock.
+        // Destroyed after the lock is released, because the destructor of its handler may call the service.
         DemoClient removed;
         const std::lock_guard lock(state_->mutex);
         if (DemoClient* found = state_->setup.client(client); found != nullptr) {
@@ -133,7 +133,7 @@ public:
                 message.status = kNoSuchObject;
                 continue;
             }
-            // As with a real cable that leads nowhere: the send succeeds and nothing arrives.
+            // As with a cable that leads nowhere, the send succeeds and nothing arrives.
             if (!device->isOffline) {
                 ++device->traffic.packets;
                 device->traffic.bytes += message.bytes.size();
@@ -205,7 +205,7 @@ private:
 
     template <typename Predicate>
     void removePorts(Predicate predicate) {
-        // Their handlers may hold what calls the service at its own end, so they go after the lock.
+        // Destroyed after the lock is released, because the destructors of their handlers may call the service.
         std::vector<DemoPort> removed;
         const std::lock_guard lock(state_->mutex);
         std::vector<DemoPort>& ports = state_->setup.ports;
@@ -235,7 +235,7 @@ private:
                 .childType = device.isSource ? MIDINotification::kSource : MIDINotification::kDestination};
     }
 
-    /// Has the playing thread end what the device plays. Under the lock, while the listeners are still connected.
+    /// Makes the playing thread end the device's piece. Under the lock, while the listeners are still connected.
     void endPiece(DemoDevice& device) {
         if (device.player) {
             state_->setup.deliver(device, device.player->end(), state_->endings);
@@ -265,7 +265,7 @@ private:
     DemoOptions options_;
     const std::shared_ptr<DemoState> state_ = std::make_shared<DemoState>();
     DiagnosticHandler diagnosticHandler_;
-    /// The last member: it ends before what it uses.
+    /// The last member, so that it ends before the members that it uses.
     std::jthread player_;
 };
 

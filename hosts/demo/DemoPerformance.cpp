@@ -11,11 +11,12 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
-/// From the first connection to the first step: time for all other sources to be connected, so that all begin at once.
+/// Time from the first connection to the first step, in which all other sources are connected, so that all start
+/// together.
 constexpr std::chrono::milliseconds kLeadIn{100};
 
-/// A performance that is further behind than this (a suspended process) goes on from where it is: nobody wants to
-/// hear what was missed all at once.
+/// A performance that is later than this (after the process was suspended) continues from the present, so that the
+/// missed notes are not all played at once.
 constexpr std::chrono::milliseconds kWorstDelay{500};
 
 bool isHeardAnywhere(const DemoSetup& setup) {
@@ -28,7 +29,7 @@ bool isPlayingAnywhere(const DemoSetup& setup) {
                                [](const DemoDevice& device) { return device.player && device.player->isPlaying(); });
 }
 
-/// Packets that waited for a listener who is back.
+/// Whether packets are waiting for a listener that has come back.
 bool hasDeliverablePackets(const DemoSetup& setup) {
     return std::ranges::any_of(setup.devices, [&setup](const DemoDevice& device) {
         return device.player && device.player->hasWaiting() && setup.isHeard(device);
@@ -98,7 +99,8 @@ void performDemo(const std::stop_token& stop, DemoState& state) {
         }
         lock.unlock();
         perform(deliveries);
-        // A delivery may hold the last reference to its handler, whose end may call the service: not under the lock.
+        // Cleared without the lock: a delivery may hold the last reference to its handler, whose destructor may call
+        // the service.
         deliveries.clear();
         lock.lock();
     }

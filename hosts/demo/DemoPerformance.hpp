@@ -9,20 +9,20 @@
 
 namespace corvel::hosts {
 
-/// What the demo service and its playing thread share.
+/// The state that the demo service and its playing thread share.
 struct DemoState {
-    /// Guards everything here; never held while a handler runs, since a handler may call the service or release it.
+    /// Guards all members. Never held while a handler runs, because a handler may call or release the service.
     std::mutex mutex;
-    /// Told of new connections and of `endings`.
+    /// Signals new connections and `endings`.
     std::condition_variable_any changed;
     DemoSetup setup;
-    /// Ends of pieces that the playing thread owes. Only that thread delivers what is played, so that an end cannot
-    /// overtake a note.
+    /// The ends of pieces that the playing thread must deliver. Only that thread delivers what is played, so that an
+    /// end cannot overtake a note.
     std::vector<DemoDelivery> endings;
 };
 
-/// Has the demo players play together, on the calling thread, from the first connection on and as long as anyone
-/// listens, until the stop; ends what they have begun. Keeps to the steady clock without drift.
+/// Runs the demo players together on the calling thread, from the first connection on and while anything listens, until
+/// the stop. Then ends the pieces that they have started. Follows the steady clock without drift.
 void performDemo(const std::stop_token& stop, DemoState& state);
 
 }  // namespace corvel::hosts

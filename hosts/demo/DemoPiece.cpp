@@ -11,7 +11,7 @@ constexpr std::uint64_t kStepsPerQuarter = 24;
 constexpr std::uint64_t kStepsPerEighth = 12;
 constexpr std::uint64_t kStepsPerSixteenth = 6;
 
-/// Numbers of controllers and of drums as General MIDI has them.
+/// Numbers of controllers and drums, from General MIDI.
 constexpr std::uint8_t kModulation = 1;
 constexpr std::uint8_t kSustain = 64;
 constexpr std::uint8_t kBassDrum = 36;
@@ -20,7 +20,7 @@ constexpr std::uint8_t kClosedHat = 42;
 constexpr std::uint8_t kCrash = 49;
 
 struct Note {
-    /// Steps from the start of the cycle, and until the note-off, which falls inside the cycle too.
+    /// Steps from the start of the cycle, and until the note-off, which is also inside the cycle.
     std::uint64_t start = 0;
     std::uint64_t length = 0;
     std::uint8_t key = 0;
@@ -40,7 +40,7 @@ struct Event {
 struct Score {
     std::vector<Note> notes;
     std::vector<Event> events;
-    /// Brings back to rest what the events moved.
+    /// Resets what the events have changed.
     std::vector<MIDIBytes> rest;
     bool hasClock = false;
 };
@@ -155,7 +155,8 @@ Score sequencerScore() {
 }
 
 const Score& scoreOf(DemoPiece piece) {
-    // Never destroyed: a playing thread that its service could not wait for may still be at work when the process ends.
+    // Never destroyed: if a service could not wait for its playing thread, the thread may still run when the process
+    // ends.
     static const auto& scores = *new std::array<Score, 3>{keyboardScore(), padsScore(), sequencerScore()};
     return scores.at(static_cast<std::size_t>(piece));
 }

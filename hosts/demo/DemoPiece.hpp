@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <vector>
 
-/// The music of the demo devices: four bars in A minor at 120 quarters a minute, over and over. Everything here is a
-/// function of a step number alone, so that it can be looked at without waiting for it.
+/// The music of the demo devices: four bars in A minor at 120 quarters a minute, repeated. Every result depends only on
+/// a step number, so that tests need not wait.
 namespace corvel::hosts {
 
 /// What a demo device plays.
@@ -16,7 +16,7 @@ enum class DemoPiece : std::uint8_t {
     keyboard,
     /// Drums on channel 10.
     pads,
-    /// A MIDI clock with its start, and bass, chords and arpeggio on channels 2 to 4, each with its program.
+    /// A MIDI clock with its start, and bass, chords and arpeggio on channels 2 to 4, each with its own program.
     sequencer,
 };
 
@@ -24,14 +24,14 @@ enum class DemoPiece : std::uint8_t {
 inline constexpr std::uint64_t kDemoStepsPerBar = 96;
 inline constexpr std::uint64_t kDemoStepsPerCycle = 4 * kDemoStepsPerBar;
 
-/// Time from step 0 to a step; exact, whatever came before, so that a performance does not drift.
+/// Time from step 0 to a step. Exact for every step, so that a performance does not drift.
 [[nodiscard]] std::chrono::nanoseconds timeOfDemoStep(std::uint64_t step);
 
-/// What a piece plays at a step, one message a packet. At the same step ends come before beginnings.
+/// What a piece plays at a step, one message in each packet. In the same step, notes end before others start.
 [[nodiscard]] std::vector<MIDIBytes> packetsAtDemoStep(DemoPiece piece, std::uint64_t step);
 
-/// What ends a piece of which the steps before `step` were played: note-offs for the notes that sound, controllers and
-/// bend back at rest, the clock stopped. Nothing when no step was played.
+/// What ends a piece whose steps before `step` were played: note-offs for sounding notes, controllers and bend reset,
+/// the clock stopped. Empty if no step was played.
 [[nodiscard]] std::vector<MIDIBytes> packetsAtDemoEnd(DemoPiece piece, std::uint64_t step);
 
 }  // namespace corvel::hosts

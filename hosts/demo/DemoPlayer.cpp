@@ -21,7 +21,7 @@ std::vector<MIDIBytes> DemoPlayer::play(std::uint64_t step, bool isHeard) {
         }
         begin_ = step;
     } else if (unheardSteps_ > kPatience) {
-        // Nobody is left who could be told that the notes end.
+        // There are no listeners left to receive the end of the notes.
         *this = DemoPlayer(piece_);
         return {};
     }

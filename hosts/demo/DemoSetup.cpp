@@ -7,7 +7,7 @@ namespace corvel::hosts {
 
 namespace {
 
-/// Where the IDs of added endpoints begin; the demo devices' own lie below.
+/// The first ID of added endpoints; the demo devices have lower ones.
 constexpr std::int32_t kFirstFreeUniqueID = 9001;
 
 }  // namespace
@@ -28,7 +28,7 @@ DemoDevice& DemoSetup::add(DemoDevice device) {
     if (device.uniqueID == 0) {
         device.uniqueID = freeUniqueID();
     }
-    // The sources stand first, so that the order of the devices is that of the endpoints.
+    // Sources come first, so that devices have the order of the endpoints.
     const auto end = device.isSource ? std::ranges::find(devices, false, &DemoDevice::isSource) : devices.end();
     return *devices.insert(end, std::move(device));
 }

@@ -14,12 +14,12 @@
 
 namespace corvel::hosts {
 
-/// A device of the demo service: one entity with one endpoint, which share the device's name and properties.
+/// A device of the demo service: one entity with one endpoint, which have the device's name and properties.
 struct DemoDevice {
     MIDIObjectRef device = 0;
     MIDIObjectRef entity = 0;
     MIDIObjectRef endpoint = 0;
-    /// Whether its endpoint is a source; a destination otherwise.
+    /// Whether its endpoint is a source, otherwise a destination.
     bool isSource = true;
     std::string name;
     std::optional<std::string> manufacturer;
@@ -31,7 +31,7 @@ struct DemoDevice {
     std::optional<DemoPlayer> player;
 };
 
-/// A program that uses the service. Handlers are shared with the calls that are under way, which outlive the object.
+/// A program that uses the service. Handlers are shared with calls in progress, which may outlive this object.
 struct DemoClient {
     MIDIObjectRef ref = 0;
     std::shared_ptr<const MIDIHost::NotificationHandler> handler;
@@ -46,7 +46,7 @@ struct DemoPort {
     std::map<MIDIObjectRef, MIDIObjectRef> connections;
 };
 
-/// A call of a receive handler that is owed. It is made when no lock is held.
+/// A call of a receive handler that is still to be made. It must be made without a lock.
 struct DemoDelivery {
     std::shared_ptr<const MIDIHost::ReceiveHandler> handler;
     MIDIObjectRef connection = 0;
@@ -56,34 +56,34 @@ struct DemoDelivery {
     void perform() const;
 };
 
-/// The demo service's objects and how they hang together. Whoever has it guards it.
+/// The demo service's objects and their relations. The caller must guard it.
 ///
-/// References count up and are never used again, so that a stale one finds nothing. Pointers are valid until the next
-/// object of their kind is added or removed.
+/// References count up and are never reused, so an old one finds nothing. Pointers are valid until the next object of
+/// their kind is added or removed.
 class DemoSetup {
 public:
-    /// Gives a reference that no object has had.
+    /// A new reference that no object has had.
     [[nodiscard]] MIDIObjectRef newRef() { return ++lastRef_; }
 
-    /// Adds a device at the end of its kind, with references of its own and, for `uniqueID` 0, the next free ID.
+    /// Adds a device at the end of its kind, with new references and, for `uniqueID` 0, the next free ID.
     DemoDevice& add(DemoDevice device);
 
-    /// Takes the endpoint's device away, with its connections. Precondition: it is there.
+    /// Removes the endpoint's device and its connections. Precondition: it exists.
     void removeDevice(MIDIObjectRef endpoint);
 
-    /// All devices and endpoints, as the service tells of them.
+    /// All devices and endpoints as records.
     [[nodiscard]] MIDISetup records() const;
 
-    /// The device that this endpoint belongs to; null for none.
+    /// The device with this endpoint; null if there is none.
     [[nodiscard]] DemoDevice* withEndpoint(MIDIObjectRef endpoint);
 
     [[nodiscard]] DemoClient* client(MIDIObjectRef ref);
     [[nodiscard]] DemoPort* port(MIDIObjectRef ref);
 
-    /// Whether what the source plays reaches anybody.
+    /// Whether any client listens to the source.
     [[nodiscard]] bool isHeard(const DemoDevice& source) const;
 
-    /// Adds the calls that bring the packets to everybody who is connected to the source.
+    /// Adds the calls that deliver the packets to all clients connected to the source.
     void deliver(const DemoDevice& source, const std::vector<MIDIBytes>& packets,
                  std::vector<DemoDelivery>& deliveries) const;
 
