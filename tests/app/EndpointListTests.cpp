@@ -26,17 +26,17 @@ TEST(EndpointList, ResolvesOnlyLabelsThatOneEndpointBears) {
                              endpoint(4, 4, "Synth", "Acme"), endpoint(5, 5, "Synth", "Acme"), endpoint(6, 6, "")});
     ASSERT_NE(list.resolve("Keys", "Bolt"), nullptr);
     EXPECT_EQ(list.resolve("Keys", "Bolt")->id, 2);
-    // No stored manufacturer goes with any.
+    // A missing stored manufacturer matches every endpoint, so there are two candidates.
     EXPECT_EQ(list.resolve("Keys", std::nullopt), nullptr);
     ASSERT_NE(list.resolve("Pads", std::nullopt), nullptr);
     EXPECT_EQ(list.resolve("Pads", std::nullopt)->id, 3);
-    // A stored one does not go with an endpoint that has none, not even an empty one.
+    // A stored manufacturer, even an empty one, does not match an endpoint without a manufacturer.
     EXPECT_EQ(list.resolve("Pads", "Acme"), nullptr);
     EXPECT_EQ(list.resolve("Pads", ""), nullptr);
     EXPECT_EQ(list.resolve("Synth", "Acme"), nullptr);
     EXPECT_EQ(list.resolve("Organ", std::nullopt), nullptr);
     EXPECT_EQ(list.resolve(std::nullopt, "Acme"), nullptr);
-    // No stored name is not an empty one.
+    // A missing stored name differs from an empty one.
     EXPECT_EQ(list.resolve(std::nullopt, std::nullopt), nullptr);
 }
 

@@ -14,8 +14,8 @@ namespace {
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
-/// Ports 1 to 3 return what they are sent, 4 and 5 do not, 0 is unknown. A source's ID is the port's number, a
-/// destination's 100 more.
+/// Ports 1 to 3 are loopback ports, 4 and 5 are not, 0 is unknown. A source's ID is the port's number, a destination's
+/// is 100 more.
 std::unordered_set<UUID> feedback(const std::vector<MIDIRoute>& routes) {
     std::vector<MIDIEndpointModel> sources;
     std::vector<MIDIEndpointModel> destinations;

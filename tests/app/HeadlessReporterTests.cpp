@@ -36,7 +36,7 @@ protected:
         host->addDestination(21, {.displayName = "Synth", .uniqueID = 2});
     }
 
-    /// A reporter on a model that begins with these connections.
+    /// A reporter on a model that starts with these connections.
     void makeReporter(std::vector<MIDIRoute> routes = {}) {
         store->saveDocument(MIDIRouteSetDocument::singleSet(std::move(routes), "Default"));
         model = MIDIRouterViewModel::create(engine, store, std::make_shared<InMemorySettings>(), clock, mainQueue);
@@ -51,7 +51,7 @@ protected:
         model->midiRouterEngineDidLog(*engine, {makeID(1), instant, message});
     }
 
-    /// From now on no save succeeds: a folder stands where the document belongs.
+    /// Makes every save fail: a folder has the document's path.
     void breakStore() {
         std::filesystem::remove(store->fileURL());
         std::filesystem::create_directories(store->fileURL() / "in the way");
@@ -138,7 +138,7 @@ TEST_F(HeadlessReporterTest, WritesAllBytesOfALongMessage) {
     const std::string& line = activity.front();
     const std::string start = "00:00:01.234\tID 1\tID 2\tSysEx\tF0 7F 7F";
     EXPECT_EQ(line.substr(0, start.size()), start);
-    // Two digits and a blank for each byte, the last blank being the line feed.
+    // Two digits and a blank for each byte; the line feed replaces the last blank.
     EXPECT_EQ(line.size() - line.find("F0"), 180'000U);
     EXPECT_TRUE(line.ends_with("7F F7\n"));
 }
@@ -175,7 +175,7 @@ TEST_F(HeadlessReporterTest, SaysOnceThatTheModelCouldNotSaveAndAgainWhenItFails
     makeReporter({makeRoute({.id = makeID(5)})});
     breakStore();
     const std::string line = "00:00:00.000 Could not save sets: " + store->fileURL().string() + ": Is a directory\n";
-    // The labels of the endpoints that are found are stored with the connection.
+    // The labels of endpoints that are present are stored with the connection.
     changeEndpoints();
     EXPECT_EQ(model->statusMessage(), "1 inputs, 1 outputs");
     EXPECT_THAT(diagnostics, ElementsAre(line));

@@ -13,7 +13,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-/// Connections and assignments in the corners: shared IDs, endpoints that went, shortcuts written otherwise.
+/// Edge cases of connections and assignments: shared IDs, missing endpoints, shortcuts that are not normalised.
 class MIDIRouterViewModelConnectionEdges : public ModelFixture {
 protected:
     MIDIRouterViewModelConnectionEdges() { startModel(); }

@@ -15,7 +15,7 @@ class MIDIRouterViewModelConnections : public ModelFixture {
 protected:
     MIDIRouterViewModelConnections() { startModel(); }
 
-    /// The connection from the keys to the synth.
+    /// Connects the keys to the synth and returns the connection's ID.
     UUID connectKeys() {
         model->connect(1011, 1021);
         return model->routes().back().id;

@@ -28,8 +28,7 @@ protected:
                           .destinationManufacturer = "Acme"});
     }
 
-    /// Undoes the edit that was just made and makes it again, and checks that the document, what is saved and what the
-    /// engine routes go along.
+    /// Undoes and redoes the last edit, and checks the document, the saved file and the engine's connections each time.
     void expectTurnsBackAndForth(const MIDIRouteSetDocument& before, const std::string& name) {
         const MIDIRouteSetDocument after = document();
         ASSERT_NE(before, after);
@@ -281,7 +280,7 @@ TEST_F(MIDIRouterViewModelHistory, SaysWhenWhatIsUndoneCannotBeSaved) {
     EXPECT_THAT(model->routes(), SizeIs(1));
 }
 
-// What else the engine is told
+// Other messages to the engine
 
 TEST_F(MIDIRouterViewModelHistory, AllNotesOffReachesEachOutputOfTheCurrentSetOnce) {
     model->connect(1012, 1021);

@@ -10,8 +10,8 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
-/// Which properties a command tells of. The order is nobody's business; that nothing changes untold is checked where
-/// random commands run.
+/// The properties that a command notifies. Their order is not tested; a test of random commands checks that nothing
+/// changes without a notification.
 class MIDIRouterViewModelNotifications : public ModelFixture {
 protected:
     MIDIRouterViewModelNotifications() {
@@ -36,7 +36,7 @@ protected:
 TEST_F(MIDIRouterViewModelNotifications, OfAValueThatIsSetToTheSame) {
     EXPECT_THAT(toldBy([&] { model->setRouteEnabled(id, true); }),
                 UnorderedElementsAre(Property::routes, Property::routeSets, Property::statusMessage));
-    // What the endpoints are called is taken over although it is the same; no set gets it and nothing is saved.
+    // The endpoint names are stored although they are equal; no set gets them and nothing is saved.
     EXPECT_THAT(toldBy([&] { model->applyEndpointSnapshot(); }),
                 UnorderedElementsAre(Property::sources, Property::destinations, Property::routes,
                                      Property::graphActivityEvents, Property::statusMessage));

@@ -7,7 +7,7 @@ namespace {
 
 using ::testing::IsEmpty;
 
-/// What is shown of connections whose endpoints come and go, and of messages of every length.
+/// The presentation of connections whose endpoints appear and disappear, and of messages of every length.
 class MIDIRouterViewModelPresentationEdges : public ModelFixture {
 protected:
     MIDIRouterViewModelPresentationEdges() {

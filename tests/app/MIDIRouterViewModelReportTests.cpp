@@ -18,7 +18,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-/// What becomes of the engine's reports: the event lists, their limits, and the status line.
+/// How the model handles the engine's reports: the event lists, their limits, and the status line.
 class MIDIRouterViewModelReports : public ModelFixture {
 protected:
     MIDIRouterViewModelReports() {
@@ -134,7 +134,7 @@ TEST_F(MIDIRouterViewModelReports, KeepsTheNewest512OfOneEventThatHoldsMore) {
 }
 
 TEST_F(MIDIRouterViewModelReports, KeepsAGraphEventForThreeSecondsToTheNanosecond) {
-    // Fractions that a floating-point number of seconds since 1970 cannot tell from their neighbours.
+    // Fractions that a floating-point number of seconds since 1970 cannot represent exactly.
     for (const nanoseconds phase : {nanoseconds(1), nanoseconds(333'333'333), nanoseconds(999'999'999)}) {
         clock->set(ManualClock::kStart + seconds(100) + phase);
         report(synth, {0x90, 1, 1});

@@ -17,7 +17,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-/// What is on disk after a command, read by a store of its own, and what a disk that refuses leaves visible.
+/// The document on disk after a command, read by another store, and what a failed save shows.
 class MIDIRouterViewModelSaving : public ModelFixture {
 protected:
     MIDIRouterViewModelSaving() {
@@ -37,7 +37,7 @@ protected:
                           .variants = {}});
     }
 
-    /// Starts the program on a document in a folder of its own, which then can give way to something else.
+    /// Starts the program on a document in a folder that a test can replace by a file.
     void startWith(const MIDIRouteSetDocument& document) {
         RouteStore(file).saveDocument(document);
         model.reset();
@@ -46,24 +46,24 @@ protected:
         startModel();
     }
 
-    /// What the program would find at its next start.
+    /// The document that the program would load at its next start.
     [[nodiscard]] MIDIRouteSetDocument saved() const { return RouteStore(file).loadDocument(); }
 
-    /// Whether a command saves, told by a document that was removed before it.
+    /// Whether a command saves: the document is deleted before and must exist afterwards.
     [[nodiscard]] bool saves(const std::function<void()>& command) const {
         std::filesystem::remove(file);
         command();
         return std::filesystem::exists(file);
     }
 
-    /// A file takes the place of the folder.
+    /// Replaces the folder by a file.
     void blockFolder() {
         std::filesystem::remove_all(file.parent_path());
         writeFile(file.parent_path(), "in the way");
     }
     void unblockFolder() { std::filesystem::remove(file.parent_path()); }
 
-    /// The text for a save that fails now, with the store's own words.
+    /// The text for a save that fails now, with the store's text.
     [[nodiscard]] std::string failureText() const {
         try {
             RouteStore(file).saveDocument(document());
@@ -273,7 +273,7 @@ TEST_F(MIDIRouterViewModelSaving, HappensOnceForEachCommand) {
     EXPECT_EQ(savesOf([&] { model->applyEndpointSnapshot(); }), 0U);
 }
 
-/// What another program or the user made of the document.
+/// The document as another program or the user has changed it.
 MIDIRouteSetDocument edited() {
     return {makeID(9), {{makeID(9), "Edited", {}}}};
 }
@@ -302,7 +302,7 @@ TEST_F(MIDIRouterViewModelSaving, TellsWhereTheFileOfAnotherProgramIsKept) {
 
 TEST_F(MIDIRouterViewModelSaving, TellsOfACopyThatADeviceCausedWithTheNextCommand) {
     writeFile(file, RouteSetDocumentCoder::encode(edited()));
-    // The synth comes back under another ID, which is saved.
+    // The synth returns with another ID, which is saved.
     unplugDestination(21);
     model->applyEndpointSnapshot();
     host->addDestination(31, {.displayName = "Synth", .manufacturer = "Acme", .uniqueID = 1031});

@@ -9,8 +9,7 @@
 namespace corvel::tests {
 namespace {
 
-/// Whole rehearsals of random commands, hot-plugging and traffic, with the model's promises checked after
-/// each step.
+/// Long sequences of random commands, hot-plugging and traffic. Checks the model's guarantees after each step.
 class MIDIRouterViewModelSequences : public ModelFixture, public ::testing::WithParamInterface<std::uint32_t> {
 protected:
     static ::testing::AssertionResult mirrorsActiveVariant(const MIDIRoute& route) {
@@ -55,7 +54,7 @@ protected:
         }
     }
 
-    /// Everything observable that can be compared, by property.
+    /// Returns, for each observable property, a function that compares it with its present value.
     [[nodiscard]] std::map<Property, std::function<bool()>> unchangedSince() const {
         const auto isSame = [](const auto& now) -> std::function<bool()> {
             return [&now, old = now] { return now == old; };
@@ -74,7 +73,7 @@ protected:
                 {Property::statusMessage, isSame(model->statusMessage())}};
     }
 
-    /// One step in which no property may change before it was told of.
+    /// One step. Checks that no property changes before its notification.
     void watchedStep() {
         std::map<Property, std::function<bool()>> untold = unchangedSince();
         const auto check = [&] {

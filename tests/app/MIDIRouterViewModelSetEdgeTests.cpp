@@ -14,10 +14,10 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-/// Names that are blank, taken or oddly written, and documents that were edited by hand.
+/// Names that are blank, in use or unusual, and documents that were edited by hand.
 class MIDIRouterViewModelSetEdges : public ModelFixture {
 protected:
-    /// The program starts on empty sets with these names and the IDs 1, 2, 3 and so on; the first is current.
+    /// Starts the program on empty sets with these names and the IDs 1, 2, 3 and so on; the first is current.
     void startWithSets(const std::vector<std::string>& names) {
         std::vector<MIDIRouteSet> sets;
         for (const std::string& name : names) {

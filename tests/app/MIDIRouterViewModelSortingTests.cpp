@@ -10,8 +10,8 @@ namespace {
 
 using ::testing::ElementsAre;
 
-/// Makes a locale the process's default, as if the user had started the program with it: the library reads the
-/// environment only once.
+/// Makes a locale the process's default, as if the user had started the program with it. Needed because the library
+/// reads the environment only once.
 class ScopedLocale {
 public:
     explicit ScopedLocale(const std::string& locale) { set(locale); }
@@ -32,7 +32,7 @@ private:
 /// The order of the endpoint lists in different languages.
 class MIDIRouterViewModelSorting : public ModelFixture {
 protected:
-    /// The names as a model that was started in this locale shows them; equal names keep the order given.
+    /// The names in the order of a model that was started in this locale; equal names keep the given order.
     [[nodiscard]] std::vector<std::string> sortedIn(const std::string& locale, const std::vector<std::string>& names) {
         const ScopedLocale scoped(locale);
         host->sources.clear();

@@ -26,7 +26,7 @@ protected:
         return result;
     }
 
-    /// Connects the keys to the synth and gives the connection's ID.
+    /// Connects the keys to the synth and returns the connection's ID.
     UUID connectKeys() {
         startModel();
         model->connect(1011, 1021);

@@ -19,11 +19,11 @@
 
 namespace corvel::tests {
 
-/// A model with a real engine and a real store, over a fake service, a temporary folder, and queues and a
-/// clock that stand still until the test moves them. The test's thread is the main thread.
+/// A model with a real engine and a real store, over a fake service, a temporary folder, and queues and a clock that
+/// tests drive by hand. The test's thread is the main thread.
 ///
-/// There are keys (source 11, ID 1011), pads (source 12, ID 1012), a synth (destination 21, ID 1021) and
-/// drums (destination 22, ID 1022), all made by "Acme".
+/// The setup has keys (source 11, ID 1011), pads (source 12, ID 1012), a synth (destination 21, ID 1021) and drums
+/// (destination 22, ID 1022), all made by "Acme".
 class ModelFixture : public ::testing::Test {
 protected:
     using Property = MIDIRouterViewModel::Property;
@@ -36,7 +36,7 @@ protected:
         makeModel();
     }
 
-    /// The program starts anew on the same document and settings.
+    /// Starts the program again on the same document and settings.
     void makeModel() {
         model.reset();
         engine = CoreMIDIRouterEngine::create(host, queue, mainQueue, clock);
@@ -44,7 +44,7 @@ protected:
         model = MIDIRouterViewModel::create(engine, store, settings, clock, mainQueue);
     }
 
-    /// The program starts on this document.
+    /// Starts the program on this document.
     void makeModel(const MIDIRouteSetDocument& document) {
         store->saveDocument(document);
         makeModel();
@@ -55,13 +55,13 @@ protected:
         settle();
     }
 
-    /// Runs both queues until neither has anything left to do; no time passes.
+    /// Runs both queues until they are empty; no time passes.
     void settle() {
         while (queue->runAll() + mainQueue->runAll() > 0) {
         }
     }
 
-    /// From now on no save succeeds: a folder stands where the document belongs.
+    /// Makes every save fail: a folder has the document's path.
     void breakStore() {
         std::filesystem::remove(store->fileURL());
         std::filesystem::create_directories(store->fileURL() / "in the way");
@@ -70,18 +70,18 @@ protected:
     void unplugSource(MIDIObjectRef ref) { unplug(host->sources, ref); }
     void unplugDestination(MIDIObjectRef ref) { unplug(host->destinations, ref); }
 
-    /// What the model holds, as a document.
+    /// The model's values as a document.
     [[nodiscard]] MIDIRouteSetDocument document() const {
         return MIDIRouteSetDocument(model->selectedRouteSetID(), model->routeSets());
     }
 
-    /// Reports a message of a connection as the engine does, now.
+    /// Reports a message of a connection as the engine does, at the present time.
     void report(const UUID& routeID, std::vector<std::uint8_t> bytes) {
         model->midiRouterEngineDidRoute(
             *engine, MIDIActivityEvent(UUID::random(), routeID, clock->now(), MIDIBytes(bytes.begin(), bytes.end())));
     }
 
-    /// Plays a note on the keys and gives what left through the connections, as (destination, bytes).
+    /// Plays a note on the keys and returns what the connections sent, as (destination, bytes).
     [[nodiscard]] std::vector<std::pair<MIDIObjectRef, std::vector<std::uint8_t>>> playKeys() {
         settle();
         host->sent.clear();

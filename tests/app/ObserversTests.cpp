@@ -43,7 +43,7 @@ TEST(Observers, LetsAnObserverEndItselfAndTheNextWhileItIsCalled) {
     std::vector<std::string> calls;
     Observation first;
     Observation second;
-    // What the callable holds must stay good until it returns.
+    // The callable's captured values must stay valid until it returns.
     first = observers.add([&, name = std::string("an observer with a name too long for the string itself")](Color) {
         first.end();
         second.end();

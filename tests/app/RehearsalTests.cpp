@@ -47,7 +47,7 @@ std::string describe(const MIDIRoute& route) {
     return text + (route.isEnabled ? "]" : "] off");
 }
 
-/// The sets in order, a line each, the current one marked: "*Live: 1001>2001 [As Is*]; 1002>2002 [As Is*]".
+/// The sets in order, one on each line, the current one marked: "*Live: 1001>2001 [As Is*]; 1002>2002 [As Is*]".
 std::vector<std::string> describe(const MIDIRouteSetDocument& document) {
     std::vector<std::string> lines;
     for (const MIDIRouteSet& routeSet : document.routeSets) {
@@ -65,7 +65,7 @@ KeyboardShortcutSpec controlKey(std::string_view key) {
 }
 
 /// A whole program without a window: model, engine, store and the demo devices, which play only what the test plays.
-/// Time and queues stand still until the test moves them; the test's thread is the main thread.
+/// Tests drive time and queues by hand; the test's thread is the main thread.
 class Rehearsal : public ::testing::Test {
 protected:
     Rehearsal() {
@@ -76,7 +76,7 @@ protected:
         start();
     }
 
-    /// Starts the program, ending the one that ran before.
+    /// Starts the program; ends the previous one first.
     void start() {
         model.reset();
         engine.reset();
@@ -87,7 +87,7 @@ protected:
         settle();
     }
 
-    /// Lets everything happen that is due, and what a change of the devices brings after a while.
+    /// Runs everything that is due, and what a change of the devices causes later.
     void settle() {
         runQueues();
         queue->advance(CoreMIDIRouterEngine::kSettleDelay);
@@ -99,7 +99,7 @@ protected:
         }
     }
 
-    /// Expects these sets in memory and on disk, the working copy to be the current one's, and this status.
+    /// Expects these sets in memory and on disk, the engine's connections to be the current set's, and this status.
     void expectState(const std::vector<std::string>& sets, const std::string& status) {
         settle();
         const MIDIRouteSetDocument inMemory(model->selectedRouteSetID(), model->routeSets());
@@ -109,7 +109,7 @@ protected:
         EXPECT_EQ(model->statusMessage(), status);
     }
 
-    /// Plays a packet on the source with this ID and gives what reached which destination: "2001: 90 3C 64".
+    /// Plays a packet on the source with this ID and returns what arrived at which destination: "2001: 90 3C 64".
     [[nodiscard]] std::vector<std::string> play(std::int32_t sourceID, const std::vector<std::uint8_t>& bytes) {
         settle();
         std::map<std::int32_t, DemoTraffic> expected;
@@ -286,7 +286,7 @@ TEST_F(Rehearsal, FollowsDevicesThatAreUnpluggedAndPluggedInUnderTraffic) {
     EXPECT_THAT(play(kKeyboardID, {0x90, 60, 100}), ElementsAre("2001: 90 3C 64"));
     EXPECT_EQ(model->graphActivities(connection(0).id).size(), 1U);
 
-    // A note is on its way as its destination goes.
+    // A note is being sent when its destination disappears.
     host->play(source(kKeyboardID), {0x90, 62, 100});
     host->play(source(kPadsID), {0x90, 36, 100});
     unplugDestination(kSynthID);
@@ -299,19 +299,19 @@ TEST_F(Rehearsal, FollowsDevicesThatAreUnpluggedAndPluggedInUnderTraffic) {
     model->connect(kKeyboardID, kSynthID);
     EXPECT_EQ(model->statusMessage(), "Output endpoint is no longer available");
 
-    // It comes back as another one of its kind.
+    // It returns as another endpoint of the same name.
     plugInSynth(-77);
     expectState({"*Default: 1001>-77 [As Is*]; 1002>2002 [As Is, Ch 10*]"}, "3 inputs, 3 outputs");
     EXPECT_EQ(model->routeAvailability(connection(0)), RouteAvailability::active);
     EXPECT_THAT(play(kKeyboardID, {0x90, 60, 100}), ElementsAre("-77: 90 3C 64"));
 
-    // Of two alike nobody can say which one it is, until one goes.
+    // With two endpoints of the same name the right one is unknown, until one disappears.
     unplugDestination(-77);
     settle();
     const std::string whileAway = readFile(file);
     plugInSynth(88);
     plugInSynth(99);
-    // Both are there before the program takes notice.
+    // Both are present before the program notices a change.
     expectState({"*Default: 1001>-77 [As Is*]; 1002>2002 [As Is, Ch 10*]"}, "3 inputs, 4 outputs");
     EXPECT_EQ(readFile(file), whileAway);
     EXPECT_THAT(play(kKeyboardID, {0x90, 60, 100}), IsEmpty());
@@ -319,7 +319,7 @@ TEST_F(Rehearsal, FollowsDevicesThatAreUnpluggedAndPluggedInUnderTraffic) {
     expectState({"*Default: 1001>99 [As Is*]; 1002>2002 [As Is, Ch 10*]"}, "3 inputs, 3 outputs");
     EXPECT_THAT(play(kKeyboardID, {0x90, 60, 100}), ElementsAre("99: 90 3C 64"));
 
-    // A source goes in the middle of a phrase and comes back.
+    // A source disappears in the middle of a phrase and comes back.
     host->play(source(kPadsID), {0x90, 38, 100});
     host->removeEndpoint(source(kPadsID));
     expectState({"*Default: 1001>99 [As Is*]; 1002>2002 [As Is, Ch 10*]"}, "2 inputs, 3 outputs");
@@ -328,7 +328,7 @@ TEST_F(Rehearsal, FollowsDevicesThatAreUnpluggedAndPluggedInUnderTraffic) {
     expectState({"*Default: 1001>99 [As Is*]; 1234>2002 [As Is, Ch 10*]"}, "3 inputs, 3 outputs");
     EXPECT_THAT(play(1234, {0x80, 38, 64}), ElementsAre("2002: 89 26 40"));
 
-    // Offline is a matter of its dot alone.
+    // "Offline" only changes the dot.
     host->setOffline(destinations.at(kDrumsID), true);
     expectState({"*Default: 1001>99 [As Is*]; 1234>2002 [As Is, Ch 10*]"}, "3 inputs, 3 outputs");
     EXPECT_EQ(model->routeAvailability(connection(1)), RouteAvailability::active);

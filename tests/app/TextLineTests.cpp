@@ -25,7 +25,7 @@ TEST(TextLine, EscapesBackslashesSoThatAnEscapeCannotBeFeigned) {
 
 TEST(TextLine, EscapesWhatCommandsATerminal) {
     EXPECT_EQ(escapedLine("\x1B[2J\x7F"), "\\u001B[2J\\u007F");
-    // U+009B introduces the same commands; U+00A0 is a blank and stays.
+    // U+009B starts the same commands as escape; U+00A0 is a blank and stays.
     EXPECT_EQ(escapedLine("\xC2\x9B"
                           "2J\xC2\xA0"),
               "\\u009B2J\xC2\xA0");
@@ -46,7 +46,7 @@ TEST(TextLine, ReplacesWhatIsNotUTF8) {
 TEST(TextLine, TellsTheLocalTimeOfDayInMilliseconds) {
     const ScopedEnvironment zone("TZ", "XYZ-5:30");
     ::tzset();
-    // 2024-01-01 00:00:00 UTC, and a bit less than 8 ms more.
+    // 2024-01-01 00:00:00 UTC, and slightly less than 8 ms more.
     const Instant instant{std::chrono::seconds(1'704'067'200) + std::chrono::microseconds(7999)};
     EXPECT_EQ(timeOfDay(instant), "05:30:00.007");
 }

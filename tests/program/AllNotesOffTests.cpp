@@ -1,5 +1,4 @@
-// All Notes Off from the command line, as a script or a foot switch gives it: to the program that runs, and without
-// one.
+// All Notes Off from the command line, as a script or a foot switch gives it: to the running instance, and without one.
 
 #include "tests/program/SequencerProgramFixture.hpp"
 

@@ -1,5 +1,6 @@
-// What was played before a change of the setup has to arrive as the setup was then, however late the router gets to
-// read it: a program that plays and ends at once, a port that is replaced, other devices that come and go meanwhile.
+// Messages that were played before a change of the setup must be delivered in the setup of that time, however late the
+// router reads them: a program that plays and exits at once, a port that is replaced, other devices that appear and
+// disappear meanwhile.
 
 #include "tests/program/SequencerProgramFixture.hpp"
 
@@ -12,10 +13,10 @@ namespace corvel::tests {
 
 namespace {
 
-/// Played by another program behind everything else. What is not there before it is lost.
+/// Another program plays it after everything else. What has not arrived before it is lost.
 const Bytes kMark{0xFB};
 
-/// A program that comes and goes, one that stays and marks the end of each burst, and a receiver of both.
+/// A program that starts and exits, one that stays and marks the end of each burst, and a receiver of both.
 class BurstEnd : public SequencerProgramFixture {
 protected:
     BurstEnd()
@@ -28,14 +29,14 @@ protected:
         connect("Stage Clock", "Stage Synth");
     }
 
-    /// Starts the program that plays, and waits until the router listens to it.
+    /// Starts the program that plays, and waits until the router is connected to it.
     void enter() {
         guest_.emplace("Guest Keyboard");
         keys_ = guest_->addPort("Out", SequencerPeer::kSource);
         ASSERT_TRUE(waitUntilHeard(*guest_, keys_)) << corvel_->standardError();
     }
 
-    /// Waits until the receiver has everything before the mark, and gives that.
+    /// Waits until the receiver has everything before the mark, and stores it in `events`.
     void takeUpToMark(std::vector<ReceivedEvent>& events) {
         ASSERT_TRUE(receiver_.readUntil([&] {
             return !receiver_.received().empty() && receiver_.received().back().bytes == kMark;
@@ -76,7 +77,7 @@ protected:
         return message;
     }
 
-    /// Plays a part of a SysEx message as a device does, in pieces of 256 bytes: 11 of the sequencer's cells each.
+    /// Plays part of a SysEx message as a device does, in pieces of 256 bytes: 11 of the sequencer's cells each.
     void playPieces(std::span<const std::uint8_t> bytes) {
         constexpr std::size_t kPiece = 256;
         while (!bytes.empty()) {
@@ -124,7 +125,7 @@ TEST_F(BurstEnd, OfNotesArrivesWhenTheRouterReadsItTogetherWithTheEndOfTheProgra
 }
 
 TEST_F(BurstEnd, OfALargeSysExArrivesWhenTheProgramThatPlayedItEndsAtOnce) {
-    // The last 34,560 bytes, 1,485 cells, are played in one go: the sequencer keeps 2,000 cells for the router.
+    // The last 34,560 bytes, 1,485 cells, are played at once: the sequencer keeps 2,000 cells for the router.
     constexpr std::size_t kFirst = 15'440;
     const Bytes message = exclusive(50'000);
     const std::span<const std::uint8_t> all(message);
@@ -144,7 +145,7 @@ TEST_F(BurstEnd, OfALargeSysExArrivesWhenTheProgramThatPlayedItEndsAtOnce) {
 }
 
 TEST_F(BurstEnd, OfALargeSysExArrivesWhenTheRouterReadsItTogetherWithTheEndOfTheProgram) {
-    // 1,892 cells: as much as the sequencer keeps for the router, with room for the announcements.
+    // 1,892 cells: as much as the sequencer keeps for the router, less room for the announcements.
     const Bytes message = exclusive(44'000);
     ASSERT_NO_FATAL_FAILURE(start());
     for (int run = 0; run < runs(); ++run) {

@@ -15,7 +15,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// What a run of the program came to.
+/// The result of a run of the program.
 struct Answer {
     int status = 0;
     std::string output;
@@ -27,8 +27,8 @@ struct Answer {
     }
 };
 
-/// A document with two sets called "Twin", the first current; in it two connections from devices called "Old", which
-/// are not there, to the demo synth.
+/// A document with two sets called "Twin", the first current. It has two connections from missing devices called "Old"
+/// to the demo synth.
 constexpr const char* kTwins = R"({
   "selectedSetID": "00000000-0000-4000-8000-000000000001",
   "routeSets": [
@@ -41,7 +41,7 @@ constexpr const char* kTwins = R"({
     {"id": "00000000-0000-4000-8000-000000000003", "name": "Solo", "routes": []}]
 })";
 
-/// The program's commands on a document, given to the demo devices.
+/// The program's commands on a document, with the demo devices.
 class DocumentCommandProgram : public ProgramFixture {
 protected:
     /// Runs the program on the document "tour.json".
@@ -61,8 +61,8 @@ protected:
         return answer;
     }
 
-    /// The first set's connections on disk, a line each: "1001 to 2003: 0, 3 (3)" has an assignment as it is and the
-    /// active one on channel 3.
+    /// The first set's connections on disk, one on each line: "1001 to 2003: 0, 3 (3)" has an "As Is" assignment and
+    /// the active one on channel 3.
     [[nodiscard]] std::vector<std::string> connections() const {
         std::vector<std::string> lines;
         const nlohmann::json written = document();

@@ -1,5 +1,5 @@
-// Ports that another program holds for itself alone: the router says that it cannot have them, does not count them, and
-// takes them once they are free.
+// Ports that another program holds exclusively: the router reports that it cannot connect them, does not count them,
+// and connects them once they are free.
 
 #include "tests/program/SequencerProgramFixture.hpp"
 
@@ -59,7 +59,7 @@ TEST_F(ExclusivePort, ThatIsASourceIsReportedAndNotCountedUntilItIsFree) {
                                       std::chrono::seconds(5)))
         << corvel_->standardError();
 
-    // As long as it is held, it is not taken for connected later either.
+    // While it is held, later reloads do not count it as connected either.
     ASSERT_NO_FATAL_FAILURE(plugAndSettle());
     const ReloadSummary stillHeld = latestReload();
     EXPECT_EQ(stillHeld.connections, stillHeld.sources - 1);
@@ -99,7 +99,7 @@ TEST_F(ExclusivePort, ThatIsADestinationIsReportedAtEachMessageUntilItIsFree) {
     ASSERT_TRUE(synth_.readUntilCount(1));
     EXPECT_TRUE(corvel_->waitForError("MIDI message could not be sent (-16)\n", std::chrono::seconds(5)))
         << corvel_->standardError();
-    // The line for the other receiver is there; none is for the one that is held.
+    // The line for the other receiver is there; the held one has none.
     ASSERT_TRUE(corvel_->waitForOutput("Stage Synth In\tNote\t90 3C 64\n", kDeadline));
     EXPECT_EQ(corvel_->standardOutput().find("VirMIDI"), std::string::npos) << corvel_->standardOutput();
 

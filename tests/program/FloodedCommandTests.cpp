@@ -1,5 +1,5 @@
 // Commands that reach a router while programs play more than it can send: they are carried out, and take effect, as
-// soon as on a quiet stage.
+// fast as without a flood.
 
 #include "tests/program/SequencerProgramFixture.hpp"
 #include "tests/support/SequencerFlood.hpp"
@@ -16,11 +16,11 @@ using std::chrono::steady_clock;
 
 class FloodedCommand : public SequencerProgramFixture {
 protected:
-    /// How long nothing arrives once nothing is on its way.
+    /// If nothing arrives for this time, nothing is being sent any more.
     static constexpr milliseconds kSilence{500};
     static constexpr std::array<const char*, 4> kFlooders{"Flooder 1", "Flooder 2", "Flooder 3", "Flooder 4"};
 
-    /// A set, named by its digit and its name, that connects each flooder with the destination.
+    /// A set, given by its digit and its name, that connects each flooder to the destination.
     static std::string setJSON(char digit, const std::string& name, const std::string& destination) {
         const std::string id = "00000000-0000-4000-8000-0000000000";
         std::ostringstream text;
@@ -45,7 +45,7 @@ TEST_F(FloodedCommand, ToChangeTheSetTakesEffectInTheMiddleOfTheFlood) {
     for (SequencerPeer* peer : {&first, &second}) {
         peer->addPort("In", SequencerPeer::kDestination);
         peer->setInputPool(kLargestPool);
-        // Without a pace one reading would last as long as the flood.
+        // Without this pace one read would last as long as the flood.
         peer->setReadingPace(milliseconds(1));
     }
     std::array<SequencerFlood, kFlooders.size()> flooders{SequencerFlood(kFlooders[0]), SequencerFlood(kFlooders[1]),
@@ -74,7 +74,7 @@ TEST_F(FloodedCommand, ToChangeTheSetTakesEffectInTheMiddleOfTheFlood) {
     TimedCommand change(command({"--set", "Second"}));
     std::optional<milliseconds> heard;
     const auto end = steady_clock::now() + kFlood;
-    // The flood goes on until both are seen, and for its time at least.
+    // The flood goes on until both have been seen, and for its minimum time.
     EXPECT_TRUE(waitUntil([&] {
         takeNotes(first);
         if (takeNotes(second) && !heard) {
@@ -94,8 +94,8 @@ TEST_F(FloodedCommand, ToChangeTheSetTakesEffectInTheMiddleOfTheFlood) {
     EXPECT_LT(change.duration().count(), promptLimit(alone).count());
     EXPECT_LT(heard->count(), promptLimit(alone).count());
 
-    // What was routed before the change still waits for the receivers. Once all of it has arrived, the old set's
-    // receiver gets nothing more.
+    // Messages routed before the change are still waiting for the receivers. Once all of them have arrived, the old
+    // set's receiver gets nothing more.
     auto lastNote = steady_clock::now();
     ASSERT_TRUE(waitUntil([&] {
         const bool hasFirst = takeNotes(first);

@@ -34,7 +34,7 @@ public:
     ~Fifo() { close(); }
 
     [[nodiscard]] int descriptor() const { return descriptor_; }
-    /// Bytes that wait to be read.
+    /// The number of bytes waiting to be read.
     [[nodiscard]] int size() const {
         int size = 0;
         ::ioctl(descriptor_, FIONREAD, &size);
@@ -132,7 +132,7 @@ TEST_F(HeadlessProgram, SaysThatItCouldNotSaveAndRoutesOn) {
     file.add({.sourceID = 1001, .destinationID = 2003});
     file.write(data / "tour.json");
     const std::string before = readFile(data / "tour.json");
-    // The devices' labels are to be added, and no file may be written.
+    // The devices' labels are to be stored, but no file may be written.
     ChildProcess program({"sh", "-c",
                           R"(trap '' XFSZ; ulimit -f 0; exec "$0" --headless --monitor --midi demo --document "$1")",
                           CORVEL_PROGRAM, (data / "tour.json").string()});
@@ -165,7 +165,8 @@ TEST_F(HeadlessProgram, SaysThatADocumentCannotBeReadAndLeavesIt) {
 TEST_F(HeadlessProgram, RoutesOnWhenStandardOutputIsClosedFromTheStart) {
     ChildProcess program({"sh", "-c", "exec \"$0\" --headless --monitor --midi demo >&-", CORVEL_PROGRAM});
     ASSERT_TRUE(program.waitForError("Device tree", kDeadline));
-    // The first messages follow within a tenth of a second; a fatal write would have ended the program by then.
+    // The first messages follow within a tenth of a second; if a write were fatal, it would have ended the program by
+    // then.
     EXPECT_EQ(program.wait(std::chrono::milliseconds(400)), std::nullopt);
     program.signal(SIGTERM);
     EXPECT_EQ(program.wait(kDeadline), 0);
@@ -189,7 +190,7 @@ TEST_F(HeadlessProgram, EndsOnASignalWhileTheReaderOfItsOutputStandsStill) {
     ChildProcess program(
         {"sh", "-c", R"(exec "$0" --headless --monitor --midi demo >"$1")", CORVEL_PROGRAM, (data / "out").string()});
     ASSERT_TRUE(waitUntil(program, [&fifo] { return fifo.size() > 0; }));
-    // The pipe has one place, which the first line has taken; ten more lines wait by then.
+    // The pipe has one place, which the first line has taken. By the end of this time ten more lines are waiting.
     EXPECT_EQ(program.wait(std::chrono::milliseconds(200)), std::nullopt);
     EXPECT_LT(fifo.size(), 100);
     program.signal(SIGTERM);

@@ -36,12 +36,12 @@ using testing::Pair;
 
 const Bytes kMark{0xFB};
 
-/// How far the players are ahead of the receivers at most, in the sequencer's cells: it keeps 2,000 for the router,
-/// which on a busy machine may not get to read for a while. What happens beyond that is a matter of speed, for the
-/// benchmark.
+/// Maximum distance of the players ahead of the receivers, in the sequencer's cells. The sequencer keeps 2,000 cells
+/// for the router, which may read late on a busy machine. Beyond them the result depends on speed, which the benchmark
+/// measures.
 constexpr std::size_t kCellsAhead = 1'500;
 
-/// A keyboard with three connections (as is, on channel 10, switched off) and a program that is not connected at all.
+/// A keyboard with three connections ("As Is", on channel 10, paused) and a program that is not connected.
 class HeadlessRouting : public testing::Test {
 protected:
     HeadlessRouting()
@@ -77,7 +77,7 @@ protected:
         ASSERT_EQ(keyboard_.subscribers(keys_).size(), 1U);
     }
 
-    /// The program's threads that take turns at real-time priority, by name, with that priority.
+    /// The program's threads with real-time priority (round robin), by name, with that priority.
     std::vector<std::pair<std::string, int>> realtimeThreads() const {
         std::vector<std::pair<std::string, int>> threads;
         const std::filesystem::path tasks = "/proc/" + std::to_string(corvel_->pid()) + "/task";
@@ -100,7 +100,7 @@ protected:
         std::filesystem::permissions("/dev/snd/seq", static_cast<perms>(0666));
     }
 
-    /// Waits until both receivers have the mark, which is played behind everything else.
+    /// Waits until both receivers have the mark, which is played after everything else.
     void playMark() {
         keyboard_.play(keys_, kMark);
         for (SequencerPeer* peer : {&synth_, &drums_}) {
@@ -109,7 +109,7 @@ protected:
         }
     }
 
-    /// Plays a large exclusive message as a device does, in pieces of 256 bytes, 11 cells each.
+    /// Plays a large SysEx message as a device does, in pieces of 256 bytes, 11 cells each.
     void playExclusive(const Bytes& message) {
         constexpr std::size_t kPiece = 256;
         constexpr std::size_t kBytesAhead = kCellsAhead / 11 * kPiece;
@@ -245,7 +245,7 @@ TEST_F(HeadlessRouting, EndsWithSuccessInTheMiddleOfMusicAndSendsNoHalfOfIt) {
     corvel_->signal(SIGTERM);
     std::optional<int> status;
     for (unsigned number = kBefore; number < kBefore + kCellsAhead / 2 && !status; ++number) {
-        // Once the router is gone nobody hears it.
+        // Once the router has ended, nothing receives it.
         const Bytes note = SequencerPeer::numberedNote(number);
         keyboard_.emit(keys_, noteEvent(SND_SEQ_EVENT_NOTEON, 0, note[1], note[2]));
         status = corvel_->wait(milliseconds(0));
@@ -376,7 +376,7 @@ TEST_F(HeadlessRouting, TakesWhatRealtimePriorityTheUserIsGranted) {
     EXPECT_THAT(corvel_->standardError(), Not(HasSubstr("eal-time")));
 }
 
-/// Programs that take every client number of the sequencer.
+/// Programs that use every client number of the sequencer.
 class FullSequencer : public testing::Test {
 protected:
     FullSequencer() {

@@ -37,7 +37,7 @@ public:
         }
     }
 
-    /// What is in the pipe now.
+    /// The content of the pipe.
     [[nodiscard]] std::string read() const {
         std::array<char, 65536> buffer{};
         const ssize_t count = ::read(ends_[0], buffer.data(), buffer.size());
@@ -50,7 +50,7 @@ private:
 
 class LineOutputTest : public ::testing::Test {
 protected:
-    /// Reads what is in the pipe and what the event loop writes after it.
+    /// Reads the content of the pipe and what the event loop writes afterwards.
     [[nodiscard]] std::string readAll() const {
         std::string received;
         for (std::string more = pipe.read(); !more.empty(); more = pipe.read()) {
@@ -97,14 +97,14 @@ TEST_F(LineOutputTest, LeavesOutTheOldestWholeLinesPastItsLimitAndSaysHowMany) {
     output.write(half + "\n");
     output.write("last\n");
 
-    // The first line was begun, so it is finished; of the two long ones the older had to go.
+    // The first line had been started, so it is completed. Of the two long ones the older was dropped.
     EXPECT_EQ(readAll(), std::string(5000, 'a') + "\n... 1 line left out\n" + half + "\nlast\n");
 }
 
 TEST_F(LineOutputTest, CountsAllLinesThatItLeavesOutBetweenTwoThatItWrites) {
     const std::string first(4096, 'a');
     output.write(first);
-    // 64 bytes each: 16,384 of them fill the limit, and the next to be written has left the queue before.
+    // 64 bytes each: 16,384 of them fill the limit. The next line to be written has left the queue before.
     const std::string line = std::string(63, 'b') + "\n";
     for (int count = 0; count < 31'076; ++count) {
         output.write(line);

@@ -1,5 +1,5 @@
-// Programs that open and close many ports at once: what others play between untouched ports is neither lost nor held
-// up, and what the router reads together is one change of the setup for it.
+// Programs that open and close many ports at once: messages between ports that do not change are neither lost nor
+// delayed, and changes that the router reads together are one change of the setup.
 
 #include "tests/program/SequencerProgramFixture.hpp"
 
@@ -31,7 +31,7 @@ protected:
 
     void playNote(unsigned number) { keyboard_.playNumberedNotes(keys_, number, 1); }
 
-    /// Waits for the settled reload behind those that were there before.
+    /// Waits for the settled reload after the first `before` ones.
     void waitUntilSettled(std::size_t before) {
         ASSERT_TRUE(waitUntil([&] { return errorLines(kSettled).size() > before; })) << corvel_->standardError();
     }
@@ -47,7 +47,7 @@ TEST_F(PortStorm, LosesAndReordersNoNoteOfOthers) {
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_TRUE(waitUntilHeard(keyboard_, keys_));
     unsigned played = 0;
-    // A note for each port that comes or goes.
+    // Plays a note for each port that is opened or closed.
     const auto playNext = [&] {
         playNote(played++);
         ASSERT_TRUE(synth_.readUntil([&] { return synth_.received().size() + kAhead >= played; }))
@@ -72,7 +72,7 @@ TEST_F(PortStorm, LosesAndReordersNoNoteOfOthers) {
 }
 
 TEST_F(PortStorm, ThatIsReadTogetherIsOneChangeOfTheSetup) {
-    // One, and room for what a busy machine may let the router read apart.
+    // One, plus those that a busy machine may cause by delaying reads.
     constexpr std::size_t kMostReloads = 4;
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_NO_FATAL_FAILURE(plugAndSettle());
@@ -104,8 +104,8 @@ TEST_F(PortStorm, ThatIsReadTogetherIsOneChangeOfTheSetup) {
 }
 
 TEST_F(PortStorm, ThatIsReadTogetherWithANoteHoldsTheNoteUpForNothing) {
-    // The program that opens the ports receives the notes too, so that its input tells what the router did first: the
-    // sequencer puts a word into it for each of its ports that the router connects.
+    // The program that opens the ports also receives the notes, so that its input shows what the router did first: the
+    // sequencer sends it an announcement for each of its ports that the router connects.
     SequencerPeer rack("Rack");
     rack.addPort("In", SequencerPeer::kDestination);
     rack.setInputPool(kLargestPool);
@@ -117,7 +117,7 @@ TEST_F(PortStorm, ThatIsReadTogetherWithANoteHoldsTheNoteUpForNothing) {
 
     ASSERT_NO_FATAL_FAILURE(halt());
     for (unsigned number = 0; number < kPorts; ++number) {
-        // The sequencer tells a port of its connections only if it can be written to.
+        // The sequencer announces connections only to a port that can be written to.
         rack.addPort("Port " + std::to_string(number), SequencerPeer::kSource | SND_SEQ_PORT_CAP_WRITE);
     }
     playNote(0);
@@ -138,7 +138,7 @@ TEST_F(PortStorm, OfTwoHundredAndFiftyPortsHoldsNoNoteUpForLong) {
     constexpr unsigned kRounds = 2;
     constexpr unsigned kManyPorts = 250;
     constexpr unsigned kNotes = kRounds * kManyPorts * 2;
-    // Milliseconds on a quiet machine; seconds if each port is a reload that the notes wait for.
+    // Takes milliseconds on an idle machine, and seconds if each port causes a reload for which the notes wait.
     constexpr std::chrono::milliseconds kLimit{500};
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_TRUE(waitUntilHeard(keyboard_, keys_));
@@ -173,7 +173,7 @@ TEST_F(PortStorm, IsNoticedPortByPortWhenEachComesOrGoesWhileTheLastIsBeingTaken
     ASSERT_NO_FATAL_FAILURE(start());
     for (int run = 0; run < runs(); ++run) {
         SCOPED_TRACE(run);
-        // The program is still looking at what has settled when the next change comes.
+        // The program is still examining the settled setup when the next change comes.
         ASSERT_NO_FATAL_FAILURE(plugAndSettle());
         if (visitor_) {
             ASSERT_TRUE(waitUntilHeard(*visitor_, {visitor_->client(), 0}));

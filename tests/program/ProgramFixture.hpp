@@ -16,8 +16,8 @@
 
 namespace corvel::tests {
 
-/// The program itself, run as a user would who has nothing: empty folders for its data and settings, no display.
-/// Programs of different tests know nothing of each other.
+/// The program as a new user runs it: empty folders for its data and settings, no display. The programs of different
+/// tests do not interact.
 class ProgramFixture : public ::testing::Test {
 protected:
     [[nodiscard]] static ChildProcess start(std::vector<std::string> arguments) {
@@ -25,7 +25,7 @@ protected:
         return ChildProcess(arguments);
     }
 
-    /// Waits until the condition holds, for as long as the program runs; false past the deadline.
+    /// Waits until the condition holds, while the program runs; false after the deadline.
     template <typename Condition>
     [[nodiscard]] static bool waitUntil(ChildProcess& program, Condition condition) {
         const auto deadline = std::chrono::steady_clock::now() + kDeadline;

@@ -1,5 +1,5 @@
-// Programs that make a port first and name themselves afterwards: the router sees "Client-129" and hears nothing of the
-// name. Their ports still have the IDs that they have when the name comes first.
+// Programs that create a port first and name themselves afterwards: the router sees "Client-129" and receives no
+// announcement of the name. Their ports still get the IDs that they have if the name comes first.
 
 #include "tests/program/SequencerProgramFixture.hpp"
 
@@ -22,7 +22,7 @@ protected:
         synth_.addPort("In", SequencerPeer::kDestination);
     }
 
-    /// A program with the name that the sequencer gives each new client, and one port.
+    /// A program with the sequencer's default name, and one port.
     static std::unique_ptr<SequencerPeer> unnamed(const std::string& port, unsigned capability) {
         auto peer = std::make_unique<SequencerPeer>("new");
         peer->rename("Client-" + std::to_string(peer->client()));
@@ -30,8 +30,7 @@ protected:
         return peer;
     }
 
-    /// Starts a program that names itself after the router has seen its port. The name is there before a settled
-    /// reload.
+    /// Starts a program that names itself after the router has seen its port. The name is set before a settled reload.
     std::unique_ptr<SequencerPeer> enterWithALateName(const std::string& name, const std::string& port) {
         // Both directions, so that the router's connection shows when it has seen the port.
         auto peer = unnamed(port, SequencerPeer::kDuplex);
@@ -41,7 +40,7 @@ protected:
         return peer;
     }
 
-    /// Plays a note of its own until it arrives; false past the deadline.
+    /// Plays a note of its own until it arrives; false after the deadline.
     [[nodiscard]] bool isRouted(SequencerPeer& from, SequencerPeer& to) {
         const Bytes note{0x90, nextKey_++, 100};
         return to.readUntil(
@@ -94,7 +93,7 @@ TEST_F(ProvisionalIdentity, IsNotWhatANewConnectionIsSavedWith) {
     EXPECT_THAT(saved, Not(HasSubstr(temporary)));
     EXPECT_TRUE(isRouted(*late, synth_));
 
-    // Another program has its number when it comes back.
+    // Another program has its number when it returns.
     const int number = late->client();
     late.reset();
     const auto others = startUntilClient("Other Program", number);

@@ -24,12 +24,12 @@
 
 namespace {
 
-/// How often this thread has called `write`.
+/// The number of calls of `write` on this thread.
 thread_local int writeCount = 0;
 
 }  // namespace
 
-/// Counts, in the place of the C library's.
+/// Replaces the C library's function and counts.
 extern "C" ssize_t write(int descriptor, const void* bytes, std::size_t size) {
     ++writeCount;
     return ::syscall(SYS_write, descriptor, bytes, size);
@@ -41,12 +41,12 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 
-/// Longer than anything takes on a loaded machine; a test that waits this long fails.
+/// A test that waits this long fails. Longer than anything takes on a loaded machine.
 constexpr std::chrono::seconds kDeadline{20};
 
 class QtMainQueueTest : public ::testing::Test {
 protected:
-    /// The event loop runs until the condition holds; false past the deadline.
+    /// Runs the event loop until the condition holds; false after the deadline.
     template <typename Condition>
     [[nodiscard]] static bool runUntil(Condition condition) {
         const QDeadlineTimer deadline(kDeadline);
@@ -60,14 +60,14 @@ protected:
         return runUntil([this] { return owner->isIdle(); });
     }
 
-    /// The event loop runs for so long.
+    /// Runs the event loop for this time.
     static void runFor(std::chrono::milliseconds time) {
         bool isOver = false;
         QTimer::singleShot(time, [&isOver] { isOver = true; });
         EXPECT_TRUE(runUntil([&isOver] { return isOver; }));
     }
 
-    /// How often another thread calls `write` to post a task, deferred or not.
+    /// The number of calls of `write` when another thread posts a task, deferred or not.
     [[nodiscard]] int writesForPost(bool isDeferred) const {
         return std::async(std::launch::async,
                           [this, isDeferred] {

@@ -1,6 +1,5 @@
-// What the router says of its traffic: a line for every message that was sent, and few lines about messages that could
-// not be, since a receiver that takes nothing must cost neither memory nor the command line's answers nor the others'
-// notes.
+// The router's reports about its traffic: a line for every sent message, and few lines about messages that could not be
+// sent. A receiver that accepts nothing must not cost memory, nor delay the answers to commands or other notes.
 
 #include "tests/program/SequencerProgramFixture.hpp"
 #include "tests/support/SequencerFlood.hpp"
@@ -22,7 +21,8 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 const Bytes kMark{0xFB};
-/// How soon behind a flood all is as before: far above the second that it may take on a machine that does nothing else.
+/// Time limit after a flood until everything is as before: far above the second that it may take on an otherwise idle
+/// machine.
 constexpr std::chrono::seconds kAsBefore{4};
 constexpr const char* kNotSent = "MIDI message could not be sent";
 
@@ -35,11 +35,11 @@ std::string hexadecimal(const Bytes& bytes) {
     return text.str();
 }
 
-/// A machine that has no time for the thread that writes the program's lines, only for the one that routes, as long as
-/// this lives.
+/// While it exists, a machine without time for the thread that writes the program's lines; only the routing thread
+/// runs.
 class BusyMachine {
 public:
-    /// `process` is also the number of its first thread.
+    /// `process` is also the ID of its first thread.
     explicit BusyMachine(pid_t process) : thread_(process) {
         setPolicy(SCHED_IDLE);
         for (unsigned count = std::thread::hardware_concurrency(); count > 0; --count) {
@@ -79,13 +79,13 @@ protected:
         connect("Stage Keyboard", "Stage Synth");
     }
 
-    /// Plays the next notes, no further ahead of the receiver than the sequencer keeps.
+    /// Plays the next notes, but never more ahead of the receiver than the sequencer keeps.
     void playNext(unsigned count) {
         ASSERT_NO_FATAL_FAILURE(playInBatches(keyboard_, keys_, synth_, played_, count, count, [](unsigned) {}));
         played_ += count;
     }
 
-    /// Plays all notes and the mark, while the lines are read elsewhere.
+    /// Plays all notes and the mark, while another thread reads the lines.
     void playAll() {
         ASSERT_TRUE(waitUntilHeard(keyboard_, keys_));
         while (played_ < kCount) {
@@ -135,7 +135,7 @@ TEST_F(ReportFlood, OfTwentyThousandNotesIsWrittenOnceTheMachineHasTimeForIt) {
     terminate();
 }
 
-/// Beside the receiver that reads, one that never does.
+/// Beside the receiver that reads, one that never reads.
 class ReportFloodOfFailures : public ReportFlood {
 protected:
     ReportFloodOfFailures() : deaf_("Deaf Synth") {
@@ -143,7 +143,7 @@ protected:
         connect("Stage Keyboard", "Deaf Synth");
     }
 
-    /// Plays until the condition holds, and looks at the program's memory and its standard error meanwhile.
+    /// Plays until the condition holds, and meanwhile checks the program's memory and standard error.
     template <typename Condition>
     void floodUntil(Condition isDone) {
         while (!isDone()) {
@@ -172,7 +172,7 @@ TEST_F(ReportFloodOfFailures, IsMergedAndHoldsOffNeitherCommandsNorTheOtherRecei
 
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_TRUE(waitUntilHeard(keyboard_, keys_));
-    // The receiver is full once the router says so.
+    // The receiver is full when the router reports it.
     const auto giveUp = steady_clock::now() + 3 * kDeadline;
     ASSERT_NO_FATAL_FAILURE(floodUntil(
         [&] { return corvel_->standardError().find(kNotSent) != std::string::npos || steady_clock::now() > giveUp; }));
@@ -189,7 +189,7 @@ TEST_F(ReportFloodOfFailures, IsMergedAndHoldsOffNeitherCommandsNorTheOtherRecei
     RecordProperty("memory_KiB", std::to_string(mostMemoryKiB_));
     EXPECT_LT(mostMemoryKiB_, kMostMemoryKiB);
 
-    // The other receiver has everything, and at once again what is played behind the flood.
+    // The other receiver has received everything, and notes played after the flood arrive at once.
     ASSERT_TRUE(synth_.readUntilCount(played_)) << synth_.received().size() << " of " << played_;
     expectNumberedNotes(synth_, played_);
     const auto before = steady_clock::now();
@@ -199,12 +199,12 @@ TEST_F(ReportFloodOfFailures, IsMergedAndHoldsOffNeitherCommandsNorTheOtherRecei
     EXPECT_LT(steady_clock::now() - before, kAsBefore);
     EXPECT_EQ(synth_.overruns(), 0U);
 
-    // One line at once, then at most one a second; and some room.
+    // One line at once, then at most one a second, with some tolerance.
     const auto lines = errorLines(kNotSent);
     const auto seconds = std::chrono::ceil<std::chrono::seconds>(steady_clock::now() - begin);
     EXPECT_LT(lines.size(), static_cast<std::size_t>(seconds.count()) + 4) << lines.front();
     EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const std::string& line) {
-        // How many there were, beside the status.
+        // The number of failures, beside the status.
         const std::size_t status = line.find(')', line.find(kNotSent));
         return status != std::string::npos && line.find_first_of("0123456789", status) != std::string::npos;
     })) << lines.back();
@@ -214,7 +214,7 @@ TEST_F(ReportFloodOfFailures, IsMergedAndHoldsOffNeitherCommandsNorTheOtherRecei
 TEST_F(ReportFloodOfFailures, FromManyProgramsCostsNoMemoryAndHoldsOffNoCommand) {
     constexpr std::chrono::seconds kFlood{4};
     constexpr long kMostMemoryKiB = 150 * 1024;
-    // Without a pace one reading would last as long as the flood.
+    // Without this pace one read would last as long as the flood.
     synth_.setReadingPace(milliseconds(1));
     std::vector<std::unique_ptr<SequencerFlood>> floods;
     for (const std::string name : {"Flood 1", "Flood 2", "Flood 3", "Flood 4"}) {
@@ -243,7 +243,7 @@ TEST_F(ReportFloodOfFailures, FromManyProgramsCostsNoMemoryAndHoldsOffNoCommand)
             takeNotes();
         }
     };
-    // The command comes when the flood has reached its height.
+    // The command comes while the flood is at its maximum.
     while (steady_clock::now() - begin < kFlood) {
         takeNotes();
     }
@@ -260,13 +260,13 @@ TEST_F(ReportFloodOfFailures, FromManyProgramsCostsNoMemoryAndHoldsOffNoCommand)
     EXPECT_GT(arrived, 0U);
     expectPromptAnswer(alone, sets);
 
-    // All is as before at once.
+    // Everything is as before at once.
     const auto before = steady_clock::now();
     const auto isMark = [](const ReceivedEvent& event) { return event.bytes == kMark; };
     snd_seq_event_t mark{};
     mark.type = SND_SEQ_EVENT_CONTINUE;
     ASSERT_TRUE(synth_.readUntil([&] {
-        // Refused as long as the router has not read what the flood left behind.
+        // Refused until the router has read the rest of the flood.
         keyboard_.emit(keys_, mark);
         return std::any_of(synth_.received().begin(), synth_.received().end(), isMark);
     }));

@@ -11,14 +11,14 @@ namespace corvel::tests {
 
 namespace {
 
-/// Whether each thread of the process stands still.
+/// Whether each thread of the process is stopped.
 bool isStopped(pid_t process) {
     const std::filesystem::path tasks = "/proc/" + std::to_string(process) + "/task";
     const std::filesystem::directory_iterator threads(tasks);
     return std::all_of(begin(threads), end(threads), [](const auto& thread) {
         std::string status;
         std::getline(std::ifstream(thread.path() / "stat"), status);
-        // The state is the word behind the name, which is in parentheses and may hold blanks.
+        // The state follows the name, which is in parentheses and may contain blanks.
         const std::size_t name = status.rfind(") ");
         return name != std::string::npos && status[name + 2] == 'T';
     });

@@ -17,20 +17,20 @@
 
 namespace corvel::tests {
 
-/// What a reload says that it found, and to how many sources it is connected.
+/// The number of endpoints that a reload reports, and of connected sources.
 struct ReloadSummary {
     int sources = -1;
     int destinations = -1;
     int connections = -1;
 };
 
-/// A command that runs while the test does other things, and how long it took.
+/// A command that runs while the test does other things, and its duration.
 class TimedCommand {
 public:
     explicit TimedCommand(const std::vector<std::string>& arguments)
         : start_(std::chrono::steady_clock::now()), process_(arguments) {}
 
-    /// Looks whether it has ended.
+    /// Checks whether it has ended.
     [[nodiscard]] bool hasEnded();
     /// From its start to its end, or to now.
     [[nodiscard]] std::chrono::milliseconds duration() const;
@@ -42,17 +42,17 @@ private:
     ChildProcess process_;
 };
 
-/// The program without a window, run on a document of its own between other programs on the sequencer. Programs of
-/// different tests know nothing of each other. Belongs to the test's thread.
+/// The program without a window, run on a document of its own between other programs on the sequencer. The programs of
+/// different tests do not interact. Belongs to the test's thread.
 class SequencerProgramFixture : public ::testing::Test {
 protected:
     /// How far players may be ahead of the receivers, in events of one cell: the sequencer keeps 2,000 for the router,
-    /// which on a busy machine may not get to read for a while.
+    /// which may read late on a busy machine.
     static constexpr std::size_t kEventsAhead = 1'000;
-    /// A cell more than this and the sequencer throws away what it keeps for a client.
+    /// If more cells arrive than this, the sequencer drops all that it keeps for a client.
     static constexpr std::size_t kLargestPool = 2'000;
 
-    /// How often a test repeats what depends on the moment: CORVEL_TEST_RUNS, or 20.
+    /// How often a test repeats what depends on timing: CORVEL_TEST_RUNS, or 20.
     [[nodiscard]] static int runs();
 
     /// Adds a connection between a source port "Out" and a destination port "In", both number 0 of their programs.
@@ -67,22 +67,22 @@ protected:
     void start(const std::vector<std::string>& options = {});
     /// Starts the program on the document as it is. Returns after its first load.
     void startOnDocument(const std::vector<std::string>& options = {});
-    /// The arguments of a command for the program that runs.
+    /// The arguments of a command for the running program.
     [[nodiscard]] std::vector<std::string> command(const std::vector<std::string>& options) const;
-    /// How long a command may take whose process alone, asking nobody for anything, took `alone` on the same machine:
-    /// far above the second that the router's part may take where nothing else runs.
+    /// Time limit of a command, given the time `alone` of a process that asks no other one: far above the second that
+    /// the router's part may take on an otherwise idle machine.
     [[nodiscard]] static std::chrono::milliseconds promptLimit(const TimedCommand& alone) {
         return 2 * alone.duration() + std::chrono::seconds(3);
     }
     /// Ends the program as its user does.
     void terminate();
 
-    /// Stops the program in its tracks, as a machine does that has no time for it: what is played meanwhile waits
-    /// together in the sequencer. Returns when every thread stands.
+    /// Stops all threads of the program, as a machine without time for it: messages wait in the sequencer meanwhile.
+    /// Returns when every thread is stopped.
     void halt();
     void resume() const;
 
-    /// Waits until the condition holds; false past the deadline or when the program has ended.
+    /// Waits until the condition holds; false after the deadline or if the program has ended.
     template <typename Condition>
     [[nodiscard]] bool waitUntil(Condition condition, std::chrono::milliseconds limit = kDeadline) {
         const auto deadline = std::chrono::steady_clock::now() + limit;
@@ -95,11 +95,11 @@ protected:
     }
     /// Waits until the program has connected the source.
     [[nodiscard]] bool waitUntilHeard(const SequencerPeer& peer, SequencerAddress source);
-    /// Lets another program with one source port come or, if it is there, go, then waits for the settled reload.
+    /// Starts another program with one source port or, if it is running, ends it; then waits for the settled reload.
     void plugAndSettle();
 
-    /// Plays numbered notes from `first` on in batches, no further ahead of the receiver than the sequencer keeps;
-    /// between two batches `between(notes played so far)` runs. The receiver has recorded `first` events before.
+    /// Plays numbered notes from `first` on in batches, never more ahead of the receiver than the sequencer keeps.
+    /// Calls `between(notes played so far)` between two batches. The receiver has recorded `first` events before.
     template <typename Between>
     void playInBatches(SequencerPeer& player, SequencerAddress port, SequencerPeer& receiver, unsigned first,
                        unsigned count, unsigned batch, Between between) {
@@ -110,15 +110,15 @@ protected:
             between(number + batch - first);
         }
     }
-    /// Expects the numbered notes from 0 on and nothing else.
+    /// Expects exactly the numbered notes from 0 on.
     static void expectNumberedNotes(const SequencerPeer& receiver, unsigned count);
     static void expectNumberedNotes(const std::vector<ReceivedEvent>& events, unsigned count);
 
-    /// Lines on the program's standard error with this text.
+    /// The lines on the program's standard error with this text.
     [[nodiscard]] std::vector<std::string> errorLines(const std::string& text);
     /// The summaries of all reloads so far.
     [[nodiscard]] std::vector<ReloadSummary> reloads();
-    /// Resident memory of the program in KiB: at present ("VmRSS") or the most that it ever was ("VmHWM").
+    /// Resident memory of the program in KiB: current ("VmRSS") or maximum ("VmHWM").
     [[nodiscard]] long memoryKiB(const std::string& field) const;
 
     [[nodiscard]] std::filesystem::path document() const { return folder_ / "routes.json"; }

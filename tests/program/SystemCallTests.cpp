@@ -1,5 +1,5 @@
-// How often the router goes to the kernel for what it routes, counted by the kernel itself: the system calls of the
-// thread that routes. Each costs a performer's note some microseconds; no noise of the machine touches the count.
+// The number of system calls of the routing thread, counted by the kernel itself. Each call delays a note by some
+// microseconds. The count does not depend on the load of the machine.
 
 #include "tests/program/SequencerProgramFixture.hpp"
 #include "tests/support/SystemCallCounter.hpp"
@@ -20,7 +20,7 @@ protected:
         connect("Stage Keyboard", "Stage Synth");
     }
 
-    /// Starts the program and counts from when it rests. Skips the test on a kernel that does not count.
+    /// Starts the program and counts once it is idle. Skips the test if the kernel cannot count.
     void startCounting() {
         ASSERT_NO_FATAL_FAILURE(start());
         ASSERT_NO_FATAL_FAILURE(plugAndSettle());
@@ -35,7 +35,7 @@ protected:
         return static_cast<double>(counter_->count() - before_) / notes;
     }
 
-    /// Plays notes alone, each when the one before has arrived and the pause is over.
+    /// Plays single notes: each when the previous one has arrived and the pause is over.
     void playAlone(unsigned count, std::chrono::milliseconds pause) {
         for (unsigned number = 0; number < count; ++number) {
             const auto next = std::chrono::steady_clock::now() + pause;
@@ -46,7 +46,7 @@ protected:
         expectNumberedNotes(synth_, count);
     }
 
-    /// The thread whose name ends as its queue's label does; a thread's name holds 15 bytes.
+    /// The thread whose name ends as its queue's label; a thread's name has at most 15 bytes.
     [[nodiscard]] pid_t engineThread() const {
         const std::string ending = ".engine";
         const std::filesystem::path tasks = "/proc/" + std::to_string(corvel_->pid()) + "/task";

@@ -24,7 +24,7 @@ using ::testing::StartsWith;
 /// The program with its window, which Qt draws in memory.
 class WindowProgram : public ProgramFixture {
 protected:
-    /// Width and height that a PNG file tells of itself.
+    /// The width and height in the header of a PNG file.
     [[nodiscard]] static std::pair<std::uint32_t, std::uint32_t> pictureSize(const std::filesystem::path& file) {
         const std::string head = readFile(file).substr(0, 24);
         EXPECT_EQ(head.substr(0, 8), "\x89PNG\r\n\x1A\n");
@@ -38,7 +38,7 @@ protected:
         return {number(16), number(20)};
     }
 
-    /// One line of complaint and status 1.
+    /// Expects one line of complaint and status 1.
     static void expectFailure(ChildProcess& program, const std::string& complaint) {
         EXPECT_EQ(program.wait(kDeadline), 1);
         EXPECT_EQ(program.standardOutput(), "");

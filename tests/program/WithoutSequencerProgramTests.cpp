@@ -15,7 +15,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-/// Two sets: "Tour" (current) with a connection between devices that are called "Piano" and "Organ", and "Encore".
+/// Two sets: "Tour" (current) with a connection between devices called "Piano" and "Organ", and "Encore".
 constexpr const char* kSets = R"({
   "selectedSetID": "00000000-0000-4000-8000-000000000001",
   "routeSets": [
@@ -28,7 +28,7 @@ constexpr const char* kSets = R"({
 constexpr const char* kProblem =
     "corvel: the ALSA sequencer cannot be opened (/dev/snd/seq: No such file or directory)";
 
-/// A user with sets at a machine without a sequencer.
+/// A user with sets on a machine without a sequencer.
 class WithoutSequencerProgram : public ProgramFixture {
 protected:
     void SetUp() override {
@@ -127,7 +127,7 @@ TEST_F(ProgramFiles, FindsTheProgramWithTheWindowWhereItIsInstalled) {
     std::filesystem::create_directories(installed.parent_path());
     std::filesystem::create_directories(data / "bin");
     std::filesystem::copy_file(CORVEL_PROGRAM, data / "bin/corvel");
-    // A link does: the program that runs tells what it was started with.
+    // A link is enough: the program prints its arguments.
     std::filesystem::create_symlink("/bin/echo", installed);
     ChildProcess program({(data / "bin/corvel").string(), "--midi", "demo"});
     EXPECT_EQ(program.wait(kDeadline), 0);

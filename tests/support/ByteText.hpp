@@ -7,7 +7,7 @@
 
 namespace corvel::tests {
 
-/// Bytes as a reader of MIDI dumps expects them: "90 3C 64".
+/// Bytes as in MIDI dumps: "90 3C 64".
 template <typename Bytes>
 [[nodiscard]] std::string byteText(const Bytes& bytes) {
     constexpr std::string_view kDigits = "0123456789ABCDEF";

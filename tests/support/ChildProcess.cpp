@@ -93,7 +93,7 @@ void ChildProcess::signal(int number) const {
 std::optional<int> ChildProcess::wait(std::chrono::milliseconds limit) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
     while (!status_) {
-        // Its output is taken meanwhile, or a full pipe would keep it from ending.
+        // Reads its output meanwhile, because a full pipe would keep it from ending.
         readInto(output_);
         readInto(error_);
         constexpr int kLookMs = 50;

@@ -9,11 +9,11 @@
 
 namespace corvel::tests {
 
-/// Another program, started by a test and ended with it at the latest. Belongs to one thread.
+/// Another program that a test starts, and that ends with the test at the latest. Belongs to one thread.
 class ChildProcess {
 public:
-    /// Starts `arguments[0]`, found on the path; `input` becomes its standard input, which then stays open until
-    /// `closeInput()`. Throws `std::system_error`.
+    /// Starts `arguments[0]` from the path. `input` becomes its standard input, which stays open until `closeInput()`.
+    /// Throws `std::system_error`.
     explicit ChildProcess(const std::vector<std::string>& arguments, const std::string& input = {});
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
@@ -23,14 +23,14 @@ public:
     void closeInput();
     void signal(int number) const;
 
-    /// The exit status, or the negative number of the signal that ended it; no value if it still runs past the limit.
+    /// The exit status, or the negative number of the signal that ended it; no value if it still runs after the limit.
     [[nodiscard]] std::optional<int> wait(std::chrono::milliseconds limit);
 
-    /// What it has written so far.
+    /// The output so far.
     [[nodiscard]] const std::string& standardOutput();
     [[nodiscard]] const std::string& standardError();
 
-    /// Waits until the text is in standard output or standard error; false past the limit.
+    /// Waits until the text is in standard output or standard error; false after the limit.
     [[nodiscard]] bool waitForOutput(const std::string& text, std::chrono::milliseconds limit);
     [[nodiscard]] bool waitForError(const std::string& text, std::chrono::milliseconds limit);
 

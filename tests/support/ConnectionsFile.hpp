@@ -9,19 +9,19 @@
 
 namespace corvel::tests {
 
-/// The unique ID that the rules give a port: 32-bit FNV-1a over direction, identity, port number and port name, a line
-/// feed between them. `direction` is "source" or "destination"; the identity of software and of kernel clients without
-/// a card is the client name.
+/// The unique ID of a port: 32-bit FNV-1a over direction, identity, port number and port name, with a line feed between
+/// them. `direction` is "source" or "destination". The identity of programs and of kernel clients without a card is the
+/// client name.
 [[nodiscard]] std::int32_t endpointID(std::string_view direction, std::string_view identity, int port,
                                       std::string_view portName);
 
-/// A connections file as a user would have it, written by hand rather than by the program under test.
+/// A connections file as a user writes it by hand, independent of the program under test.
 class ConnectionsFile {
 public:
     struct Connection {
         std::int32_t sourceID = 0;
         std::int32_t destinationID = 0;
-        /// 1 to 16; none for "as is".
+        /// 1 to 16; no value for "As Is".
         std::optional<int> forcedChannel{};
         bool isEnabled = true;
     };

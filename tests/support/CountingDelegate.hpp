@@ -7,7 +7,7 @@
 
 namespace corvel::tests {
 
-/// Counts the messages that an engine reports, and keeps nothing of them.
+/// Counts the messages that an engine reports, and stores nothing.
 class CountingDelegate final : public MIDIRouterEngineDelegate {
 public:
     std::size_t routed = 0;

@@ -4,8 +4,8 @@
 
 namespace corvel::tests {
 
-/// Time after which a wait for something that has to happen counts as failed. Far above what an emulated machine on a
-/// busy host needs, so that only a real failure reaches it.
+/// Time limit for anything that must happen. Far above what an emulated machine on a busy host needs, so that only a
+/// real failure reaches it.
 inline constexpr std::chrono::seconds kDeadline{20};
 
 }  // namespace corvel::tests

@@ -8,12 +8,12 @@
 
 namespace corvel::tests {
 
-/// The text of a JSON object whose members a test takes away, adds and replaces, also by values that are not valid.
+/// The text of a JSON object in which a test removes, adds and replaces members, also by invalid values.
 class ObjectText {
 public:
     ObjectText(std::initializer_list<std::pair<std::string, std::string>> members) : members_(members) {}
 
-    /// The object with a member, given as JSON text, in place of the one with that key or behind all others.
+    /// The object with a member, given as JSON text. It replaces the member with that key, or comes last.
     [[nodiscard]] ObjectText with(std::string_view key, std::string value) const {
         ObjectText changed = *this;
         for (auto& [memberKey, memberValue] : changed.members_) {
@@ -26,7 +26,7 @@ public:
         return changed;
     }
 
-    /// The object with a further member of that key, behind all others.
+    /// The object with another member of that key, which comes last.
     [[nodiscard]] ObjectText withDuplicate(std::string_view key, std::string value) const {
         ObjectText changed = *this;
         changed.members_.emplace_back(key, std::move(value));
@@ -51,7 +51,7 @@ private:
     std::vector<std::pair<std::string, std::string>> members_;
 };
 
-/// A text in JSON's quotation marks; for texts that need no escapes.
+/// A text in JSON's quotation marks, for texts without characters that need escapes.
 [[nodiscard]] inline std::string inQuotes(std::string_view text) {
     return "\"" + std::string(text) + "\"";
 }
@@ -71,7 +71,7 @@ inline constexpr std::string_view kVariantIDText = "A1A0B5C0-4D09-4E6B-8C00-1122
 inline constexpr std::string_view kOtherVariantIDText = "B2B0C6D1-5E0A-4F7C-8D11-2233445566AA";
 inline constexpr std::string_view kUnknownIDText = "00000000-1111-4222-8333-444444444444";
 
-/// A connection with the required keys only: from 1 to 2, as it is, enabled.
+/// A connection with only the required keys: from 1 to 2, "As Is", enabled.
 [[nodiscard]] inline ObjectText routeText() {
     return {{"id", inQuotes(kRouteIDText)},
             {"sourceID", "1"},
@@ -80,7 +80,7 @@ inline constexpr std::string_view kUnknownIDText = "00000000-1111-4222-8333-4444
             {"isEnabled", "true"}};
 }
 
-/// An assignment with the required keys only: "Lead" from 3 to 4.
+/// An assignment with only the required keys: "Lead" from 3 to 4.
 [[nodiscard]] inline ObjectText variantText() {
     return {{"id", inQuotes(kVariantIDText)}, {"name", inQuotes("Lead")}, {"sourceID", "3"}, {"destinationID", "4"}};
 }
@@ -95,7 +95,7 @@ inline constexpr std::string_view kUnknownIDText = "00000000-1111-4222-8333-4444
     return {{"routeSets", arrayText(sets)}, {"selectedSetID", inQuotes(kSetIDText)}};
 }
 
-/// The text of a document around one object of any kind.
+/// The text of a document with one object of any kind.
 [[nodiscard]] inline std::string inDocument(const ObjectText& document) {
     return document.text();
 }

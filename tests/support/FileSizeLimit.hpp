@@ -9,8 +9,8 @@
 
 namespace corvel::tests {
 
-/// Makes every write beyond so many bytes of any file fail with "File too large" until the end of the scope, also for
-/// root: what a full disk does, on demand. Keep the scope small: it holds for the test's own output too.
+/// Makes every write beyond this size of a file fail with "File too large" until the end of the scope, also for root,
+/// as a full disk would. Keep the scope small: it also applies to the test's own output.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(std::size_t bytes) : previousHandler_(std::signal(SIGXFSZ, SIG_IGN)) {

@@ -10,7 +10,7 @@ std::atomic<std::size_t> allocationCount{0};
 
 void* allocate(std::size_t size, std::size_t alignment) {
     allocationCount.fetch_add(1, std::memory_order_relaxed);
-    // aligned_alloc wants a multiple of the alignment.
+    // aligned_alloc requires a multiple of the alignment.
     void* memory = alignment <= alignof(std::max_align_t)
                        ? std::malloc(size)
                        : std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
@@ -30,7 +30,7 @@ std::size_t heapAllocationCount() {
 
 }  // namespace corvel::tests
 
-// The library's other forms of new and delete come down to these.
+// The library's other forms of new and delete call these.
 void* operator new(std::size_t size) {
     return allocate(size, alignof(std::max_align_t));
 }

@@ -4,7 +4,7 @@
 
 namespace corvel::tests {
 
-/// How many times this program has taken memory from the heap with `new`, on any thread.
+/// The number of heap allocations of this program by `new`, on any thread.
 [[nodiscard]] std::size_t heapAllocationCount();
 
 }  // namespace corvel::tests

@@ -6,7 +6,7 @@
 
 namespace corvel::tests {
 
-/// A wall clock that shows what a test sets. One thread only.
+/// A wall clock that shows the time that a test sets. One thread only.
 class ManualClock : public Clock {
 public:
     /// 2024-01-01 00:00:00 UTC.

@@ -83,7 +83,7 @@ Task ManualQueue::takeNext() {
 
 std::shared_ptr<DispatchWorkItem> ManualQueue::takeDue(std::chrono::nanoseconds until) {
     const std::lock_guard lock(mutex_);
-    // The first of those due at the same instant, so that they run in the order in which they were scheduled.
+    // The first of those with the same due time, so that they run in the order in which they were scheduled.
     const auto first = std::ranges::min_element(scheduled_, {}, &Scheduled::due);
     if (first == scheduled_.end() || first->due > until) {
         return nullptr;
@@ -95,7 +95,7 @@ std::shared_ptr<DispatchWorkItem> ManualQueue::takeDue(std::chrono::nanoseconds 
 }
 
 void ManualQueue::run(Task task) {
-    // Restores the runner also when the task throws.
+    // Restores the runner even if the task throws.
     class Running {
     public:
         explicit Running(ManualQueue& queue) : queue_(queue) {
@@ -114,7 +114,8 @@ void ManualQueue::run(Task task) {
         std::thread::id before_;
     };
     const Running running(*this);
-    // A local, so that what the task holds is released while the queue still counts as running, as on a real one.
+    // A local variable, so that what the task owns is released while the queue still counts as running, as on a real
+    // one.
     Task work = std::move(task);
     work();
 }

@@ -14,17 +14,17 @@
 
 namespace corvel::tests {
 
-/// A serial queue that stands still: its tasks run only when a test says so, on the test's thread, and its time passes
-/// only when the test lets it pass.
+/// A serial queue that a test drives by hand: its tasks run, and its time passes, only when the test says so, on the
+/// test's thread.
 ///
-/// Posting is safe from any thread; running is for one thread. An exception that leaves a task reaches the test.
+/// Any thread may post; one thread runs the tasks. An exception that leaves a task reaches the test.
 class ManualQueue : public DispatchQueue {
 public:
     /// When the queue is the current one.
     enum class Current : std::uint8_t {
         /// While one of its tasks runs.
         whileRunning,
-        /// Always, on the thread that made the queue: a main queue whose main thread is the test's.
+        /// Always, on the thread that created the queue: a main queue whose main thread is the test's.
         onMakerThread,
     };
 
@@ -32,7 +32,7 @@ public:
 
     void async(Task task) override;
 
-    /// Runs everything that is pending and then the task; on the queue itself, the task alone.
+    /// Runs all pending tasks and then this one. On the queue itself, runs only this one.
     void sync(Task task) override;
 
     void asyncAfter(std::chrono::nanoseconds delay, std::shared_ptr<DispatchWorkItem> item) override;
@@ -42,11 +42,11 @@ public:
     /// Runs the oldest pending task; false if there is none.
     bool runNext();
 
-    /// Runs the pending tasks, and those that they post, until there is none. Returns how many ran.
+    /// Runs the pending tasks, and those that they post, until there are none. Returns how many ran.
     std::size_t runAll();
 
-    /// Lets time pass on an otherwise idle queue: runs what is pending, then each work item at the instant at which it
-    /// falls due, with everything that it posts.
+    /// Lets time pass on an otherwise idle queue: runs pending tasks, then each work item at the time at which it is
+    /// due, with everything that it posts.
     void advance(std::chrono::nanoseconds duration);
 
 private:
@@ -63,7 +63,7 @@ private:
     const std::thread::id maker_ = std::this_thread::get_id();
     mutable std::mutex mutex_;
     std::thread::id runner_;
-    // A ring rather than a deque: once warm, posting allocates nothing, so allocations can be counted around it.
+    // A ring instead of a deque: after warm-up, posting allocates nothing, so that tests can count allocations.
     boost::circular_buffer<Task> tasks_;
     std::vector<Scheduled> scheduled_;
     std::chrono::nanoseconds now_{0};

@@ -13,7 +13,7 @@
 
 namespace corvel::tests {
 
-/// Documents of every shape that can be written, for tests that hold for all of them.
+/// Random documents of all shapes that can be written.
 class RandomDocuments {
 public:
     explicit RandomDocuments(std::uint32_t seed) : random_(seed) {}
@@ -43,7 +43,7 @@ private:
         return id;
     }
 
-    /// Never "Default": an assignment of that name is renamed when it is read.
+    /// Never "Default", because reading renames an assignment of that name.
     std::string text() {
         static constexpr std::array<std::string_view, 16> kPieces{
             "a",    "Z",    " ",      "/",      "\\",         "\"",     "\n",       std::string_view("\0", 1),

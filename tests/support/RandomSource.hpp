@@ -6,12 +6,12 @@
 
 namespace corvel::tests {
 
-/// Numbers that look random and are the same on every run and machine: a test that fails once fails always.
+/// Pseudo-random numbers that are the same on every run and machine, so that failures are reproducible.
 class RandomSource {
 public:
     explicit RandomSource(std::uint32_t seed) : engine_(seed) {}
 
-    /// A number from 0 up to, and without, `bound`.
+    /// A number from 0 up to, but not including, `bound`.
     [[nodiscard]] std::size_t below(std::size_t bound) { return engine_() % bound; }
 
     [[nodiscard]] std::uint8_t byte() { return static_cast<std::uint8_t>(engine_() & 0xFFU); }

@@ -12,7 +12,7 @@
 
 namespace corvel::tests {
 
-/// Keeps every report of an engine: all of them as text in the order of arrival, and the events whole.
+/// Keeps every report of an engine: all as text in the order of arrival, and the events themselves.
 class RecordingDelegate : public MIDIRouterEngineDelegate {
 public:
     /// "endpoints changed", "routed [90 3C 64]", "failed: " and the text, "logged: " and the message.
@@ -23,10 +23,10 @@ public:
     std::size_t endpointChanges = 0;
     /// The engine that made the last report.
     const CoreMIDIRouterEngine* reporter = nullptr;
-    /// Called inside every report, after it was kept.
+    /// Called inside every report, after it was stored.
     std::function<void()> onReport;
 
-    /// The reports so far, which are forgotten; the events stay.
+    /// Returns the reports so far and forgets them; the events stay.
     [[nodiscard]] std::vector<std::string> takeReports() { return std::exchange(reports, {}); }
 
     /// The messages of the diagnostics so far.

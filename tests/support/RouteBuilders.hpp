@@ -23,7 +23,7 @@ namespace corvel::tests {
     return id;
 }
 
-/// What a test wants to say about an assignment; the rest keeps these values.
+/// The fields of an assignment that a test sets; the others keep these values.
 struct VariantFields {
     UUID id = makeID(100);
     std::string name = "As Is";
@@ -51,7 +51,7 @@ struct VariantFields {
             std::move(fields.destinationManufacturer)};
 }
 
-/// What a test wants to say about a connection; the rest keeps these values.
+/// The fields of a connection that a test sets; the others keep these values.
 struct RouteFields {
     UUID id = makeID(1);
     std::int32_t sourceID = 1;
@@ -67,7 +67,7 @@ struct RouteFields {
 };
 
 /// `makeRoute({.sourceID = 5, .destinationID = 6, .channelMode = ChannelMode::force(10)})`, through the connection's
-/// constructor: without variants it gets one of its own.
+/// constructor, which adds a variant if there is none.
 [[nodiscard]] inline MIDIRoute makeRoute(RouteFields fields = {}) {
     return {fields.id,
             fields.sourceID,

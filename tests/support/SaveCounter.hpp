@@ -14,14 +14,14 @@
 
 namespace corvel::tests {
 
-/// Counts how often a file was put in its place by renaming, which is how documents are saved. Says nothing of files
-/// that are written where they stand. One thread only.
+/// Counts how often a file was replaced by renaming, which is how documents are saved. Does not count files that are
+/// written in place. One thread only.
 class SaveCounter {
 public:
-    /// The file's folder has to exist.
+    /// The file's folder must exist.
     explicit SaveCounter(const std::filesystem::path& file)
         : name_(file.filename().string()), descriptor_(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
-        // Both ends of a rename, since the system reports equal events that follow each other as one.
+        // Both events of a rename, because the system merges equal events that follow each other.
         if (descriptor_ < 0 ||
             ::inotify_add_watch(descriptor_, file.parent_path().c_str(), IN_MOVED_FROM | IN_MOVED_TO) < 0) {
             throw std::system_error(errno, std::generic_category(), "inotify");

@@ -7,7 +7,7 @@
 
 namespace corvel::tests {
 
-/// An environment variable set (or, without a value, removed) until the end of the scope.
+/// Sets an environment variable until the end of the scope; removes it if there is no value.
 class ScopedEnvironment {
 public:
     ScopedEnvironment(std::string name, const std::optional<std::string>& value) : name_(std::move(name)) {

@@ -6,7 +6,7 @@ namespace corvel::tests {
 
 namespace {
 
-/// Notes that leave with one system call.
+/// Number of notes that one system call sends.
 constexpr int kTogether = 200;
 constexpr int kPerSecond = 24'000;
 constexpr std::chrono::nanoseconds kPause = std::chrono::seconds(1) * kTogether / kPerSecond;
@@ -44,11 +44,11 @@ void SequencerFlood::play() {
         const auto next = std::chrono::steady_clock::now() + kPause;
         while (snd_seq_event_output_buffer(handle, &note) >= 0) {
         }
-        // What a receiver has no room for is lost; that is what makes it a flood.
+        // Notes for a full receiver are lost, as a flood requires.
         if (snd_seq_drain_output(handle) < 0) {
             snd_seq_drop_output_buffer(handle);
         }
-        // The pace of the program that is played, not a wait for anything.
+        // This is the pace of the simulated program, not a wait.
         std::this_thread::sleep_until(next);
     }
 }

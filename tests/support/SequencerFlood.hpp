@@ -8,9 +8,9 @@
 
 namespace corvel::tests {
 
-/// A program with a source port "Out" that plays one note over and over, 24,000 times a second if the machine can, 200
-/// times with each system call, in a thread of its own. Four of them play more than a router in an emulated machine can
-/// send. Its operations belong to the test's thread.
+/// A program with a source port "Out" that plays one note repeatedly, up to 24,000 times a second, 200 notes with each
+/// system call, in a thread of its own. Four of them play more than a router in an emulated machine can send. Its
+/// operations belong to the test's thread.
 class SequencerFlood {
 public:
     explicit SequencerFlood(const std::string& name);
@@ -18,7 +18,7 @@ public:
     SequencerFlood& operator=(const SequencerFlood&) = delete;
     ~SequencerFlood();
 
-    /// To be left alone between `begin()` and `end()`.
+    /// Not to be used between `begin()` and `end()`.
     [[nodiscard]] const SequencerPeer& peer() const { return peer_; }
     [[nodiscard]] SequencerAddress port() const { return port_; }
 

@@ -22,7 +22,7 @@ int orThrow(int status, const char* operation) {
     return status;
 }
 
-/// One of alsa-lib's opaque records, which only the library can make.
+/// One of alsa-lib's opaque records, which only the library can create.
 template <typename Record, int (*Make)(Record**), void (*Free)(Record*)>
 class Owned {
 public:
@@ -42,7 +42,7 @@ using Pool = Owned<snd_seq_client_pool_t, snd_seq_client_pool_malloc, snd_seq_cl
 using Subscription = Owned<snd_seq_port_subscribe_t, snd_seq_port_subscribe_malloc, snd_seq_port_subscribe_free>;
 using Query = Owned<snd_seq_query_subscribe_t, snd_seq_query_subscribe_malloc, snd_seq_query_subscribe_free>;
 
-/// Length of the message that begins the bytes, by its status byte.
+/// Length of the message at the start of the bytes, by its status byte.
 std::size_t messageLength(std::span<const std::uint8_t> bytes) {
     const std::uint8_t status = bytes.front();
     std::size_t length = 1;
@@ -180,11 +180,11 @@ int SequencerPeer::disconnect(SequencerAddress from, SequencerAddress to) {
 
 bool SequencerPeer::readWaiting() {
     if (pace_ > std::chrono::milliseconds(0)) {
-        // The slow program that is being played, not a wait for anything.
+        // This is the pace of the simulated slow program, not a wait.
         std::this_thread::sleep_for(pace_);
     }
     bool isWhole = true;
-    // One read of the descriptor fills alsa-lib's buffer; a slow program takes one such portion at a time.
+    // One read of the descriptor fills alsa-lib's buffer. A slow program reads one such portion at a time.
     do {
         snd_seq_event_t* event = nullptr;
         const int status = snd_seq_event_input(handle_.get(), &event);
@@ -228,7 +228,7 @@ bool SequencerPeer::waitForInput(std::chrono::steady_clock::time_point deadline)
     }
     pollfd descriptor{};
     orThrow(snd_seq_poll_descriptors(handle_.get(), &descriptor, 1, POLLIN), "ask for the descriptor");
-    // Whatever else the caller's condition looks at is looked at again soon.
+    // The condition may depend on other things, so it is soon checked again.
     constexpr std::chrono::milliseconds kLook{10};
     poll(&descriptor, 1, static_cast<int>(std::min(left, kLook).count()));
     return true;
@@ -339,7 +339,7 @@ snd_seq_event_t rawEvent(std::span<const std::uint8_t> bytes) {
     event.type = SND_SEQ_EVENT_SYSEX;
     event.flags = SND_SEQ_EVENT_LENGTH_VARIABLE;
     event.data.ext.len = static_cast<unsigned>(bytes.size());
-    // The kernel only reads it; alsa-lib's record has no const.
+    // The kernel only reads it, but alsa-lib's record is not const.
     event.data.ext.ptr = const_cast<std::uint8_t*>(bytes.data());
     return event;
 }

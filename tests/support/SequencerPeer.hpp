@@ -18,7 +18,7 @@ namespace corvel::tests {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// Where a port is in the sequencer.
+/// The address of a port in the sequencer.
 struct SequencerAddress {
     int client = -1;
     int port = -1;
@@ -30,7 +30,7 @@ struct SequencerAddress {
     }
 };
 
-/// What another program can learn about a port.
+/// The properties of a port that other programs see.
 struct SequencerPort {
     SequencerAddress address;
     std::string clientName;
@@ -39,22 +39,22 @@ struct SequencerPort {
     unsigned type = 0;
 };
 
-/// One event as a peer received it.
+/// An event as a peer received it.
 struct ReceivedEvent {
     SequencerAddress sender;
-    /// The peer's own port that it came to.
+    /// The peer's port that received it.
     int port = -1;
     snd_seq_event_type_t type = 0;
-    /// Its MIDI bytes, with every status byte; exclusive data as it came. Empty for announcements.
+    /// Its MIDI bytes, with every status byte; SysEx data unchanged. Empty for announcements.
     Bytes bytes;
     std::chrono::steady_clock::time_point time;
-    /// The event itself; the data pointer of a variable-length one is dead.
+    /// The event itself; the data pointer of a variable-length event is invalid.
     snd_seq_event_t event{};
 };
 
-/// Another program on the ALSA sequencer: a client of its own with ports, which plays and records.
+/// Another program on the ALSA sequencer: a client with ports that plays and records.
 ///
-/// Belongs to one thread. Whatever the sequencer refuses that a test relies on throws `std::system_error`. Waiting is
+/// Belongs to one thread. Throws `std::system_error` if the sequencer refuses something that a test relies on. Waits by
 /// polling with a deadline.
 class SequencerPeer {
 public:
@@ -75,31 +75,31 @@ public:
     void setCapability(SequencerAddress port, unsigned capability);
     void rename(const std::string& name);
 
-    /// Sets how many unread events the sequencer keeps for this peer; 200 at the start, at most 2000.
+    /// Sets how many unread events the sequencer keeps for this peer: 200 at first, at most 2,000.
     void setInputPool(std::size_t cells);
 
-    /// How long this peer is busy with other things before each reading: a slow program.
+    /// Sets how long this peer pauses before each read, to simulate a slow program.
     void setReadingPace(std::chrono::milliseconds pace) { pace_ = pace; }
 
     // Playing
-    /// Plays whole messages to the port's subscribers; exclusive ones in pieces of 256 bytes, as from a device.
+    /// Plays whole messages to the port's subscribers, SysEx messages in pieces of 256 bytes as a device does.
     void play(SequencerAddress port, std::span<const std::uint8_t> bytes);
     void play(SequencerAddress port, std::initializer_list<std::uint8_t> bytes);
-    /// Sends one event as it is to the port's subscribers, or to one destination. Gives the sequencer's answer.
+    /// Sends one event unchanged to the port's subscribers, or to one destination. Returns the sequencer's answer.
     int emit(SequencerAddress port, snd_seq_event_t event);
     int emitTo(SequencerAddress port, SequencerAddress destination, snd_seq_event_t event);
-    /// Plays note-ons numbered by key and velocity (`numberedNote`) from `first` on, as fast as it goes.
+    /// Plays note-ons numbered by key and velocity (`numberedNote`) from `first` on, as fast as possible.
     void playNumberedNotes(SequencerAddress port, unsigned first, unsigned count);
 
-    // Patching; any two ports. Gives the sequencer's answer.
+    // Patching; any two ports. Returns the sequencer's answer.
     int connect(SequencerAddress from, SequencerAddress to);
     int disconnect(SequencerAddress from, SequencerAddress to);
 
     // Listening
-    /// Records what has arrived. False if the sequencer threw the input away because the pool was full.
+    /// Records what has arrived. Returns false if the sequencer dropped the input because the pool was full.
     bool readWaiting();
 
-    /// Reads until `isDone()`; false if it did not come true in time.
+    /// Reads until `isDone()`; false after the time limit.
     template <typename Condition>
     [[nodiscard]] bool readUntil(Condition isDone, std::chrono::milliseconds limit = kDeadline) {
         const auto deadline = std::chrono::steady_clock::now() + limit;
@@ -110,17 +110,17 @@ public:
         }
         return true;
     }
-    /// Reads until this many events are recorded; false if they did not come in time.
+    /// Reads until this many events are recorded; false after the time limit.
     [[nodiscard]] bool readUntilCount(std::size_t count, std::chrono::milliseconds limit = kDeadline) {
         return readUntil([&] { return received_.size() >= count; }, limit);
     }
-    /// Reads until this many bytes are recorded; false if they did not come in time.
+    /// Reads until this many bytes are recorded; false after the time limit.
     [[nodiscard]] bool readUntilBytes(std::size_t count, std::chrono::milliseconds limit = kDeadline) {
         return readUntil([&] { return receivedByteCount_ >= count; }, limit);
     }
 
     [[nodiscard]] const std::vector<ReceivedEvent>& received() const { return received_; }
-    /// The bytes of all recorded events, in order; those of one port only, where one is given.
+    /// The bytes of all recorded events, in order; if a port is given, only of its events.
     [[nodiscard]] Bytes receivedBytes() const;
     [[nodiscard]] Bytes receivedBytes(SequencerAddress port) const;
     [[nodiscard]] unsigned overruns() const { return overruns_; }
@@ -128,9 +128,9 @@ public:
 
     // Looking around, as a patch bay does
     [[nodiscard]] std::vector<SequencerPort> ports() const;
-    /// Where the port with this name is now; throws if there is none.
+    /// The address of the port with this name; throws if there is none.
     [[nodiscard]] SequencerAddress find(const std::string& clientName, const std::string& portName) const;
-    /// Where the source's events go.
+    /// The destinations of the source's events.
     [[nodiscard]] std::vector<SequencerAddress> subscribers(SequencerAddress source) const;
 
     /// The numbered note-on: key and velocity count up, velocity from 1; 16,256 different ones on channel 1.
@@ -142,7 +142,7 @@ private:
         void operator()(snd_midi_event_t* coder) const { snd_midi_event_free(coder); }
     };
 
-    /// False once the deadline has passed.
+    /// False after the deadline.
     [[nodiscard]] bool waitForInput(std::chrono::steady_clock::time_point deadline);
     void record(const snd_seq_event_t& event);
     void playOne(SequencerAddress port, std::span<const std::uint8_t> message);
@@ -156,14 +156,14 @@ private:
     unsigned overruns_ = 0;
 };
 
-/// Programs with this name, started until one got the client number; the last one did. The sequencer gives the lowest
-/// free number, so that a number that was just given up comes back at once.
+/// Starts programs with this name until one gets the client number; that is the last. The sequencer gives the lowest
+/// free number, so a number that has just been released is reused at once.
 [[nodiscard]] std::vector<std::unique_ptr<SequencerPeer>> startUntilClient(const std::string& name, int client);
 
-/// Events to emit, built by hand.
+/// Events to emit
 [[nodiscard]] snd_seq_event_t noteEvent(snd_seq_event_type_t type, unsigned channel, unsigned key, unsigned velocity);
 [[nodiscard]] snd_seq_event_t controlEvent(snd_seq_event_type_t type, unsigned channel, unsigned parameter, int value);
-/// Raw bytes; they have to outlive the sending.
+/// Raw bytes, which must outlive the sending.
 [[nodiscard]] snd_seq_event_t rawEvent(std::span<const std::uint8_t> bytes);
 
 }  // namespace corvel::tests

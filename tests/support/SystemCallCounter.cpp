@@ -15,7 +15,7 @@ namespace corvel::tests {
 
 namespace {
 
-/// The number of the kernel's trace point at the begin of each system call; no value where there is none.
+/// The number of the kernel's trace point at the start of each system call; no value if there is none.
 std::optional<std::uint64_t> tracePoint() {
     constexpr const char* kFolder = "/sys/kernel/tracing";
     const std::string name = std::string(kFolder) + "/events/raw_syscalls/sys_enter/id";

@@ -7,16 +7,16 @@
 
 namespace corvel::tests {
 
-/// Counts one thread's system calls in the kernel, from the making of the counter on, without slowing the thread down.
+/// Counts one thread's system calls in the kernel, from its construction on, without slowing the thread down.
 class SystemCallCounter {
 public:
-    /// Null where the kernel has no such counter.
+    /// Null if the kernel has no such counter.
     [[nodiscard]] static std::unique_ptr<SystemCallCounter> of(pid_t thread);
     SystemCallCounter(const SystemCallCounter&) = delete;
     SystemCallCounter& operator=(const SystemCallCounter&) = delete;
     ~SystemCallCounter();
 
-    /// System calls so far; throws `std::system_error` if the kernel does not tell.
+    /// System calls so far; throws `std::system_error` if the kernel does not return the count.
     [[nodiscard]] std::uint64_t count() const;
 
 private:

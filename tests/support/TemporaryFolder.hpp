@@ -13,7 +13,7 @@
 
 namespace corvel::tests {
 
-/// A new empty folder that goes away, with all it then holds, at the end of the test.
+/// A new empty folder that is deleted with its content at the end of the test.
 class TemporaryFolder {
 public:
     TemporaryFolder() {
@@ -32,14 +32,14 @@ public:
 
     [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
-    /// A place inside the folder.
+    /// A path inside the folder.
     [[nodiscard]] std::filesystem::path operator/(std::string_view name) const { return path_ / name; }
 
 private:
     std::filesystem::path path_;
 };
 
-/// Writes a file, with the folders that it needs.
+/// Writes a file and creates its folders.
 inline void writeFile(const std::filesystem::path& path, std::string_view content) {
     std::filesystem::create_directories(path.parent_path());
     std::ofstream file(path, std::ios::binary | std::ios::trunc);

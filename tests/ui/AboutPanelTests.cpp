@@ -23,7 +23,7 @@ public:
     }
 };
 
-/// In a folder of its own, without an icon at first. Icons are told by their sides.
+/// Each test runs in a folder of its own, without an icon at first. Icons are identified by their sides.
 class AboutPanelTests : public ::testing::Test {
 protected:
     AboutPanelTests() { QDir::setCurrent(QString::fromStdString(folder.path().string())); }
@@ -42,7 +42,7 @@ protected:
 
     void writeJunk(const char* name) { tests::writeFile(folder / name, "no picture"); }
 
-    /// The side of the icon that is found; 0 if none is.
+    /// The side of the icon that is found; 0 if there is none.
     [[nodiscard]] int foundSide() const {
         const std::optional<QPixmap> icon = aboutPanelIcon(resource);
         return icon ? icon->width() : 0;

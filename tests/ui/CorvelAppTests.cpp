@@ -40,7 +40,7 @@ protected:
 
     [[nodiscard]] static bool isDark() { return QApplication::palette().color(QPalette::Window).lightness() < 128; }
 
-    /// Opens the application menu and uses it.
+    /// Opens the application menu and calls `use`.
     void withMenu(const std::function<void(QMenu& menu)>& use) {
         tests::withOpenMenu([this] { tests::button(app->window(), "Application menu").click(); }, use);
     }
@@ -54,7 +54,7 @@ protected:
         QTest::keyClick(app->window().windowHandle(), key, modifiers);
     }
 
-    /// Whether the application ends by itself when this is done.
+    /// Whether the application quits after this action.
     static bool ends(const std::function<void()>& action) {
         bool isTimeOver = false;
         QTimer limit;

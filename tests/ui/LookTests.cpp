@@ -14,7 +14,7 @@ TEST(Look, KeepsAnIconInItsColourAndSize) {
 
 TEST(Look, HoldsNoMoreIconsThanItsLimit) {
     const Look look(AppAppearanceMode::dark);
-    // As many shades as an hour of moving the pointer about makes; each picture takes 25 KiB.
+    // As many shades as an hour of moving the pointer makes; each picture needs 25 KiB.
     for (int shade = 0; shade < 256; ++shade) {
         const QPixmap icon = look.icon(QStringLiteral("plus"), 40, QColor(shade, 0, 0), 2);
         ASSERT_FALSE(icon.isNull());

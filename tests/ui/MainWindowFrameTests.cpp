@@ -35,7 +35,7 @@ protected:
 
     [[nodiscard]] bool isSaved() const { return settings->string(kFrameKey).has_value(); }
 
-    /// What the settings hold after a window has been left at this place and size.
+    /// Stores the settings of a window that was closed with this geometry.
     void leaveWindowAt(const QRect& geometry) {
         QWidget window;
         MainWindowFrame frame(window, settings);
@@ -46,7 +46,7 @@ protected:
         QCoreApplication::processEvents();
     }
 
-    /// The first frame: 1180 × 760 with the decorations in the middle of what the screen has free.
+    /// The default frame: 1180 × 760 with the decorations, in the middle of the free area of the screen.
     [[nodiscard]] static QRect firstFrame() {
         const QRect free = QGuiApplication::primaryScreen()->availableGeometry();
         return {free.x() + free.width() / 2 - 590, free.y() + free.height() / 2 - 380, 1180, 760};

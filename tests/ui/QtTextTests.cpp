@@ -35,7 +35,7 @@ TEST(QtText, ShowsAmpersandsInMenus) {
 }
 
 TEST(QtText, KeepsTheTextOfAMenuItemApartFromItsShortcut) {
-    // What follows a tab in a menu's title is taken for a shortcut.
+    // The toolkit would take the text after a tab for a shortcut.
     EXPECT_FALSE(menuTitle("A\tB").contains('\t'));
 }
 

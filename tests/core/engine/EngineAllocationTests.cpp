@@ -10,7 +10,7 @@
 namespace corvel::tests {
 namespace {
 
-/// Keys that play the synthesizer through two connections as is and one with a forced channel.
+/// Keys that play the synthesizer through two "As Is" connections and one with a forced channel.
 class EngineAllocation : public EngineFixture {
 protected:
     static constexpr std::size_t kConnections = 3;
@@ -22,7 +22,7 @@ protected:
         host->keepsSent = false;
     }
 
-    /// A packet arrives, as on a service's own thread or on the engine's queue, and is reported.
+    /// Delivers a packet, on a service's own thread or on the engine's queue, and waits for its report.
     void play(std::span<const std::uint8_t> packet) {
         const std::array arrivals{MIDIArrival{11, MIDIBytes(packet)}};
         if (arrivesOnQueue) {
@@ -51,7 +51,7 @@ TEST_F(EngineAllocation, TakesNoneForAShortMessageFromItsArrivalToItsReport) {
     const auto longest = sysEx<16>();
     play(longest);
     const std::size_t before = heapAllocationCount();
-    // More than the memory holds that is there from the start.
+    // More than the preallocated memory holds.
     for (int number = 0; number < 2'500; ++number) {
         arrivesOnQueue = number % 2 == 1;
         play(kNote);

@@ -15,7 +15,7 @@ constexpr const char* kTree = "logged: Device tree: 0 devices, 0 external device
 
 class EngineEndpoints : public EngineFixture {
 protected:
-    /// The reports of one reload and the change that it announces, after forgetting what was before.
+    /// Forgets earlier reports and returns those of one reload with a changed setup.
     Reports reportsOfReload() {
         delegate->reports.clear();
         engine->reloadEndpoints();
@@ -70,7 +70,7 @@ TEST_F(EngineEndpoints, ListingChangesNothingAndReportsNothing) {
 
 TEST_F(EngineEndpoints, ListsNothingOnceItsQueueHasEnded) {
     addKeysAndSynth();
-    /// A queue that has ended drops what is posted to it.
+    /// A queue that drops what is posted to it, as one that has ended.
     class EndedQueue final : public ManualQueue {
     public:
         void sync(Task) override {}
@@ -232,8 +232,8 @@ TEST_F(EngineEndpoints, AnnouncesTheChangeAfterEveryManualRefresh) {
 
 // Packets that arrive while the service lists and connects
 
-/// A service that has, inside a call of the reload, what arrived before the change of the setup. The keys (11) have
-/// gone when it is asked for its setup, and the synthesizer has another reference; the pads (12) have come.
+/// A service that delivers, inside a call of the reload, packets from before the change of the setup. When it is asked
+/// for its setup, the keys (11) are gone, the synthesizer has another reference, and the pads (12) are new.
 class EngineReloadDelivery : public EngineEndpoints, public ::testing::WithParamInterface<const char*> {};
 
 TEST_P(EngineReloadDelivery, GoesByTheTablesFromBeforeTheReload) {
@@ -257,7 +257,7 @@ TEST_P(EngineReloadDelivery, GoesByTheTablesFromBeforeTheReload) {
     host->onCall = nullptr;
     EXPECT_EQ(calls, 1U);
     EXPECT_THAT(host->sent, ElementsAre(FakeSentPacket{21, {0x90, 60, 100}}, FakeSentPacket{21, {0x80, 60, 0}}));
-    // From now on the new tables hold.
+    // The new tables are in use from now on.
     host->sent.clear();
     play({{0x90, 61, 100}}, 11);
     play({{0x90, 62, 100}}, 12);

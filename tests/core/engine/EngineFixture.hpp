@@ -19,8 +19,8 @@
 
 namespace corvel::tests {
 
-/// An engine over a fake service whose queues and clock stand still until the test moves them. The test's thread is the
-/// main thread.
+/// An engine over a fake service, with queues and a clock that tests drive by hand. The test's thread is the main
+/// thread.
 ///
 /// The service gives the client the reference 1, the input port 2 and the output port 3.
 class EngineFixture : public ::testing::Test {
@@ -32,13 +32,13 @@ protected:
         engine->setDelegate(delegate);
     }
 
-    /// Runs both queues until neither has anything left to do; no time passes.
+    /// Runs both queues until they are empty; no time passes.
     void settle() {
         while (queue->runAll() + mainQueue->runAll() > 0) {
         }
     }
 
-    /// Starts the engine and forgets what it reported and asked for on the way.
+    /// Starts the engine and forgets its reports and calls so far.
     void startEngine() {
         engine->start();
         settle();
@@ -51,13 +51,13 @@ protected:
         startEngine();
     }
 
-    /// Delivers packets from the source with this reference and lets the engine work them off.
+    /// Delivers packets from the source with this reference and runs the engine's queue.
     void play(std::initializer_list<MIDIBytes> packets, MIDIObjectRef source = 11) {
         host->receive(packets, source);
         settle();
     }
 
-    /// Lets time pass on the engine's queue and gives what was reported meanwhile.
+    /// Advances the engine's queue by this time and returns the reports.
     Reports reportsDuring(std::chrono::milliseconds duration) {
         delegate->reports.clear();
         queue->advance(duration);

@@ -19,7 +19,7 @@ protected:
         host->addDestination(22, {.displayName = "Drums", .uniqueID = 1022});
     }
 
-    /// Holds a chord and the pedal through a connection on channel 5, and forgets what was sent for it.
+    /// Holds a chord and the pedal through a connection on channel 5, and forgets the sent messages.
     void holdChord() {
         engine->setReleasesHeldNotes(true);
         startWith({keysToSynth(ChannelMode::force(5))});
@@ -42,7 +42,7 @@ protected:
         return host->sent;
     }
 
-    /// The chord's end.
+    /// The messages that end the chord.
     const std::vector<FakeSentPacket> release{{21, {0x84, 60, 64}}, {21, {0x84, 64, 64}}, {21, {0xB4, 64, 0}}};
 };
 

@@ -20,7 +20,7 @@ constexpr const char* kStarting = "logged: Starting CoreMIDI client on main run 
 
 class EngineLifecycle : public EngineFixture {
 protected:
-    /// Everything that can be waiting when the engine goes.
+    /// Leaves work of every kind waiting for the engine's end.
     void leaveWorkOfEveryKind() {
         host->receive({{0x90, 60, 100}}, 11);
         host->notify({});
@@ -112,7 +112,7 @@ TEST_F(EngineLifecycle, CallsTheServiceOnlyOnItsQueueExceptForTheClientAndTheDis
     settle();
     queue->advance(milliseconds(350));
     EXPECT_EQ(host->sentCount, 1U);
-    // Two ports; a listing and a connection at the start; three reloads of three calls; a send and a listing.
+    // Two ports; a listing and a connection at the start; three reloads with three calls each; a send and a listing.
     EXPECT_EQ(onTheQueue, 15U);
     EXPECT_THAT(offTheQueue, ElementsAre("createClient"));
     host->onCall = nullptr;
@@ -328,7 +328,7 @@ TEST_F(EngineLifecycle, ReleasedInsideAReportDeliversNoFurtherReports) {
     delegate->onReport = nullptr;
 }
 
-/// A queue at whose next post something happens on the posting thread.
+/// A queue that runs a function on the posting thread at its next post.
 class TrappedQueue : public ManualQueue {
 public:
     std::function<void()> onNextAsync;

@@ -20,7 +20,7 @@ constexpr const char* kSettled =
 
 class EngineNotifications : public EngineFixture {
 protected:
-    /// What the log says to a notification, without "CoreMIDI notification: ".
+    /// The log's text for a notification, without "CoreMIDI notification: ".
     std::string reasonFor(const MIDINotification& notification) {
         delegate->reports.clear();
         host->notify(notification);

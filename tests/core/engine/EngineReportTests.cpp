@@ -15,7 +15,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-/// Keys that play the synthesizer (21, ID 1021) and the drums (22, ID 1022), through as many connections as asked for.
+/// Keys that play the synthesizer (21, ID 1021) and the drums (22, ID 1022), through a given number of connections.
 class EngineReports : public EngineFixture {
 protected:
     EngineReports() {
@@ -200,7 +200,7 @@ TEST_F(EngineReports, SayOnceASecondHowManyActivitiesGaveWayToNewerOnes) {
         host->receive(arrivals);
         queue->runAll();
     }
-    // The first of them have to go now.
+    // The oldest of them must be dropped now.
     playNotes(3);
     queue->advance(milliseconds(999));
     playNotes(1);

@@ -171,7 +171,7 @@ TEST_F(EngineRouting, SendsWhatArrivesOnItsQueueBehindWhatWasPostedBefore) {
     EXPECT_THAT(host->sent, ElementsAre(FakeSentPacket{21, {0x90, 60, 100}}, FakeSentPacket{21, {0x80, 60, 0}}));
 }
 
-// Endpoints that are hard to tell apart
+// Endpoints that are hard to distinguish
 
 TEST_F(EngineRouting, RoutesFromBothOfTwoSourcesThatShareAnIdentifier) {
     host->addSource(13, {.displayName = "Twin", .uniqueID = 1011});

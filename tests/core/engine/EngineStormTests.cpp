@@ -29,8 +29,8 @@
 #include <utility>
 #include <vector>
 
-/// The engine on real queues while every thread does everything at once. Mainly for the thread sanitizer, hence the
-/// small numbers; what is asserted holds for every interleaving.
+/// The engine on real queues while all threads work at once. Mainly for the thread sanitizer, hence the small numbers.
+/// The assertions hold for every interleaving.
 namespace corvel::tests {
 namespace {
 
@@ -47,7 +47,7 @@ constexpr MIDIObjectRef kPassingSource = 19;
 constexpr MIDIObjectRef kSynth = 21;
 constexpr MIDIObjectRef kDrums = 22;
 
-/// Ends the program loudly when a test does not end: a hanging test would say nothing.
+/// Ends the program with a message if a test does not end, because a hanging test would say nothing.
 class Watchdog {
 public:
     explicit Watchdog(std::chrono::seconds limit)
@@ -76,8 +76,8 @@ private:
     std::thread thread_;
 };
 
-/// A service that may be called from any thread, and that notes every call that its rules forbid. Its sources deliver
-/// also while they are disconnected, so that no packet may ever be missing.
+/// A service that any thread may call. It records every call that breaks the rules. Its sources deliver even while they
+/// are disconnected, so no packet may ever be missing.
 class StormHost : public MIDIHost {
 public:
     struct Sent {
@@ -85,10 +85,10 @@ public:
         MIDIBytes bytes;
     };
 
-    /// Called for every message that is sent, outside the lock.
+    /// Called for every sent message, without the lock.
     std::function<void()> onSend;
 
-    /// Packets from a source, on the calling thread.
+    /// Delivers packets from a source on the calling thread.
     void receive(const std::vector<MIDIBytes>& packets, MIDIObjectRef source) {
         const auto handler = locked([this] { return receiveHandler_; });
         if (handler) {
@@ -112,7 +112,7 @@ public:
         (*handler)(std::move(message), kMIDISuccess);
     }
 
-    /// Makes a further source come or go.
+    /// Adds or removes another source.
     void setPassingSource(bool isPresent) {
         locked([&] { hasPassingSource_ = isPresent; });
     }
@@ -215,7 +215,7 @@ private:
         return work();
     }
 
-    /// Does what only the engine's queue may ask for, and only before the client is disposed of.
+    /// Does work that is allowed only on the engine's queue and before the client is disposed of.
     template <typename Work>
     std::invoke_result_t<Work&> onQueue(const std::string& operation, Work&& work) {
         const std::lock_guard lock(mutex_);
@@ -245,7 +245,7 @@ private:
     std::promise<std::thread::id> clientDisposal_;
 };
 
-/// Every source to the synthesizer, always; to the drums, beside them and in changing places, only in odd variations.
+/// Every source to the synthesizer, always; also to the drums, at changing places, only in odd variations.
 std::vector<MIDIRoute> routes(unsigned variation) {
     std::vector<MIDIRoute> list;
     for (unsigned index = 0; index < kSources; ++index) {
@@ -258,13 +258,13 @@ std::vector<MIDIRoute> routes(unsigned variation) {
     return list;
 }
 
-/// A note whose channel tells its source and whose data tells its number.
+/// A note whose channel is its source and whose data are its number.
 MIDIBytes note(unsigned source, unsigned number) {
     return {static_cast<std::uint8_t>(0x90U + source), static_cast<std::uint8_t>(number >> 7U),
             static_cast<std::uint8_t>(number & 0x7FU)};
 }
 
-/// The numbers that arrived at a destination, per source.
+/// The numbers that arrived at a destination, by source.
 std::array<std::vector<unsigned>, kSources> numbersAt(MIDIObjectRef destination,
                                                       const std::vector<StormHost::Sent>& sent) {
     std::array<std::vector<unsigned>, kSources> numbers;
@@ -288,7 +288,7 @@ bool isStrictlyIncreasing(const std::vector<unsigned>& numbers) {
     return std::ranges::adjacent_find(numbers, std::greater_equal<>()) == numbers.end();
 }
 
-/// A started engine on real queues, with the threads of a storm.
+/// A started engine on real queues, and the threads of a storm.
 class Storm {
 public:
     Storm() {
@@ -307,7 +307,7 @@ public:
     /// Adds a thread that waits for the others.
     void add(std::function<void()> work) { works_.push_back(std::move(work)); }
 
-    /// Adds a thread for each source that sends so many packets, up to three together.
+    /// Adds for each source a thread that sends this number of packets, up to three together.
     void addSenders(unsigned packets) {
         for (unsigned source = 0; source < kSources; ++source) {
             add([this, source, packets] {
@@ -323,7 +323,7 @@ public:
         }
     }
 
-    /// Runs the threads that were added, all at once, to their end.
+    /// Runs all added threads at once and waits for their end.
     void blow() {
         std::latch start(static_cast<std::ptrdiff_t>(works_.size()));
         std::vector<std::thread> threads;
@@ -340,7 +340,7 @@ public:
         }
     }
 
-    /// Waits until both queues have done what the threads left to them: main to queue, queue to main.
+    /// Waits until both queues are empty: main first, then the engine's, then main again.
     void finish() {
         mainQueue->sync([] {});
         queue->sync([] {});
@@ -409,7 +409,7 @@ TEST(EngineStorm, DeliversEveryPacketOnceAndInOrderAmidUpdatesReloadsAndNotifica
     storm.mainQueue->sync([&] {
         EXPECT_TRUE(storm.isOnMain);
         EXPECT_THAT(storm.delegate->failures, IsEmpty());
-        // At most 3,200, so that none had to give way.
+        // At most 3,200, so none had to be dropped.
         EXPECT_EQ(storm.delegate->activities.size(), sent.size());
         std::map<UUID, std::vector<unsigned>> numbersByRoute;
         for (const MIDIActivityEvent& event : storm.delegate->activities) {
@@ -431,7 +431,7 @@ TEST(EngineStorm, DeliversEveryPacketOnceAndInOrderAmidUpdatesReloadsAndNotifica
         EXPECT_EQ(notifications, kChanges);
         EXPECT_EQ(overruns, kChanges);
         EXPECT_EQ(starts, 1U);
-        // The first load, a change for each reload and notification, and some settled ones between them.
+        // The first load, one change for each reload and notification, and some settled reloads between them.
         EXPECT_THAT(storm.delegate->endpointChanges, AllOf(Ge(1 + 2 * kChanges), Le(1 + 3 * kChanges)));
     });
 }
@@ -439,8 +439,8 @@ TEST(EngineStorm, DeliversEveryPacketOnceAndInOrderAmidUpdatesReloadsAndNotifica
 TEST(EngineStorm, ReleasedByManyThreadsSendsAnUnbrokenBeginningAndNothingAfterwards) {
     const Watchdog watchdog(std::chrono::seconds(120));
     for (unsigned round = 0; round < 20; ++round) {
-        // At some send in the middle the queue waits until two of the owners have let go, so that there is always work
-        // that comes too late.
+        // At a send in the middle the queue waits until two of the owners have released the engine, so that there is
+        // always work that comes too late.
         std::latch letGo(1);
         std::latch haveLetGo(2);
         std::size_t sends = 0;
@@ -469,7 +469,7 @@ TEST(EngineStorm, ReleasedByManyThreadsSendsAnUnbrokenBeginningAndNothingAfterwa
             haveLetGo.count_down();
         });
         if (round % 2 == 1) {
-            // Waits for the queue, so the queue must not wait for it; often the last owner.
+            // Waits for the queue, so the queue must not wait for it. Often the last owner.
             storm.add([owned = storm.engine]() mutable {
                 EXPECT_EQ(owned->endpoints().destinations.size(), 2U);
                 owned.reset();
@@ -528,8 +528,8 @@ TEST(EngineStorm, ReleasedOnItsQueueAsTheQueuesLastOwnerEndsThere) {
         std::thread::id queueThread;
         queue->sync([&] { queueThread = std::this_thread::get_id(); });
         mainQueue->sync([] {});
-        // A report or a callback under way would own the engine too. So the main queue stands still until the engine
-        // has ended, and the packet comes on the engine's queue itself.
+        // A running report or callback would also own the engine. So the main queue is blocked until the engine has
+        // ended, and the packet comes on the engine's queue itself.
         std::promise<void> hasEnded;
         mainQueue->async([ended = hasEnded.get_future().share()] { ended.wait(); });
         host->onSend = [&engine] { engine.reset(); };
@@ -566,7 +566,7 @@ TEST(EngineStorm, ReleasedRightAfterStartFromAnyThreadDisposesOfWhatItMade) {
         queue->sync([] {});
         mainQueue->sync([] {});
         EXPECT_TRUE(released.expired());
-        // Depending on when the last owner let go: nothing made, the client alone, or all three.
+        // Depends on when the last owner released the engine: nothing created, only the client, or all three.
         const std::vector<std::string> disposals = host->disposals();
         EXPECT_TRUE(disposals.empty() || disposals == std::vector<std::string>{"client 1"} ||
                     disposals == std::vector<std::string>({"port 2", "port 3", "client 1"}))

@@ -24,7 +24,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-/// Pushes the activity of a message that went through the connection of this number.
+/// Pushes the activity of a message through the connection with this number.
 bool pushActivity(MIDIReportQueue& queue, std::uint32_t number) {
     RoutedMIDIMessage message{makeID(number), 21, {0x90, 60, 100}};
     return queue.push(std::span(&message, 1), ManualClock::kStart);
@@ -117,7 +117,7 @@ TEST(MIDIReportQueue, AsksForOneWakeUpUntilItWasFoundEmpty) {
     (void)queue.pop();
     (void)queue.pop();
     EXPECT_EQ(describe(queue.pop().value()), "activity 0003");
-    // Taken out to the last, but whoever takes has not seen yet that there is no more.
+    // All reports are taken, but the consumer has not yet seen the empty queue.
     EXPECT_FALSE(queue.push(MIDIEndpointsReport{}));
     EXPECT_TRUE(queue.pop().has_value());
     EXPECT_FALSE(queue.pop().has_value());
@@ -159,7 +159,7 @@ TEST(MIDIReportQueue, GivesManyReportsInTheirOrderWhileTheyAreTaken) {
     }
 }
 
-// The sanitizers' own tables touch new pages.
+// The tables of the sanitizers also touch new pages.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST(MIDIReportQueue, TouchesNoNewMemoryForTheActivitiesThatItHasRoomFor) {
     const auto pageFaults = [] {
@@ -174,7 +174,7 @@ TEST(MIDIReportQueue, TouchesNoNewMemoryForTheActivitiesThatItHasRoomFor) {
         while (queue.pop()) {
         }
     };
-    // What pushing and taking need for the first time is not counted; this queue keeps its memory from the other one.
+    // First use of code and data is not counted, so another queue is used before. This one has its own memory.
     MIDIReportQueue first;
     fillAndEmpty(first);
     MIDIReportQueue queue;
@@ -187,7 +187,7 @@ TEST(MIDIReportQueue, TouchesNoNewMemoryForTheActivitiesThatItHasRoomFor) {
 
 TEST(MIDIReportQueue, LetsTheOldestActivitiesGiveWayToThoseBeyondItsLimitAndCountsThem) {
     MIDIReportQueue queue;
-    // Ahead of the activities that go, among them, and behind them: none of these gives way.
+    // Notices before, among and behind the activities that are dropped: notices are never dropped.
     (void)queue.push(failure("first"));
     for (std::uint32_t number = 0; number < 1'048'576; ++number) {
         (void)pushActivity(queue, number);

@@ -118,7 +118,7 @@ TEST(MIDIBytes, LeavesNothingBehindWhenItIsMoved) {
     for (const std::size_t size : {3U, 16U, 17U}) {
         MIDIBytes original(counted(size));
         MIDIBytes moved = std::move(original);
-        // NOLINTNEXTLINE(bugprone-use-after-move): what is left is part of the promise
+        // NOLINTNEXTLINE(bugprone-use-after-move): the state after a move is documented
         EXPECT_TRUE(original.empty());
         EXPECT_EQ(original, MIDIBytes());
         EXPECT_EQ(moved, MIDIBytes(counted(size)));

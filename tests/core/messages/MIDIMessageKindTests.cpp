@@ -40,7 +40,7 @@ MIDIMessageKind detect(const std::vector<std::uint8_t>& bytes) {
     return detectMessageKind(bytes);
 }
 
-/// The kind of a message of one byte, by the ranges of its status.
+/// The kind of a one-byte message, by the ranges of its status.
 MIDIMessageKind kindByRange(int first) {
     if (first <= 0x7F)
         return MIDIMessageKind::data;

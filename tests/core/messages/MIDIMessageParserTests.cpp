@@ -165,7 +165,7 @@ TEST(MIDIMessageParser, KeepsALongExclusiveMessageWhole) {
     EXPECT_TRUE(std::ranges::equal(fragments.front().bytes, buffer));
 }
 
-/// A buffer in which status, realtime and data bytes are about as frequent as each other.
+/// A buffer with about as many status, realtime and data bytes.
 std::vector<std::uint8_t> randomBuffer(tests::RandomSource& random) {
     std::vector<std::uint8_t> buffer(random.below(40));
     for (std::uint8_t& byte : buffer) {

@@ -23,16 +23,16 @@ constexpr std::uint64_t kControl = 0x40000;
 constexpr std::uint64_t kOption = 0x80000;
 constexpr std::uint64_t kCommand = 0x100000;
 
-/// A key whose position tells nothing.
+/// A key whose position has no letter or digit.
 constexpr std::uint16_t kReturnKey = 36;
 
-/// The key of the shortcut that an event with the command key down stands for; no value where it stands for none.
+/// The key of the shortcut of an event with the command key down; no value if it has none.
 std::optional<std::string> keyOf(std::uint16_t keyCode, std::optional<std::string_view> characters) {
     const auto spec = KeyboardShortcutSpec::fromKeyEvent(keyCode, characters, kCommand);
     return spec ? std::optional(spec->key) : std::nullopt;
 }
 
-/// A shortcut as a document may hold it, with nothing brought into order.
+/// A shortcut as a document may have it, without normalisation.
 KeyboardShortcutSpec stored(std::string key, std::vector<KeyboardShortcutModifier> modifiers) {
     KeyboardShortcutSpec spec;
     spec.key = std::move(key);

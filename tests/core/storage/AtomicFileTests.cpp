@@ -23,7 +23,7 @@ using tests::entries;
 using tests::TemporaryFolder;
 using tests::writeFile;
 
-/// What this program has asked the system to bring to the disk, in order.
+/// The paths that this program has synchronised to the disk, in order.
 std::vector<std::string>& syncedPaths() {
     static std::vector<std::string> paths;
     return paths;
@@ -32,7 +32,7 @@ std::vector<std::string>& syncedPaths() {
 }  // namespace
 }  // namespace corvel
 
-/// Stands before the system's own in this program, since nothing else can tell that it was called.
+/// Replaces the system's function in this program, because nothing else shows that it was called.
 extern "C" int fsync(int descriptor) {
     corvel::syncedPaths().push_back(std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor)));
     return static_cast<int>(::syscall(SYS_fsync, descriptor));

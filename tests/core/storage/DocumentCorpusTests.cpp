@@ -22,7 +22,7 @@ bool isRead(const std::string& text) {
     }
 }
 
-/// What is to become of a file of the corpus, by its folder and name ("too-deep/arrays-513").
+/// Whether a file of the corpus must be read or refused, by its folder and name ("too-deep/arrays-513").
 bool isToBeRead(const std::string& folder, const std::string& name) {
     static const std::set<std::string> kReadFolders{"channel-modes", "dangling-selection", "duplicate-keys",
                                                     "numbers",       "older-array",        "older-variants",

@@ -38,7 +38,7 @@ std::string arrayHolding(const std::string& value) {
     return arrayText({routeText().with("unknown", value).text()});
 }
 
-/// Brackets nested so deep, around nothing.
+/// Empty brackets nested to this depth.
 std::string nestedArrays(std::size_t depth) {
     return std::string(depth, '[') + std::string(depth, ']');
 }

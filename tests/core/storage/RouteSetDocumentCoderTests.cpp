@@ -93,7 +93,7 @@ constexpr std::string_view kTwoAssignmentsText = R"({
   "selectedSetID": "4C1E2B7A-0F43-4D7B-9E55-6A0B1C2D3E4F"
 })";
 
-/// One enabled connection with two assignments, of which the second, forcing channel 10, is active.
+/// One enabled connection with two assignments; the second forces channel 10 and is active.
 MIDIRouteSetDocument twoAssignments() {
     tests::VariantFields fields{.id = idOf(tests::kVariantIDText),
                                 .name = "As Is",
@@ -116,7 +116,7 @@ MIDIRouteSetDocument twoAssignments() {
           {makeRoute({.id = idOf(tests::kRouteIDText), .activeVariantID = forced.id, .variants = {asIs, forced}})}}}};
 }
 
-/// The written form of a set's name.
+/// A set's name as it is written.
 std::string writtenName(std::string_view name) {
     const std::string text = encode({makeID(1), {{makeID(1), std::string(name), {}}}});
     const std::string_view start = "\"name\": ";
@@ -321,7 +321,7 @@ TEST(RouteSetDocumentCoder, WritesThatItReadsTheSameForAnyDocument) {
     }
 }
 
-/// The text with a few bytes changed, inserted, removed, repeated or exchanged for something JSON has a meaning for.
+/// The text with some bytes changed, inserted, removed, repeated or replaced by characters that have a meaning in JSON.
 std::string mutated(std::string text, tests::RandomSource& random) {
     static constexpr std::array<std::string_view, 14> kTokens{
         "{", "}", "[", "]", ",", ":", "\"", "null", "1e9", "-1", "\\u", "{}", "\"Default\"", "\xED\xA0\x80"};

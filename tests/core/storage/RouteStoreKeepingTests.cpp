@@ -28,21 +28,21 @@ using tests::makeID;
 using tests::TemporaryFolder;
 using tests::writeFile;
 
-/// Whether the file system makes hard links.
+/// Whether the file system supports hard links.
 bool hasHardLinks = true;
 
 MIDIRouteSetDocument documentNamed(const std::string& name) {
     return {makeID(1), {{makeID(1), name, {}}}};
 }
 
-/// A new inode with this content in the place of the file, as most programs save.
+/// Replaces the file by a new inode with this content, as most programs save.
 void replaceFile(const std::filesystem::path& file, const std::string& content) {
     const std::filesystem::path other = file.string() + ".other";
     writeFile(other, content);
     std::filesystem::rename(other, file);
 }
 
-/// What root may do nobody else may: in this scope file permissions count.
+/// Root ignores file permissions. In this scope they apply.
 class WithoutPrivileges {
 public:
     explicit WithoutPrivileges(const std::filesystem::path& folder) : user_(::geteuid()) {
@@ -63,7 +63,7 @@ private:
 }  // namespace
 }  // namespace corvel
 
-/// Stands before the system's own in this program, to play a file system without hard links.
+/// Replaces the system's function in this program, to simulate a file system without hard links.
 extern "C" int link(const char* from, const char* to) noexcept {
     if (!corvel::hasHardLinks) {
         errno = EPERM;
@@ -75,7 +75,7 @@ extern "C" int link(const char* from, const char* to) noexcept {
 namespace corvel {
 namespace {
 
-/// Plays a file system without hard links until the end of the scope.
+/// Simulates a file system without hard links until the end of the scope.
 class WithoutHardLinks {
 public:
     WithoutHardLinks() { hasHardLinks = false; }

@@ -38,7 +38,7 @@ MIDIRouteSetDocument documentNamed(const std::string& name) {
     return {makeID(1), {{makeID(1), name, {}}}};
 }
 
-/// What the error says, or no value if the work is done.
+/// The text of the error, or no value if the work succeeds.
 std::optional<std::string> failureOf(const std::function<void()>& work) {
     try {
         work();

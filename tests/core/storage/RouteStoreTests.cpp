@@ -37,7 +37,7 @@ MIDIRoute studioRoute() {
         {.id = makeID(3), .variants = {tests::makeVariant({.id = makeID(4), .sourceID = 5, .destinationID = 6})}});
 }
 
-/// Two sets of which the second, "Studio", is selected.
+/// Two sets; the second, "Studio", is selected.
 MIDIRouteSetDocument stageAndStudio() {
     return {makeID(2), {{makeID(1), "Stage", {}}, {makeID(2), "Studio", {studioRoute()}}}};
 }
@@ -153,7 +153,7 @@ TEST(RouteStore, LoadsOneEmptySetWhereAFolderStandsInItsPlace) {
     expectDefaultDocument(RouteStore(folder / "routes.json").loadDocument());
 }
 
-/// What a store of this file says about it, after the path.
+/// The problem that a store of this file reports, without the path.
 std::optional<std::string> loadProblem(const std::filesystem::path& file,
                                        RouteStore::MissingFile missing = RouteStore::MissingFile::isNormal) {
     const RouteStore store(file, std::nullopt, missing);

@@ -12,12 +12,12 @@
 namespace corvel {
 namespace {
 
-/// A number that counts how many of its kind there are: as many as there is memory for in chunks.
+/// A number that counts its instances, to show how much memory is allocated in chunks.
 struct Counted {
     static inline int count = 0;
 
     Counted() { ++count; }
-    // NOLINTNEXTLINE(google-explicit-constructor): stands for its number
+    // NOLINTNEXTLINE(google-explicit-constructor): written as a plain number in tests
     Counted(int value) : number(value) { ++count; }
     Counted(const Counted&) = delete;
     Counted(Counted&& other) noexcept : number(other.number) { ++count; }
@@ -146,7 +146,7 @@ TEST(ChunkedQueue, GivesMemoryBackBeyondWhatItKeeps) {
         }
         EXPECT_LT(Counted::count, before + 200) << "while others still wait";
         queue.clear();
-        // The chunk that was in use last may stay with those that are kept.
+        // The chunk that was used last may stay with the kept ones.
         EXPECT_LE(Counted::count, atFirst + 4);
         push(queue, 0, 1000);
     }

@@ -138,7 +138,7 @@ TEST(EventLoop, RunsAWorkItemThatIsDueBehindTheTasksPostedBefore) {
                          }));
         loop->async([&] { order.push_back(1); });
         loop->async([&] { order.push_back(2); });
-        // The work item falls due while both tasks wait.
+        // The work item becomes due while both tasks wait.
         for (const auto due = std::chrono::steady_clock::now() + 5ms; std::chrono::steady_clock::now() < due;) {
         }
     });
@@ -146,14 +146,14 @@ TEST(EventLoop, RunsAWorkItemThatIsDueBehindTheTasksPostedBefore) {
     EXPECT_EQ(order, (std::vector{1, 2, 3}));
 }
 
-/// A loop that watches a descriptor and notes what runs in what order.
+/// A loop that watches a descriptor and records what runs in what order.
 class EventLoopRound : public ::testing::Test {
 protected:
     ~EventLoopRound() override {
         loop->sync([&] { loop->unwatch(signal.descriptor()); });
     }
 
-    /// Watches the signal; the handlers are called once for each time that it is raised.
+    /// Watches the signal; the handlers are called once each time it is raised.
     void watch(const EventLoop::Handler& first, const EventLoop::Handler& second) {
         loop->sync([&] {
             loop->watch(
@@ -263,7 +263,8 @@ TEST_F(EventLoopRound, CallsNoHandlerOfADescriptorWhoseWatchHasEnded) {
                 [&] { ++secondCalls; });
             other.raise();
         });
-        // The descriptor stays ready; only the end of the watch keeps the handlers from being called in these rounds.
+        // The descriptor stays ready, so only the end of the watch keeps the handlers from being called in these
+        // rounds.
         for (int round = 0; round < 10; ++round) {
             loop->sync([] {});
         }

@@ -23,14 +23,14 @@ nanoseconds usedProcessorTime() {
     return std::chrono::seconds(used.tv_sec) + nanoseconds(used.tv_nsec);
 }
 
-/// Uses the processor for this long, whatever other programs take meanwhile.
+/// Uses this much time of the processor, however much other programs use meanwhile.
 void use(nanoseconds duration) {
     for (const nanoseconds end = usedProcessorTime() + duration; usedProcessorTime() < end;) {
     }
 }
 
-/// The shortest pause that a thread makes at the end of windows in which it used its processor for so long, as the
-/// caller tells the time: 25 ms a window, in rounds of equal length.
+/// The shortest pause at the end of windows in which this thread used its processor for `usedPerWindow`. Each window
+/// has 25 ms of simulated time, in rounds of equal length.
 nanoseconds shortestPause(nanoseconds usedPerWindow, int rounds, bool hasMoreWork) {
     ProcessorShare share;
     steady_clock::time_point now = steady_clock::now();
@@ -44,7 +44,7 @@ nanoseconds shortestPause(nanoseconds usedPerWindow, int rounds, bool hasMoreWor
             share.endRound(now, hasMoreWork);
             pause += steady_clock::now() - before;
         }
-        // The first two windows have none before them to compare with.
+        // The first two windows have no window before them to compare with.
         if (window > 1) {
             shortest = std::min(shortest, pause);
         }
@@ -52,7 +52,7 @@ nanoseconds shortestPause(nanoseconds usedPerWindow, int rounds, bool hasMoreWor
     return shortest;
 }
 
-// The rest of a window's 5 %.
+// The rest of the 5 % of a window.
 constexpr nanoseconds kPause = 1'300us;
 
 TEST(ProcessorShare, PausesAThreadThatUsedNearlyAllOfAWindow) {

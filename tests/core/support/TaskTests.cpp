@@ -15,7 +15,7 @@
 namespace corvel {
 namespace {
 
-/// Work of a given size that counts how often it was put on the heap.
+/// A callable of a given size that counts how often it was allocated on the heap.
 template <std::size_t Size>
 struct SizedWork {
     static inline int heapAllocations = 0;
@@ -31,10 +31,10 @@ struct SizedWork {
     std::array<unsigned char, Size> bytes{};
 };
 
-/// Work whose move may throw.
+/// A callable whose move may throw.
 struct ThrowingMoveWork {
     explicit ThrowingMoveWork(std::shared_ptr<int> runCount) : runs(std::move(runCount)) {}
-    // NOLINTNEXTLINE(performance-noexcept-move-constructor): that it may throw is the point
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): it must be able to throw
     ThrowingMoveWork(ThrowingMoveWork&& other) : runs(std::move(other.runs)) {}
     ThrowingMoveWork(const ThrowingMoveWork&) = delete;
     ThrowingMoveWork& operator=(const ThrowingMoveWork&) = delete;

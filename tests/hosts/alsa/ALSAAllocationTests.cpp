@@ -1,4 +1,5 @@
-// A note's whole way on the real sequencer. By itself, since it counts every allocation of its program.
+// The complete path of a note on the real sequencer. In a program of its own, because it counts all allocations of its
+// program.
 
 #include "core/engine/CoreMIDIRouterEngine.hpp"
 #include "core/support/Clock.hpp"
@@ -19,7 +20,7 @@
 namespace corvel::tests {
 namespace {
 
-/// Lets another thread wait for reloads and for messages that were routed.
+/// Lets another thread wait for reloads and routed messages.
 class AwaitedDelegate final : public MIDIRouterEngineDelegate {
 public:
     std::counting_semaphore<> reloaded{0};

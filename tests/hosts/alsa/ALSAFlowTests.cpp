@@ -1,5 +1,5 @@
-// Receivers of every pace: nothing is lost, nobody is held up, and what cannot be kept is a failure. On the real
-// sequencer.
+// Receivers of every speed: nothing is lost, no receiver delays another, and what cannot be queued is a failure. On the
+// real sequencer.
 
 #include "tests/hosts/alsa/HostUnderTest.hpp"
 #include "tests/support/ChildProcess.hpp"
@@ -26,7 +26,7 @@ constexpr std::size_t kMaximumWaitingEvents = 65'536;
 constexpr std::size_t kMaximumWaitingBytes = 4'194'304;
 constexpr std::size_t kLargestPool = 2'000;
 
-/// The numbers of the notes that arrived have to count up from 0 without a gap.
+/// Expects note numbers that count up from 0 without a gap.
 void expectNotesInOrder(const SequencerPeer& peer, std::size_t count) {
     ASSERT_EQ(peer.received().size(), count);
     for (std::size_t number = 0; number < count; ++number) {
@@ -39,7 +39,7 @@ class ALSAFlow : public testing::Test {
 protected:
     ALSAFlow() { corvel_.start(); }
 
-    /// Sends numbered notes in one task; the first status that is a failure, and how many were accepted.
+    /// Sends numbered notes in one task. Returns the first failure, and how many were accepted.
     std::pair<MIDIStatus, unsigned> sendNotes(MIDIObjectRef destination, unsigned count) {
         return corvel_.onQueue([&] {
             unsigned sent = 0;

@@ -1,5 +1,5 @@
-// A hardware MIDI port, the emulated ES1370 card's. Its raw device and its sequencer port are the same wire, and only
-// one program can have it.
+// A hardware MIDI port, that of the emulated ES1370 card. Its raw device and its sequencer port share one wire, which
+// only one program can use.
 
 #include "tests/hosts/alsa/HostUnderTest.hpp"
 #include "tests/support/ConnectionsFile.hpp"

@@ -1,4 +1,4 @@
-// What the ALSA host tells of changes, with devices and programs that come and go on the real sequencer.
+// The ALSA host's notifications of devices and programs that appear and disappear on the real sequencer.
 
 #include "tests/hosts/alsa/HostUnderTest.hpp"
 #include "tests/support/ChildProcess.hpp"
@@ -26,7 +26,7 @@ class ALSANotifications : public testing::Test {
 protected:
     ALSANotifications() { corvel_.start(); }
 
-    /// The notifications once there are so many.
+    /// Waits for this number of notifications and returns them.
     std::vector<MIDINotification> notifications(std::size_t count) {
         EXPECT_TRUE(corvel_.waitUntil([&] { return corvel_.notifications().size() >= count; }));
         return corvel_.notifications();
@@ -150,7 +150,7 @@ TEST_F(ALSANotifications, ComeForAProgramThatIsKilled) {
     EXPECT_THAT(corvel_.destinationNames("aseqdump"), IsEmpty());
 }
 
-/// The virtual cards are taken away and given back as a cable is pulled and plugged.
+/// Removes and adds virtual cards, as if a cable were unplugged and plugged in.
 class ALSAHotPlug : public ALSANotifications {
 protected:
     ~ALSAHotPlug() override {

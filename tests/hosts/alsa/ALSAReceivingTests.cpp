@@ -1,4 +1,4 @@
-// What the ALSA host delivers of what other programs play, on the real sequencer.
+// How the ALSA host delivers what other programs play, on the real sequencer.
 
 #include "tests/hosts/alsa/HostUnderTest.hpp"
 #include "tests/support/RawMIDIDevice.hpp"
@@ -25,7 +25,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-/// A host that is connected with a program's one source.
+/// A host that is connected to a program's only source.
 class ALSAReceiving : public testing::Test {
 protected:
     ALSAReceiving() : peer_("Player"), port_(peer_.addPort("Out", SequencerPeer::kSource)) {
@@ -34,7 +34,7 @@ protected:
         EXPECT_EQ(corvel_.connect(source_), 0);
     }
 
-    /// The packets that the events make.
+    /// The packets for these events.
     std::vector<Bytes> packetsOf(const std::vector<snd_seq_event_t>& events) {
         for (const snd_seq_event_t& event : events) {
             EXPECT_GE(peer_.emit(port_, event), 0);
@@ -160,7 +160,7 @@ TEST_F(ALSAReceiving, DropsEventsThatAreNoMIDI) {
 TEST_F(ALSAReceiving, IgnoresProgramsThatItIsNotConnectedWith) {
     SequencerPeer stranger("Stranger");
     const SequencerAddress own = stranger.addPort("Out", SequencerPeer::kSource);
-    // Refused or not: nothing may come of it.
+    // Whether or not it is refused, it must have no effect.
     stranger.emitTo(own, stranger.find("Corvel", "Corvel Input"), noteEvent(SND_SEQ_EVENT_NOTEON, 0, 1, 1));
     EXPECT_THAT(packetsOf({noteEvent(SND_SEQ_EVENT_NOTEON, 0, 60, 1)}), ElementsAre(Bytes{0x90, 60, 1}));
 }
@@ -211,7 +211,7 @@ TEST_F(ALSAReceiving, GoesOnThroughReloadsWithoutTouchingTheSubscription) {
     EXPECT_GE(reloads, kReloads);
     EXPECT_EQ(corvel_.deliveredBytes(), numberedNotes(kNotes));
 
-    // A port of the observer's own marks the end of what was announced during the reloads.
+    // A port of the observer marks the end of the announcements during the reloads.
     observer.addPort("Mark", SequencerPeer::kSource);
     ASSERT_TRUE(observer.readUntil(
         [&] { return !observer.received().empty() && observer.received().back().type == SND_SEQ_EVENT_PORT_START; }));
@@ -220,7 +220,7 @@ TEST_F(ALSAReceiving, GoesOnThroughReloadsWithoutTouchingTheSubscription) {
 
 TEST_F(ALSAReceiving, LosesNothingOfABurst) {
     constexpr unsigned kCount = 10'000;
-    // Never more than the sequencer keeps for a program: beyond that it is a matter of speed.
+    // At most what the sequencer keeps for a program, so that the speed does not matter.
     constexpr unsigned kPortion = 1'500;
     for (unsigned number = 0; number < kCount; number += kPortion) {
         ASSERT_TRUE(corvel_.waitUntil([&] { return corvel_.deliveries().size() >= number; }));
@@ -232,14 +232,14 @@ TEST_F(ALSAReceiving, LosesNothingOfABurst) {
 }
 
 TEST_F(ALSAReceiving, KeepsAllThatItReadsWhileItsQueueIsBusy) {
-    // Beyond what there is memory for from the start.
+    // More than the preallocated memory holds.
     constexpr unsigned kCount = 40'000;
     constexpr unsigned kPortion = 1'000;
     const MIDIObjectRef elsewhere = corvel_.destination("Midi Through Port-0").ref;
     corvel_.onQueue([&] {
         for (unsigned number = 0; number < kCount; number += kPortion) {
             peer_.playNumberedNotes(port_, number, kPortion);
-            // It looks for input between sends.
+            // The host reads between sends.
             for (int send = 0; send < 8; ++send) {
                 EXPECT_EQ(corvel_.send(elsewhere, {0xFE}), kMIDISuccess);
             }
@@ -261,7 +261,7 @@ TEST_F(ALSAReceiving, LeavesOutAnExclusiveMessageThatStayedInItsSendersMemory) {
 TEST_F(ALSAReceiving, ReportsAnOverrunAsksForARescanAndGoesOn) {
     for (int time = 1; time <= 2; ++time) {
         const auto release = corvel_.holdQueue();
-        // One more than the 2,000 that the sequencer keeps makes it throw all of them away.
+        // The sequencer keeps 2,000 events. One more makes it drop all of them.
         for (unsigned number = 0; number < 2'100; ++number) {
             peer_.emit(port_, noteEvent(SND_SEQ_EVENT_NOTEON, 0, 1, 1));
         }
@@ -289,7 +289,7 @@ TEST_F(ALSAReceiving, AfterAnOverrunAStaleReferenceDoesNotHitTheProgramThatCameM
     for (unsigned number = 0; number < 2'100; ++number) {
         peer_.emit(port_, noteEvent(SND_SEQ_EVENT_NOTEON, 0, 1, 1));
     }
-    // Nobody is told of these changes: the pool is full.
+    // These changes are not announced, because the pool is full.
     old.reset();
     const auto newcomers = startUntilClient("After Overrun", client);
     SequencerPeer& newcomer = *newcomers.back();
@@ -318,7 +318,7 @@ TEST(ALSAReceivingAfterAReadFailure, OpensTheSequencerAgainAndReceivesAndSends) 
     corvel.start();
     const std::vector<int> descriptors = sequencerDescriptors();
     ASSERT_THAT(descriptors, SizeIs(1));
-    // A folder in the client's place fails every read.
+    // A folder in place of the client makes every read fail.
     const int folder = ::open("/", O_RDONLY | O_CLOEXEC);
     ASSERT_GE(::dup2(folder, descriptors.front()), 0);
     ::close(folder);

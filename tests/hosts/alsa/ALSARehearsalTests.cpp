@@ -35,7 +35,7 @@ protected:
     ALSARehearsal& operator=(const ALSARehearsal&) = delete;
     ~ALSARehearsal() override { stop(); }
 
-    /// Runs on the main thread, where the model lives, and waits.
+    /// Runs work on the main thread, where the model lives, and waits for it.
     void onMain(std::function<void()> work) { mainQueue_->sync(std::move(work)); }
 
     void start() {
@@ -46,7 +46,7 @@ protected:
                                                  std::make_shared<InMemorySettings>(), makeSystemClock(), mainQueue_);
             model_->startIfNeeded();
         });
-        // Both connected and listed: the first snapshot may be older than the ports.
+        // Waits for both "connected" and "listed", because the first snapshot may be older than the ports.
         ASSERT_TRUE(waitUntil([this] {
             return std::ranges::any_of(model_->diagnosticEvents(), [](const MIDIDiagnosticEvent& event) {
                 return event.message.starts_with("Endpoint reload (initial load)");
@@ -64,7 +64,7 @@ protected:
         synth_->addPort("In", SequencerPeer::kDestination);
     }
 
-    /// Waits until the condition, asked on the main thread, holds.
+    /// Waits until the condition holds; checks it on the main thread.
     [[nodiscard]] bool waitUntil(const std::function<bool()>& condition) {
         const auto deadline = std::chrono::steady_clock::now() + kDeadline;
         bool holds = false;
@@ -82,7 +82,7 @@ protected:
                model_->destinations().end();
     }
 
-    /// Carries out a command and expects its outcome: the status, and the same document on disk as in memory.
+    /// Carries out a command and expects this status, and the same document on disk as in memory.
     void perform(const std::function<void(MIDIRouterViewModel&)>& command, const std::string& status) {
         onMain([&] {
             command(*model_);
@@ -92,13 +92,13 @@ protected:
         });
     }
 
-    /// Plays a note and expects these bytes, and nothing more, at the receiver, and nothing at the other one.
+    /// Plays a note and expects exactly these bytes at the receiver, and nothing at the other one.
     void expectNoteAt(SequencerPeer& receiver, SequencerPeer& other, const Bytes& bytes) {
         receiver.forgetReceived();
         other.forgetReceived();
         keyboard_.play(keys_, {0x94, 60, 100});
         EXPECT_TRUE(receiver.readUntilBytes(bytes.size()));
-        // A second note comes behind whatever else the first may have caused.
+        // A second note arrives after anything else that the first may have caused.
         keyboard_.play(keys_, {0x84, 60, 64});
         EXPECT_TRUE(receiver.readUntilBytes(2 * bytes.size()));
         const Bytes received = receiver.receivedBytes();
@@ -148,7 +148,7 @@ TEST_F(ALSARehearsal, PlaysFromTheFirstConnectionToTheRestart) {
     perform([](auto& model) { model.selectRouteSet(model.routeSets()[0].id); }, "Loaded set \"Default\"");
     expectNoteAt(*synth_, drums_, {0x92, 60, 100});
 
-    // The synthesizer goes while notes are on their way to it, and comes back under another client number.
+    // The synthesizer disappears while notes are being sent to it, and returns with another client number.
     keyboard_.playNumberedNotes(keys_, 0, 50);
     synth_.reset();
     ASSERT_TRUE(waitUntil([&] { return !isListed(synthID_); }));
@@ -175,7 +175,7 @@ TEST_F(ALSARehearsal, PlaysFromTheFirstConnectionToTheRestart) {
     EXPECT_TRUE(waitUntil([&] { return model_->lastEventDescription(model_->routes()[0].id) == "Note Off 82 3C 40"; }));
 }
 
-/// A chord and the pedal held through a connection from the keyboard to the synthesizer, on channel 3.
+/// A chord and the pedal, held through a connection from the keyboard to the synthesizer on channel 3.
 class ALSAHeldNotes : public ALSARehearsal {
 protected:
     ALSAHeldNotes() {
@@ -191,7 +191,7 @@ protected:
         synth_->forgetReceived();
     }
 
-    /// Expects the chord's end on the channel that it was played on, and nothing more.
+    /// Expects exactly the chord's end, on the channel that it was played on.
     void expectRelease() {
         EXPECT_TRUE(synth_->readUntilBytes(9));
         EXPECT_EQ(synth_->receivedBytes(), (Bytes{0x82, 60, 64, 0x82, 64, 64, 0xB2, 64, 0}));

@@ -1,4 +1,4 @@
-// What the ALSA host makes of packets for other programs, on the real sequencer.
+// How the ALSA host sends packets to other programs, on the real sequencer.
 
 #include "tests/hosts/alsa/HostUnderTest.hpp"
 #include "tests/support/ChildProcess.hpp"
@@ -31,7 +31,7 @@ protected:
         destination_ = corvel_.destination("Listener In").ref;
     }
 
-    /// The events that packets arrive as; a mark, sent behind them, is left out.
+    /// The events as which packets arrive, without the mark that is sent after them.
     std::vector<ReceivedEvent> eventsOf(const std::vector<Bytes>& packets) {
         for (const Bytes& packet : packets) {
             EXPECT_EQ(corvel_.send(destination_, packet), 0);

@@ -1,4 +1,4 @@
-// The ALSA host on a machine that has no sequencer, as most build machines are.
+// The ALSA host on a machine without a sequencer, as most build machines are.
 
 #include "core/support/EventLoop.hpp"
 #include "hosts/alsa/ALSAMIDIHost.hpp"

@@ -46,7 +46,7 @@ std::optional<Bytes> decoded(const snd_seq_event_t& event) {
     return std::nullopt;
 }
 
-/// What a packet is after a journey through the sequencer.
+/// The packet after it has been converted to events and back.
 Bytes throughEvents(const Bytes& packet) {
     EventDecoder decoder;
     Bytes all;
@@ -119,7 +119,7 @@ TEST(EventCoding, KeepsNoStateBetweenPackets) {
 
 TEST(EventCoding, LeavesOutAnExclusiveMessageThatCameWithoutItsBytes) {
     snd_seq_event_t event{};
-    // A pointer into the memory of the program that sent it.
+    // A pointer into the memory of the sending program.
     snd_seq_ev_set_sysex(&event, 4, reinterpret_cast<void*>(std::uintptr_t{16}));
     snd_seq_ev_set_varusr(&event, 4, reinterpret_cast<void*>(std::uintptr_t{16}));
     EXPECT_EQ(decoded(event), std::nullopt);
@@ -159,7 +159,7 @@ TEST(EventCoding, LosesNoByteOfAnyPacketButIncompleteMessages) {
         }
         const Bytes carried = throughEvents(packet);
         ASSERT_LE(carried.size(), packet.size());
-        // A packet once through the sequencer has nothing incomplete left.
+        // After one conversion a packet contains no incomplete messages.
         ASSERT_EQ(throughEvents(carried).size(), carried.size());
         const auto countRealtime = [](const Bytes& bytes) {
             return std::count_if(bytes.begin(), bytes.end(), [](std::uint8_t value) { return value >= 0xF8; });

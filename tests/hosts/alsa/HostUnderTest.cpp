@@ -101,7 +101,7 @@ void HostUnderTest::dispose() {
     }
     if (client_ != 0) {
         host_->disposeClient(std::exchange(client_, 0));
-        // The queue does it: the next test must not find this client's number taken.
+        // Waits for the queue to close the client, so that the next test does not find its number in use.
         queue_->sync([] {});
     }
 }
@@ -202,7 +202,7 @@ bool HostUnderTest::notifiedElsewhere() {
 bool HostUnderTest::waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
-        // A report that comes between looking and waiting is found at the next look.
+        // A report that comes between the check and the wait is found at the next check.
         constexpr std::chrono::milliseconds kLook{10};
         if (std::chrono::steady_clock::now() >= deadline) {
             return false;

@@ -18,7 +18,7 @@
 
 namespace corvel::tests {
 
-/// An endpoint with everything that a host tells of it.
+/// An endpoint with all properties that a host reports.
 using ListedEndpoint = MIDIEndpointRecord;
 
 /// One packet as it was delivered.
@@ -29,18 +29,18 @@ struct DeliveredPacket {
     bool operator==(const DeliveredPacket&) const = default;
 };
 
-/// The ALSA host as the engine uses it: on a queue of its own, everything that it reports recorded.
+/// The ALSA host on its own queue, as the engine uses it. Records all reports.
 class HostUnderTest {
 public:
-    /// The host without a client yet.
+    /// The host without a client.
     HostUnderTest();
     HostUnderTest(const HostUnderTest&) = delete;
     HostUnderTest& operator=(const HostUnderTest&) = delete;
     ~HostUnderTest();
 
-    /// Makes the client "Corvel" and its two ports.
+    /// Creates the client "Corvel" and its two ports.
     void start();
-    /// Disposes of them, the client on this thread.
+    /// Disposes of them; the client on this thread.
     void dispose();
 
     [[nodiscard]] MIDIHost& host() { return *host_; }
@@ -48,7 +48,7 @@ public:
     [[nodiscard]] MIDIObjectRef inputPort() const { return inputPort_; }
     [[nodiscard]] MIDIObjectRef outputPort() const { return outputPort_; }
 
-    /// Runs something on the host's queue, as one task, and waits for it.
+    /// Runs a function on the host's queue as one task, and waits for it.
     template <typename Callable>
     auto onQueue(Callable callable) {
         if constexpr (std::is_void_v<std::invoke_result_t<Callable>>) {
@@ -59,24 +59,24 @@ public:
             return std::move(*result);
         }
     }
-    /// Keeps the queue, or the main queue, from doing anything until the returned function is called.
+    /// Blocks the queue, or the main queue, until the returned function is called.
     [[nodiscard]] std::function<void()> holdQueue() { return hold(*queue_); }
     [[nodiscard]] std::function<void()> holdMainQueue() { return hold(*mainQueue_); }
 
-    // Single operations, each a task of its own; listings are made afresh
+    // Single operations, each in a task of its own; listings examine all ports
     [[nodiscard]] std::shared_ptr<const MIDISetup> setup();
     [[nodiscard]] std::vector<ListedEndpoint> sources();
     [[nodiscard]] std::vector<ListedEndpoint> destinations();
-    /// Those of a client, found through their references' order: by the display names' beginning.
+    /// The display names with this prefix, in the order of their references.
     [[nodiscard]] std::vector<std::string> sourceNames(const std::string& prefix);
     [[nodiscard]] std::vector<std::string> destinationNames(const std::string& prefix);
-    /// The only endpoint shown under this name; throws if there is none or more than one.
+    /// The only endpoint with this display name; throws if there is none or more than one.
     [[nodiscard]] ListedEndpoint source(const std::string& displayName);
     [[nodiscard]] ListedEndpoint destination(const std::string& displayName);
     [[nodiscard]] MIDIStatus connect(MIDIObjectRef source);
     MIDIStatus disconnect(MIDIObjectRef source);
     [[nodiscard]] MIDIStatus send(MIDIObjectRef destination, const Bytes& bytes);
-    /// What the engine does on every manual reload: lists afresh, all connected sources off and on again, in one task.
+    /// A manual reload as the engine does it: lists all ports again, disconnects and connects all sources, in one task.
     void reload(const std::vector<MIDIObjectRef>& connected);
 
     // Reports so far
@@ -84,10 +84,10 @@ public:
     [[nodiscard]] Bytes deliveredBytes();
     [[nodiscard]] std::vector<MIDINotification> notifications();
     [[nodiscard]] std::vector<std::string> diagnostics();
-    /// Whether any notification came on a thread that is not the main queue's.
+    /// Whether a notification came on a thread other than the main queue's.
     [[nodiscard]] bool notifiedElsewhere();
 
-    /// Waits for reports until the condition, which looks at them through the operations above, holds.
+    /// Waits for reports until the condition holds; the condition uses the operations above.
     [[nodiscard]] bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit = kDeadline);
 
 private:

@@ -31,13 +31,13 @@ constexpr PortAddress kSynth{128, 0};
 constexpr PortAddress kDrums{129, 0};
 constexpr PortAddress kHardware{20, 0};
 
-/// Programs whose pools fill as events come and empty when a test lets them read. Throws everything away when one event
-/// more comes than there is room for, as the sequencer does.
+/// Programs whose pools fill with events and become empty when a test reads. If one event more arrives than a pool has
+/// room for, it drops all of them, as the sequencer does.
 class FakeSequencer : public hosts::SequencerOutput {
 public:
     struct Failure {
         int status = 0;
-        /// Events that the destination still takes before.
+        /// Number of events that the destination still accepts before it fails.
         unsigned after = 0;
     };
 
@@ -46,9 +46,9 @@ public:
     std::map<int, bool> overran;
     std::map<PortAddress, Failure> failures;
     std::vector<std::pair<PortAddress, Bytes>> sent;
-    /// How many events each call of `send` was given.
+    /// The number of events in each call of `send`.
     std::vector<std::size_t> batches;
-    /// Every call so far: "!" for a send, "?" for a question of room.
+    /// All calls so far: "!" for a send, "?" for a query of room.
     std::string calls;
 
     std::size_t send(std::span<snd_seq_event_t> events, int& status) override {
@@ -102,7 +102,7 @@ private:
 
 class OutputFlowTest : public testing::Test {
 protected:
-    /// Adds a packet to the next flush. The result is its status; it stays valid.
+    /// Adds a packet to the next flush. Returns a reference to its status, which stays valid.
     MIDIStatus& add(const PortAddress& destination, Bytes packet) {
         Added& added = added_.emplace_back(Added{.packet = std::move(packet)});
         flow_.send(destination, added.packet, added.status, time_);
@@ -113,7 +113,7 @@ protected:
         return add(destination, SequencerPeer::numberedNote(number));
     }
 
-    /// After this the packets' memory is used for something else.
+    /// Overwrites the packets' memory afterwards.
     void flush() {
         flow_.flush(time_);
         for (Added& added : added_) {
@@ -141,13 +141,13 @@ protected:
 
     void sendWaiting() { flow_.sendWaiting(time_); }
 
-    /// The program reads all that waits for it, and a moment passes.
+    /// The program reads all its waiting events, and a moment passes.
     void read(int client) {
         sequencer_.usedCells[client] = 0;
         time_ += 2ms;
     }
 
-    /// Has the program read until nothing waits any more.
+    /// The program reads until nothing is waiting.
     void readAll(int client) {
         for (int attempt = 0; attempt < 1'000 && flow_.isWaiting(); ++attempt) {
             read(client);
@@ -181,7 +181,7 @@ protected:
         return all;
     }
 
-    /// Bytes that count up, in one SysEx message of this size.
+    /// A SysEx message of this size with bytes that count up.
     [[nodiscard]] static Bytes sysEx(std::size_t size) {
         Bytes message(size);
         for (std::size_t index = 0; index < size; ++index) {
@@ -192,7 +192,8 @@ protected:
         return message;
     }
 
-    /// Sends so many notes before and after a time in which others fill the receiver's pool all but one place.
+    /// Sends this number of notes before and after a time in which other programs fill the receiver's pool except for
+    /// one place.
     void expectNoOverrunWhereOthersLeaveOnePlace(unsigned count, std::chrono::milliseconds time) {
         sendNotes(kSynth, count);
         sequencer_.usedCells[kSynth.client] = sequencer_.poolSizes[kSynth.client] - 1;
@@ -279,7 +280,7 @@ TEST_F(OutputFlowTest, KeepsTheOrderAndHoldsUpNoOtherWhenABatchMeetsAFullDestina
 }
 
 TEST_F(OutputFlowTest, PutsWhatABatchCouldNotSendAheadOfWhatWaitsAlready) {
-    // Five have room, the others wait at once; of the five, three turn out to have none.
+    // There is room for five, the others are queued at once; for three of the five it turns out that there is no room.
     sequencer_.usedCells[128] = 200 - 25 - 5;
     sequencer_.failures[kSynth] = {-EAGAIN, 2};
     for (unsigned number = 0; number < 10; ++number) {
@@ -383,7 +384,7 @@ TEST_F(OutputFlowTest, SendsAnEventThatOnlyAnEmptyPoolCanTake) {
     EXPECT_FALSE(sequencer_.overran[128]);
 }
 
-// Questions of room
+// Queries of room
 
 TEST_F(OutputFlowTest, AsksBehindANoteThatComesAlone) {
     sendNotes(kSynth, 1);
@@ -439,7 +440,7 @@ TEST_F(OutputFlowTest, DoesNotAskForEveryNoteOfAPerformance) {
     EXPECT_LT(sequencer_.questionCount(), 8);
 }
 
-// What waits
+// Queued events
 
 TEST_F(OutputFlowTest, KeepsBytesOfItsOwnOfSysExThatWaits) {
     sequencer_.usedCells[128] = 200;

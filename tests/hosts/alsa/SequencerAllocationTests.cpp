@@ -17,7 +17,7 @@ using hosts::InputPool;
 
 constexpr std::array<std::uint8_t, 3> kNote{0x90, 60, 100};
 
-/// Receivers that have room for everything.
+/// Receivers with room for everything.
 class CountingOutput final : public hosts::SequencerOutput {
 public:
     std::size_t sentCount = 0;
@@ -34,7 +34,7 @@ TEST(SequencerAllocation, SendingShortMessagesTakesNone) {
     hosts::OutputFlow flow(output);
     MIDIStatus status = kMIDISuccess;
     const std::size_t before = heapAllocationCount();
-    // More than leave in one go.
+    // More than one write sends.
     for (int number = 0; number < 100; ++number) {
         flow.send({128 + number % 2, 0}, kNote, status, {});
     }

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 using hosts::readSoundCard;
 using hosts::SoundCard;
 
-/// A sysfs as the kernel lays it out: the class folder points at the card below its device.
+/// A sysfs with the kernel's layout: the class folder points to the card below its device.
 class SoundCardTest : public testing::Test {
 protected:
     void addUSBCard(int index, const std::string& path, const std::map<std::string, std::string>& attributes) {
@@ -74,7 +74,7 @@ TEST_F(SoundCardTest, TakesTheCardIDOnOtherBuses) {
 }
 
 TEST_F(SoundCardTest, StandsACardThatIsGone) {
-    // No machine has as many.
+    // No machine has this many cards.
     const SoundCard card = readSoundCard(77, folder_.path());
     EXPECT_EQ(card.id, "");
     EXPECT_EQ(card.name, "Sound Card 77");

@@ -33,7 +33,7 @@ using hosts::DemoTraffic;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// What a receive handler was given: "1: 90 3C 64", the connection and a packet.
+/// Records what a receive handler was given: "1: 90 3C 64", the connection and a packet.
 class Inbox {
 public:
     [[nodiscard]] MIDIHost::ReceiveHandler handler() {
@@ -361,7 +361,7 @@ TEST_F(DemoMIDIHostTest, LetsAReceiverCallItAgain) {
 }
 
 TEST_F(DemoMIDIHostTest, LetsAHandlersEndCallItAgain) {
-    // An engine is such a handler's property: its end disposes of ports.
+    // An example is a handler that owns an engine, whose destructor disposes of ports.
     const MIDIObjectRef client = makeClient();
     const MIDIObjectRef other = host->createOutputPort(client, "Out").ref;
     auto property = std::shared_ptr<int>(new int(0), [this, other](const int* value) {
@@ -416,7 +416,7 @@ TEST(DemoMIDIHost, CarriesItsOwnConnectionsThroughTheEngine) {
     EXPECT_EQ(host->traffic(setup.destinations[2].ref), (DemoTraffic{.packets = 1, .bytes = 1}));
 }
 
-/// Keeps what a service plays on its own thread.
+/// Records what a service plays on its own thread.
 class Listener {
 public:
     void receive(std::span<const MIDIArrival> arrivals) {
@@ -437,7 +437,7 @@ public:
         }
     }
 
-    /// Waits for a first note; false past the deadline.
+    /// Waits for the first note; false after the deadline.
     [[nodiscard]] bool waitForANote() { return heard_.get_future().wait_for(kDeadline) == std::future_status::ready; }
 
     [[nodiscard]] std::size_t soundingCount() const {
@@ -475,7 +475,7 @@ TEST(DemoMIDIHost, EndsEveryNoteThatItPlaysWhenItGoes) {
 }
 
 TEST(DemoMIDIHost, MayBeReleasedByAReceiverOnItsOwnThread) {
-    /// The last reference to the service, given to the handler once everything is connected.
+    /// The last reference to the service, which the handler gets once everything is connected.
     struct Owner {
         std::mutex mutex;
         std::shared_ptr<DemoMIDIHost> host;
@@ -483,7 +483,7 @@ TEST(DemoMIDIHost, MayBeReleasedByAReceiverOnItsOwnThread) {
     };
     auto host = hosts::makeDemoMIDIHost(std::make_shared<ManualQueue>());
     const auto owner = std::make_shared<Owner>();
-    // Goes with the handlers, which go with the state that the playing thread holds to its end.
+    // Destroyed with the handlers, which the state that the playing thread holds destroys at its end.
     std::shared_ptr<void> witness(nullptr, [owner](void*) { owner->isGone.set_value(); });
     connectAll(*host, [owner, kept = std::move(witness)](auto) {
         const std::lock_guard lock(owner->mutex);
@@ -509,8 +509,8 @@ TEST(DemoMIDIHost, EndsWhatADevicePlaysWhenItIsTakenOffline) {
                                                                   ++events;
                                                                   struck.set_value();
                                                               } else if (arrival.bytes[0] == 0xE0 && events == 1) {
-                                                                  // The bend at rest closes the end of the keyboard's
-                                                                  // piece.
+                                                                  // The bend's reset completes the end of the
+                                                                  // keyboard's piece.
                                                                   ++events;
                                                                   ended.set_value();
                                                               }

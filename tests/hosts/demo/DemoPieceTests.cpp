@@ -21,7 +21,7 @@ using ::testing::AnyOf;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// What a receiver of a piece knows.
+/// The state of a receiver of a piece.
 class Receiver {
 public:
     void receive(const std::vector<MIDIBytes>& packets) {
@@ -115,7 +115,7 @@ TEST(DemoPiece, HasASequencerThatStartsTheClockBeforeAllElse) {
     EXPECT_EQ(first[3], "C2 59");
     EXPECT_EQ(first[4], "C3 0B");
     EXPECT_EQ(first[5], "91 2D 64");
-    // One cycle later the clock is running already.
+    // One cycle later the clock is already running.
     EXPECT_EQ(byteTexts(packetsAtDemoStep(DemoPiece::sequencer, 384))[0], "F8");
 }
 

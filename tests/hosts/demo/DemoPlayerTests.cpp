@@ -18,7 +18,7 @@ using ::testing::IsEmpty;
 
 class DemoPlayerTest : public ::testing::Test {
 protected:
-    /// Plays the steps from `first` to before `end`.
+    /// Plays the steps from `first` up to, but not including, `end`.
     void playSteps(std::uint64_t first, std::uint64_t end, bool isHeard) {
         for (std::uint64_t step = first; step < end; ++step) {
             static_cast<void>(player.play(step, isHeard));

@@ -80,7 +80,7 @@ TEST_F(ChannelAssignmentDialogTests, AsksForAChannelToAdd) {
     EXPECT_GT(okButton().x(), cancelButton().x());
     EXPECT_EQ(dialog()->windowTitle(), "Add Output Channel");
     EXPECT_TRUE(ui::AlertDialog::isAnyOpen());
-    // The connection's channel is taken, so the next one is proposed; shortcuts are not copied.
+    // The connection's channel is in use, so the next one is proposed; shortcuts are not copied.
     EXPECT_EQ(channelPicker().text(), "Ch 4");
     EXPECT_EQ(shortcutField().text(), "No shortcut");
 }
@@ -337,7 +337,7 @@ TEST_F(ChannelAssignmentDialogTests, ChangesNothingOfAnotherSet) {
     choose(5);
     ui::ChannelAssignmentDialog* const open = dialog();
     model->duplicateSelectedRouteSet("Copy");
-    // The window has not heard of it yet.
+    // The window has not been notified yet.
     open->accept();
     turn();
     EXPECT_THAT(assignments(0), ElementsAre("Ch 3*"));
@@ -406,7 +406,7 @@ TEST_F(ChannelAssignmentDialogTests, SaysWhatElseAShortcutMeans) {
     EXPECT_EQ(shown(), "Use a modifier: ⌘1, ⌥⇧P");
     press(*dialog(), Qt::Key_Q, Qt::ControlModifier, 24);
     EXPECT_EQ(shown(), "In other sets these keys mean “Quit Corvel”");
-    // The same command where the layout has its letter at another place.
+    // The same command where the layout has its letter at another position.
     press(*dialog(), Qt::Key_Q, Qt::ControlModifier, 38);
     EXPECT_EQ(editor().shortcut(), KeyboardShortcutSpec("a", {command}));
     EXPECT_EQ(shown(), "In other sets these keys mean “Quit Corvel”");

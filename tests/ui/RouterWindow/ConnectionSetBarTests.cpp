@@ -52,7 +52,7 @@ protected:
         return *dialog;
     }
 
-    /// Whether the dialog goes away, with all that belongs to it.
+    /// Whether the dialog closes, with all that belongs to it.
     [[nodiscard]] bool isAnswered() {
         return turnUntil([this] { return SheetDialog::topOf(window) == nullptr; });
     }
@@ -386,7 +386,7 @@ TEST_F(ConnectionSetBarTests, NeverDeletesAnotherSetThanTheOneItAskedAbout) {
     model->createRouteSet("Live");
     turn();
     open(kDelete);
-    // The press and the change fall into one turn of the main loop.
+    // The press and the change happen in one turn of the main loop.
     model->selectRouteSet(model->routeSets()[0].id);
     tests::button(question(), "Delete").click();
     EXPECT_TRUE(isAnswered());

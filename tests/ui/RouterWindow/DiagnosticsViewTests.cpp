@@ -25,7 +25,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-/// What the fixture's clock shows at its start is midnight.
+/// The fixture's clock starts at midnight.
 class DiagnosticsViewTests : public tests::WindowModelFixture {
 protected:
     DiagnosticsViewTests() {

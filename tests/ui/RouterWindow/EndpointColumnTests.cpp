@@ -104,7 +104,7 @@ TEST_F(EndpointColumnTests, DocksItsRowsAtTheStage) {
     inputs.setEndpoints({makeInput(1, "Keys")});
     outputs.setEndpoints({makeOutput(2, "Synth")});
     turn();
-    // Twelve pixels are free on the outer side, none but the hairline at the stage.
+    // Twelve pixels are free on the outer side, and only the hairline at the stage.
     EXPECT_EQ(inputs.rows()[0]->mapTo(&window, QPoint()).x(), 12);
     EXPECT_GE(inputs.rows()[0]->mapTo(&window, QPoint(inputs.rows()[0]->width(), 0)).x(), 299);
     EXPECT_LE(outputs.rows()[0]->mapTo(&window, QPoint()).x(), 301);
@@ -148,7 +148,7 @@ TEST_F(EndpointColumnTests, ReportsTheRowThatTheUserClicks) {
     QTest::mouseClick(inputs.rows()[1], Qt::LeftButton);
     tests::pressAccessibly(*inputs.rows()[0]);
     EXPECT_THAT(selected, ElementsAre(-5, 1011));
-    // The selection is the model's to change.
+    // Only the model changes the selection.
     EXPECT_FALSE(inputs.rows()[0]->isSelected());
     EXPECT_EQ(inputs.selectedEndpoint(), nullptr);
 }

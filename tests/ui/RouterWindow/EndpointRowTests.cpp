@@ -23,7 +23,7 @@ using ::testing::IsEmpty;
 using tests::makeInput;
 using tests::makeOutput;
 
-/// Keeps what drags carried that have ended: there is no display, so they end at once.
+/// Records the data of drags that have ended. Without a display they end at once.
 class DragRecorder : public QObject {
 public:
     DragRecorder() { QCoreApplication::instance()->installEventFilter(this); }
@@ -49,7 +49,7 @@ protected:
     EndpointRowTests() {
         output.resize(288, 40);
         input.resize(288, 40);
-        // Away from the pointer.
+        // Moved away from the pointer.
         output.move(500, 500);
         input.move(500, 600);
         QObject::connect(&output, &EndpointRow::endpointDropped, &output,
@@ -63,7 +63,7 @@ protected:
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
-    /// The pointer pressed on the row and moved so far to the right.
+    /// Presses the pointer on the row and moves it this far to the right.
     static void dragBy(EndpointRow& row, int distance) {
         row.show();
         QTest::mousePress(&row, Qt::LeftButton, {}, {50, 20});
@@ -75,7 +75,7 @@ protected:
 
     static QRgb pixel(EndpointRow& row, int x, int y) { return row.grab().toImage().pixel(x, y); }
 
-    /// Whether the pixel takes the colour before two seconds have passed.
+    /// Whether the pixel gets this colour within two seconds.
     static bool turnsInto(EndpointRow& row, int x, int y, QRgb colour) {
         QElapsedTimer time;
         time.start();

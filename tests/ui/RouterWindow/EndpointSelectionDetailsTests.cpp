@@ -21,7 +21,7 @@ protected:
 
     QAbstractButton& button() { return tests::only<QAbstractButton>(details); }
 
-    /// What the clipboard has after a click on the details of this endpoint.
+    /// The text in the clipboard after a click on the details of this endpoint.
     std::string copied(const MIDIEndpointModel& endpoint) {
         QGuiApplication::clipboard()->setText("before");
         details.setEndpoint(&endpoint);

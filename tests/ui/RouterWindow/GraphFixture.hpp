@@ -32,7 +32,7 @@ class GraphFixture : public ModelFixture {
 public:
     GraphFixture(const GraphFixture&) = delete;
     GraphFixture& operator=(const GraphFixture&) = delete;
-    // The view goes before the model.
+    // The view is destroyed before the model.
     ~GraphFixture() override { graph.reset(); }
 
 protected:
@@ -81,7 +81,7 @@ protected:
         graph->show();
     }
 
-    /// Tells the view to look at the model again.
+    /// Tells the view to read the model again.
     void tell() {
         graph->refresh(ui::ModelChanges::all());
         QCoreApplication::processEvents();
@@ -95,7 +95,7 @@ protected:
         clock->set(present);
     }
 
-    /// What the stage shows, at a device pixel ratio.
+    /// The stage's picture at a device pixel ratio.
     [[nodiscard]] QImage picture(qreal ratio = 1) {
         QImage image((QSizeF(graph->size()) * ratio).toSize(), QImage::Format_RGB32);
         image.setDevicePixelRatio(ratio);

@@ -192,7 +192,7 @@ TEST_F(HeaderBarTests, TakesADoubleClickForAClick) {
     QAbstractButton& bin = button("Delete selected connection");
     QTest::mouseClick(&bin, Qt::LeftButton);
     turn();
-    // The second press, as the toolkit tells of it, and its release.
+    // The second press, as the toolkit reports it, and its release.
     QTest::mouseDClick(&bin, Qt::LeftButton);
     QTest::mouseRelease(&bin, Qt::LeftButton);
     turn();

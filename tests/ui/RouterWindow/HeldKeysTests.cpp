@@ -18,7 +18,7 @@ namespace {
 
 using ::testing::SizeIs;
 
-// Where keys are, as the display server numbers them.
+// Positions of keys, as the display server numbers them.
 constexpr quint32 kPlaceOfReturn = 36;
 constexpr quint32 kPlaceOfSpace = 65;
 constexpr quint32 kPlaceOf1 = 10;
@@ -27,7 +27,7 @@ constexpr quint32 kPlaceOfN = 57;
 /// Keys that are held down in the router window.
 class HeldKeysTests : public tests::RouterWindowFixture {
 protected:
-    /// Sends a key to the window that is in front, as the system does: first for a shortcut, then as a press.
+    /// Sends a key to the front window as the system does: first as a shortcut, then as a press.
     static void press(int key, quint32 place, bool isRepeated = false, Qt::KeyboardModifiers modifiers = {},
                       quint64 instant = 0) {
         QWindow* const front = QApplication::activeWindow()->windowHandle();
@@ -47,7 +47,7 @@ protected:
         QCoreApplication::sendEvent(QApplication::activeWindow()->windowHandle(), &event);
     }
 
-    /// Presses a key and holds it while the system repeats it so many times.
+    /// Presses a key and holds it while the system repeats it this number of times.
     void hold(int key, quint32 place, int repetitions, Qt::KeyboardModifiers modifiers = {}) {
         press(key, place, false, modifiers);
         turn();
@@ -58,7 +58,7 @@ protected:
         }
     }
 
-    /// An event as the X server tells it to the program.
+    /// Sends an event as the X server sends it to the program.
     static void sendFromX11(std::uint8_t type, xcb_keycode_t place, xcb_timestamp_t instant) {
         xcb_key_press_event_t event{};
         event.response_type = type;
@@ -121,7 +121,7 @@ TEST_F(HeldKeysTests, TriggerAShortcutOnce) {
     int triggered = 0;
     QObject::connect(&refresh, &QAction::triggered, &refresh, [&triggered] { ++triggered; });
     window->addAction(&refresh);
-    // Through all that the toolkit does with a key.
+    // Through the toolkit's complete handling of a key.
     QTest::keyPress(window->windowHandle(), Qt::Key_R, Qt::ControlModifier);
     ASSERT_EQ(triggered, 1);
     for (int repetition = 0; repetition < 5; ++repetition) {
@@ -165,7 +165,7 @@ TEST_F(HeldKeysTests, AreKnownWhereTheToolkitMissesThem) {
     press(Qt::Key_Return, kPlaceOfReturn, false, {}, 1660);
     EXPECT_THAT(model->routes(), SizeIs(2));
 
-    // Another key of the same instant is none.
+    // Another key at the same instant is not a repetition.
     press(Qt::Key_Space, kPlaceOfSpace, false, {}, 1660);
     release(Qt::Key_Space, kPlaceOfSpace, false, 1661);
     EXPECT_THAT(model->routes(), SizeIs(1));

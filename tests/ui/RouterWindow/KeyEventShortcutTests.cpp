@@ -33,7 +33,7 @@ TEST(KeyEventShortcut, TakesTheModifiersOfAPCKeyboardForTheirSymbols) {
 }
 
 TEST(KeyEventShortcut, TellsLettersAndDigitsByTheirPlaceWhateverTheyWrite) {
-    // What a Russian layout writes there; no layout changes the scan codes.
+    // What a Russian layout types there; layouts do not change the scan codes.
     const std::vector<std::pair<quint32, std::string>> rows{
         {10, "1234567890"}, {24, "qwertyuiop"}, {38, "asdfghjkl"}, {52, "zxcvbnm"}};
     for (const auto& [firstScanCode, keys] : rows) {
@@ -53,7 +53,7 @@ TEST(KeyEventShortcut, TakesTheDigitAndNotWhatShiftMakesOfIt) {
 }
 
 TEST(KeyEventShortcut, TakesWhatTheKeyWritesInLowerCaseBesideLettersAndDigits) {
-    // The places around the rows: -, [, ;, `, \ and comma on an American keyboard.
+    // Keys around the rows: -, [, ;, `, \ and comma on an American keyboard.
     for (const quint32 scanCode : {20U, 34U, 47U, 49U, 51U, 59U, 9U, 23U}) {
         EXPECT_EQ(shortcutFor(Qt::Key_Odiaeresis, Qt::ControlModifier, scanCode), KeyboardShortcutSpec("ö", {command}))
             << "scan code " << scanCode;

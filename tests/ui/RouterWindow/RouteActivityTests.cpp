@@ -21,8 +21,8 @@ using ::testing::IsEmpty;
 
 constexpr Instant kNow = ManualClock::kStart;
 
-/// Connection 1 level at 100 and connection 2 from 100 to 200, both active; connection 3 paused. The stage is 400 by
-/// 300.
+/// Connection 1 horizontal at 100 and connection 2 from 100 to 200, both active; connection 3 paused. The stage is 400
+/// by 300.
 RouteLines makeLines() {
     const auto line = [](std::uint32_t id, double endY, RouteAvailability availability) {
         return RouteLine{.routeID = makeID(id),

@@ -23,7 +23,7 @@ protected:
                          [this] { instants.push_back(ticker->now()); });
     }
 
-    /// Runs Qt's loop until there are so many ticks; false if they do not come within two seconds.
+    /// Runs Qt's loop for this number of ticks; false if they do not come within two seconds.
     template <typename Action>
     [[nodiscard]] bool tickUntil(std::size_t count, const Action& eachTurn) {
         const auto deadline = std::chrono::steady_clock::now() + 2s;
@@ -62,7 +62,7 @@ TEST_F(RouteAnimationTickerTest, followsTheClockOnceStarted) {
 }
 
 TEST_F(RouteAnimationTickerTest, keepsItsTimerWhenStartedAgain) {
-    // A start that began the interval anew would put every tick off for ever.
+    // If each start restarted the interval, no tick would ever come.
     EXPECT_TRUE(tickUntil(2, [this] { ticker->start(); }));
 }
 

@@ -27,7 +27,7 @@ namespace {
 using namespace ui;
 using namespace std::chrono_literals;
 
-/// Notes what a widget paints.
+/// Records what a widget paints.
 class PaintLog : public QObject {
 public:
     explicit PaintLog(QWidget* widget) : QObject(widget) { widget->installEventFilter(this); }
@@ -42,7 +42,7 @@ public:
     std::vector<QRegion> regions;
 };
 
-/// That the pixel at a logical place has this colour, give or take what antialiasing does to it.
+/// Expects this colour at a logical position, within the tolerance of antialiasing.
 void expectColor(const QImage& image, double x, double y, QRgb expected, int tolerance = 14) {
     const qreal ratio = image.devicePixelRatio();
     const QColor found = image.pixelColor(static_cast<int>(x * ratio), static_cast<int>(y * ratio));
@@ -72,7 +72,7 @@ protected:
         QCoreApplication::processEvents();
     }
 
-    /// What the screen shows of the stage, painted bit by bit as it is.
+    /// The stage as it is on the screen, painted in parts.
     [[nodiscard]] QImage screenshot() { return graph->screen()->grabWindow(graph->winId()).toImage(); }
 
     [[nodiscard]] QLabel& placeholder() { return *graph->findChild<QLabel*>(); }
@@ -83,7 +83,7 @@ protected:
 TEST_F(RouteGraphTest, drawsEveryConnectionFromRowToRow) {
     const QImage image = picture();
     expectColor(image, 289, 20, kDarkStage);
-    // The marks of all ends; the selected connection's lies over the other one's of the same input.
+    // The marks of all ends; the selected connection's lies over the other one of the same input.
     expectColor(image, 4, 156, 0xFF267AEB);
     expectColor(image, 573, 108, 0xFF267AEB);
     expectColor(image, 4, 108, 0xFFD133A8);
@@ -103,12 +103,12 @@ TEST_F(RouteGraphTest, spreadsEndsWithoutARowOverItsHeight) {
 
 TEST_F(RouteGraphTest, marksAnEndWithoutAnEndpointByAHollowMark) {
     EXPECT_EQ(picture().pixel(574, 258), 0xFF090B0EU);
-    // That of its input is filled, and grey as well.
+    // The mark of its input is filled, and grey as well.
     expectColor(picture(), 4, 60, 0xFF717985);
 }
 
 TEST_F(RouteGraphTest, endsALineAtAChevronWhereTheRowIsOutOfSight) {
-    // Rows are seen from 40 to 190: the Foot Controller's and the Warm Synth's, at 204, are not.
+    // Rows are visible from 40 to 190; those of the Foot Controller and the Warm Synth, at 204, are not.
     graph->setConnectorPositions(
         {
             {{Direction::source, kDrumPads}, 60},
@@ -131,10 +131,10 @@ TEST_F(RouteGraphTest, endsALineAtAChevronWhereTheRowIsOutOfSight) {
         EXPECT_EQ(line.startY, 176);
         EXPECT_EQ(line.endY, 176);
     });
-    // No mark stands there.
+    // No mark is there.
     EXPECT_EQ(picture().pixel(2, 176), 0xFF090B0EU);
 
-    // The nearest of those behind the edge is asked for.
+    // The nearest hidden endpoint is requested.
     std::vector<EndpointPositionKey> requested;
     QObject::connect(graph.get(), &RouteGraph::endpointRequested, graph.get(),
                      [&requested](const EndpointPositionKey& endpoint) { requested.push_back(endpoint); });
@@ -205,7 +205,7 @@ TEST_F(RouteGraphTest, showsASignalHalfWayAfterHalfItsTime) {
     tick();
     for (const qreal ratio : {1.0, 1.5, 2.0}) {
         const QImage image = picture(ratio);
-        // The core's middle, nearly white; its edge, the colour itself; the halo; and nothing beyond it.
+        // The middle of the core, nearly white; its edge, the colour itself; the halo; and nothing beyond it.
         expectColor(image, 289, 132, 0xFFF8B8A8, 36);
         expectColor(image, 289, 136.4, 0xFFF05938, 20);
         expectColor(image, 289, 121.5, 0xFF3A1B17, 24);
@@ -224,7 +224,7 @@ TEST_F(RouteGraphTest, colorsSignalsByTheirKind) {
 }
 
 TEST_F(RouteGraphTest, drawsARingRoundTheOutputsMarkAfterTheArrival) {
-    // Half the ring's time: radius 20.25, opacity 0.5, the signal at 0.257.
+    // Half the ring's duration: radius 20.25, opacity 0.5, the signal at 0.257.
     reportAgo(758'750us, makeID(1), {0x90, 60, 100});
     tick();
     const QImage image = picture(2);
@@ -313,7 +313,7 @@ TEST_F(RouteGraphTest, paintsInATickOnlyWhatMoves) {
     tick();
     ASSERT_EQ(log.regions.size(), 1U);
     const QRegion region = log.regions.front();
-    // Where the signal was, and where it is.
+    // The former and the present place of the signal.
     EXPECT_TRUE(region.contains(QRect(269, 112, 40, 40)));
     EXPECT_TRUE(region.contains(QRect(280, 112, 40, 40)));
     EXPECT_TRUE(QRect(264, 106, 66, 54).contains(region.boundingRect()));
@@ -322,7 +322,7 @@ TEST_F(RouteGraphTest, paintsInATickOnlyWhatMoves) {
 TEST_F(RouteGraphTest, leavesNoTraceOfWhatHasMovedOn) {
     graph->ticker().stop();
     const QImage before = screenshot();
-    // First a few signals, whose places are painted one by one, then many, painted together.
+    // First a few signals, painted one by one, then many, painted together.
     for (const int count : {3, 40}) {
         for (int index = 0; index < count; ++index) {
             reportAgo(index * 20ms, makeID(index % 2 == 0 ? 1 : 2), {0x90, 60, 100});
@@ -367,7 +367,7 @@ TEST_F(RouteGraphTest, selectsTheConnectionThatIsClicked) {
 }
 
 TEST_F(RouteGraphTest, selectsTheConnectionOnTopWhereCurvesCross) {
-    // Both begin at the same row. The second one is selected, and so lies over the fifth.
+    // Both start at the same row. The second one is selected, so it lies over the fifth.
     click({20, 108});
     EXPECT_EQ(model->selectedRouteID(), makeID(2));
     model->setSelectedRouteID(makeID(1));
@@ -417,7 +417,7 @@ TEST_F(RouteGraphTest, invitesToConnectWhileThereIsNoConnection) {
     showRoutes({});
     EXPECT_TRUE(placeholder().isVisible());
     EXPECT_EQ(placeholder().text(), "Select an input and output, then connect them");
-    // 56 of icon, 16, the text: centred.
+    // 56 for the icon, 16, and the text: centred.
     const int top = placeholder().y() - 72;
     EXPECT_NEAR(top, 404 - placeholder().geometry().bottom() - 1, 1);
     model->connect(kTapeClock, kDrumMachine);

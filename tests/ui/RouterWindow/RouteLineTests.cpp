@@ -56,7 +56,7 @@ void expectPulse(std::chrono::nanoseconds age, double opacity, double scale) {
     EXPECT_NEAR(pulse->scale, scale, 1e-12) << age.count();
 }
 
-// Where it runs
+// Course
 
 TEST(RouteLine, runsFromMarkToMarkPulledInwardsByAShareOfTheWidth) {
     const QPainterPath path = makeLine().path();
@@ -119,7 +119,7 @@ TEST(RouteLine, catchesClicksNinePixelsToEitherSide) {
 }
 
 TEST(RouteLine, measuresTheReachOfClicksAcrossTheCurve) {
-    // In its middle the curve falls 144 on 652.26: 9 pixels across it are 9.22 upright.
+    // In its middle the curve falls 144 on 652.26: 9 pixels across it are 9.22 vertically.
     const RouteLine line = makeLine();
     EXPECT_TRUE(line.catches({289, 156}));
     EXPECT_TRUE(line.catches({289, 165.1}));
@@ -136,7 +136,7 @@ TEST(RouteLine, catchesNoClicksBeyondItsEnds) {
     EXPECT_FALSE(line.catches({570.1, 204}));
 }
 
-// How it looks
+// Look
 
 TEST(RouteLine, isWiderWhenSelected) {
     RouteLine line = makeLine();
@@ -195,7 +195,7 @@ TEST(RouteLine, coloursSignalsByTheirKind) {
     }
 }
 
-// What moves on it
+// Signals
 
 TEST(RouteLine, movesASignalFromInputToOutputInFiveEighthsOfASecond) {
     expectSignal(0ns, 0.025, 1);

@@ -15,7 +15,7 @@ namespace {
 using namespace ui;
 using ::testing::ElementsAre;
 
-/// Level at a height, on a stage of 400 by 300.
+/// A horizontal line at this height, on a stage of 400 by 300.
 RouteLine makeLine(std::uint32_t id, double height, bool isSelected = false) {
     return {.routeID = makeID(id),
             .size = QSizeF(400, 300),

@@ -33,7 +33,7 @@ protected:
     [[nodiscard]] QColor pixel(int x, int y) const { return list->grab().toImage().pixelColor(x, y); }
 };
 
-/// Longer than anything that moves by itself.
+/// Longer than any animation.
 constexpr std::chrono::milliseconds kQuietTime(400);
 
 const QColor kHairline(0x2A3038);
@@ -92,7 +92,7 @@ TEST_F(RouteListTests, ScrollsToASelectedConnectionOnceItsRowIsMade) {
     showSets({MIDIRouteSet(makeID(9000), "None", {}), MIDIRouteSet(makeID(9001), "Many", manyRoutes(100))});
     model->selectRouteSet(makeID(9001));
     model->setSelectedRouteID(makeID(80));
-    // The middle of the row in the middle of the four that are seen.
+    // The middle of the row is in the middle of the four visible rows.
     EXPECT_TRUE(turnUntil([this] { return scrollValue() == 79 * 48 + 24 - 96; }));
 }
 
@@ -136,7 +136,7 @@ TEST_F(RouteListTests, DeletesTheRowsOfConnectionsThatGo) {
 }
 
 TEST_F(RouteListTests, GoesThroughTheRowsInTheirOrder) {
-    // The second set has the first one's connection as well, between others: its row is older than theirs.
+    // The second set also has the first set's connection, between others: its row is older than theirs.
     showSets({MIDIRouteSet(makeID(9000), "One", {route(2, {{}})}),
               MIDIRouteSet(makeID(9001), "Two", {route(1, {{}}), route(2, {{}}), route(3, {{}})})});
     const ui::RouteRow* const older = &row(0);
@@ -162,7 +162,7 @@ TEST_F(RouteListTests, GoesFromARowToWhatIsInItByLeftAndRight) {
         press(*list, key);
         visited.push_back(QApplication::focusWidget());
     }
-    // As Is can be neither edited nor deleted.
+    // "As Is" cannot be edited or deleted.
     EXPECT_THAT(visited, ElementsAre(&picker(row(0)), &addButton(row(0)), &enableButton(row(0)), &enableButton(row(0)),
                                      &addButton(row(0)), &picker(row(0)), &row(0), &row(0)));
 
@@ -232,7 +232,7 @@ TEST_F(RouteListTests, SelectsTheConnectionThatIsClicked) {
 TEST_F(RouteListTests, ShowsTheSelectionAsACardBetweenRowsWithoutDividers) {
     show(manyRoutes(4));
     model->setSelectedRouteID(makeID(2));
-    // Row by row, x 600 is beside all texts and controls.
+    // In each row, x 600 is beside all texts and controls.
     ASSERT_TRUE(turnUntil([&] { return pixel(600, 84) == kSelectedEdge; })) << "selected row";
     EXPECT_EQ(pixel(600, 108), kSelectedQuiet);
     EXPECT_EQ(pixel(600, 36), QColor(0x15181D)) << "first row";
@@ -274,7 +274,7 @@ TEST_F(RouteListTests, SelectsByTheSpaceBarAndReturn) {
     EXPECT_EQ(model->selectedRouteID(), makeID(1));
 }
 
-// 192 pixels of 40 rows are shown; row 20 lies from 960 to 1008, so its middle is shown in the middle at 888.
+// 192 pixels of 40 rows are visible. Row 20 is from 960 to 1008, so the list must scroll to 888.
 TEST_F(RouteListTests, ScrollsTheSelectedRowToTheMiddle) {
     show(manyRoutes(40));
     model->setSelectedRouteID(makeID(21));

@@ -152,7 +152,7 @@ TEST_F(RouteRowTests, ActivatesWhatAnOpenMenuShowsAlthoughTheAssignmentsChangedM
     // The menu's second item still reads Ch 3.
     menu->actions()[1]->trigger();
     EXPECT_EQ(model->routes()[0].activeVariantID, makeID(101));
-    // And the first one is gone.
+    // The first one is deleted.
     menu->actions()[0]->trigger();
     EXPECT_EQ(model->routes()[0].activeVariantID, makeID(101));
     menu->close();
@@ -260,7 +260,7 @@ TEST_F(RouteRowTests, ShortensNamesInTheirMiddleAndLeavesTheOutputItsPart) {
     host->properties[11].displayName = longName.toStdString();
     host->properties[21].displayName = longName.toStdString();
     show({route(1, {{}})});
-    // 784 pixels at x 56, less arrow and gaps: the input ends in its 55 %, then comes the arrow's space.
+    // 784 pixels at x 56, less arrow and gaps: the input ends within its 55 %, then comes the arrow.
     const QImage line = names(row(0)).grab().toImage();
     const auto hasInk = [&](int from, int to) {
         const QRgb ground = line.pixel(0, 0);
@@ -291,7 +291,7 @@ TEST_F(RouteRowTests, SaysTheNewestMessageToAScreenReaderThatAsks) {
     list->refresh(ui::ModelChanges::all());
     EXPECT_EQ(QAccessible::queryAccessibleInterface(&row(0))->text(QAccessible::Description),
               "As Is / Active / Note 90 3C 64");
-    // Kept nowhere, so that nobody is told when it changes.
+    // Not stored, so that changes are not announced.
     EXPECT_EQ(row(0).accessibleDescription(), "");
 }
 

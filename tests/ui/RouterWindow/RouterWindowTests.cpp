@@ -31,7 +31,7 @@ using ::testing::SizeIs;
 
 class RouterWindowTests : public tests::RouterWindowFixture {
 protected:
-    /// Where a view is in the window.
+    /// The rectangle of a view in the window.
     template <typename View>
     [[nodiscard]] QRect place() const {
         const View& view = tests::only<View>(*window);
@@ -45,7 +45,7 @@ protected:
     /// The middle of a row in the window.
     [[nodiscard]] double middle(const EndpointRow& row) const { return row.mapTo(window.get(), QPoint()).y() + 20; }
 
-    /// The heights in the window between which a connection's line runs.
+    /// The heights of the two ends of a connection's line in the window.
     [[nodiscard]] std::pair<double, double> lineEnds(std::size_t route) const {
         std::pair<double, double> ends;
         const int top = place<RouteGraph>().y();
@@ -65,7 +65,7 @@ protected:
         turn();
     }
 
-    /// Chooses the shortcut Ctrl+1 for channel 1 of a connection, of which another channel is active.
+    /// Chooses the shortcut Ctrl+1 for channel 1 of a connection whose active channel is another one.
     void addShortcut() {
         model->connect(1011, 1021);
         const UUID id = model->routes()[0].id;
@@ -148,7 +148,7 @@ TEST_F(RouterWindowTests, StaysInShapeWithAbsurdNames) {
     EXPECT_EQ(place(outputs()).width(), 300);
     EXPECT_EQ(place<RouteGraph>().width(), 380);
     EXPECT_EQ(place<StatusBar>(), QRect(0, 612, 980, 28));
-    // The rows keep some room beside the details.
+    // The rows keep some room above the details.
     EXPECT_GE(tests::only<LookScrollArea>(inputs()).height(), 48);
 }
 
@@ -248,7 +248,7 @@ TEST_F(RouterWindowTests, EndsLinesAtTheEdgeBehindWhichTheirRowIsOutOfSight) {
     turn();
     tests::only<LookScrollArea>(inputs()).verticalScrollBar()->setValue(0);
     turn();
-    // The 42nd row is, and the details of its endpoint begin at 340.
+    // The 42nd row is, and the details of its endpoint start at 340.
     EXPECT_EQ(lineEnds(0), std::pair(326.0, 208.0));
 }
 
@@ -278,7 +278,7 @@ TEST_F(RouterWindowTests, ScrollsTheEndsOfASelectedConnectionIntoView) {
     EXPECT_EQ(bar.value(), 0);
     model->setSelectedRouteID(model->routes()[0].id);
     turn();
-    // The 42nd row and the gap below it end at 2016, and 184 of that are seen above the details.
+    // The 42nd row and the gap below it end at 2016, and 184 of that are visible above the details.
     EXPECT_EQ(bar.value(), 42 * 48 - 184);
 }
 
@@ -464,7 +464,7 @@ TEST_F(RouterWindowTests, MarksBothEndsOfTheSelectedConnectionInItsColour) {
     model->connect(1011, 1021);
     model->connect(1012, 1022);
     turn();
-    // The second colour.
+    // The second connection's colour.
     const QColor colour = RouteColorPalette::color(model->routes()[1].id, model->routes());
     EXPECT_EQ(row(inputs(), 1).connectionMark(), colour);
     EXPECT_EQ(row(outputs(), 0).connectionMark(), colour);
@@ -513,7 +513,7 @@ TEST_F(RouterWindowTests, HasTheTabKeyGoAsTheEyeDoes) {
     button("Application menu").setFocus(Qt::TabFocusReason);
     QStringList visited;
     for (int step = 0; step < 20; ++step) {
-        // The details of a device go on with what it is.
+        // Only the first line: the name continues with details of the device.
         visited.append(tests::accessibleName(*QApplication::focusWidget()).section(QLatin1Char('\n'), 0, 0));
         QTest::keyClick(window->windowHandle(), Qt::Key_Tab);
     }

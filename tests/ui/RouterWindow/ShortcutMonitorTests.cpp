@@ -24,11 +24,11 @@ using enum KeyboardShortcutModifier;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-// Where keys are, as the display server numbers them.
+// Positions of keys, as the display server numbers them.
 constexpr quint32 kPlaceOf1 = 10;
 constexpr quint32 kPlaceOfP = 33;
 
-/// Notes the keys that reach it, Ctrl aside.
+/// Records the keys that reach it, except Ctrl.
 class KeySink : public QWidget {
 public:
     explicit KeySink(QWidget* parent) : QWidget(parent) { setFocusPolicy(Qt::StrongFocus); }
@@ -68,7 +68,7 @@ protected:
         }
     }
 
-    /// One press of a key, or its repetition, as a window gets it. True if nobody else may have it for a shortcut.
+    /// Sends a press of a key, or its repetition, to a window. Returns whether nothing else may use it as a shortcut.
     static bool press(QWidget& in, int key, Qt::KeyboardModifiers modifiers, quint32 place, bool isRepeated = false) {
         QKeyEvent override(QEvent::ShortcutOverride, key, modifiers, place, 0, 0, QString(), isRepeated);
         override.ignore();
@@ -85,7 +85,7 @@ protected:
 
     [[nodiscard]] std::string channel() const { return model->routes()[0].channelMode.title(); }
 
-    /// Chooses the channel without a shortcut, so that a shortcut shows.
+    /// Chooses the channel without a shortcut, so that the effect of a shortcut is visible.
     void reset() {
         model->setActiveVariant(model->routes()[0].variants.back().id, routeID);
         ASSERT_EQ(channel(), "Ch 4");
@@ -105,7 +105,7 @@ TEST_F(ShortcutMonitorTests, SwitchesTheChannelAndKeepsTheKeyFromTheFocusedView)
 }
 
 TEST_F(ShortcutMonitorTests, GoesByThePlaceOfTheKeyWhateverItWrites) {
-    // What a French layout writes there.
+    // What a French layout types there.
     press(window, Qt::Key_Ampersand, Qt::ControlModifier, kPlaceOf1);
     EXPECT_EQ(channel(), "Ch 1");
 }
@@ -187,7 +187,7 @@ TEST_F(ShortcutMonitorTests, ComesBeforeTheShortcutsOfTheMenu) {
     QObject::connect(&refresh, &QAction::triggered, &refresh, [&triggered] { ++triggered; });
     window.addAction(&refresh);
 
-    // Through all that the toolkit does with a key.
+    // Through the toolkit's complete handling of a key.
     QTest::keyClick(window.windowHandle(), Qt::Key_R, Qt::ControlModifier);
     EXPECT_EQ(channel(), "Ch 3");
     EXPECT_EQ(triggered, 0);

@@ -15,7 +15,7 @@ namespace {
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-/// The window as a screen reader walks it.
+/// The window as a screen reader sees it.
 class WindowAccessibilityTests : public tests::RouterWindowFixture {
 protected:
     static void collect(QAccessibleInterface* interface, std::vector<QAccessibleInterface*>& all) {
@@ -34,7 +34,7 @@ protected:
         return all;
     }
 
-    /// What can be pressed, chosen or typed into but has no name, by the name of its type.
+    /// Controls that can be pressed, chosen or typed into but have no name, by the name of their type.
     [[nodiscard]] static std::vector<std::string> namelessControls(QWidget& root) {
         std::vector<std::string> nameless;
         for (QAccessibleInterface* const interface : interfacesIn(root)) {
@@ -48,7 +48,7 @@ protected:
         return nameless;
     }
 
-    /// Buttons that a screen reader does not find, or cannot press.
+    /// Buttons that a screen reader cannot find or press.
     [[nodiscard]] static std::vector<std::string> unreachableButtons(QWidget& root) {
         const std::vector<QAccessibleInterface*> found = interfacesIn(root);
         std::vector<std::string> unreachable;

@@ -55,7 +55,7 @@ TEST_F(LookScrollAreaTests, ShowsAHandleFourPixelsWideAtItsDistanceFromTheSide) 
 }
 
 TEST_F(LookScrollAreaTests, ShowsHowMuchIsShownAndWhere) {
-    // 104 of 200 are shown, the handle's way is 100 from 2 to 102.
+    // 104 of 200 are visible; the handle's range is 100, from 2 to 102.
     EXPECT_EQ(handle.y(), 2);
     EXPECT_EQ(handle.height(), 52);
     area.verticalScrollBar()->setValue(96);

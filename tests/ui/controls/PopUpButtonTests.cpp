@@ -44,7 +44,7 @@ TEST_F(PopUpButtonTests, KeepsItsSizeWhateverItShows) {
 
 TEST_F(PopUpButtonTests, ListsItsItemsWithTheChosenOneTicked) {
     withMenu([](QMenu& menu) {
-        // An ampersand stands twice in a menu's title to be shown once.
+        // In a menu's title an ampersand is doubled so that it is shown once.
         EXPECT_EQ(tests::titles(menu), QStringList({"Default", "<b>A && B</b>", "Live"}));
         EXPECT_TRUE(menu.actions()[0]->icon().isNull());
         EXPECT_FALSE(menu.actions()[1]->icon().isNull());

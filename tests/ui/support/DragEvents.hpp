@@ -10,7 +10,7 @@
 /// A drag from elsewhere, as it reaches a widget.
 namespace corvel::tests {
 
-/// Moves a drag with this text onto the middle of the widget; whether it takes it.
+/// Moves a drag with this text onto the middle of the widget. Returns whether the widget accepts it.
 inline bool dragOnto(QWidget& widget, const QString& text) {
     QMimeData data;
     data.setText(text);

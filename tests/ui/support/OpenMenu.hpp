@@ -15,7 +15,7 @@
 
 namespace corvel::tests {
 
-/// Opens a menu, does something with it while it is open, and closes it if it still is.
+/// Opens a menu, calls `use` while it is open, and closes it if it is still open.
 inline void withOpenMenu(const std::function<void()>& open, const std::function<void(QMenu& menu)>& use) {
     bool isUsed = false;
     QTimer timer;

@@ -2,7 +2,7 @@
 #include <QString>
 #include <gtest/gtest.h>
 
-/// Runs tests of views: with an application object and without a display, on a screen that has room for the window.
+/// Runs tests of views: with an application object, without a display, on a screen with room for the window.
 int main(int argumentCount, char** arguments) {
     ::testing::InitGoogleTest(&argumentCount, arguments);
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {

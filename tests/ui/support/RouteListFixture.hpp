@@ -29,17 +29,17 @@ namespace corvel::tests {
 /// The list of connections in a window of its own, following the model.
 class RouteListFixture : public WindowModelFixture {
 protected:
-    /// The list's in a window of its ideal size: four rows.
+    /// The list's size in a window of ideal size: four rows.
     static constexpr QSize kSize{1180, 228};
 
-    /// What a test wants to say of an assignment: no channel passes channels on.
+    /// The fields of an assignment that a test sets; no channel means "As Is".
     struct Assignment {
         std::optional<int> channel = std::nullopt;
         std::optional<KeyboardShortcutSpec> shortcut = std::nullopt;
     };
 
     /// Connection `number` from the keys (1011) to the synth (1021), or between others, its first assignment active.
-    /// The assignments' IDs are the hundredfold number and up.
+    /// The assignments' IDs start at 100 times the number.
     static MIDIRoute route(std::uint32_t number, const std::vector<Assignment>& assignments,
                            std::int32_t sourceID = 1011, std::int32_t destinationID = 1021) {
         std::vector<MIDIRouteVariant> variants;
@@ -57,13 +57,13 @@ protected:
         return makeRoute({.id = makeID(number), .variants = std::move(variants)});
     }
 
-    /// The window shows these connections on the endpoints there are, all rows of them, however slow the machine is.
+    /// Shows these connections with the present endpoints, and waits for all rows, however slow the machine is.
     void show(const std::vector<MIDIRoute>& routes, QSize size = kSize) {
         showSets({MIDIRouteSet(makeID(9000), "Set", routes)}, size);
         ASSERT_TRUE(turnUntil([this] { return rows().size() == model->routes().size(); }));
     }
 
-    /// The window shows the first of these sets.
+    /// Shows the first of these sets.
     void showSets(const std::vector<MIDIRouteSet>& sets, QSize size = kSize) {
         list.reset();
         stopFollowing();
@@ -109,7 +109,7 @@ protected:
         turn();
     }
 
-    /// A key press as the toolkit delivers it to the view with the focus, by place on the keyboard.
+    /// Sends a key press to the view with the focus, as the toolkit does, by position on the keyboard.
     void press(QWidget& window, Qt::Key key, Qt::KeyboardModifiers modifiers = {}, quint32 scanCode = 0) {
         QWidget* const focus = window.focusWidget() == nullptr ? &window : window.focusWidget();
         for (const QEvent::Type type : {QEvent::ShortcutOverride, QEvent::KeyPress, QEvent::KeyRelease}) {

@@ -15,7 +15,7 @@
 
 namespace corvel::tests {
 
-/// The router window, shown at its smallest over a started model, without an application around it.
+/// The router window in its minimum size over a started model, without an application around it.
 class RouterWindowFixture : public WindowModelFixture {
 protected:
     RouterWindowFixture() {
@@ -24,7 +24,7 @@ protected:
     }
     RouterWindowFixture(const RouterWindowFixture&) = delete;
     RouterWindowFixture& operator=(const RouterWindowFixture&) = delete;
-    // The window goes before the model.
+    // The window is destroyed before the model.
     ~RouterWindowFixture() override { window.reset(); }
 
     void makeWindow() {

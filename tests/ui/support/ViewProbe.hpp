@@ -19,20 +19,20 @@
 #include <stdexcept>
 #include <string>
 
-/// Failures show a text as a text. GoogleTest looks for this name.
+/// Prints a text as a text in failures. GoogleTest looks for this name.
 inline void PrintTo(const QString& text, std::ostream* stream) {  // NOLINT(readability-identifier-naming)
     *stream << '"' << text.toStdString() << '"';
 }
 
-/// Looks at views as users do: by what is written on them, and what a screen reader calls them.
+/// Finds views as users do: by their texts and by their names for screen readers.
 namespace corvel::tests {
 
-/// What a screen reader calls the widget.
+/// The widget's name for screen readers.
 [[nodiscard]] inline QString accessibleName(QWidget& widget) {
     return QAccessible::queryAccessibleInterface(&widget)->text(QAccessible::Name);
 }
 
-/// The tooltip as it appears on the screen, with markup carried out.
+/// The tooltip as it appears on the screen, with markup applied.
 [[nodiscard]] inline QString shownToolTip(const QWidget& widget) {
     QString tip = widget.toolTip();
     if (!Qt::mightBeRichText(tip)) {
@@ -40,14 +40,13 @@ namespace corvel::tests {
     }
     QTextDocument document;
     document.setHtml(tip);
-    // A table has an empty line before and after it that takes no room.
+    // A table has an invisible empty line before and after it.
     const bool isTable = !document.rootFrame()->childFrames().isEmpty();
     QString text = document.toPlainText();
     return isTable ? text.sliced(1).chopped(1) : text;
 }
 
-/// The view of a type that a screen reader calls so, in the same window as the parent. After a colon the name may go on
-/// with what it is about.
+/// The view of a type with this name for screen readers, in the parent's window. After a colon the name may continue.
 template <typename View>
 [[nodiscard]] View& named(const QWidget& parent, QAnyStringView name) {
     const QString wanted = name.toString();
@@ -115,7 +114,7 @@ inline void pressAccessibly(QAbstractButton& button) {
     }
 }
 
-/// Whether the first view lies wholly left of the second.
+/// Whether the first view lies completely to the left of the second.
 [[nodiscard]] inline bool isLeftOf(const QWidget& first, const QWidget& second) {
     return first.mapToGlobal(QPoint(first.width(), 0)).x() <= second.mapToGlobal(QPoint()).x();
 }

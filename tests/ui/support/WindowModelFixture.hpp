@@ -13,11 +13,11 @@
 
 namespace corvel::tests {
 
-/// The model as `ModelFixture` makes it, with what a view needs besides: a look, and somebody who tells it of changes.
-/// Qt's loop stands still as well, until a test asks for a turn.
+/// The model of `ModelFixture`, with what a view needs besides: a look, and the notification of changes. Tests also
+/// drive Qt's loop by hand.
 class WindowModelFixture : public ModelFixture {
 protected:
-    /// Has the view follow the model that there is now.
+    /// Makes the view follow the present model.
     template <typename View>
     void follow(View& view) {
         refresh_ = std::make_unique<ui::ModelRefresh>(*model);
@@ -25,12 +25,12 @@ protected:
                          [&view](const ui::ModelChanges& changes) { view.refresh(changes); });
     }
 
-    /// Before another model is made.
+    /// To be called before another model is created.
     void stopFollowing() { refresh_.reset(); }
 
-    /// Runs what waits in the model's queues and in Qt's, deletions included. No traffic is told of yet.
+    /// Runs what is waiting in the model's queues and in Qt's, including deletions. Traffic is not notified.
     void turn() {
-        // Views hear of a change in the first round, and get their places in the second.
+        // Views are notified in the first round, and get their places in the second.
         for (int round = 0; round < 2; ++round) {
             settle();
             QCoreApplication::processEvents();
@@ -38,7 +38,7 @@ protected:
         }
     }
 
-    /// Turns until the condition holds; false if it does not in that time.
+    /// Turns until the condition holds; false after this time.
     template <typename Condition>
     [[nodiscard]] bool turnUntil(Condition&& holds, std::chrono::milliseconds patience = std::chrono::seconds(2)) {
         const auto deadline = std::chrono::steady_clock::now() + patience;
@@ -54,7 +54,7 @@ protected:
     ui::Look look{AppAppearanceMode::dark};
 
 private:
-    /// Goes before the model that it observes.
+    /// Destroyed before the model that it observes.
     std::unique_ptr<ui::ModelRefresh> refresh_;
 };
 

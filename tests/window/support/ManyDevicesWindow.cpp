@@ -1,6 +1,6 @@
-// The window over a MIDI service with as many devices as its argument says, for tests from outside: the demo service
-// has three. Inputs have the IDs 1, 2, 3 and so on, outputs 1001 and up. The second argument is the document, the
-// third, if there is one, the input that plays all the time.
+// The window over a MIDI service with a given number of devices, for tests from outside; the demo service has only
+// three. Inputs have the IDs 1, 2, 3 and so on, outputs 1001 and up. The first argument is the number of devices, the
+// second the document, and the third, if given, the input that plays all the time.
 
 #include "app/InMemorySettings.hpp"
 #include "app/MIDIRouterViewModel.hpp"
