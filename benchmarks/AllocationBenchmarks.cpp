@@ -1,5 +1,5 @@
-// How often a routed message takes memory from the heap, from the receive callback to the main thread's report, once
-// everything has its size. A routed message that waits for the heap can be late.
+// Counts the heap allocations for a routed message, from the receive callback to the main thread's report, after
+// warm-up. A message that waits for the heap can be late.
 
 #include "benchmarks/Benchmarks.hpp"
 #include "benchmarks/support/EngineRig.hpp"
@@ -18,7 +18,7 @@ constexpr const char* kAllocations = "allocations per message";
 constexpr std::size_t kFanOut = 4;
 constexpr std::size_t kPacketsPerIteration = 64;
 
-/// A note for 3 bytes, otherwise an exclusive message.
+/// A note for 3 bytes, otherwise a SysEx message.
 std::vector<std::uint8_t> makeMessage(std::size_t size) {
     if (size == 3) {
         return {0x90, 0x3C, 0x64};

@@ -2,8 +2,7 @@
 
 #include "benchmarks/support/Summary.hpp"
 
-/// The benchmarks by what they measure. Each function names its benchmarks to the library and its limits to the
-/// summary.
+/// The groups of benchmarks. Each function registers its benchmarks with the library and its limits with the summary.
 namespace corvel::benchmarks {
 
 void registerRoutingBenchmarks(Summary& summary);

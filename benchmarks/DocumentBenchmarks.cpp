@@ -1,5 +1,5 @@
-// What the connection-sets document costs to write, read and save, and how that grows with it. Each figure stands
-// beside what a general JSON library, or the bare system calls, take for the same bytes.
+// The time to write, read and save the connection-sets document, and its growth with the document's size. Each figure
+// is compared with a JSON library, or with bare system calls, on the same bytes.
 
 #include "benchmarks/Benchmarks.hpp"
 #include "benchmarks/support/SampleDocument.hpp"
@@ -24,7 +24,7 @@ namespace {
 
 using std::filesystem::path;
 
-/// Sizes to compare, half and twice around the first.
+/// The middle size; it is compared with half and twice of it.
 constexpr std::size_t kSets = 20;
 
 MIDIRouteSetDocument makeSample(std::size_t sets) {
@@ -63,7 +63,7 @@ void decodeWithLibrary(benchmark::State& state) {
     }
 }
 
-/// A folder of its own in `parent`, gone at the end.
+/// A folder in `parent` that is deleted at the end.
 class Folder {
 public:
     explicit Folder(const path& parent) : path_(parent / ("corvel-benchmark-" + std::to_string(::getpid()))) {
@@ -94,7 +94,7 @@ void save(benchmark::State& state, const path& parent, std::size_t sets) {
     }
 }
 
-/// The least that replaces a file so that a power cut leaves it whole.
+/// The minimal operations that replace a file so that it is complete even after a power cut.
 bool replaceBarely(const path& file, const std::string& bytes) {
     const std::string temporary = file.string() + ".new";
     const int descriptor = ::open(temporary.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0600);
@@ -148,7 +148,7 @@ void registerDocumentBenchmarks(Summary& summary) {
     addBaseline("library encode", addSizes("encode", encode, false), encodeWithLibrary, false);
     addBaseline("library decode", addSizes("decode", decode, false), decodeWithLibrary, false);
 
-    // The temporary folder may be in memory; where the program is built is a disk.
+    // The temporary folder may be in memory; the build folder is on a disk.
     for (const auto& [place, parent] :
          {std::pair<std::string, path>{"temporary", std::filesystem::temp_directory_path()},
           std::pair<std::string, path>{"working", std::filesystem::current_path()}}) {

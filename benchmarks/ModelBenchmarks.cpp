@@ -1,5 +1,5 @@
-// What the application model costs on the main thread: a routed event when all its lists are full, taking in the
-// endpoints, and loading, switching and saving connection sets.
+// The time of the application model on the main thread: for a routed event when all its lists are full, for a change of
+// the endpoints, and for loading, switching and saving connection sets.
 
 #include "app/InMemorySettings.hpp"
 #include "app/MIDIRouterViewModel.hpp"
@@ -23,11 +23,11 @@ namespace corvel::benchmarks {
 
 namespace {
 
-/// How the endpoints stand to the connections.
+/// Whether the endpoints of the connections are present.
 enum class Endpoints : std::uint8_t {
-    /// All are there under the IDs that the connections know.
+    /// All are present, with the IDs that the connections have.
     known,
-    /// None is there, so that every connection looks in vain for its labels.
+    /// None is present, so that every connection searches for its labels without success.
     unknown,
 };
 
@@ -58,7 +58,7 @@ public:
     [[nodiscard]] MIDIRouterViewModel& model() { return *model_; }
     [[nodiscard]] CoreMIDIRouterEngine& engine() { return *engine_; }
 
-    /// Lets the engine take what a command handed to it.
+    /// Runs what a command has posted to the engine.
     void runQueues() {
         queue_->runAll();
         mainQueue_->runAll();
@@ -68,7 +68,7 @@ private:
     void addEndpoints(std::int32_t count, Endpoints endpoints) {
         constexpr std::int32_t kDestinationReferences = 1'000'000;
         const bool areKnown = endpoints == Endpoints::known;
-        // Against the alphabet, so that there is something to sort.
+        // In reverse order, so that there is something to sort.
         for (std::int32_t id = count; id >= 1; --id) {
             const std::int32_t shown = areKnown ? id : -id;
             host_->addSource(
@@ -123,7 +123,7 @@ void recordEvent(benchmark::State& state, std::size_t notes) {
     }
 }
 
-/// The same events split and kept in two plain rings, with nobody told.
+/// The same events, split and stored in two plain ring buffers, without observers.
 void recordPlainly(benchmark::State& state, std::size_t notes) {
     const MIDIBytes bytes = repeatedNotes(notes);
     const UUID routeID = UUID::random();

@@ -1,15 +1,14 @@
-// What a routed message costs from the receive callback to the main thread's report, beside the least that could be
-// done with it.
+// The time of a routed message from the receive callback to the main thread's report, compared with a minimal router.
 //
-// The engine's side is whole: callback, copy, post, task, look-ups, transform, packet, send, activity event with its
-// identity and time, report, and the main thread taking the reports in batches. The tests' queues are run by hand on
-// this one thread: a few uncontended locks for each task. What the real loop costs, with its system calls, stands in
-// the `loop` figures: one for each burst of packets that are read together.
+// The engine's side is complete: callback, copy, post, task, lookups, transform, packet, send, activity event with
+// identity and time, report, and the main thread that takes the reports in batches. The tests' queues run on this one
+// thread, so each task costs a few uncontended locks. The `loop` figures add the system calls of the real event loop:
+// one for each burst of packets that are read together.
 //
 // The plain side does the same copies, the same rewriting and the same calls of the same host, in a loop over a flat
-// table of just the fields that it needs, and reports nothing. That is as little as a router could do, and less than
-// this one has to. `reporting` adds to it the event, with identity, time and bytes, that every message is to have, put
-// into a list; the difference between the two is the price of the activity display, not of the engine.
+// table with only the needed fields, and reports nothing. No router can do less. `reporting` also creates the event
+// that every message needs, with identity, time and bytes, and puts it into a list. The difference between the two is
+// the cost of the activity display, not of the engine.
 
 #include "benchmarks/Benchmarks.hpp"
 #include "benchmarks/support/EngineRig.hpp"
@@ -30,10 +29,10 @@ namespace corvel::benchmarks {
 
 namespace {
 
-/// The main thread takes reports when about this many wait: a sixtieth of a second of dense playing.
+/// The main thread takes reports when about this many are waiting: a sixtieth of a second of dense playing.
 constexpr std::size_t kReportsPerBatch = 1024;
 
-/// A note each, so that nothing depends on one value.
+/// Different notes, so that nothing depends on one value.
 constexpr std::array<std::array<std::uint8_t, 3>, 4> kNotes{
     {{0x90, 0x3C, 0x64}, {0x80, 0x3C, 0x40}, {0x91, 0x40, 0x7F}, {0x81, 0x40, 0x00}}};
 
@@ -45,7 +44,7 @@ std::size_t messagesPerIteration(const RoutingLayout& layout) {
     return packetsPerIteration(layout) * layout.matching;
 }
 
-/// A run counts only if every message was sent and, where it was to be, reported.
+/// A run counts only if every message was sent and, if required, reported.
 void finish(benchmark::State& state, const RoutingLayout& layout, std::size_t sent, std::size_t reported) {
     setUnitsPerIteration(state, static_cast<double>(messagesPerIteration(layout)));
     const std::size_t expected = state.iterations() * messagesPerIteration(layout);
@@ -69,8 +68,8 @@ void routeThroughEngine(benchmark::State& state, const RoutingLayout& layout, bo
     finish(state, layout, rig.sent(), rig.delegate().routed);
 }
 
-/// The same on the event loop that the program runs the engine on, which finds `burst` packets to read in each round,
-/// on its thread as with the sequencer.
+/// The same on the program's real event loop, which finds `burst` packets to read in each round, on its own thread as
+/// with the sequencer.
 void routeThroughLoop(benchmark::State& state, const RoutingLayout& layout, std::size_t burst) {
     const std::shared_ptr<EventLoop> loop = EventLoop::withThread("benchmark");
     EngineRig rig(layout, loop);
@@ -103,7 +102,7 @@ void routeThroughLoop(benchmark::State& state, const RoutingLayout& layout, std:
 /// The reference that the host gives the plain side's port.
 constexpr MIDIObjectRef kOutputPort = 2;
 
-/// What the plain side knows of a connection.
+/// The fields of a connection that the plain side needs.
 struct Connection {
     std::int32_t sourceID = 0;
     MIDIObjectRef destination = 0;
@@ -120,7 +119,7 @@ std::vector<Connection> makeConnections(const RoutingLayout& layout) {
     return connections;
 }
 
-/// Sends a packet through every connection from its source; `report` gets what was sent.
+/// Sends a packet through every connection from its source; calls `report` for each sent message.
 template <typename Report>
 void routePlainly(MIDIHost& host, const std::vector<Connection>& connections, std::span<const std::uint8_t> packet,
                   const Report& report) {
@@ -180,7 +179,7 @@ void routePlainReporting(benchmark::State& state, const RoutingLayout& layout) {
     });
 }
 
-// What no implementation can leave out, since every event has a time of its own and an identity of its own.
+// The work that every implementation needs, because each event has its own time and identity.
 
 void readClock(benchmark::State& state) {
     const std::shared_ptr<const Clock> clock = makeSystemClock();

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-/// What the fuzz targets share: saying which rule an input broke.
+/// How the fuzz targets report that an input broke a rule.
 namespace corvel::fuzz {
 
 /// "[90 3C 64]".
@@ -26,13 +26,13 @@ namespace corvel::fuzz {
     return text + "]";
 }
 
-/// Ends the program, so that the fuzzer keeps the input, with the rule that it broke and what was there instead.
+/// Aborts the program, so that the fuzzer keeps the input. Prints the rule that it broke and the evidence.
 [[noreturn]] inline void fail(std::string_view rule, const std::string& evidence) {
     std::fprintf(stderr, "broken rule: %.*s\n%s\n", static_cast<int>(rule.size()), rule.data(), evidence.c_str());
     std::abort();
 }
 
-/// `evidence` is asked only when the rule is broken.
+/// `evidence` is called only if the rule is broken.
 template <typename Evidence>
 void require(bool holds, std::string_view rule, const Evidence& evidence) {
     if (!holds) {

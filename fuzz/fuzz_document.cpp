@@ -1,5 +1,5 @@
-// Feeds any bytes to the reader of the connection-sets document, in both its forms. What is read must be sound and
-// survive writing and reading; what is refused must be refused by a DecodingError.
+// Feeds arbitrary bytes to the reader of the connection-sets document, in both its forms. A document that is read must
+// be valid and survive writing and reading; a refused one must be refused by a DecodingError.
 
 #include "core/routes/MIDIRouteSetDocument.hpp"
 #include "core/storage/RouteSetDocumentCoder.hpp"
@@ -50,7 +50,7 @@ void checkSound(const MIDIRouteSetDocument& document, const std::string& text) {
     }
 }
 
-/// An absent id is a fresh one at every reading, so it is the written form that is read again, not the input.
+/// A missing id gets a new value at every reading, so the written form is read again, not the input.
 void checkWritten(const MIDIRouteSetDocument& document) {
     const std::string text = RouteSetDocumentCoder::encode(document);
     checkSound(document, text);

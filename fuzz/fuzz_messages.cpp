@@ -1,5 +1,5 @@
-// Feeds any bytes to the parser, the transformer, the selection of connections and the sequencer's event coding, and
-// checks what must hold for each of them and between them.
+// Feeds arbitrary bytes to the parser, the transformer, the selection of connections and the sequencer's event coding,
+// and checks the rules for each of them and between them.
 
 #include "core/messages/MIDIMessageKind.hpp"
 #include "core/messages/MIDIMessageParser.hpp"
@@ -38,7 +38,7 @@ bool isChannelVoice(std::uint8_t byte) {
     return byte >= 0x80 && byte <= 0xEF;
 }
 
-// Told from the wire format here, not from the code under test, which has its own table.
+// Derived from the wire format, independent of the tested code, which has its own table.
 std::size_t completeLength(std::uint8_t status) {
     if (isChannelVoice(status)) {
         return status >= 0xC0 && status <= 0xDF ? 2 : 3;
@@ -102,7 +102,7 @@ void checkFragment(const MIDIMessageFragment& fragment) {
     require(alone.size() == 1 && alone.front() == fragment, "a fragment parsed alone is itself", evidence);
 }
 
-/// A realtime byte must come out just ahead of the message that it interrupts, or between two messages if it stood
+/// A realtime byte must come out directly before the message that it interrupts, or between two messages if it was
 /// between them.
 void checkRealtimePlaces(Bytes buffer, const std::vector<MIDIMessageFragment>& fragments) {
     const auto evidence = [buffer] { return "buffer " + hex(buffer); };
@@ -181,7 +181,7 @@ void checkTransformer(const MIDIBytes& buffer, const std::vector<MIDIMessageFrag
     }
     require(MIDIMessageTransformer::transform(result, mode) == result, "a transform done twice is done once", evidence);
 
-    // Where nothing is cut off or interrupted, parser and transformer must see the same messages.
+    // If nothing is cut off or interrupted, parser and transformer must find the same messages.
     Sequence whole;
     Sequence expected;
     for (const MIDIMessageFragment& fragment : fragments) {
@@ -239,8 +239,8 @@ void checkSelection(const MIDIBytes& buffer) {
     }
 }
 
-/// What the sequencer can carry of the buffer, in the order in which it must come out: the incomplete messages left
-/// out, realtime bytes ahead of the short message that they interrupt and in their place within an exclusive one.
+/// The part of the buffer that the sequencer can carry, in the order in which it must come out: without incomplete
+/// messages, realtime bytes before the short message that they interrupt, and in their place inside a SysEx message.
 Sequence carriedBySequencer(Bytes buffer, const std::vector<MIDIMessageFragment>& fragments) {
     Sequence carried;
     std::size_t position = 0;
@@ -292,7 +292,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const MIDIBytes bytes(buffer.begin(), buffer.end());
     require(MIDIMessageTransformer::transform(bytes, ChannelMode::asIs()) == bytes, "as it is changes nothing",
             [&bytes] { return "buffer " + hex(bytes); });
-    // Every channel has its turn, but not every one with every input, which would take most of the time.
+    // All channels are tested, but not with every input, which would take most of the time.
     const int channel = static_cast<int>(size % 16) + 1;
     for (const int tried : {channel, 17 - channel, channel - 16, channel + 16}) {
         checkTransformer(bytes, fragments, tried);

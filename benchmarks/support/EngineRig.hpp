@@ -15,35 +15,35 @@ namespace corvel::benchmarks {
 
 /// The connections of a measurement.
 struct RoutingLayout {
-    /// Connections from the source that plays, each forced to a channel and to a destination of its own.
+    /// Connections from the playing source, each with a forced channel and its own destination.
     std::size_t matching = 1;
-    /// Further connections, from other sources.
+    /// Additional connections, from other sources.
     std::size_t others = 0;
 };
 
-/// Unique ID and reference of the source that plays; its destinations follow `kFirstDestination`.
+/// Unique ID and reference of the playing source; its destinations follow `kFirstDestination`.
 inline constexpr std::int32_t kSource = 1;
 inline constexpr std::int32_t kFirstDestination = 100'000;
 
-/// The connections, those that match in the middle of the list.
+/// The connections; the matching ones are in the middle of the list.
 [[nodiscard]] std::vector<MIDIRoute> makeRoutes(const RoutingLayout& layout);
 
-/// A host with the endpoints of these connections, that keeps nothing of what is sent.
+/// Adds the endpoints of these connections to a host that stores nothing of what is sent.
 void addEndpoints(tests::FakeMIDIHost& host, const RoutingLayout& layout);
 
-/// A started engine over a fake host, on a queue of the caller's choice and with a main queue run by hand.
+/// A started engine over a fake host, on a given queue and with a main queue driven by hand.
 class EngineRig {
 public:
-    /// The engine is started once the caller has run `queue`.
+    /// The engine has started after the caller has run `queue`.
     EngineRig(const RoutingLayout& layout, std::shared_ptr<DispatchQueue> queue, bool releasesHeldNotes = false);
 
-    /// One packet from the source that plays.
+    /// Delivers one packet from the playing source.
     void receive(std::span<const std::uint8_t> packet) {
         const MIDIArrival arrivals[] = {{static_cast<MIDIObjectRef>(kSource), MIDIBytes(packet)}};
         host_->receive(arrivals);
     }
 
-    /// Lets the main thread take what was reported.
+    /// Makes the main thread take the reports.
     void takeReports() { mainQueue_->runAll(); }
 
     [[nodiscard]] std::size_t sent() const { return host_->sentCount; }

@@ -8,7 +8,7 @@
 
 namespace corvel::benchmarks {
 
-/// How much a sample document holds. Endpoint IDs run from 1 to `endpointsPerDirection` in either direction.
+/// The size of a sample document. Endpoint IDs are 1 to `endpointsPerDirection` in either direction.
 struct DocumentSize {
     std::size_t sets = 20;
     std::size_t connectionsPerSet = 50;
@@ -23,7 +23,7 @@ struct DocumentSize {
 [[nodiscard]] std::string destinationLabel(std::int32_t id);
 inline constexpr const char* kManufacturerLabel = "Maker of Instruments";
 
-/// A document with all fields in use: labels, shortcuts, forced channels. Every other connection is switched off.
+/// A document that uses all fields: labels, shortcuts, forced channels. Every second connection is paused.
 [[nodiscard]] MIDIRouteSetDocument makeDocument(const DocumentSize& size);
 
 }  // namespace corvel::benchmarks

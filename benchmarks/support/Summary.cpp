@@ -15,7 +15,7 @@ double median(std::vector<double> values) {
     return *middle;
 }
 
-/// For growth: where the machine slows down for a while, that must not be taken for it.
+/// For growth, because a machine that is slow for a while would look like growth.
 double fastest(std::vector<double> values) {
     return std::ranges::min(values);
 }
@@ -37,7 +37,7 @@ std::string timeText(double seconds) {
     return text;
 }
 
-/// The exponent of the power that size times its logarithm is like from half of `size` to twice as much.
+/// The exponent of a power that grows as n log n does from half of `size` to twice `size`.
 double exponentAllowed(double size) {
     return 1 + std::log2(std::log(2 * size) / std::log(size / 2)) / 2;
 }

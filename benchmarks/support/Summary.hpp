@@ -10,30 +10,32 @@
 
 namespace corvel::benchmarks {
 
-/// How many units of work one iteration did. Without it the figure of a benchmark is that of an iteration.
+/// The counter with the number of units of work in an iteration. Without it, a benchmark's figure is the time of an
+/// iteration.
 inline constexpr const char* kUnits = "per_unit";
 
-/// Says how many messages, say, an iteration handled, so that the figure of the benchmark is the time for one.
+/// Sets how many units, such as messages, an iteration handled, so that the benchmark's figure is the time of one.
 void setUnitsPerIteration(benchmark::State& state, double units);
 
-/// Prints every run as it ends, and at the end of all what they come to beside the limits that they have.
+/// Prints every run when it ends, and at the end all figures with their limits.
 ///
-/// A figure is the median of a benchmark's repetitions: other work on the machine then shows little.
+/// A figure is the median of a benchmark's repetitions, which reduces the influence of other work on the machine.
 class Summary : public benchmark::ConsoleReporter {
 public:
-    /// `name` may take `limit` times as long as `baseline`; without a limit the ratio is only shown.
+    /// `name` may take `limit` times as long as `baseline`; without a limit the ratio is only printed.
     void addRatio(std::string name, std::string baseline, std::optional<double> limit);
 
-    /// The counter of `name` may be at most `limit`; without a limit it is only shown.
+    /// The counter of `name` may be at most `limit`; without a limit it is only printed.
     void addCounter(std::string name, std::string counter, std::optional<double> limit);
 
-    /// The time may grow with the size as size times the logarithm of the size at most. `half`, `whole` and `twice`
-    /// handle half of `size` things, all of them, and twice as many.
+    /// The time may grow at most as n log n. `half`, `whole` and `twice` handle half of `size` things, all of them, and
+    /// twice as many.
     void addGrowth(std::string half, std::string whole, std::string twice, double size);
 
     void ReportRuns(const std::vector<Run>& runs) override;
 
-    /// Prints a line for each limit and figure. True if no limit is missed; what did not run misses none.
+    /// Prints a line for each limit and figure. Returns true if no limit is missed; benchmarks that did not run miss
+    /// none.
     [[nodiscard]] bool printSummary() const;
 
 private:
@@ -54,7 +56,7 @@ private:
         double size = 0;
     };
 
-    /// What stands for all repetitions.
+    /// The value that represents all repetitions.
     using Statistic = double (*)(std::vector<double> values);
 
     [[nodiscard]] std::optional<double> seconds(const std::string& name, Statistic statistic) const;

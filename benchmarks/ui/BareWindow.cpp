@@ -1,5 +1,5 @@
-// The least window of the same toolkit and size that could animate: what a start, the memory and a timer of any such
-// program cost here.
+// A minimal animated window of the same toolkit and size. It shows what start, memory and timer of any such program
+// cost.
 
 #include <QApplication>
 #include <QTimer>

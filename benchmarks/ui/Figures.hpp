@@ -5,21 +5,21 @@
 #include <string>
 #include <vector>
 
-/// What the measurements of the window have in common.
+/// Functions that the measurements of the window share.
 namespace corvel::benchmarks {
 
-/// Prints a figure, and what part of its limit it is if it has one.
+/// Prints a figure and, if it has a limit, its ratio to the limit.
 void printFigure(const std::string& what, double figure, const char* unit, std::optional<double> limit);
 
-/// The processor's time that this process, or the calling thread alone, has taken.
+/// The processor time of this process, or of the calling thread alone.
 [[nodiscard]] double processorSeconds();
 [[nodiscard]] double threadProcessorSeconds();
 
-/// Prints the median and the 99th of a hundred.
+/// Prints the median and the 99th percentile.
 void printPercentiles(const std::string& what, std::vector<double> values, const char* unit,
                       std::optional<double> limit);
 
-/// Runs Qt's loop for a while.
+/// Runs Qt's loop for this time.
 void runLoop(std::chrono::milliseconds duration);
 
 }  // namespace corvel::benchmarks

@@ -1,5 +1,5 @@
-// What the routing stage costs: the time of a frame and the processor's share with as much traffic as the model keeps,
-// at the usual device pixel ratios, and the processor's share while nothing is played.
+// The cost of the stage: the time of a frame and the processor load with as much traffic as the model keeps, at the
+// usual device pixel ratios, and the processor load while nothing is played.
 
 #include "benchmarks/ui/Figures.hpp"
 #include "benchmarks/ui/ModelRig.hpp"
@@ -28,17 +28,17 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How much there is on a stage.
+/// The number of connections and endpoints on a stage.
 struct Load {
     std::uint32_t connections = 64;
-    /// Inputs, and as many outputs.
+    /// The number of inputs, and of outputs.
     std::int32_t endpoints = 16;
 };
-/// More devices than the window can show at once, some of whose lines end at chevrons.
+/// More devices than the window can show at once, so that some lines end at chevrons.
 constexpr Load kLargeLoad{.connections = 300, .endpoints = 65};
 /// The stage of a window of 1180 by 760.
 constexpr QSize kStage(578, 404);
-/// As long as an event shows anything: the signal's way and the ring.
+/// The time for which an event is visible: the signal and the ring.
 constexpr std::chrono::nanoseconds kEventLife = 892'500us;
 constexpr std::chrono::nanoseconds kFrame = 16'666'667ns;
 constexpr std::chrono::nanoseconds kEventGap = kEventLife / MIDIRouterViewModel::kGraphActivityLimit;
@@ -83,7 +83,7 @@ private:
     [[nodiscard]] std::vector<MIDIRoute> makeRoutes() const {
         std::vector<MIDIRoute> routes;
         for (std::uint32_t index = 0; index < load_.connections; ++index) {
-            // Every input goes to four outputs, far and near.
+            // Every input goes to four outputs, near and far.
             const auto input = static_cast<std::int32_t>(index % static_cast<std::uint32_t>(load_.endpoints));
             const auto output =
                 static_cast<std::int32_t>((index * 5 + index / static_cast<std::uint32_t>(load_.endpoints)) %
@@ -101,8 +101,8 @@ private:
     std::uint32_t played_ = 0;
 };
 
-/// How long actions took, in milliseconds: by the clock, and of the processor's time, in which other work on the
-/// machine shows little.
+/// The durations of actions in milliseconds: by the clock, and in processor time, which other work on the machine
+/// influences little.
 class Durations {
 public:
     template <typename Action>
@@ -125,7 +125,7 @@ private:
     std::vector<double> processor_;
 };
 
-/// The processor's share, in percent of a core, over some seconds of the program's own loop.
+/// The processor load, in percent of a core, over some seconds of the program's own loop.
 double processorShare(std::chrono::milliseconds duration) {
     const double before = processorSeconds();
     const auto start = std::chrono::steady_clock::now();
@@ -160,7 +160,7 @@ void measureFrames(const std::string& at, double limit, Load load) {
     frames.print("frame with " + std::to_string(load.connections) + " connections", at, limit);
 }
 
-/// What a frame takes in which the lines themselves change: here another one is selected.
+/// The time of a frame in which the lines also change: here another one is selected.
 void measureLines(const std::string& at, Load load) {
     StageRig rig(std::make_shared<tests::ManualClock>(), load);
     rig.graph().ticker().stop();
@@ -204,7 +204,7 @@ void measureRest(const std::string& at) {
     printFigure("processor without traffic" + at, processorShare(10s), "% of a core", .5);
 }
 
-/// Runs a measurement in a process of its own: a device pixel ratio is one for a process's life.
+/// Runs a measurement in a process of its own, because a process has only one device pixel ratio.
 template <typename Measurement>
 bool runAt(const char* ratio, const Measurement& measurement) {
     std::fflush(stdout);

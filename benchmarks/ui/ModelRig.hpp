@@ -13,16 +13,16 @@
 
 namespace corvel::benchmarks {
 
-/// The model of a window, over an engine and a service with any number of devices. What the engine's and the main queue
-/// hold runs in `settle`.
+/// A window's model, over an engine and a service with any number of devices. `settle` runs the tasks of the engine's
+/// and the main queue.
 class ModelRig {
 public:
-    /// The ID of an output is its number and this.
+    /// An output's ID is its number plus this.
     static constexpr std::int32_t kFirstDestination = 1000;
 
     explicit ModelRig(std::shared_ptr<const Clock> clock = makeSystemClock()) : clock_(std::move(clock)) {}
 
-    /// Adds so many inputs and outputs, numbered from `firstNumber` on.
+    /// Adds this number of inputs and outputs, numbered from `firstNumber` on.
     void addDevices(std::int32_t firstNumber, std::int32_t count);
     void removeDevices();
 
@@ -30,7 +30,7 @@ public:
     void start(const MIDIRouteSetDocument& document);
     void settle();
 
-    /// A message that came through a connection.
+    /// Plays a message through a connection.
     void play(const UUID& routeID, Instant instant, const MIDIBytes& bytes);
 
     [[nodiscard]] MIDIRouterViewModel& model() { return *model_; }

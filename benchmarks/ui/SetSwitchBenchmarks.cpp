@@ -1,5 +1,5 @@
-// What it costs to go to another set of 300 connections between 65 devices: the time to the frame that shows it, how
-// long the main thread is held up by what follows, and what the engine's thread has to do.
+// The cost of switching to another set of 300 connections between 65 devices: the time to the frame that shows it, the
+// time for which the main thread is blocked afterwards, and the work of the engine's thread.
 
 #include "benchmarks/ui/Figures.hpp"
 #include "benchmarks/ui/ModelRig.hpp"
@@ -51,7 +51,7 @@ public:
         rig_.model().selectRouteSet(tests::makeID(isSecond_ ? 9002 : 9001));
     }
 
-    /// Runs what waits for the engine's thread.
+    /// Runs the tasks of the engine's thread.
     void settle() { rig_.settle(); }
 
 private:
@@ -72,7 +72,7 @@ private:
     bool isSecond_ = false;
 };
 
-/// Notes when the stage is first painted after it was armed.
+/// Records when the stage is first painted after it was armed.
 class FirstPaint final : public QObject {
 public:
     explicit FirstPaint(ui::RouterWindow& window) { window.findChild<ui::RouteGraph*>()->installEventFilter(this); }
@@ -104,11 +104,11 @@ void measureSwitches() {
         while (!paint.at()) {
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         }
-        // What is painted in the same frame comes after the stage.
+        // The other views of the same frame are painted after the stage.
         QCoreApplication::sendPostedEvents(nullptr, QEvent::UpdateRequest);
         frames.push_back(Milliseconds(std::chrono::steady_clock::now() - start).count());
 
-        // From here on the thread is to be free for messages.
+        // From here on the main thread should be free for messages.
         auto previous = std::chrono::steady_clock::now();
         double longest = 0;
         QTimer beat;

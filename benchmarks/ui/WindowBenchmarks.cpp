@@ -1,5 +1,5 @@
-// What the whole window costs, without a display: 200 endpoints a side from the service's list to the screen, and heavy
-// traffic, in the main thread's time for a message and in how late a message is drawn.
+// The cost of the whole window, without a display: the time from a service's list of 200 endpoints on each side to the
+// screen and, with heavy traffic, the main thread's time for a message and the delay until it is drawn.
 
 #include "benchmarks/ui/Figures.hpp"
 #include "benchmarks/ui/ModelRig.hpp"
@@ -48,7 +48,7 @@ public:
     [[nodiscard]] ui::RouterWindow& window() { return *window_; }
     [[nodiscard]] Instant now() const { return rig_.clock()->now(); }
 
-    /// All endpoints go, and as many others come.
+    /// Replaces all endpoints by as many others.
     void replaceEndpoints() {
         rig_.removeDevices();
         firstNumber_ += kEndpoints;
@@ -67,17 +67,17 @@ private:
     std::unique_ptr<ui::RouterWindow> window_;
 };
 
-/// Notes when the stage is painted.
+/// Records when the stage is painted.
 class PaintWatch final : public QObject {
 public:
     explicit PaintWatch(WindowRig& rig) : rig_(rig) {
         rig.window().findChild<ui::RouteGraph*>()->installEventFilter(this);
     }
 
-    /// A message has come that is to be drawn.
+    /// A message has come that must be drawn.
     void expect() { waiting_.push_back(rig_.now()); }
 
-    /// How long messages waited until the stage was next painted, in milliseconds.
+    /// The times from messages to the next painting of the stage, in milliseconds.
     [[nodiscard]] const std::vector<double>& delays() const { return delays_; }
 
 protected:
@@ -104,7 +104,7 @@ void measureSnapshots() {
     for (int round = 0; round < 30; ++round) {
         const auto start = std::chrono::steady_clock::now();
         rig.replaceEndpoints();
-        // The views read it on the next turn of the loop, and are laid out and painted on those after it.
+        // The views read it on the next turn of the loop, and get their places and are painted on later ones.
         for (int turn = 0; turn < 5; ++turn) {
             QCoreApplication::processEvents();
         }

@@ -22,7 +22,7 @@ namespace {
 
 using std::chrono::steady_clock;
 
-/// Calls on a descriptor, which is their first argument.
+/// Calls whose first argument is a descriptor.
 constexpr std::array<std::pair<long, const char*>, 12> kDescriptorCalls{{{SYS_read, "read"},
                                                                          {SYS_write, "write"},
                                                                          {SYS_writev, "writev"},
@@ -59,7 +59,7 @@ const char* nameIn(const Names& names, long number) {
     return found == names.end() ? nullptr : found->second;
 }
 
-/// Whether a thread goes to sleep with this call until something happens.
+/// Whether a thread sleeps in this call until something happens.
 bool isWait(const SystemCall& call) {
     switch (call.number) {
         case SYS_poll:
@@ -80,7 +80,7 @@ bool isWait(const SystemCall& call) {
     }
 }
 
-/// A flag that two processes see; set at first.
+/// A flag that two processes share; set at first.
 class SharedFlag {
 public:
     SharedFlag()
@@ -101,7 +101,7 @@ private:
     std::atomic<bool>* flag_ = nullptr;
 };
 
-/// Plays in a process of its own, since the calling thread has to follow the router meanwhile.
+/// Plays in another process, because the calling thread must follow the router meanwhile.
 void startPlayer(Wire& wire, const Rate& rate, const std::atomic<bool>& isRouterAtRest) {
     const pid_t player = fork();
     if (player < 0) {
@@ -142,7 +142,7 @@ CallCount countCalls(ProcessTracer& tracer, Wire& wire, const Rate& rate) {
     steady_clock::time_point first;
     steady_clock::time_point last;
     const SharedFlag isAtRest;
-    // Threads that have not stopped since the beginning have slept since then.
+    // Threads that have not stopped since the beginning have been asleep since then.
     std::map<pid_t, bool> sleeping;
     std::map<pid_t, std::size_t> callsByThread;
     startPlayer(wire, rate, isAtRest.get());

@@ -1,8 +1,8 @@
-// Floods the router without end: four senders at 24,000 messages a second each, all connected to one receiver that
-// never reads and to one that does. Watches the router's memory and whether it still answers commands.
+// Floods the router: four senders at 24,000 messages a second each, all connected to one receiver that never reads and
+// to one that does. Measures the router's memory and whether it still answers commands.
 //
 // usage: flood_benchmark [SECONDS]    (60 otherwise)
-// Exit status: 1 where Corvel is beyond a limit.
+// Exit status: 1 if Corvel exceeds a limit.
 
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/ConnectionsFile.hpp"
@@ -38,20 +38,20 @@ constexpr std::size_t kLargestWrite = 500;
 constexpr std::size_t kLargestPool = 2000;
 constexpr std::chrono::seconds kSampleInterval{2};
 constexpr std::chrono::seconds kAnswerGivenUp{10};
-/// After the flood nothing may come later than this.
+/// No message may arrive later than this after the flood.
 constexpr std::chrono::seconds kAfterwards{5};
 constexpr const char* kPortName = "Port";
 constexpr double kMemoryLimit = 150;
 constexpr double kAnswerLimit = 1;
 constexpr double kEndLimit = 1;
-/// Beyond it the measurement ends: the machine itself would suffer.
+/// Above this the measurement ends, to protect the machine.
 constexpr double kMemoryGivenUp = 1000;
 
 double seconds(steady_clock::duration time) {
     return std::chrono::duration<double>(time).count();
 }
 
-/// A program that plays notes at a steady rate in a thread of its own.
+/// A program that plays notes at a steady rate on its own thread.
 class Sender {
 public:
     explicit Sender(const std::string& name)
@@ -62,7 +62,7 @@ public:
 
     [[nodiscard]] const std::string& name() const { return name_; }
     [[nodiscard]] tests::SequencerAddress port() const { return port_; }
-    /// Messages that the sequencer took.
+    /// The number of messages that the sequencer accepted.
     [[nodiscard]] std::size_t sent() const { return sent_; }
 
     void start() {
@@ -91,7 +91,7 @@ private:
             for (std::size_t size = 0; tried < due; tried += size) {
                 size = std::min(due - tried, kLargestWrite);
                 const ssize_t written = write(descriptor.fd, notes.data(), size * sizeof(snd_seq_event_t));
-                // What the sequencer refuses is passed over: this sender waits for nobody.
+                // Messages that the sequencer refuses are skipped: this sender never waits.
                 sent_ += written > 0 ? static_cast<std::size_t>(written) / sizeof(snd_seq_event_t) : 0;
             }
             std::this_thread::sleep_for(kTick);
@@ -106,7 +106,7 @@ private:
     std::thread thread_;
 };
 
-/// A program that takes what comes, in a thread of its own, and counts it.
+/// A program that receives and counts messages on its own thread.
 class Receiver {
 public:
     explicit Receiver(const std::string& name) : peer_(name) {
@@ -122,7 +122,7 @@ public:
     Receiver& operator=(const Receiver&) = delete;
 
     [[nodiscard]] std::size_t received() const { return received_; }
-    /// How often the sequencer threw everything away because this program did not read in time.
+    /// How often the sequencer dropped all waiting messages because this program did not read in time.
     [[nodiscard]] std::size_t overruns() const { return overruns_; }
     [[nodiscard]] steady_clock::time_point lastArrival() const { return lastArrival_; }
 
@@ -166,7 +166,7 @@ double residentMegabytes(pid_t process) {
     throw std::runtime_error("the router ended");
 }
 
-/// Seconds until the running router has listed its sets.
+/// The time in seconds of a command that lists the running router's sets.
 double answerTime(const std::filesystem::path& document) {
     const auto start = steady_clock::now();
     tests::ChildProcess question({CORVEL_PROGRAM, "--sets", "--document", document.string()});
@@ -202,7 +202,7 @@ int run(std::chrono::seconds duration) {
     }
     const std::filesystem::path document = folder / "flood.json";
     file.write(document);
-    // What it writes is taken at once, as by a terminal.
+    // Its output is read at once, as by a terminal.
     const tests::ChildProcess router({"/bin/sh", "-c",
                                       R"(exec "$0" --headless --midi alsa --document "$1" 2>/dev/null)", CORVEL_PROGRAM,
                                       document.string()});

@@ -11,7 +11,7 @@ namespace corvel::benchmarks {
 
 namespace {
 
-/// Between two samples: what the router does later has been done.
+/// Pause between two samples, so that the router can finish its remaining work.
 constexpr std::chrono::milliseconds kRest{30};
 
 struct Sample {
@@ -25,7 +25,7 @@ Spread spreadOf(std::vector<double> values) {
     return {values[values.size() / 2], values.front(), values.back()};
 }
 
-/// The next stop of this thread; others run freely.
+/// The next stop of this thread; other threads run freely.
 TraceStop nextOf(ProcessTracer& tracer, pid_t thread) {
     while (const auto stop = tracer.next()) {
         if (stop->thread == thread) {
@@ -36,7 +36,7 @@ TraceStop nextOf(ProcessTracer& tracer, pid_t thread) {
     throw std::runtime_error("a child ended unexpectedly");
 }
 
-/// Runs until the thread returns from a read that brought something; gives how many messages.
+/// Runs until the thread returns from a read with messages. Returns their number.
 std::size_t runToRead(ProcessTracer& tracer, pid_t thread) {
     while (true) {
         tracer.runToCall(thread);
@@ -75,7 +75,7 @@ Sample stepToLastWrite(ProcessTracer& tracer, pid_t thread, std::size_t messages
             continue;
         }
         const unsigned long next = tracer.instructionPointer(thread);
-        // One with a repeat prefix stops after each repetition.
+        // An instruction with a repeat prefix stops after each repetition.
         sample.instructions += next != address ? 1 : 0;
         address = next;
     }

@@ -1,5 +1,5 @@
-// The least that can route on the ALSA sequencer: one thread that waits, reads, puts the event on another channel and
-// sends it on. It bounds nothing, reports nothing and keeps nothing: what any router is measured against.
+// A minimal router on the ALSA sequencer, against which routers are measured: one thread that waits, reads, changes the
+// event's channel and sends it. It has no limits, no reports and no buffer.
 //
 // usage: least_router SOURCE DESTINATION CHANNEL    (addresses as client:port, the channel from 1)
 

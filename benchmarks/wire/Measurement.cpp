@@ -17,15 +17,16 @@ using std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kNoteInterval{2};
 constexpr std::size_t kOutstanding = 64;
 constexpr std::chrono::milliseconds kReceiverSleep{20};
-/// Nothing for so long: the router has nothing left.
+/// If nothing arrives for this time, the router has sent everything.
 constexpr std::chrono::milliseconds kQuiet{300};
-/// Pause between two looks at whether the router is at rest.
+/// Pause between two checks whether the router sleeps.
 constexpr std::chrono::microseconds kLook{50};
-/// A note that has not come by then is lost.
+/// A note that has not arrived by then is lost.
 constexpr std::chrono::milliseconds kLatest{100};
-/// A note that has not come so long after the last one was sent is lost, however much holds up the router.
+/// A note that has not arrived this long after the last one was sent is lost, even if the router is blocked for a
+/// while.
 constexpr std::chrono::seconds kGivenUp{10};
-/// The most that the sequencer keeps for a program.
+/// The maximum number of events that the sequencer keeps for a program.
 constexpr std::size_t kLargestPool = 2000;
 constexpr unsigned kNumbers = 2 * 128 * 127;
 
@@ -69,7 +70,7 @@ std::size_t Wire::receivedCount() const {
 
 void Wire::send(std::size_t number) {
     snd_seq_event_t event = message(number);
-    // What the sequencer refuses has not arrived, which is what is counted.
+    // An event that the sequencer refuses does not arrive, and arrivals are counted.
     snd_seq_event_output_direct(sender_.handle(), &event);
 }
 
@@ -151,7 +152,7 @@ std::vector<std::chrono::nanoseconds> Wire::latencies(std::size_t count) {
             times.push_back(steady_clock::now() - start);
         }
         send(2 * note + 1);
-        // A note that took long must not be followed by a hurried row of them.
+        // After a note that took long the next ones must not follow in a burst.
         next = std::max(next, steady_clock::now());
     }
     return times;
@@ -258,7 +259,7 @@ std::size_t Wire::lostOfBurst(std::size_t count, Writing writing, Receiver recei
     for (std::size_t sent = 0; sent < count;) {
         const std::size_t size = std::min(portion, count - sent) * sizeof(snd_seq_event_t);
         const ssize_t written = write(descriptor, &messages[sent], size);
-        // One that the sequencer refuses is passed over: this sender waits for nobody.
+        // Messages that the sequencer refuses are skipped: this sender never waits.
         sent += written > 0 ? static_cast<std::size_t>(written) / sizeof(snd_seq_event_t) : 1;
     }
     reader.join();

@@ -58,7 +58,7 @@ ProcessTracer::ProcessTracer(pid_t process) : process_(process) {
 
 ProcessTracer::~ProcessTracer() {
     for (const auto& [thread, state] : threads_) {
-        // Only a stopped thread can be let go.
+        // Only a stopped thread can be detached.
         if (ptrace(PTRACE_DETACH, thread, nullptr, nullptr) != 0 &&
             ptrace(PTRACE_INTERRUPT, thread, nullptr, nullptr) == 0) {
             waitpid(thread, nullptr, __WALL);
@@ -91,7 +91,7 @@ std::optional<TraceStop> ProcessTracer::next() {
 }
 
 TraceStop ProcessTracer::understand(pid_t thread, int status) {
-    // A thread that was just started is traced from its first stop on.
+    // A newly started thread is traced from its first stop on.
     Thread& state = threads_[thread];
     const int signal = WSTOPSIG(status);
     if (signal == (SIGTRAP | kCallBit)) {
@@ -152,7 +152,7 @@ void ProcessTracer::releaseAll() {
 SystemCall ProcessTracer::call(pid_t thread) const {
     user_regs_struct registers{};
     request(PTRACE_GETREGS, thread, 0, reinterpret_cast<std::uintptr_t>(&registers), "read the registers");
-    // Before the kernel has taken the call its number is still in the result's register.
+    // Before the kernel has started the call, its number is still in the result's register.
     const auto number = static_cast<long>(registers.orig_rax);
     return {number < 0 ? static_cast<long>(registers.rax) : number,
             {registers.rdi, registers.rsi, registers.rdx, registers.r10},

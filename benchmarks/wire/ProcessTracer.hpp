@@ -10,16 +10,16 @@
 
 namespace corvel::benchmarks {
 
-/// A system call as the registers hold it.
+/// A system call as it is in the registers.
 struct SystemCall {
     long number = -1;
     /// The first four arguments.
     std::array<unsigned long, 4> arguments{};
-    /// Valid once it has returned; a negative errno if it failed.
+    /// Valid after the return; a negative errno if it failed.
     long result = 0;
 };
 
-/// Why a thread of the traced process stands still.
+/// Why a thread of the traced process has stopped.
 struct TraceStop {
     enum class Reason : unsigned char {
         callEntry,
@@ -34,14 +34,14 @@ struct TraceStop {
     Reason reason = Reason::pause;
 };
 
-/// Follows all threads of another process by ptrace (x86-64): stops them at system calls or after each instruction.
+/// Traces all threads of another process by ptrace (x86-64): stops them at system calls or after each instruction.
 ///
-/// A count made so depends on the program alone, not on the machine's speed or load. All operations belong to the
-/// thread that made the tracer; a refused ptrace request throws `std::system_error`. A thread stays stopped until it
-/// is resumed.
+/// The counts depend only on the program, not on the speed or load of the machine. All operations belong to the thread
+/// that created the tracer. A refused ptrace request throws `std::system_error`. A thread stays stopped until it is
+/// resumed.
 class ProcessTracer {
 public:
-    /// Attaches; all threads run on and stop at system calls. The process is a child of this one.
+    /// Attaches to a child of this process; all threads run on and stop at system calls.
     explicit ProcessTracer(pid_t process);
     ProcessTracer(const ProcessTracer&) = delete;
     ProcessTracer& operator=(const ProcessTracer&) = delete;
@@ -49,29 +49,29 @@ public:
     ~ProcessTracer();
 
     /// Waits for a traced thread to stop. No value if another child of this process has ended meanwhile; its status is
-    /// then in `endedChildStatus()`. Throws if the traced process ended.
+    /// then in `endedChildStatus()`. Throws if the traced process has ended.
     [[nodiscard]] std::optional<TraceStop> next();
     [[nodiscard]] int endedChildStatus() const { return endedChildStatus_; }
 
-    /// Lets a stopped thread run: to its next system call or the return from it, for one instruction, or freely.
+    /// Resumes a stopped thread: to its next system call or the return from it, for one instruction, or freely.
     void runToCall(pid_t thread);
     void step(pid_t thread);
     void runFreely(pid_t thread);
 
-    /// Stops a running thread, also one that waits in a system call. Other threads that stop meanwhile run freely.
+    /// Stops a running thread, even one that waits in a system call. Other threads that stop meanwhile then run freely.
     void pause(pid_t thread);
-    /// Lets all threads run freely that ran to their next system call until now.
+    /// Makes all threads that were running to their next system call run freely.
     void releaseAll();
 
-    // Of a stopped thread
+    // For a stopped thread
     [[nodiscard]] SystemCall call(pid_t thread) const;
     [[nodiscard]] unsigned long instructionPointer(pid_t thread) const;
     /// Whether the instruction at this address makes a system call.
     [[nodiscard]] bool isCallInstruction(pid_t thread, unsigned long address);
 
-    /// The thread's name, as the kernel has it.
+    /// The thread's name in the kernel.
     [[nodiscard]] std::string threadName(pid_t thread) const;
-    /// What the process has opened under this descriptor: a path, or a name such as "anon_inode:[eventfd]".
+    /// The file of this descriptor: a path, or a name such as "anon_inode:[eventfd]".
     [[nodiscard]] std::string openFile(unsigned long descriptor) const;
 
 private:

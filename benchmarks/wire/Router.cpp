@@ -15,7 +15,7 @@ std::string text(tests::SequencerAddress address) {
     return std::to_string(address.client) + ":" + std::to_string(address.port);
 }
 
-/// Undoes a subscription; the ports themselves may be gone by then.
+/// Removes a subscription; the ports may no longer exist.
 class KernelSubscription {
 public:
     KernelSubscription(tests::SequencerPeer& sender, tests::SequencerAddress source,
@@ -46,7 +46,7 @@ RunningRouter startLeastRouter(const std::filesystem::path& program, tests::Sequ
 }
 
 RunningRouter startMidish(tests::SequencerAddress source, tests::SequencerAddress destination) {
-    // Its channels count from 0; "i" lets the input pass through the filter until the input ends.
+    // Its channels count from 0; "i" passes the input through the filter until the input ends.
     const std::string commands = "dnew 0 \"" + text(source) + "\" ro\n" +                                     //
                                  "dnew 1 \"" + text(destination) + "\" wo\n" +                                //
                                  "fnew wire\n" +                                                              //
@@ -69,7 +69,7 @@ RunningRouter startCorvel(const std::filesystem::path& program) {
 
 std::vector<Router> makeRouters(const std::filesystem::path& programs, const std::filesystem::path& corvel) {
     const std::filesystem::path leastRouter = programs / "least_router";
-    // A comparison that drops whoever is missing would go unnoticed.
+    // Checked, because a missing program would otherwise be left out of the comparison unnoticed.
     for (const std::filesystem::path& program : {leastRouter, std::filesystem::path(kMidish), corvel}) {
         if (!std::filesystem::exists(program)) {
             throw std::runtime_error(program.string() + " is missing");

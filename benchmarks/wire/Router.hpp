@@ -13,37 +13,37 @@
 
 namespace corvel::benchmarks {
 
-/// What carries notes from one port to another while it exists; not yet at work when it is made.
+/// Routes notes from one port to another while it exists; may still be starting.
 struct RunningRouter {
     std::shared_ptr<void> life;
-    /// Its process, a child of this one; none where the kernel itself routes.
+    /// Its PID, a child of this process; no value if the kernel itself routes.
     std::optional<pid_t> process{};
 };
 
-/// One of the competitors.
+/// One of the routers that are compared.
 struct Router {
     std::string name;
-    /// Puts it between the ports of two peers. Throws if it cannot be started.
+    /// Starts it between the ports of two peers. Throws if it cannot be started.
     std::function<RunningRouter(tests::SequencerPeer& sender, tests::SequencerAddress source,
                                 tests::SequencerAddress destination)>
         start;
 };
 
-/// The name of the competitor that is held against limits.
+/// The name of the router that has limits.
 inline constexpr const char* kCorvelName = "corvel --headless";
 
-/// The name of one that works by a timer: what it does for a note alone cannot be told from what it does anyway.
+/// The name of the router that works by a timer: its calls for a note cannot be separated from those of the timer.
 inline constexpr const char* kMidishName = "midish";
 
-/// Names of the ports between which the routers are put; Corvel finds them by name.
+/// Names of the ports between which the routers are started; Corvel finds them by name.
 inline constexpr const char* kSenderName = "Wire Sender";
 inline constexpr const char* kReceiverName = "Wire Receiver";
 inline constexpr const char* kPortName = "Port";
 
-/// The channel (from 1) onto which every router that can puts the notes.
+/// The channel (from 1) to which every capable router forces the notes.
 inline constexpr int kForcedChannel = 10;
 
-/// All competitors: a kernel subscription, the least router, midish and Corvel. `programs` is the folder with
+/// All routers: a kernel subscription, the minimal router, midish and Corvel. `programs` is the folder with
 /// `least_router`; `corvel` is the program. Throws if one of them is missing.
 [[nodiscard]] std::vector<Router> makeRouters(const std::filesystem::path& programs,
                                               const std::filesystem::path& corvel);

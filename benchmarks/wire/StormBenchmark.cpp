@@ -1,8 +1,8 @@
-// Measures what devices that come and go cost everyone else: notes between two endpoints that nobody touches, while
-// another program opens and closes ports again and again.
+// Measures the latency of notes between two endpoints that do not change, while another program repeatedly opens and
+// closes ports.
 //
 // usage: storm_benchmark [PORTS...]    (0, 16, 64, 250 and 1000 otherwise)
-// Exit status: 1 where Corvel is beyond a limit.
+// Exit status: 1 if Corvel exceeds a limit.
 
 #include "benchmarks/wire/Measurement.hpp"
 #include "benchmarks/wire/Router.hpp"
@@ -34,12 +34,12 @@ constexpr std::size_t kNotes = 10'000;
 constexpr std::chrono::milliseconds kInterval{1};
 /// The sequencer allows a program 254 ports.
 constexpr int kPortsPerProgram = 250;
-/// The ports stay open, and closed, for so long.
+/// The time for which the ports stay open, and closed.
 constexpr std::chrono::milliseconds kPause{20};
-/// Above ordinary programs, so that the measuring is not held up by the storm; below Corvel.
+/// Above ordinary programs, so that the storm does not delay the measurement; below Corvel.
 constexpr int kMeasuringPriority = 10;
 
-/// The slowest note that a storm of so many ports may cause.
+/// The maximum latency in a storm of this many ports.
 double limitMilliseconds(int ports) {
     return ports <= 250 ? 10 : ports <= 1000 ? 25 : std::numeric_limits<double>::infinity();
 }
@@ -64,7 +64,7 @@ double limitMilliseconds(int ports) {
     }
 }
 
-/// Another program that opens and closes ports while this lives.
+/// Another program that opens and closes ports while this object exists.
 class Storm {
 public:
     explicit Storm(int ports) : process_(fork()) {
@@ -88,7 +88,7 @@ public:
         waitpid(process_, nullptr, 0);
     }
 
-    /// Throws if it has ended by itself: nothing was measured then.
+    /// Throws if it has ended by itself, because then nothing was measured.
     void check() const {
         if (waitpid(process_, nullptr, WNOHANG) != 0) {
             throw std::runtime_error("the storm ended early");
@@ -127,7 +127,7 @@ Result measure(const Router& router, int ports) {
 int run(const std::vector<int>& portCounts, const std::filesystem::path& programs) {
     sched_param parameters{};
     parameters.sched_priority = kMeasuringPriority;
-    // What is started from here has no such priority.
+    // Programs started from here do not inherit the priority.
     if (sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &parameters) != 0) {
         throw std::runtime_error("no real-time priority for measuring");
     }

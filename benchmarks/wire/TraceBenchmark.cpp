@@ -1,8 +1,8 @@
-// Counts what a routed note costs a router's process, by ptrace: system calls, and instructions from the read that
-// brought the note to the write that sends it. Neither depends on the machine's speed or on what else it does.
+// Counts by ptrace what a router's process does for a routed note: system calls, and instructions from the read of the
+// note to the write that sends it. The counts do not depend on the speed or load of the machine.
 //
 // usage: trace_benchmark
-// Exit status: 1 where Corvel is beyond a limit.
+// Exit status: 1 if Corvel exceeds a limit.
 
 #include "benchmarks/wire/CallCount.hpp"
 #include "benchmarks/wire/InstructionCount.hpp"
@@ -74,7 +74,7 @@ bool isWithin(const std::string& what, double value, double limit) {
 Result measure(const std::string& router, Wire& wire, pid_t process) {
     Result result;
     ProcessTracer tracer(process);
-    // Everything has its size, and the routing thread is known.
+    // Warms up, and finds the routing thread.
     const pid_t thread = countCalls(tracer, wire, {1000, 100}).routingThread;
     for (const Rate& rate : kRates) {
         result.calls.push_back(countCalls(tracer, wire, rate));

@@ -1,7 +1,7 @@
-// Measures routers from outside on the real sequencer, interleaved, and holds Corvel against the least router.
+// Measures routers from outside on the real sequencer, interleaved, and compares Corvel with the minimal router.
 //
 // usage: wire_benchmark [ROUNDS]
-// Exit status: 1 where Corvel is beyond a limit.
+// Exit status: 1 if Corvel exceeds a limit.
 
 #include "benchmarks/wire/Measurement.hpp"
 #include "benchmarks/wire/Router.hpp"
@@ -21,14 +21,14 @@ namespace corvel::benchmarks {
 namespace {
 
 constexpr int kRounds = 9;
-/// A machine's speed changes from one second to the next: in each round the routers take turns, in changing order.
+/// The speed of a machine changes from second to second, so the routers take turns in each round, in changing order.
 constexpr std::size_t kLatencyTurns = 8;
 constexpr std::size_t kNotesPerTurn = 40;
 constexpr std::size_t kFloodMessages = 10'000;
-/// Corvel's median latency may be this many times that of the least router.
+/// Maximum ratio of Corvel's median latency to that of the minimal router.
 constexpr double kLatencyLimit = 1.2;
 
-/// One figure of one router, a value for each round.
+/// One figure of one router, with a value for each round.
 using Samples = std::vector<double>;
 
 double quantile(Samples samples, double part) {
@@ -121,7 +121,7 @@ void printLosses(const std::vector<Router>& routers, std::map<std::string, Resul
     }
 }
 
-/// Says whether Corvel is within its limits.
+/// Prints and returns whether Corvel is within its limits.
 bool judge(std::map<std::string, Results>& results) {
     const Results& own = results[kCorvelName];
     const double ratio = quantile(own.p50, 0.5) / quantile(results["least router"].p50, 0.5);
