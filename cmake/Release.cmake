@@ -1,5 +1,5 @@
-# How the optimised build types are compiled: joined across files and hardened, as far as compiler and linker allow.
-# Not for builds with sanitizers, which check the same things themselves.
+# Compilation of the optimised build types: link-time optimisation and hardening, as far as compiler and linker support
+# them. Not for builds with sanitizers, which have checks of their own.
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 include(CheckIPOSupported)
@@ -8,7 +8,8 @@ include(CheckLinkerFlag)
 set(CORVEL_RELEASE_TYPES RelWithDebInfo Release MinSizeRel)
 string(REPLACE ";" "," release_types "${CORVEL_RELEASE_TYPES}")
 
-# Adds `flag` to every compilation of a release. Warnings count as refusals: that is how clang refuses most flags.
+# Adds `flag` to every compilation of a release if the compiler accepts it. A warning counts as a refusal, because clang
+# warns about most unknown flags.
 function(corvel_release_compile_flag flag)
   string(MAKE_C_IDENTIFIER "CORVEL_COMPILES_WITH${flag}" result)
   set(CMAKE_REQUIRED_FLAGS -Werror)
@@ -26,8 +27,8 @@ function(corvel_release_link_flag flag)
   endif()
 endfunction()
 
-# A message comes after a wait, when memory that other programs pushed out of the caches is slow to reach. So the code on
-# its way is joined across files, and libraries are called without a detour through the linkage table.
+# A message arrives after a wait, when other programs have replaced the contents of the caches. So the code for it is
+# optimised across files, and library functions are called without the linkage table.
 check_ipo_supported(RESULT can_join_files OUTPUT reason LANGUAGES CXX)
 if(can_join_files)
   foreach(type IN LISTS CORVEL_RELEASE_TYPES)
@@ -40,20 +41,21 @@ else()
   message(STATUS "Without optimisation across files: ${reason}")
 endif()
 corvel_release_compile_flag(-fno-plt)
-# While it joins files, g++ 12 takes a size in Qt's hash tables for boundless.
+# With link-time optimisation, g++ 12 takes a size in Qt's hash tables for unlimited.
 add_link_options($<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:${release_types}>>:-Wno-alloc-size-larger-than>)
 
-# Programs at addresses that differ at each start, with tables of functions that nobody can overwrite.
+# Loads programs at different addresses at each start, with read-only function tables.
 corvel_release_compile_flag(-fPIE)
 corvel_release_link_flag(-pie)
 corvel_release_link_flag(-Wl,-z,relro)
 corvel_release_link_flag(-Wl,-z,now)
-# An overwritten return address, a stack that grows past its end and a jump into the middle of code end the program.
+# Ends the program if a return address is overwritten, the stack grows beyond its end, or a jump goes into the middle of
+# code.
 corvel_release_compile_flag(-fstack-protector-strong)
 corvel_release_compile_flag(-fstack-clash-protection)
 corvel_release_compile_flag(-fcf-protection)
-# The C library checks the sizes of buffers: level 3, with sizes known only at run time, where compiler and library have
-# it. Systems that define a level themselves would warn of another one.
+# The C library checks the sizes of buffers: at level 3, with sizes known only at run time, if compiler and library
+# support it. A level that the system has set itself is first removed, because a different one causes a warning.
 set(CMAKE_REQUIRED_FLAGS "-O2 -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3")
 check_cxx_source_compiles([[
 #include <cstdlib>

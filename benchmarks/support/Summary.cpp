@@ -116,7 +116,7 @@ std::optional<double> Summary::counterValue(const Counter& counter) const {
         return std::nullopt;
     }
     const std::vector<double>& values = found->second.at(counter.counter);
-    // The worst repetition, since a count does not depend on what else the machine does.
+    // The worst repetition: a count does not depend on other work on the machine.
     return *std::ranges::max_element(values);
 }
 

@@ -1,4 +1,4 @@
-"""The window without a mouse, and without looking."""
+"""The window without a mouse, and for users who cannot see it."""
 
 from support import pointing
 from support.documents import KEYBOARD, PADS, RECORDER, SYNTH, connection, shortcut
@@ -10,7 +10,7 @@ CONTROLS = {"push button", "push button menu", "toggle button", "radio button", 
 
 
 class Names(WindowTestCase):
-    """Whatever can be used says what it is."""
+    """Every control has a name."""
 
     def setUp(self):
         super().setUp()
@@ -20,7 +20,7 @@ class Names(WindowTestCase):
         self.router.wait_text("3 inputs, 3 outputs")
 
     def assertNamed(self, at_least):
-        """Every control that shows has a name; there are that many."""
+        """Checks that every visible control has a name, and that there are at least this many."""
         tree = wait_for(self.router.accessibility.tree, "the tree")
         controls = [element for element in tree if element.is_showing
                     and (element.role in CONTROLS or "focusable" in element.states and element.role != "scroll pane")]
@@ -33,7 +33,7 @@ class Names(WindowTestCase):
         pointing.click(self.router.output("Demo Synth").middle)
         self.router.wait_enabled("Connect")
         # The mark, four buttons of the header, the pop-up and four buttons of the bar, six endpoints, two details, and
-        # of two connections the row, the menu and four buttons.
+        # for each of two connections the row, the menu and four buttons.
         self.assertNamed(at_least=30)
 
     def test_in_the_settings(self):
@@ -68,7 +68,7 @@ class Names(WindowTestCase):
 
 
 class Places(WindowTestCase):
-    """What can be seen is told to be where it is, so that magnifiers and pointers find it."""
+    """Everything visible reports its position, so that magnifiers and pointers find it."""
 
     def test_the_window_is_a_frame(self):
         router = self.start()
@@ -91,10 +91,10 @@ class Places(WindowTestCase):
 
 
 class WithoutAMouse(WindowTestCase):
-    """From nothing to two sets with connections, by keys alone."""
+    """Builds two sets with connections by keys alone."""
 
     def tab_to(self, name, keys=("Tab",)):
-        """Presses Tab, or what else moves the focus, until it is on the control of this name."""
+        """Presses Tab, or another key that moves the focus, until the control with this name has the focus."""
         seen = []
         for _ in range(60):
             focused = wait_for(self.focused, "some control to have the focus")
@@ -111,7 +111,7 @@ class WithoutAMouse(WindowTestCase):
         return found[-1] if found else None
 
     def arrow_to(self, name):
-        """Goes on with the arrow keys inside the group of controls that has the focus."""
+        """Presses arrow keys inside the focused group of controls."""
         return self.tab_to(name, keys=("Down",))
 
     def test_connecting_making_a_set_switching_and_deleting(self):
@@ -172,7 +172,7 @@ class WithoutAMouse(WindowTestCase):
         self.router.wait_text("3 inputs, 3 outputs")
         self.tab_to("Application menu")
         forward = self.walk("Tab")
-        # As the eye goes; what the rows of a column and of the list hold is reached by arrow keys.
+        # In visible order. Arrow keys reach the controls in the rows of a column and of the list.
         self.assertEqual(forward, [
             "Application menu", "Refresh MIDI devices", "Open settings", "First",
             "Create connection set", "Duplicate current set", "Rename current set", "Delete current set",
@@ -199,7 +199,7 @@ class WithoutAMouse(WindowTestCase):
 
 
 class ByAssistiveTechnology(WindowTestCase):
-    """The same by the actions that a screen reader or a switch offers."""
+    """The same by the actions that screen readers and switches use."""
 
     def test_connecting_making_a_set_switching_and_deleting(self):
         router = self.start_with(("First", []))
@@ -242,7 +242,7 @@ class ByAssistiveTechnology(WindowTestCase):
 
 
 class ReadOut(WindowTestCase):
-    """What a screen reader says by itself."""
+    """The texts that a screen reader reads out by itself."""
 
     def test_the_outcome_of_each_command(self):
         router = self.start_with(("Live", [connection(KEYBOARD, SYNTH)]))
@@ -257,7 +257,7 @@ class ReadOut(WindowTestCase):
         descriptions = [None]
 
         def change():
-            """Whether notes still arrive: the row says another one than before."""
+            """Whether notes still arrive: the row's text changes."""
             now = router.connection_row(0).description
             return now != descriptions[-1] and not descriptions.append(now)
 
@@ -271,7 +271,7 @@ class ReadOut(WindowTestCase):
     def test_that_lines_come_and_go(self):
         router = self.start_with(("Live", [connection(KEYBOARD, SYNTH)]))
         router.wait_text("3 inputs, 3 outputs")
-        # A screen reader looks at the stage before it follows it.
+        # A screen reader reads the stage before it receives its events.
         self.assertEqual([line.name for line in router.accessibility.find(name="Routing stage").children],
                          ["Demo Keyboard to Demo Synth"])
         router.accessibility.take_changed_parents()

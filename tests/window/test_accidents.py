@@ -1,4 +1,4 @@
-"""A hand that rests on a key, a finger that clicks twice: what must not happen on a stage."""
+"""Accidents on a stage that must have no effect: a hand resting on a key, a double click."""
 
 from support import pointing
 from support.documents import DRUMS, KEYBOARD, PADS, RECORDER, SYNTH, connection, shortcut

@@ -1,4 +1,4 @@
-"""The application menu, the keys that it lists, and leaving."""
+"""The application menu, the keys that it lists, and quitting."""
 
 from support import pointing
 from support.waiting import wait_for

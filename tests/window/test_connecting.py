@@ -170,7 +170,7 @@ class FirstStart(WindowTestCase):
         pointing.drag(router.input("Demo Pads").middle, router.output("Demo Drums").middle)
         self.wait_saved(connections=[(PADS, DRUMS)])
         before = self.document_bytes()
-        # By its keys Corvel would ask first: messages are routed.
+        # Not by Ctrl+Q, which asks first because messages are routed.
         pointing.press_keys("alt+F4")
         self.assertEqual(router.corvel.wait_ended(), 0)
         again = self.start()

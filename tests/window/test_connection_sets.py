@@ -6,7 +6,7 @@ from support.window_test_case import WindowTestCase
 
 
 class NamingDialogs(WindowTestCase):
-    """Each of the three that ask for a name."""
+    """The three dialogs that ask for a name."""
 
     def setUp(self):
         super().setUp()

@@ -1,4 +1,4 @@
-"""Context menus, names of the user's own, and the keys for sets and the whole screen."""
+"""Context menus, the user's own names, and the keys for sets and full screen."""
 
 from support import pointing, windows
 from support.desktop import HEIGHT, WIDTH
@@ -24,7 +24,7 @@ class ContextMenus(WindowTestCase):
 
     def test_a_connection_has_one_on_its_line(self):
         self.router = self.start_with(("Live", [connection(KEYBOARD, DRUMS), connection(PADS, SYNTH)]))
-        # The first input's and the first output's row are level, so the line runs straight.
+        # The rows of the first input and the first output are at the same height, so the line is straight.
         _, top, _, height = self.router.input("Demo Keyboard").extents
         x, _ = self.router.point(590, 0)
         pointing.click_right((x, top + height // 2))

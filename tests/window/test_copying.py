@@ -1,4 +1,4 @@
-"""What other programs can paste."""
+"""The texts that other programs can paste."""
 
 import re
 

@@ -22,7 +22,7 @@ class Dialogs(WindowTestCase):
         wait_for(lambda: self.focused() == name, lambda: f"the focus on {name!r}, not on {self.focused()!r}")
 
     def offset(self, dialog):
-        """Where the dialog is in the window."""
+        """The dialog's position in the window."""
         left, top, width, height = dialog.again().element.extents
         box = self.router.box
         return left - box.x, top - box.y

@@ -21,7 +21,7 @@ class ManyDevices(WindowTestCase):
         return self.router
 
     def foot(self):
-        """Where the columns end: above the heading of the list."""
+        """The bottom of the columns: above the heading of the list."""
         return self.router.accessibility.find(name="Connections", role="label").extents[1]
 
     def is_in_view(self, row):
@@ -37,7 +37,7 @@ class ManyDevices(WindowTestCase):
 class DraggingFar(ManyDevices):
     def setUp(self):
         super().setUp()
-        # A button that a failing test leaves down would be down in the next one too.
+        # If a failing test leaves the button pressed, it would still be pressed in the next test.
         self.addCleanup(pointing.release_button)
         self.start_many()
         box = self.router.box
@@ -45,7 +45,7 @@ class DraggingFar(ManyDevices):
         self.middle = (outputs, box.y + 300)
         rows = [row for row in self.router.endpoints("output") if row.is_showing]
         self.start = self.router.input("Input 02").middle
-        # Clear of the edge, where a drag scrolls by itself.
+        # Away from the edge, where a drag scrolls by itself.
         self.fifth = rows[4].middle
 
     def test_a_drag_at_the_foot_of_a_column_scrolls_it_to_its_last_row(self):
@@ -58,7 +58,7 @@ class DraggingFar(ManyDevices):
         self.wait_saved(connections=[(2, 1065)])
 
     def hold_over(self, point):
-        """Drags to the middle of a row, and waits until the row shows it: a busy machine comes to that later."""
+        """Drags to the middle of a row, and waits until the row shows it, which takes longer on a busy machine."""
         pointing.start_drag(self.start, point)
 
         def is_drop_target():
@@ -109,7 +109,7 @@ class DraggingFar(ManyDevices):
             beside = {screen.colour((left - 2, y)) for y in range(top + 16, top + 24)}
             return inside, beside
 
-        # The whole row has the colour of a drop target, and the line is the accent's.
+        # The whole row has the colour of a drop target, and the line has the accent colour.
         wait_for(lambda: colours()[0] == {"#20456F"} and "#6CB0FF" in colours()[1],
                  lambda: f"the row clear of the card and a line to it, not {colours()}")
         neighbour = Screen()
@@ -171,7 +171,7 @@ class Filtering(ManyDevices):
 
 
 class Lights(ManyDevices):
-    """The ground seven pixels beside the middle of a row's dot: there the light lies around it."""
+    """The background seven pixels beside the middle of a row's dot, where the light surrounds it."""
 
     def is_lit(self, screen, row):
         left, top, width, height = row.extents

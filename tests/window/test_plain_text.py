@@ -1,4 +1,4 @@
-"""Names are texts of the user and never markup."""
+"""Names are plain text and never markup."""
 
 from support import pointing
 from support.documents import DRUMS, PADS, connection

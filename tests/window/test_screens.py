@@ -1,4 +1,4 @@
-"""The window on screens of every size, and on a desktop that arranges windows itself."""
+"""The window on screens of every size, and on a desktop that arranges windows by itself."""
 
 from support import pointing, windows
 from support.waiting import wait_for
@@ -13,7 +13,7 @@ class Screens(WindowTestCase):
         return windows.frame(router.corvel.window)
 
     def is_inside(self, router):
-        """With all its decorations, as the desktop has them."""
+        """Whether the window with all its decorations is inside."""
         area = windows.work_area()
         frame = self.frame(router)
         return (windows.decorations(router.corvel.window) != (0, 0, 0, 0) and frame.x >= area.x and frame.y >= area.y
@@ -21,11 +21,11 @@ class Screens(WindowTestCase):
 
     @staticmethod
     def is_near(one, other):
-        """Equal but for what a scale that is no whole number rounds off."""
+        """Whether they are equal except for the rounding of a fractional scale."""
         return all(abs(getattr(one, side) - getattr(other, side)) <= 3 for side in ("x", "y", "width", "height"))
 
     def assertInside(self, router):
-        # It comes to rest within a second.
+        # It stops changing within a second.
         wait_for(lambda: self.is_inside(router), lambda: f"{self.frame(router)} inside {windows.work_area()}", 5)
 
     def quit(self, router):
@@ -40,7 +40,7 @@ class Screens(WindowTestCase):
             router = self.start()
             self.assertInside(router)
             first = self.frame(router)
-            # What is to be seen at the bottom is there.
+            # The elements at the bottom are visible.
             self.assertTrue(router.shows("Demo / 3 connections"))
             self.quit(router)
             again = self.start()
@@ -87,7 +87,7 @@ class Screens(WindowTestCase):
 
     def test_larger_text_makes_all_of_it_larger(self):
         with self.desktop.other_screen(1920, 1080, panel=PANEL):
-            # The second one is the first one restored: its contents grow, its decorations do not.
+            # The second window is the first one restored: its contents grow, its decorations do not.
             for dpi, width, height in ((96, 1180, 760), (115, 1415, 905)):
                 self.home.variables["QT_FONT_DPI"] = str(dpi)
                 router = self.start()

@@ -15,7 +15,7 @@ class Settings(WindowTestCase):
         self.router = self.start()
 
     def surface(self, router=None):
-        """The colour of the header, where nothing stands."""
+        """The colour of an empty part of the header."""
         return Screen().colour((router or self.router).point(590, 10))
 
     def wait_surface(self, colour, router=None):

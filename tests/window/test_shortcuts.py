@@ -9,7 +9,7 @@ COMMAND = "\u2318"
 
 
 class StoredShortcuts(WindowTestCase):
-    """One connection that three keys put on channels 1, 2 and 3, the first of them active."""
+    """One connection with shortcuts for channels 1, 2 and 3; the first is active."""
 
     def setUp(self):
         super().setUp()

@@ -68,10 +68,10 @@ class SecondStart(WindowTestCase):
 
 
 class StartsThatFail(WindowTestCase):
-    """Whoever starts the program from a menu sees no standard error."""
+    """A user who starts the program from a menu sees no standard error."""
 
     def notice(self, corvel):
-        """The texts in the window that says why."""
+        """The texts in the window that shows the reason."""
         shown = wait_for(lambda: windows.shown_windows(corvel.pid, "Corvel"), "the notice")
         self.assertEqual(len(shown), 1)
         tree = wait_for(lambda: corvel.accessibility.all(role="dialog"), "the notice on the accessibility bus")[0]

@@ -1,4 +1,4 @@
-"""What was done by mistake is taken back, by key, by menu and by the offer in the status line."""
+"""Mistakes are undone by key, by menu and by the offer in the status line."""
 
 from support import pointing
 from support.documents import DRUMS, KEYBOARD, PADS, SYNTH, connection

@@ -1,4 +1,4 @@
-"""The window on Wayland, where a program can neither place its windows nor take the keyboard."""
+"""The window on Wayland, where a program can neither position its windows nor take the keyboard focus."""
 
 import os
 import subprocess
@@ -15,7 +15,7 @@ PORTAL = os.path.join(os.path.dirname(os.path.abspath(__file__)), "support", "se
 
 
 class WholeScreen(RouterWindow):
-    """The window where it has the screen for itself."""
+    """The window if it fills the screen."""
 
     @property
     def box(self):
@@ -106,7 +106,7 @@ class TextSize(WaylandTestCase):
         with portal.stdout as pipe:
             self.assertEqual(pipe.readline(), b"ready\n")
         corvel = self.launch()
-        # What fills 1600 by 1000 pixels is so large in the window's own.
+        # 1600 by 1000 pixels of the screen are this size in the window's own pixels.
         wait_for(lambda: [window.extents for window in corvel.accessibility.all(role="frame")] == [(0, 0, 1280, 800)],
                  corvel.accessibility.outline)
 

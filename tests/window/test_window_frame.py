@@ -1,4 +1,4 @@
-"""Where the window stands and how large it is."""
+"""Position and size of the window."""
 
 from support import pointing, windows
 from support.desktop import HEIGHT, WIDTH
@@ -15,7 +15,7 @@ class WindowFrame(WindowTestCase):
         wait_for(lambda: self.frame(router) == frame, lambda: f"the frame {frame}, not {self.frame(router)}")
 
     def move_and_resize(self, router):
-        """To another place and size; the frame there."""
+        """Moves and resizes the window; returns its frame."""
         window = router.corvel.window
         windows.move(window, 120, 90)
         wait_for(lambda: windows.content(window).x < 200, "the window to move")

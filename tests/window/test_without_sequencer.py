@@ -1,4 +1,4 @@
-"""The user's own sets on a machine that has no sequencer."""
+"""The user's own sets on a machine without a sequencer."""
 
 import json
 import os

@@ -1,10 +1,10 @@
-"""Single questions to accessibility: a look at the whole tree takes an emulated machine seconds."""
+"""Single accessibility queries, because reading the whole tree takes seconds on an emulated machine."""
 
 from support.waiting import wait_for
 
 
 class Glance:
-    """One element, which says each time how it is then."""
+    """One element. Each property is read again at each use."""
 
     def __init__(self, accessible):
         self._accessible = accessible
@@ -27,7 +27,7 @@ class Glance:
 
     @property
     def children(self):
-        """Those that are directly under it."""
+        """The direct children."""
         accessible = self._ask()
         found = [accessible.getChildAtIndex(index) for index in range(accessible.childCount)]
         return [Glance(child) for child in found if child is not None]
@@ -49,14 +49,14 @@ class Glance:
 
 
 def find(pid, name, description="", from_the_end=False):
-    """The first element of a program with this name whose description contains this, as soon as there is one."""
+    """Waits for the first element of a program with this name whose description contains this text."""
     from gi.repository import GLib
 
     def look():
         try:
             return next(_matches(_application(pid), name, description, from_the_end), None)
         except (GLib.Error, LookupError, AttributeError):
-            # Something went away meanwhile.
+            # The element was removed meanwhile.
             return None
 
     return wait_for(look, f"{name!r} ({description!r}) in the window")

@@ -1,4 +1,4 @@
-"""What a keyboard sends and a synthesizer hears: the raw side of the virtual MIDI devices."""
+"""The raw side of the virtual MIDI devices: a keyboard that sends and a synthesizer that receives."""
 
 import os
 import select
@@ -17,12 +17,12 @@ def note_off(key, channel=1, velocity=64):
 
 
 def note(key, channel=1):
-    """A key pressed and released."""
+    """Note-on and note-off of a key."""
     return note_on(key, channel) + note_off(key, channel)
 
 
 def numbered_note(number):
-    """A note that tells which one it is: key and velocity count up."""
+    """A note with its number in key and velocity, which count up."""
     key, velocity = number % 128, 1 + number // 128 % 127
     return note_on(key, velocity=velocity) + note_off(key, velocity=velocity)
 
@@ -54,7 +54,7 @@ class Keyboard:
 
 
 class Synth:
-    """Hears all that arrives at a device, from when it is made: messages of three bytes."""
+    """Records all three-byte messages that arrive at a device from now on."""
 
     def __init__(self, device):
         self._file = os.open(_path(device), os.O_RDONLY | os.O_NONBLOCK)
@@ -76,7 +76,7 @@ class Synth:
         if byte & 0x80:
             self._status = byte
         elif len(self._heard) % 3 == 0:
-            # The kernel leaves out a status byte that is the one before.
+            # The kernel leaves out a status byte that equals the previous one.
             self._heard.append(self._status)
         self._heard.append(byte)
 
@@ -85,12 +85,12 @@ class Synth:
         return bytes(self._heard)
 
     def wait_length(self, length):
-        """Waits for so many bytes."""
+        """Waits for this number of bytes."""
         wait_for(lambda: len(self._heard) >= length,
                  lambda: f"{length} bytes, not {len(self._heard)}: {self.heard[-60:].hex(' ')} at the end")
 
     def wait_heard(self, data):
-        """Waits for as many bytes, which have to be these."""
+        """Waits for as many bytes, which must be equal to these."""
         self.wait_length(len(data))
         if self.heard != data:
             at = next((at for at, (heard, sent) in enumerate(zip(self.heard, data)) if heard != sent), len(data))
@@ -108,7 +108,7 @@ class Synth:
 
 
 class Performer:
-    """Plays numbered notes, one after the other, until it is stopped."""
+    """Plays numbered notes one after the other until it is stopped."""
 
     def __init__(self, keyboard, pause):
         self._keyboard = keyboard
@@ -125,17 +125,17 @@ class Performer:
 
     @property
     def played(self):
-        """How many whole notes."""
+        """The number of complete notes."""
         return self._played
 
     def wait_played(self, more):
-        """Waits until so many further notes are played; how many there are then."""
+        """Waits until this many more notes are played; returns their total number."""
         target = self._played + more
         wait_for(lambda: self._played >= target, lambda: f"{target} notes, not {self._played}")
         return self._played
 
     def stop(self):
-        """Ends with a whole note; how many there are."""
+        """Stops after a complete note; returns the number of notes."""
         self._stopping.set()
         self._thread.join()
         return self._played

@@ -1,4 +1,4 @@
-"""The base of the tests with both a real window and the real sequencer."""
+"""The base of tests with both a real window and the real sequencer."""
 
 import json
 import os
@@ -12,19 +12,19 @@ from support.window_test_case import WindowTestCase
 from . import glance
 from .raw_midi import Keyboard, Synth
 
-# The IDs are made of the card and the device and the same on every machine.
+# The IDs are made from the card and the device, so they are the same on every machine.
 KEYBOARD = "Virtual Raw MIDI 0-0 VirMIDI 0-0"
 SYNTH = "Virtual Raw MIDI 0-1 VirMIDI 0-1"
 KEYBOARD_ID = -762804485
 SYNTH_ID = 1044841681
-# What is sent to this output comes back from the input of the same name.
+# Messages to this output come back from the input of the same name.
 THROUGH = "Midi Through Port-0"
 THROUGH_SOURCE_ID = 2033977708
 THROUGH_ID = -2065501447
 
 
 class SequencerTestCase(WindowTestCase):
-    """A keyboard and a synthesizer on the sequencer, the first two of the virtual devices."""
+    """A keyboard and a synthesizer on the sequencer: the first two of the virtual devices."""
 
     def setUp(self):
         super().setUp()
@@ -40,7 +40,7 @@ class SequencerTestCase(WindowTestCase):
         self.synth.close()
 
     def hear(self, played):
-        """Plays, and hears exactly that."""
+        """Plays these bytes and expects exactly them."""
         self.keyboard.play(played)
         self.synth.wait_heard(played)
         self.synth.forget()
@@ -59,11 +59,11 @@ class SequencerTestCase(WindowTestCase):
             json.dump(documents.document(*sets), file)
 
     def start(self):
-        """Starts the program on the sequencer and waits until its window has the keyboard."""
+        """Starts the program on the sequencer and waits until its window has the keyboard focus."""
         return RouterWindow(self.launch("--midi", "alsa").wait_window())
 
     def start_connected(self, *assignments):
-        """The same with a connection from the keyboard to the synthesizer, and waits until it routes."""
+        """The same with a connection from the keyboard to the synthesizer; waits until it routes."""
         self.write_document(("Live", [documents.connection(
             KEYBOARD_ID, SYNTH_ID, *assignments, source_name=KEYBOARD, destination_name=SYNTH)]))
         router = self.start()
@@ -72,7 +72,7 @@ class SequencerTestCase(WindowTestCase):
 
     @staticmethod
     def wait_routing():
-        """Waits until what the keyboard plays goes to the program."""
+        """Waits until the program receives what the keyboard plays."""
         def is_subscribed():
             with open("/proc/asound/seq/clients", encoding="utf-8", errors="replace") as file:
                 clients = re.split(r"^Client ", file.read(), flags=re.MULTILINE)
@@ -86,7 +86,7 @@ class SequencerTestCase(WindowTestCase):
         return glance.find(router.corvel.pid, f"{KEYBOARD} to {SYNTH}", " / ", from_the_end=True)
 
     def move_and_resize(self, router):
-        """To another place and size; the frame there."""
+        """Moves and resizes the window; returns its frame."""
         window = router.corvel.window
         windows.move(window, 130, 80)
         windows.resize(window, 1320, 820)

@@ -1,11 +1,11 @@
-"""The moving part of the screen, looked at many times a second."""
+"""The animated part of the screen, read many times a second."""
 
 import ctypes
 import time
 
 _ALL_PLANES = ctypes.c_ulong(-1)
 _Z_PIXMAP = 2
-# As 32-bit pixels lie in memory: blue, green, red.
+# As in the memory of a 32-bit pixel: blue, green, red.
 _NOTE_COLOUR = bytes([0x38, 0x59, 0xF0])
 
 
@@ -19,8 +19,8 @@ class _Image(ctypes.Structure):
 
 
 class Stage:
-    """An area of the screen (left, top, width, height), read over a connection that stays open: a program that takes a
-    picture needs longer to start than a signal to pass."""
+    """An area of the screen (left, top, width, height). It is read over an open connection, because a program that
+    takes a picture needs longer to start than a signal is visible."""
 
     def __init__(self, area):
         self._area = area
@@ -39,7 +39,7 @@ class Stage:
         self._root = self._x.XDefaultRootWindow(self._display)
 
     def note_positions(self):
-        """How far from the left edge pixels have the very colour of a note's signal, smallest first."""
+        """The positions, from the left edge, of pixels with the exact colour of a note's signal, in ascending order."""
         image = self._x.XGetImage(self._display, self._root, *self._area, _ALL_PLANES, _Z_PIXMAP)
         try:
             shown = image.contents
@@ -56,7 +56,7 @@ class Stage:
         return sorted(found)
 
     def follow(self, seconds):
-        """Where the leftmost such pixel is, each time that it is elsewhere."""
+        """The position of the leftmost such pixel, recorded each time it changes."""
         end = time.monotonic() + seconds
         way = []
         while time.monotonic() < end:

@@ -1,4 +1,4 @@
-"""Far more notes than anybody plays, with the window shown."""
+"""Far more notes than a person can play, with the window shown."""
 
 import threading
 import time
@@ -13,9 +13,9 @@ from .sequencer_test_case import SequencerTestCase
 from .stage import Stage
 
 NOTES = 2000
-# What waits in a device is at most 4,096 bytes.
+# A device holds at most 4,096 waiting bytes.
 NOTES_AHEAD = 300
-# How long an answer of the window may take, in seconds.
+# Maximum time of an answer of the window, in seconds.
 PATIENCE = 2.0
 
 

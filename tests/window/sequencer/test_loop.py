@@ -1,4 +1,4 @@
-"""A connection that feeds back, with a note running round in it."""
+"""A connection that feeds back, with a note circulating in it."""
 
 import time
 
@@ -8,7 +8,7 @@ from . import glance
 from .raw_midi import note_on
 from .sequencer_test_case import KEYBOARD, KEYBOARD_ID, THROUGH, THROUGH_ID, THROUGH_SOURCE_ID, SequencerTestCase
 
-# How long an answer of the window may take, in seconds.
+# Maximum time of an answer of the window, in seconds.
 PATIENCE = 2.0
 ANSWERS = 10
 
@@ -31,7 +31,7 @@ class Loop(SequencerTestCase):
             self.assertIn("90 3C 40", row.description)
             slowest = max(slowest, time.monotonic() - asked)
         self.assertLess(slowest, PATIENCE)
-        # A click on the row and its key end the loop.
+        # A click on the row, and then Delete, end the loop.
         pointing.click(row.middle)
         pointing.press_keys("Delete")
         self.wait_saved(connections=[(KEYBOARD_ID, THROUGH_ID)])

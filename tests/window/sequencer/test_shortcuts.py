@@ -1,4 +1,4 @@
-"""A channel switched by a key in the middle of a phrase."""
+"""A key switches the channel in the middle of a phrase."""
 
 from itertools import groupby
 
@@ -29,7 +29,7 @@ class Shortcuts(SequencerTestCase):
         self.expect_channels(self.heard_channels(performer.stop()), switches)
 
     def heard_channels(self, count):
-        """The channel of each message of so many notes, of which nothing else may have changed."""
+        """The channel of each message of this many notes. Checks that nothing else has changed."""
         played = phrase(count)
         self.synth.wait_length(len(played))
         heard = self.synth.heard
@@ -40,8 +40,8 @@ class Shortcuts(SequencerTestCase):
         return channels
 
     def expect_channels(self, channels, switches):
-        """Each switch, as (notes heard before the key, notes played when it had worked, channel), happened once and in
-        between."""
+        """Checks each switch, given as (notes received before the key, notes played when it had taken effect,
+        channel): it must happen once and in between."""
         self.assertEqual([channel for channel, _ in groupby(channels)], [1, 2, 1, 2])
         done, last = 0, 1
         for before, after, channel in switches:

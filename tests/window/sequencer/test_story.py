@@ -1,4 +1,4 @@
-"""An evening with the program: from the first start to the second."""
+"""A performer's evening with the program, from the first start to the second."""
 
 from support import pointing, windows
 from support.waiting import DEADLINE, wait_for
@@ -9,7 +9,7 @@ from .stage import Stage
 
 
 def ways(positions):
-    """The parts of a list that only rise: what went from left to right without another one behind it."""
+    """The ascending parts of a list of positions: each is a signal that moves from left to right."""
     starts = [at for at in range(1, len(positions)) if positions[at] <= positions[at - 1]]
     return [positions[start:end] for start, end in zip([0, *starts], [*starts, len(positions)])]
 
@@ -26,7 +26,7 @@ class Story(SequencerTestCase):
         self.keyboard.play(note(61))
         self.choose_set("Default")
         self.wait_saved(current_set_name="Default", connections=[(KEYBOARD_ID, SYNTH_ID)])
-        # What was played in the empty set would come first.
+        # A note played in the empty set would arrive first.
         self.hear(note(62))
         self.choose_set("Second Song")
         self.wait_saved(current_set_name="Second Song", connections=[])
@@ -61,7 +61,8 @@ class Story(SequencerTestCase):
         seen = []
 
         def is_seen():
-            """Plays a note and looks for its way. A busy machine shows too little of some, and earlier ones late."""
+            """Plays a note and searches for its signal. A busy machine shows too few positions of some signals, and
+            earlier signals late."""
             self.keyboard.play(note_on(70))
             seen.append(stage.follow(seconds=1.5))
             self.keyboard.play(note_off(70))

@@ -51,7 +51,7 @@ class Unplugging(SequencerTestCase):
         pointing.start_drag(keyboard.middle, through.middle)
         self.pull_out()
         self.wait_rows(inputs, lambda names: not names & DEVICES, "no virtual devices")
-        # The rows that are left have moved: over the one that is meant again.
+        # The remaining rows have moved, so the pointer moves to this one again.
         pointing.move_pointer(through.middle)
         pointing.release_button()
         glance.find(router.corvel.pid, "Input endpoint is no longer available")
@@ -62,7 +62,7 @@ class Unplugging(SequencerTestCase):
         self.wait_saved(connections=[(KEYBOARD_ID, THROUGH_ID)])
 
     def pull_out(self):
-        # The kernel waits until nobody has a device open.
+        # The kernel waits until no program has a device open.
         self.close_devices()
         self.tell_driver("unbind")
         self.is_plugged_in = False

@@ -1,1 +1,1 @@
-"""What the tests of the window stand on: a desktop, the program, a hand on mouse and keys, and accessibility."""
+"""The support of the window tests: a desktop, the program, mouse and keys, and accessibility."""

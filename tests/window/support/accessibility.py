@@ -1,10 +1,10 @@
-"""What a screen reader sees of the program, and what it can do there."""
+"""The program as a screen reader sees and operates it."""
 
 from dataclasses import dataclass, field
 
 from .waiting import wait_for
 
-# The libraries underneath connect to the bus while they are imported, so they are imported after the desktop is there.
+# The libraries connect to the bus when they are imported, so they are imported after the desktop has started.
 _pyatspi = None
 
 
@@ -19,7 +19,7 @@ def _library():
 
 @dataclass
 class Element:
-    """One element of the tree as it was when it was read."""
+    """One element of the tree at the time when it was read."""
 
     name: str
     role: str
@@ -33,7 +33,7 @@ class Element:
         return f"{self.role} {self.name!r}" + (f" ({self.description!r})" if self.description else "")
 
     def __iter__(self):
-        """This element and everything under it, in the order of the tree."""
+        """This element and all its descendants, in tree order."""
         yield self
         for child in self.children:
             yield from child
@@ -48,7 +48,7 @@ class Element:
 
     @property
     def is_chosen(self):
-        """Whether it is the selected one of its kind."""
+        """Whether it is the selected one of its group."""
         return not {"selected", "checked"}.isdisjoint(self.states)
 
     @property
@@ -117,11 +117,11 @@ def _names(role):
 class Accessibility:
     """The tree of one process, and the menu that it opened last.
 
-    Qt leaves pop-up menus out of the tree: a screen reader learns of them when they are shown or when one of their
-    items gets the focus, and so does this.
+    Qt does not put pop-up menus into the tree. Screen readers learn of them when they are shown or when one of their
+    items gets the focus, and so does this class.
 
-    To be made before the program is started: Qt asks once who listens and takes note of changes only after that, so who
-    comes in between is never told of anything.
+    Must be created before the program is started: Qt asks once for listeners and later only follows changes, so a
+    listener that starts in between is never notified.
     """
 
     def __init__(self):
@@ -135,18 +135,18 @@ class Accessibility:
                                                   "object:property-change:accessible-name",
                                                   "object:property-change:accessible-description",
                                                   "object:children-changed")
-        # Once the registry answers, it knows of the listener.
+        # When the registry answers, it has registered the listener.
         self.tree()
 
     def follow(self, pid):
-        """From now on the tree is that of this process."""
+        """Uses the tree of this process from now on."""
         self._pid = pid
 
     def _note(self, event):
         self._raised.append((event.type.name, event.source))
 
     def _take(self, kinds):
-        """The elements of this program that events of these kinds told of since the last time."""
+        """The elements of this program in events of these kinds since the last call."""
         _take_events()
         raised, self._raised[:] = list(self._raised), []
         told = (_passing(lambda: _read(source, None) if source.get_process_id() == self._pid else None)
@@ -154,23 +154,23 @@ class Accessibility:
         return [element for element in told if element]
 
     def take_changed_parents(self):
-        """Which elements have got ("add") or lost ("remove") a child since the last time, by name."""
+        """The names of elements that have gained ("add") or lost ("remove") a child since the last call."""
         _take_events()
         raised, self._raised[:] = list(self._raised), []
         changed = [(kind, source) for kind, source in raised if kind.startswith("object:children-changed:")]
         return [(kind.split(":")[2], _passing(lambda: source.name)) for kind, source in changed]
 
     def take_notifications(self):
-        """The texts that were read out since the last time."""
+        """The texts that were read out since the last call."""
         return [element.name for element in self._take(("object:state-changed:showing",))
                 if element.role == "notification"]
 
     def take_changes_of_text(self):
-        """The elements of which a new name or description was told since the last time."""
+        """The elements whose name or description has changed since the last call."""
         return self._take(("object:property-change:accessible-name", "object:property-change:accessible-description"))
 
     def menu(self):
-        """The open menu, or nothing."""
+        """The open menu, or None."""
         _take_events()
         announced, self._announced[:] = list(self._announced), []
         for accessible in announced:
@@ -185,7 +185,7 @@ class Accessibility:
         return menu if menu.getRole() == _library().ROLE_POPUP_MENU else None
 
     def tree(self):
-        """The whole tree, read anew; nothing while the program is not on the bus or takes something away meanwhile."""
+        """Reads the whole tree; None while the program is not on the bus or removes something meanwhile."""
         return _passing(self._read_tree)
 
     def _read_tree(self):
@@ -201,7 +201,7 @@ class Accessibility:
         return [found for tree in (self.tree(), self.menu()) if tree for found in tree.find(**wanted)]
 
     def find(self, **wanted):
-        """The only element that is so, as soon as there is one."""
+        """Waits for the only element that matches."""
         found = []
 
         def look():
@@ -257,7 +257,8 @@ def _take_events():
 
 
 def _passing(read):
-    """What is read, or nothing where that went away meanwhile, as a dialog that closes does."""
+    """Returns the result of the read, or None if the element was removed meanwhile, for example with a dialog that
+    closes."""
     from gi.repository import GLib
     try:
         return read()

@@ -6,11 +6,11 @@ from .processes import output
 
 
 def clipboard_text():
-    """What is on the clipboard as text; empty where there is none."""
+    """The text on the clipboard; empty if there is none."""
     return output("xclip", "-o", "-selection", "clipboard", "-target", "UTF8_STRING", check=False)
 
 
 def set_clipboard_text(text):
-    # xclip stays behind to own the selection, so it must not hold a pipe.
+    # xclip keeps running as the owner of the selection, so it must not hold a pipe.
     subprocess.run(["xclip", "-i", "-selection", "clipboard"], input=text.encode(), check=True, timeout=20,
                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)

@@ -10,7 +10,7 @@ from .waiting import DEADLINE, wait_for
 
 
 def program(variable="CORVEL_PROGRAM"):
-    """The program under test, as CTest names it."""
+    """The program under test, from CTest's environment."""
     path = os.path.abspath(os.environ.get(variable, ""))
     if not os.access(path, os.X_OK):
         raise RuntimeError(f"set {variable} to the program to test")
@@ -23,7 +23,7 @@ def environment(home):
 
 
 def run_corvel(home, *arguments, deadline=DEADLINE):
-    """Runs the program to its end: status, standard output, standard error."""
+    """Runs the program to its end; returns status, standard output and standard error."""
     result = subprocess.run([program(), *arguments], env=environment(home), stdin=subprocess.DEVNULL,
                             stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=deadline, cwd=home.folder)
     return result.returncode, result.stdout.decode(), result.stderr.decode()
@@ -52,7 +52,7 @@ class CorvelProcess:
         return self._process.poll() is None
 
     def wait_window(self):
-        """Waits for the window, and until it has the keyboard."""
+        """Waits for the window, and until it has the keyboard focus."""
         def shown():
             if not self.is_running:
                 raise AssertionError(f"ended with {self._process.returncode} before it showed a window: {self.errors}")
@@ -63,20 +63,20 @@ class CorvelProcess:
         return self
 
     def wait_shown(self):
-        """The same, and until the window is known to screen readers."""
+        """Also waits until screen readers know the window."""
         self.wait_window()
         wait_for(self.accessibility.tree, "the program on the accessibility bus")
         return self
 
     def wait_ended(self, deadline=DEADLINE):
-        """The exit status; negative for the number of a signal."""
+        """The exit status; the negative number of a signal if one ended it."""
         try:
             return self._process.wait(deadline)
         except subprocess.TimeoutExpired:
             raise AssertionError(f"still running after {deadline:g} s") from None
 
     def suspend(self):
-        """It stands still from now on, as if it hung."""
+        """Stops the process, as if it hung."""
         self._process.send_signal(signal.SIGSTOP)
 
     def terminate(self):

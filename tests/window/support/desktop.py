@@ -1,4 +1,4 @@
-"""A desktop of its own: an X server without a screen, a session bus with accessibility, a window manager."""
+"""A separate desktop: an X server without a screen, a session bus with accessibility, a window manager."""
 
 import atexit
 import contextlib
@@ -17,7 +17,7 @@ HEIGHT = 1300
 
 
 class Desktop:
-    """One per process: accessibility connects to the bus that it finds first, and keeps to it."""
+    """Only one for each process, because accessibility stays connected to the first bus."""
 
     _current = None
 
@@ -29,7 +29,7 @@ class Desktop:
         return cls._current
 
     def __init__(self):
-        # Short: the paths of sockets have little room.
+        # Short, because paths of sockets have a small maximum length.
         self.folder = tempfile.mkdtemp(prefix="corvel-window.")
         self._running = []
         try:
@@ -37,7 +37,7 @@ class Desktop:
             self._start_session_bus()
             self._start("openbox")
             wait_for(self._is_managed, "the window manager")
-            # Out of the way of every window, so that nothing looks hovered.
+            # Outside every window, so that nothing looks hovered.
             processes.output("xdotool", "mousemove", str(WIDTH - 1), str(HEIGHT - 1))
         except BaseException:
             self.stop()
@@ -51,8 +51,8 @@ class Desktop:
 
     @contextlib.contextmanager
     def other_screen(self, width, height, manager="openbox", panel=0):
-        """Another X server in the same session meanwhile, with a screen of this size and a panel of this height at its
-        bottom."""
+        """Provides a second X server in the same session, with a screen of this size and a panel of this height at
+        its bottom."""
         before = os.environ["DISPLAY"]
         running = len(self._running)
         try:
@@ -90,7 +90,7 @@ class Desktop:
         return process
 
     def _start_x_server(self, width=WIDTH, height=HEIGHT):
-        # The server picks a free display itself and says which, so that two never want the same.
+        # The server chooses a free display by itself and reports it, so that two servers never choose the same one.
         reading, writing = os.pipe()
         self._start("Xvfb", "-displayfd", str(writing), "-screen", "0", f"{width}x{height}x24", "-dpi", "96",
                     "-nolisten", "tcp", "-noreset", pass_fds=[writing])

@@ -1,4 +1,4 @@
-"""Documents written by hand, and what the program saved, read back."""
+"""Writes documents by hand and reads saved ones."""
 
 import json
 import uuid
@@ -22,7 +22,7 @@ def shortcut(key, *modifiers):
 
 
 def connection(source, destination, *assignments, active=0, enabled=True, source_name=None, destination_name=None):
-    """A connection with assignments as (channel or None for as it is, shortcut or None)."""
+    """A connection with assignments as (channel or None for "As Is", shortcut or None)."""
     labels = {"sourceID": source, "sourceName": source_name or NAMES.get(source, "Source"),
               "destinationID": destination, "destinationName": destination_name or NAMES.get(destination, "Output")}
     variants = []
@@ -37,13 +37,13 @@ def connection(source, destination, *assignments, active=0, enabled=True, source
 
 
 def document(*sets, current=0):
-    """A document of sets as (name, connections)."""
+    """A document with sets as (name, connections)."""
     made = [{"id": _id(), "name": name, "routes": list(connections)} for name, connections in sets]
     return {"routeSets": made, "selectedSetID": made[current]["id"]}
 
 
 class SavedDocument:
-    """A document as it is on disk at this moment."""
+    """The document that is on disk now."""
 
     def __init__(self, path):
         with open(path, encoding="utf-8") as file:
@@ -63,7 +63,7 @@ class SavedDocument:
 
     @property
     def connections(self):
-        """Those of the current set, as (source, destination)."""
+        """The connections of the current set, as (source, destination)."""
         return [(route["sourceID"], route["destinationID"]) for route in self.current_set["routes"]]
 
     @property
@@ -72,11 +72,11 @@ class SavedDocument:
 
     @property
     def channels(self):
-        """What each connection of the current set does to channels: a channel, or None for as it is."""
+        """The channel mode of each connection of the current set: a channel, or None for "As Is"."""
         return [_channel(route["channelMode"]) for route in self.current_set["routes"]]
 
     def assignments(self, index):
-        """Of a connection of the current set: (channel, shortcut) each."""
+        """The assignments of a connection of the current set, as (channel, shortcut)."""
         return [(_channel(variant["channelMode"]), variant.get("shortcut"))
                 for variant in self.current_set["routes"][index]["variants"]]
 

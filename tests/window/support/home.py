@@ -6,11 +6,11 @@ import tempfile
 
 
 class Home:
-    """Where a program keeps what it saves: folders of their own for each test."""
+    """The folders in which a program saves its data; each test has its own."""
 
     def __init__(self, desktop):
         self.folder = tempfile.mkdtemp(prefix="home.", dir=desktop.folder)
-        # Variables that the program gets besides, such as those that a desktop sets.
+        # Additional environment variables of the program, such as those that a desktop sets.
         self.variables = {}
 
     def path(self, *names):

@@ -5,11 +5,11 @@ import time
 from .desktop import HEIGHT, WIDTH
 from .processes import output
 
-# Physical keys by number, so that a test means the same key under every layout.
+# Physical keys by number, so that a test presses the same key in every layout.
 KEY_CODES = {"1": 10, "2": 11, "3": 12, "q": 24, "r": 27, "p": 33, "Return": 36, "a": 38, "f": 41, "n": 57, "space": 65}
 
 
-# Who carries out the commands instead of xdotool, where there is no X server to send them to.
+# Carries out the commands instead of xdotool if there is no X server.
 hand = None
 
 
@@ -26,17 +26,17 @@ def move_pointer(point):
 
 
 def park_pointer():
-    """Where nothing is hovered."""
+    """Moves the pointer to a place where it hovers over nothing."""
     move_pointer((WIDTH - 1, HEIGHT - 1))
 
 
-# Two presses at one place within this time, in seconds, are a double click: longer than Qt's 0.4.
+# Two presses at one place within this time, in seconds, may be a double click. Longer than Qt's 0.4 s.
 DOUBLE_CLICK_TIME = 0.5
 _last_click = ((-100, -100), 0.0)
 
 
 def click(point):
-    """A click of its own, however soon after another one at the same place it is asked for."""
+    """A single click, never part of a double click, however soon it follows another one."""
     global _last_click
     last_point, last_time = _last_click
     if max(abs(point[0] - last_point[0]), abs(point[1] - last_point[1])) <= 5:
@@ -58,7 +58,7 @@ def release_button():
 
 
 def start_drag(start, end):
-    """Takes what is at the start and holds it over the end: far enough at first to be a drag and no click."""
+    """Presses the button at the start and moves to the end, far enough at first to start a drag."""
     (x0, y0), (x1, y1) = start, end
     steps = []
     for x, y, pause in ((x0 + 6, y0, ".02"), (x0 + 14, y0, ".1"), ((x0 + x1) // 2, (y0 + y1) // 2, ".05"),
@@ -68,7 +68,7 @@ def start_drag(start, end):
 
 
 def turn_wheel(notches):
-    """Down by so many notches, up by a negative number."""
+    """Turns the wheel down by this number of notches, up if it is negative."""
     _xdotool("click", "--repeat", abs(notches), "--delay", "40", "5" if notches > 0 else "4")
 
 
@@ -82,13 +82,13 @@ def drag(start, end):
 
 
 def press_keys(*keys):
-    """Presses keys or combinations one after the other, by the names of their symbols: "Tab", "ctrl+Return"."""
+    """Presses keys or combinations in order, given by the names of their symbols: "Tab", "ctrl+Return"."""
     for key in keys:
         _xdotool("key", key)
 
 
 def press_physical_key(key, *modifiers):
-    """Presses the key at this position of a US keyboard whatever the layout: press_physical_key("1", "ctrl")."""
+    """Presses the key at this position of a US keyboard, whatever the layout is: press_physical_key("1", "ctrl")."""
     _xdotool("key", "+".join((*modifiers, str(KEY_CODES[key]))))
 
 

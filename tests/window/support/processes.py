@@ -19,7 +19,7 @@ def start(command, **options):
 
 
 def stop(process, deadline=5):
-    """Ends a child and all that it started, and waits for it."""
+    """Ends a child and all processes that it started, and waits for it."""
     if process.poll() is None:
         process.terminate()
         try:
@@ -34,7 +34,7 @@ def stop(process, deadline=5):
 
 
 def output(*command, check=True, **options):
-    """What a short command writes, as text."""
+    """The output of a short command as text."""
     result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=60, **options)
     if check and result.returncode != 0:
         raise AssertionError(f"{' '.join(command)} ended with {result.returncode}: {result.stderr.decode()}")

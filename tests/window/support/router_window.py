@@ -1,4 +1,4 @@
-"""The router window as its user knows it: by what stands there and where."""
+"""The router window as its user knows it: by texts and positions."""
 
 from . import pointing, windows
 from .waiting import wait_for
@@ -21,7 +21,7 @@ class RouterWindow:
         return windows.content(self.corvel.window)
 
     def point(self, x, y):
-        """A point of the window on the screen; negative ones count from the right and the bottom."""
+        """A point of the window in screen coordinates; negative ones count from the right and the bottom."""
         box = self.box
         return box.x + (x if x >= 0 else box.width + x), box.y + (y if y >= 0 else box.height + y)
 
@@ -31,7 +31,7 @@ class RouterWindow:
     # Controls
 
     def button(self, name):
-        """The button of this name, which after a colon may go on with what it is about."""
+        """The button with this name. After a colon the name may continue."""
         def look():
             return [element for element in self.accessibility.all(role=BUTTONS)
                     if f"{element.name}: ".startswith(f"{name}: ")]
@@ -40,7 +40,7 @@ class RouterWindow:
                         lambda: f"one button {name!r} in\n{self.accessibility.outline()}")[0]
 
     def press(self, name):
-        """Clicks the button of this name."""
+        """Clicks the button with this name."""
         pointing.click(self.button(name).middle)
 
     def wait_enabled(self, name, enabled=True):
@@ -72,14 +72,14 @@ class RouterWindow:
     # Texts
 
     def shows(self, text):
-        """Whether some element shows exactly this text."""
+        """Whether an element shows exactly this text."""
         return bool(self.accessibility.all(name=text))
 
     def wait_text(self, text):
         wait_for(lambda: self.shows(text), lambda: f"the text {text!r} in\n{self.accessibility.outline()}")
 
     def details(self, text):
-        """The selection details that say this."""
+        """The selection details with this text."""
         return self.accessibility.find(name=text, role=BUTTONS)
 
     def wait_details(self, text):
@@ -111,7 +111,7 @@ class RouterWindow:
     # Menus
 
     def menu_items(self):
-        """Those of the open menu, by name."""
+        """The items of the open menu, by name."""
         return {item.name: item for item in self.accessibility.all(role=MENU_ITEMS)}
 
     def choose(self, name):
@@ -122,7 +122,7 @@ class RouterWindow:
         wait_for(lambda: not self.accessibility.menu(), "the menu to close")
 
     def leave_menu(self):
-        """Closes the open menu; its titles."""
+        """Closes the open menu; returns its titles."""
         wait_for(self.accessibility.menu, "the menu")
         choices = list(self.menu_items())
         pointing.press_keys("Escape")
@@ -132,7 +132,7 @@ class RouterWindow:
     # The connections
 
     def connection_rows(self):
-        """One element for each connection, from the top, also where it is scrolled out of sight."""
+        """One element for each connection, from the top, including those that are scrolled out of sight."""
         adders = self.accessibility.all(name=ADD_CHANNEL, showing=False)
         return sorted((adder.parent for adder in adders), key=lambda row: row.extents[1])
 
@@ -144,7 +144,7 @@ class RouterWindow:
         return wait_for(lambda: self.connection_rows()[index:index + 1], f"connection {index}")[0]
 
     def select_connection(self, index):
-        """Clicks its row where no button is."""
+        """Clicks the row beside its buttons."""
         left, top, _, height = self.connection_row(index).extents
         pointing.click((left + 70, top + height // 2))
 
@@ -165,7 +165,7 @@ class RouterWindow:
         pointing.click(self.row_button(index, name).middle)
 
     def open_channel_menu(self, index):
-        """The pop-up of a row stands left of its buttons."""
+        """Opens the pop-up of a row, which is to the left of its buttons."""
         left, top, _, height = self.row_button(index, ADD_CHANNEL).extents
         pointing.click((left - 60, top + height // 2))
         wait_for(self.menu_items, "the channels of the connection")
@@ -195,7 +195,7 @@ class RouterWindow:
         return settings
 
     def wait_reloads(self, count):
-        """Waits until the diagnostics tell of so many reloads of the endpoints."""
+        """Waits until the diagnostics have this number of reloads."""
         settings = self.open_settings("Debug")
 
         def reloads():
@@ -221,7 +221,7 @@ class RouterWindow:
 
 
 class Dialog:
-    """A dialog, known by its message."""
+    """A dialog, identified by its message."""
 
     def __init__(self, router, message):
         self._accessibility = router.accessibility
@@ -234,12 +234,12 @@ class Dialog:
         return next((dialog for dialog in dialogs if dialog.find(name=self.message)), None)
 
     def wait_focus(self):
-        """Waits until keys reach the dialog."""
+        """Waits until the dialog has the keyboard focus."""
         wait_for(lambda: (dialog := self._look()) and any(element.is_focused for element in dialog),
                  f"the dialog {self.message!r} to have the focus")
 
     def again(self):
-        """The dialog as it is now."""
+        """The dialog's present state."""
         self.element = wait_for(self._look, f"the dialog {self.message!r}")
         return self
 

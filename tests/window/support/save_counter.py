@@ -5,7 +5,7 @@ import os
 import struct
 
 _libc = ctypes.CDLL("libc.so.6", use_errno=True)
-# Leaving one name and taking another alternate, so that the kernel does not merge equal events into one.
+# Moves from one name and moves to another alternate, so that the kernel does not merge equal events.
 _IN_MOVE = 0x40 | 0x80
 _IN_MOVED_TO = 0x80
 

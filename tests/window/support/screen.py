@@ -1,4 +1,4 @@
-"""What is on the screen: pixels and pictures."""
+"""Pixels and pictures of the screen."""
 
 import os
 import subprocess
@@ -7,7 +7,7 @@ from .desktop import HEIGHT, WIDTH
 
 
 class Screen:
-    """One look at the whole screen."""
+    """The content of the whole screen at one moment."""
 
     def __init__(self):
         self._pixels = subprocess.run(["import", "-silent", "-window", "root", "-depth", "8", "rgb:-"], check=True,
@@ -22,7 +22,7 @@ class Screen:
         return "#" + self._pixels[offset:offset + 3].hex().upper()
 
     def differs(self, other, area):
-        """Whether a pixel of the area (left, top, width, height) is another one there."""
+        """Whether the pixels of the area (left, top, width, height) differ."""
         left, top, width, height = area
         for y in range(top, top + height):
             line = slice((y * WIDTH + left) * 3, (y * WIDTH + left + width) * 3)

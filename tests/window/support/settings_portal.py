@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""A desktop's portal that knows one setting: the size of text, given as argument."""
+"""A desktop portal with a single setting: the text scale, given as argument."""
 
 import sys
 

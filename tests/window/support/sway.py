@@ -20,7 +20,7 @@ class Sway:
         self.folder = tempfile.mkdtemp(prefix="corvel-sway.")
         as_user = []
         if os.geteuid() == 0:
-            # It refuses to run as root.
+            # sway refuses to run as root.
             os.chown(self.folder, _NOBODY, _NOBODY)
             as_user = ["setpriv", f"--reuid={_NOBODY}", f"--regid={_NOBODY}", "--clear-groups"]
         self._pointer = self._keyboard = None
@@ -40,7 +40,7 @@ class Sway:
             self.display = wait_for(lambda: self._file("wayland-"), "the Wayland display")
             wait_for(self._has_screen, "the screen")
             self._pointer = VirtualPointer(self.display, WIDTH, HEIGHT)
-            # A seat has a keyboard only while somebody types; this one stays and types nothing.
+            # A seat has a keyboard only while a program types; this one stays and types nothing.
             self._keyboard = processes.start(["wtype", "-s", "3600000"], env=self._environment())
         except BaseException:
             self.stop()
@@ -65,7 +65,7 @@ class Sway:
         return processes.output("swaymsg", "--socket", self._socket, *arguments, check=False) or "[]"
 
     def windows(self, pid):
-        """The windows of a process as sway knows them."""
+        """The windows of a process, as sway lists them."""
         def walk(node):
             if node.get("pid") == pid:
                 yield node
@@ -75,7 +75,7 @@ class Sway:
         return list(walk(json.loads(self._message("-t", "get_tree"))))
 
     def perform(self, arguments):
-        """Carries out commands in the words of xdotool."""
+        """Carries out commands in xdotool's syntax."""
         arguments = list(arguments)
         while arguments:
             word = arguments.pop(0)

@@ -1,4 +1,4 @@
-"""A mouse for Wayland: a client that makes a virtual one and moves it, in the bytes of the protocol."""
+"""A mouse for Wayland: a client that creates a virtual one and moves it, by the bytes of the protocol."""
 
 import socket
 import struct
@@ -10,7 +10,7 @@ _MANAGER_INTERFACE = "zwlr_virtual_pointer_manager_v1"
 
 
 class VirtualPointer:
-    """There for as long as it is open, so that the seat has a pointer."""
+    """Exists while it is open, so that the seat has a pointer."""
 
     def __init__(self, display, width, height):
         self._size = width, height
@@ -54,7 +54,7 @@ class VirtualPointer:
         self._socket.sendall(struct.pack("<II", target, (8 + len(arguments)) << 16 | request) + arguments)
 
     def _round_trip(self):
-        """Waits until all requests have been carried out; the globals announced meanwhile."""
+        """Waits until all requests have been carried out; returns the globals announced meanwhile."""
         callback = self._new_id()
         self._send(_DISPLAY, 0, struct.pack("<I", callback))
         announced = []
@@ -69,7 +69,7 @@ class VirtualPointer:
                 return announced
 
     def _new_id(self):
-        """The protocol wants them without a gap."""
+        """The next ID; the protocol allows no gaps."""
         self._newest += 1
         return self._newest
 

@@ -1,16 +1,16 @@
-"""Waiting for what another process does: by polling, with a deadline."""
+"""Waits for other processes by polling, with a deadline."""
 
 import time
 
-# Longer than anything takes on a loaded machine; a test that waits this long fails.
+# A test that waits this long fails. Longer than anything takes on a loaded machine.
 DEADLINE = 20.0
 INTERVAL = 0.02
 
 
 def wait_for(question, what, deadline=DEADLINE):
-    """Asks until the answer is true and returns it.
+    """Calls `question` until its result is true and returns the result.
 
-    `what` says in the failure what was waited for; it may be a function that is asked only then.
+    `what` names the awaited result in the failure message; it may be a function that is called only then.
     """
     end = time.monotonic() + deadline
     while True:

@@ -1,4 +1,4 @@
-"""The base of every test here."""
+"""The base of every window test."""
 
 import os
 import unittest
@@ -13,7 +13,7 @@ from .waiting import wait_for
 
 
 class WindowTestCase(unittest.TestCase):
-    """A desktop with an empty home. What a failing test saw is kept in the folder CORVEL_FAILURES."""
+    """A desktop with an empty home. The screen and the tree of a failing test are stored in the folder CORVEL_FAILURES."""
 
     def run(self, result=None):
         self._result = result
@@ -35,16 +35,17 @@ class WindowTestCase(unittest.TestCase):
         return corvel
 
     def start(self, *arguments, home=None):
-        """Starts the program and waits until its window is there."""
+        """Starts the program and waits for its window."""
         return RouterWindow(self.launch(*arguments, home=home).wait_shown())
 
     def start_with(self, *sets, current=0):
-        """Starts the program on a document of sets as (name, connections)."""
+        """Starts the program on a document with sets as (name, connections)."""
         self.home.write_demo_document(documents.document(*sets, current=current))
         return self.start()
 
     def start_with_devices(self, count, *sets, playing=None):
-        """Starts the window over so many inputs (1, 2, ...) and outputs (1001, 1002, ...) on a document of sets."""
+        """Starts the window with this number of inputs (1, 2, ...) and outputs (1001, 1002, ...) on a document with
+        these sets."""
         self.home.write_demo_document(documents.document(*sets))
         corvel = CorvelProcess(self.home, str(count), self.home.demo_document, *([str(playing)] if playing else []),
                                variable="CORVEL_MANY_DEVICES")
@@ -58,7 +59,7 @@ class WindowTestCase(unittest.TestCase):
         return documents.SavedDocument(self.home.demo_document)
 
     def wait_saved(self, **wanted):
-        """Waits until the document on disk is so: wait_saved(connections=[(1001, 2001)])."""
+        """Waits until the document on disk has these values: wait_saved(connections=[(1001, 2001)])."""
         def state():
             document = self.saved()
             return {name: getattr(document, name) for name in wanted}
@@ -66,7 +67,7 @@ class WindowTestCase(unittest.TestCase):
         wait_for(lambda: state() == wanted, lambda: f"the saved document to hold {wanted}, not {state()}")
 
     def wait_active_assignment(self, *channels):
-        """Waits until the connections of the current set do this to channels."""
+        """Waits until the connections of the current set have these channel modes."""
         self.wait_saved(channels=list(channels))
 
     def document_bytes(self):

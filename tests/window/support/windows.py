@@ -29,7 +29,7 @@ def all_shown_windows(pid):
 
 
 def content(window):
-    """Where the content of a window is on the screen."""
+    """The position of the window's content on the screen."""
     lines = output("xwininfo", "-id", str(window))
 
     def number(label):
@@ -39,7 +39,7 @@ def content(window):
 
 
 def frame(window):
-    """The same with the decorations of the window manager."""
+    """The window's rectangle with the window manager's decorations."""
     inside = content(window)
     left, right, top, bottom = decorations(window)
     return Box(inside.x - left, inside.y - top, inside.width + left + right, inside.height + top + bottom)
@@ -52,7 +52,7 @@ def decorations(window):
 
 
 def work_area():
-    """What panels leave of the screen."""
+    """The part of the screen that panels leave free."""
     found = wait_for(lambda: re.findall(r"\d+", _property("root", "_NET_WORKAREA")), "the work area")
     x, y, width, height = (int(number) for number in found[:4])
     return Box(x, y, width, height)
@@ -84,6 +84,6 @@ def title(window):
 
 
 def _property(window, name):
-    """What xprop says after the name, like "(CARDINAL) = 1, 1, 20, 5"."""
+    """The text that xprop prints after the name, such as "(CARDINAL) = 1, 1, 20, 5"."""
     which = ["-root"] if window == "root" else ["-id", str(window)]
     return output("xprop", *which, name, check=False).partition(name)[2]

@@ -1,4 +1,4 @@
-"""What programs tell the window manager and each other through the X server's root window."""
+"""The messages that programs send to the window manager and each other through the X server's root window."""
 
 import ctypes
 import ctypes.util
@@ -13,7 +13,7 @@ class _Message(ctypes.Structure):
 
 
 class XMessages:
-    """Listens from the moment it is made."""
+    """Records messages from its creation on."""
 
     def __init__(self):
         self._x = ctypes.CDLL(ctypes.util.find_library("X11") or "libX11.so.6")
@@ -26,7 +26,7 @@ class XMessages:
         self._x.XSync(self._display, 0)
 
     def take(self):
-        """What has come since: (name, window, numbers, bytes) each."""
+        """The messages since the last call, as (name, window, numbers, bytes)."""
         taken = []
         while self._x.XPending(self._display):
             event = _Message()
