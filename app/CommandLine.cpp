@@ -1,5 +1,8 @@
 #include "app/CommandLine.hpp"
 
+#include "app/CommandLineHelp.hpp"
+#include "app/CommandLineOption.hpp"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -15,63 +18,6 @@
 namespace corvel {
 
 namespace {
-
-constexpr const char* kHelp =
-    R"(Corvel routes MIDI from any source to any destination.
-
-Usage:
-  corvel [--midi SERVICE] [--document FILE]
-  corvel --headless [--monitor] [--midi SERVICE] [--document FILE]
-  corvel --list [--json] [--midi SERVICE]
-  corvel --connect SOURCE DESTINATION [--channel N] [--midi SERVICE]
-         [--document FILE]
-  corvel --disconnect SOURCE DESTINATION [--midi SERVICE] [--document FILE]
-  corvel --set NAME [--midi SERVICE] [--document FILE]
-  corvel --sets [--midi SERVICE] [--document FILE]
-  corvel --all-notes-off [--midi SERVICE] [--document FILE]
-  corvel --screenshot FILE [--size WxH] [--scale S] [--appearance light|dark]
-
-Without a mode, Corvel opens its window.
-
-  --headless       Route the current connections without a window until SIGINT
-                   or SIGTERM; diagnostics go to standard error
-  --monitor        Write each routed message to standard output: time, source,
-                   destination, kind and bytes in hexadecimal, with tabs between
-  --list           List the MIDI sources and destinations
-  --json           ... as JSON
-  --connect        Add a connection to the current set. SOURCE and DESTINATION
-                   are names as --list shows them, or IDs: what reads as a
-                   number is an ID
-  --channel N      ... on this channel (1 to 16); a connection that is there
-                   already gets, or changes to, that channel
-  --disconnect     Delete a connection of the current set
-  --set NAME       Make another connection set the current one, by name or ID
-  --sets           List the connection sets, the current one marked with *
-  --all-notes-off  Silence every output of the current set: sustain off, All
-                   Notes Off and All Sound Off on all channels
-  --screenshot FILE
-                   Draw the window with the demo devices into a PNG file; needs
-                   no display
-  --size WxH       ... with a window of this size, 980x640 to 7680x4320 points;
-                   1180x760 by default
-  --scale S        ... with S pixels to a point, 1 to 4, decimals allowed
-  --appearance A   ... light or dark; dark by default
-  --midi SERVICE   alsa: the ALSA sequencer; demo: devices in memory that play by
-                   themselves, with sets of their own; auto (the default): ALSA,
-                   and the demo where there is no sequencer
-  --document FILE  The connections file to use instead of the usual one
-  --version        Print the version
-  -h, --help       Print this help
-
-One Corvel runs at a time, with or without its window: a second start brings the
-window forward. --connect, --disconnect, --set, --sets and --all-notes-off are
-carried out by the Corvel that runs, unless --document names another file than it
-uses; where none runs, they work on your saved connections, and only --connect
-and --all-notes-off need MIDI. With --midi demo, Corvel stays by itself and does
-not count.
-
-Where there is no sequencer, --midi alsa opens the window on your own sets.
-)";
 
 constexpr int kMinWidth = 980;
 constexpr int kMinHeight = 640;
@@ -98,10 +44,51 @@ std::optional<std::pair<int, int>> parsedSize(std::string_view text) {
     return width && height ? std::optional(std::pair(*width, *height)) : std::nullopt;
 }
 
-/// An option that takes a source and a destination, whatever they begin with: IDs may be negative.
-CLI::Option* addEndpointsOption(CLI::App& app, const char* name) {
-    constexpr int kEndpoints = 2;
-    return app.add_option(name)->type_size(kEndpoints)->type_name("endpoints");
+/// Tells the parser of an option. A value is taken as it is, whatever it begins with: IDs may be negative.
+CLI::Option* addOption(CLI::App& app, const CommandLineOption& option) {
+    const std::string name(option.name);
+    if (option.values.empty()) {
+        return app.add_flag(name);
+    }
+    CLI::Option* const added = app.add_option(name)->type_size(static_cast<int>(option.values.size()));
+    if (option.values.size() == 2) {
+        added->type_name("endpoints");
+    }
+    // A script may append an option to those that it was given. Which command is meant must be clear.
+    if (option.role == CommandLineOption::Role::detail) {
+        added->take_last();
+    }
+    return added;
+}
+
+/// Tells the parser of all options, and which exclude or need each other.
+void addOptions(CLI::App& app) {
+    std::vector<CLI::Option*> commands;
+    for (const CommandLineOption& option : commandLineOptions()) {
+        if (option.role == CommandLineOption::Role::information) {
+            continue;
+        }
+        CLI::Option* const added = addOption(app, option);
+        if (option.role == CommandLineOption::Role::command) {
+            std::ranges::for_each(commands, [added](CLI::Option* other) { added->excludes(other); });
+            commands.push_back(added);
+        }
+    }
+    for (const CommandLineOption& option : commandLineOptions()) {
+        if (option.role != CommandLineOption::Role::detail) {
+            continue;
+        }
+        CLI::Option* const detail = app.get_option(std::string(option.name));
+        if (const std::string_view only = onlyCommandOf(option); !only.empty()) {
+            detail->needs(app.get_option(std::string(only)));
+            continue;
+        }
+        for (CLI::Option* const command : commands) {
+            if (!isDetailOf(option, command->get_name())) {
+                command->excludes(detail);
+            }
+        }
+    }
 }
 
 /// What is wrong with a window's size, "WxH"; nothing if it can be drawn.
@@ -128,16 +115,17 @@ std::string channelProblem(const std::string& text) {
     return channel && *channel >= 1 && *channel <= kLastChannel ? "" : "Value " + text + " not in range 1 to 16";
 }
 
-/// A check that a value is one of `choices`.
-CLI::Validator oneOf(const std::vector<std::string>& choices) {
-    const auto problem = [choices](const std::string& text) {
+/// Has the parser accept only the option's choices.
+void checkChoices(CLI::App& app, const CommandLineOption& option) {
+    const auto problem = [choices = option.values.front().choices](const std::string& text) {
         std::string names;
-        for (const std::string& choice : choices) {
-            names += names.empty() ? choice : ", " + choice;
+        for (const std::string_view choice : choices) {
+            names += names.empty() ? "" : ", ";
+            names += choice;
         }
         return std::ranges::find(choices, text) != choices.end() ? "" : text + " is not one of " + names;
     };
-    return {problem, ""};
+    app.get_option(std::string(option.name))->check(CLI::Validator(problem, ""));
 }
 
 /// In words of this program, because the parser's differ between its versions.
@@ -160,19 +148,21 @@ std::string mismatchText(const CLI::ArgumentMismatch& error, std::span<const std
     return name + (takesEndpoints ? " needs a source and a destination" : " needs a value");
 }
 
+/// What was given with the option, the last time; nothing if it was not given.
+std::optional<std::string> value(const CLI::App& app, const char* name) {
+    const CLI::Option* const option = app.get_option(name);
+    return option->count() > 0 ? std::optional(option->results().back()) : std::nullopt;
+}
+
 CommandLine::Screenshot screenshot(const CLI::App& app) {
-    const auto value = [&app](const char* name) {
-        const CLI::Option* const option = app.get_option(name);
-        return option->count() > 0 ? std::optional(option->results().back()) : std::nullopt;
-    };
-    CommandLine::Screenshot result{.file = *value("--screenshot")};
-    if (const auto size = value("--size")) {
+    CommandLine::Screenshot result{.file = *value(app, "--screenshot")};
+    if (const auto size = value(app, "--size")) {
         std::tie(result.width, result.height) = *parsedSize(*size);
     }
-    if (const auto scale = value("--scale")) {
+    if (const auto scale = value(app, "--scale")) {
         result.scale = *parsedNumber<double>(*scale);
     }
-    if (const auto appearance = value("--appearance")) {
+    if (const auto appearance = value(app, "--appearance")) {
         result.appearance = *appAppearanceModeFromRawValue(*appearance);
     }
     return result;
@@ -214,45 +204,26 @@ CommandLine::Command command(const CLI::App& app) {
 }  // namespace
 
 CommandLineResult parseCommandLine(std::span<const std::string> arguments, const std::string& version) {
-    std::string midi = "auto";
-    std::string document;
-
     CLI::App app;
     app.set_help_flag("-h,--help");
     app.set_version_flag("--version", "Corvel " + version);
     const std::map<std::string, MIDIHostChoice> choices{
         {"auto", MIDIHostChoice::automatic}, {"alsa", MIDIHostChoice::alsa}, {"demo", MIDIHostChoice::demo}};
-    CLI::Option* headless = app.add_flag("--headless");
-    CLI::Option* list = app.add_flag("--list");
-    CLI::Option* connect = addEndpointsOption(app, "--connect");
-    CLI::Option* screenshot = app.add_option("--screenshot")->type_size(1);
-    const std::vector<CLI::Option*> commands{headless,
-                                             list,
-                                             screenshot,
-                                             connect,
-                                             addEndpointsOption(app, "--disconnect"),
-                                             app.add_option("--set")->type_size(1),
-                                             app.add_flag("--sets"),
-                                             app.add_flag("--all-notes-off")};
-    for (auto first = commands.begin(); first != commands.end(); ++first) {
-        std::for_each(first + 1, commands.end(), [first](CLI::Option* second) { second->excludes(*first); });
+    addOptions(app);
+    app.get_option("--channel")->check(channelProblem);
+    app.get_option("--size")->check(sizeProblem);
+    app.get_option("--scale")->check(scaleProblem);
+    for (const CommandLineOption& option : commandLineOptions()) {
+        if (option.name == "--appearance" || option.name == "--midi") {
+            checkChoices(app, option);
+        }
     }
-    app.add_flag("--monitor")->needs(headless);
-    app.add_flag("--json")->needs(list);
-    app.add_option("--channel")->type_size(1)->check(channelProblem)->take_last()->needs(connect);
-    app.add_option("--size")->type_size(1)->check(sizeProblem)->take_last()->needs(screenshot);
-    app.add_option("--scale")->type_size(1)->check(scaleProblem)->take_last()->needs(screenshot);
-    app.add_option("--appearance")->type_size(1)->check(oneOf({"light", "dark"}))->take_last()->needs(screenshot);
-    app.add_option("--midi", midi)->check(oneOf({"auto", "alsa", "demo"}))->take_last();
-    CLI::Option* documentOption = app.add_option("--document", document)->take_last();
-    list->excludes(documentOption);
-    screenshot->excludes(documentOption);
 
     try {
         // The parser takes its arguments from the back.
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::CallForHelp&) {
-        return CommandLineText{kHelp};
+        return CommandLineText{commandLineHelp()};
     } catch (const CLI::CallForVersion& call) {
         return CommandLineText{std::string(call.what()) + '\n'};
     } catch (const CLI::ExtrasError&) {
@@ -262,12 +233,15 @@ CommandLineResult parseCommandLine(std::span<const std::string> arguments, const
     } catch (const CLI::ParseError& error) {
         return CommandLineError{error.what()};
     }
-    CommandLine result{.command = command(app), .midi = choices.at(midi), .document = std::nullopt};
-    if (documentOption->count() > 0) {
-        if (document.empty()) {
+    CommandLine result{.command = command(app), .midi = MIDIHostChoice::automatic, .document = std::nullopt};
+    if (const std::optional<std::string> midi = value(app, "--midi")) {
+        result.midi = choices.at(*midi);
+    }
+    if (const std::optional<std::string> document = value(app, "--document")) {
+        if (document->empty()) {
             return CommandLineError{"--document: the name of a file is missing"};
         }
-        result.document = document;
+        result.document = *document;
     }
     if (const auto* const picture = std::get_if<CommandLine::Screenshot>(&result.command)) {
         if (picture->file.empty()) {

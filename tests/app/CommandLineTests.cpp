@@ -1,9 +1,15 @@
 #include "app/CommandLine.hpp"
 
+#include "app/CommandLineOption.hpp"
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -131,6 +137,31 @@ TEST(CommandLine, TellsEveryOptionInTheHelp) {
         EXPECT_NE(textOf({"--help"}).find(option), std::string::npos) << option;
     }
     EXPECT_EQ(textOf({"-h"}), textOf({"--help"}));
+}
+
+TEST(CommandLine, KeepsTheLinesOfTheHelpWithinATerminal) {
+    std::istringstream help(textOf({"--help"}));
+    for (std::string line; std::getline(help, line);) {
+        EXPECT_LE(line.size(), 80U) << line;
+        EXPECT_FALSE(line.ends_with(' ')) << line;
+    }
+}
+
+TEST(CommandLine, AcceptsEveryOptionThatTheHelpKnows) {
+    const auto sample = [](const OptionValue& value) {
+        return value.name == "WxH" ? "1000x700" : value.choices.empty() ? "2" : std::string(value.choices.front());
+    };
+    for (const CommandLineOption& option : commandLineOptions()) {
+        std::vector<std::string> arguments;
+        if (const std::string_view command = onlyCommandOf(option); !command.empty()) {
+            arguments.emplace_back(command);
+            arguments.resize(command == "--connect" ? 3 : command == "--screenshot" ? 2 : 1, "a");
+        }
+        arguments.emplace_back(option.name);
+        std::ranges::transform(option.values, std::back_inserter(arguments), sample);
+        const CommandLineResult result = parse(arguments);
+        EXPECT_FALSE(std::holds_alternative<CommandLineError>(result)) << option.name;
+    }
 }
 
 TEST(CommandLine, RefusesWhatItDoesNotKnow) {

@@ -1,0 +1,20 @@
+# Reads from CHANGELOG.md what is released: headings such as "## 0.1.0 (2026-11-22)". Sets CORVEL_RELEASES, elements of
+# the AppStream metadata, newest first, and CORVEL_RELEASE_DATE, the date of this version. A version that is not
+# released has no date, and stands in the metadata as one under development.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
+set(CORVEL_RELEASES "")
+set(CORVEL_RELEASE_DATE "")
+file(STRINGS ${PROJECT_SOURCE_DIR}/CHANGELOG.md headings REGEX "^## [0-9]")
+foreach(heading IN LISTS headings)
+  if(NOT heading MATCHES "^## ([0-9]+\\.[0-9]+\\.[0-9]+) \\(([0-9][0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9])\\)$")
+    message(FATAL_ERROR "CHANGELOG.md: \"${heading}\" is not \"## VERSION (YEAR-MONTH-DAY)\"")
+  endif()
+  string(APPEND CORVEL_RELEASES "\n    <release version=\"${CMAKE_MATCH_1}\" date=\"${CMAKE_MATCH_2}\"/>")
+  if(CMAKE_MATCH_1 VERSION_EQUAL PROJECT_VERSION)
+    set(CORVEL_RELEASE_DATE ${CMAKE_MATCH_2})
+  endif()
+endforeach()
+if(NOT CORVEL_RELEASE_DATE)
+  string(TIMESTAMP today "%Y-%m-%d" UTC)
+  string(PREPEND CORVEL_RELEASES "\n    <release version=\"${PROJECT_VERSION}\" type=\"development\" date=\"${today}\"/>")
+endif()

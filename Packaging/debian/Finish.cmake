@@ -1,0 +1,38 @@
+# Makes of the staged files what Debian's policy asks for: run by cpack before it writes a package.
+if(NOT CPACK_GENERATOR STREQUAL "DEB")
+  return()
+endif()
+set(share ${CPACK_TEMPORARY_DIRECTORY}/usr/share)
+set(doc ${share}/doc/corvel)
+set(version ${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
+
+# corvel_compress(FILE...): as gzip does it without a time in the file, so that equal builds give equal packages.
+function(corvel_compress)
+  foreach(file IN LISTS ARGN)
+    execute_process(COMMAND gzip -9nf ${file} COMMAND_ERROR_IS_FATAL ANY)
+    file(CHMOD ${file}.gz PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+  endforeach()
+endfunction()
+
+# corvel_write(FILE TEXT)
+function(corvel_write file text)
+  file(WRITE ${file} "${text}")
+  file(CHMOD ${file} PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+endfunction()
+
+file(REMOVE ${doc}/LICENSE)
+file(READ ${CPACK_CORVEL_DEBIAN_FILES}/copyright copyright)
+corvel_write(${doc}/copyright "${copyright}")
+
+file(RENAME ${doc}/CHANGELOG.md ${doc}/changelog)
+string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
+corvel_write(${doc}/changelog.Debian
+"corvel (${version}) unstable; urgency=medium
+
+  * Corvel ${CPACK_PACKAGE_VERSION}; changelog.gz lists what is new.
+
+ -- ${CPACK_PACKAGE_CONTACT}  ${now}
+")
+corvel_compress(${doc}/changelog ${doc}/changelog.Debian ${share}/man/man1/corvel.1)
+
+file(RENAME ${share}/zsh/site-functions ${share}/zsh/vendor-completions)

@@ -1,0 +1,130 @@
+#include "app/CommandLineOption.hpp"
+
+#include <algorithm>
+#include <array>
+
+namespace corvel {
+
+namespace {
+
+using Kind = OptionValue::Kind;
+using Role = CommandLineOption::Role;
+
+constexpr std::array<std::string_view, 1> kOfHeadless{"--headless"};
+constexpr std::array<std::string_view, 1> kOfList{"--list"};
+constexpr std::array<std::string_view, 1> kOfConnect{"--connect"};
+constexpr std::array<std::string_view, 1> kOfScreenshot{"--screenshot"};
+/// The commands that work on the connection sets.
+constexpr std::array<std::string_view, 7> kOnDocuments{kWindowCommand, "--headless", "--connect",      "--disconnect",
+                                                       "--set",        "--sets",     "--all-notes-off"};
+
+constexpr std::array<std::string_view, 16> kChannels{"1", "2",  "3",  "4",  "5",  "6",  "7",  "8",
+                                                     "9", "10", "11", "12", "13", "14", "15", "16"};
+constexpr std::array<std::string_view, 2> kAppearances{"light", "dark"};
+constexpr std::array<std::string_view, 3> kServices{"auto", "alsa", "demo"};
+
+constexpr std::array<OptionValue, 2> kEndpoints{
+    {{.name = "SOURCE", .kind = Kind::source}, {.name = "DESTINATION", .kind = Kind::destination}}};
+constexpr std::array<OptionValue, 1> kChannel{{{.name = "N", .choices = kChannels}}};
+constexpr std::array<OptionValue, 1> kSet{{{.name = "NAME", .kind = Kind::set}}};
+constexpr std::array<OptionValue, 1> kFile{{{.name = "FILE", .kind = Kind::file}}};
+constexpr std::array<OptionValue, 1> kSize{{{.name = "WxH"}}};
+constexpr std::array<OptionValue, 1> kScale{{{.name = "S"}}};
+constexpr std::array<OptionValue, 1> kAppearance{{{.name = "light|dark", .choices = kAppearances}}};
+constexpr std::array<OptionValue, 1> kService{{{.name = "SERVICE", .choices = kServices}}};
+
+constexpr std::array<CommandLineOption, 18> kOptions{{
+    {.name = "--headless",
+     .role = Role::command,
+     .summary = "Route the current connections without a window",
+     .details = "Ends on SIGINT, SIGTERM or SIGHUP. Diagnostics go to standard error."},
+    {.name = "--monitor",
+     .commands = kOfHeadless,
+     .summary = "Write each routed message to standard output",
+     .details = "One line each: time, source, destination, kind and bytes in hexadecimal, separated by tabs."},
+    {.name = "--list", .role = Role::command, .summary = "List the MIDI sources and destinations"},
+    {.name = "--json", .commands = kOfList, .summary = "List them as JSON"},
+    {.name = "--connect",
+     .role = Role::command,
+     .values = kEndpoints,
+     .summary = "Add a connection to the current set",
+     .details = "SOURCE and DESTINATION are names as --list shows them, or IDs. Numbers are IDs."},
+    {.name = "--channel",
+     .values = kChannel,
+     .commands = kOfConnect,
+     .summary = "Force the connection onto a channel from 1 to 16",
+     .details = "A connection that exists already changes to that channel."},
+    {.name = "--disconnect",
+     .role = Role::command,
+     .values = kEndpoints,
+     .summary = "Delete a connection of the current set"},
+    {.name = "--set",
+     .role = Role::command,
+     .values = kSet,
+     .summary = "Make another connection set the current one, by name or ID"},
+    {.name = "--sets", .role = Role::command, .summary = "List the connection sets, the current one marked with *"},
+    {.name = "--all-notes-off",
+     .role = Role::command,
+     .summary = "Silence every output of the current set",
+     .details = "Sends sustain off, All Notes Off and All Sound Off on all channels."},
+    {.name = "--screenshot",
+     .role = Role::command,
+     .values = kFile,
+     .summary = "Draw the window with the demo devices into a PNG file",
+     .details = "Needs no display."},
+    {.name = "--size",
+     .values = kSize,
+     .commands = kOfScreenshot,
+     .summary = "Size of the window in points",
+     .details = "980x640 to 7680x4320; 1180x760 by default."},
+    {.name = "--scale",
+     .values = kScale,
+     .commands = kOfScreenshot,
+     .summary = "Pixels per point",
+     .details = "1 to 4, decimals allowed; 1 by default."},
+    {.name = "--appearance",
+     .values = kAppearance,
+     .commands = kOfScreenshot,
+     .summary = "Appearance of the window",
+     .details = "Dark by default."},
+    {.name = "--midi",
+     .values = kService,
+     .summary = "The MIDI service",
+     .details = "alsa: the ALSA sequencer. demo: devices in memory that play by themselves, with sets of their own. "
+                "auto (the default): ALSA, or the demo where there is no sequencer."},
+    {.name = "--document",
+     .values = kFile,
+     .commands = kOnDocuments,
+     .summary = "The connections file to use instead of the usual one"},
+    {.name = "--version", .role = Role::information, .summary = "Print the version"},
+    {.name = "--help", .shortName = "-h", .role = Role::information, .summary = "Print a summary of the options"},
+}};
+
+constexpr std::array<std::string_view, 2> kNotes{
+    "One Corvel runs at a time, with or without its window: a second start brings the window forward. --connect, "
+    "--disconnect, --set, --sets and --all-notes-off are carried out by the Corvel that runs, unless --document names "
+    "another file than it uses. Where none runs, they work on your saved connections, and only --connect and "
+    "--all-notes-off need MIDI. With --midi demo, Corvel runs beside any other Corvel.",
+    "Where there is no sequencer, --midi alsa opens the window on your own sets.",
+};
+
+}  // namespace
+
+std::span<const CommandLineOption> commandLineOptions() {
+    return kOptions;
+}
+
+std::span<const std::string_view> commandLineNotes() {
+    return kNotes;
+}
+
+bool isDetailOf(const CommandLineOption& option, std::string_view command) {
+    return option.role == CommandLineOption::Role::detail &&
+           (option.commands.empty() || std::ranges::find(option.commands, command) != option.commands.end());
+}
+
+std::string_view onlyCommandOf(const CommandLineOption& option) {
+    return option.commands.size() == 1 ? option.commands.front() : std::string_view();
+}
+
+}  // namespace corvel
