@@ -224,10 +224,10 @@ void registerRoutingBenchmarks(Summary& summary) {
         summary.addRatio(name("loop, bursts of 1"), name("plain"), std::nullopt);
         summary.addRatio(name("loop, bursts of 16"), name("plain"), std::nullopt);
     }
-    const std::string leastRouter = "routing, fan-out 1, plain";
+    const std::string minimalRouter = "routing, fan-out 1, plain";
     const auto addPart = [&](const char* name, void (*function)(benchmark::State&)) {
         benchmark::RegisterBenchmark(name, function);
-        summary.addRatio(name, leastRouter, std::nullopt);
+        summary.addRatio(name, minimalRouter, std::nullopt);
     };
     addPart("routing, part: reading the clock", readClock);
     addPart("routing, part: drawing an identity", drawIdentity);

@@ -25,8 +25,8 @@ using fuzz::require;
 using Bytes = std::span<const std::uint8_t>;
 using Sequence = std::vector<std::uint8_t>;
 
-constexpr std::uint8_t kExclusive = 0xF0;
-constexpr std::uint8_t kEndOfExclusive = 0xF7;
+constexpr std::uint8_t kSysEx = 0xF0;
+constexpr std::uint8_t kEndOfSysEx = 0xF7;
 
 bool isRealtime(std::uint8_t byte) {
     return byte >= 0xF8;
@@ -49,13 +49,13 @@ std::size_t completeLength(std::uint8_t status) {
     return status == 0xF1 || status == 0xF3 ? 2 : 1;
 }
 
-bool isExclusive(const MIDIMessageFragment& fragment) {
-    return fragment.bytes.front() == kExclusive;
+bool isSysEx(const MIDIMessageFragment& fragment) {
+    return fragment.bytes.front() == kSysEx;
 }
 
 bool isComplete(const MIDIMessageFragment& fragment) {
-    return isExclusive(fragment) ? fragment.bytes.back() == kEndOfExclusive
-                                 : fragment.bytes.size() == completeLength(fragment.bytes.front());
+    return isSysEx(fragment) ? fragment.bytes.back() == kEndOfSysEx
+                             : fragment.bytes.size() == completeLength(fragment.bytes.front());
 }
 
 Sequence onlyRealtime(Bytes bytes, bool wanted) {
@@ -89,10 +89,10 @@ void checkFragment(const MIDIMessageFragment& fragment) {
     const std::optional<MIDIMessageKind> again = messageKindFromRawValue(rawValue(fragment.messageKind));
     require(again == fragment.messageKind, "a kind is found again by its raw value", evidence);
     const Bytes rest = Bytes(fragment.bytes).subspan(1);
-    if (isExclusive(fragment)) {
-        const auto end = std::ranges::find(rest, kEndOfExclusive);
-        require(end == rest.end() || end + 1 == rest.end(), "an exclusive message ends at its first F7", evidence);
-        require(std::ranges::none_of(rest, isRealtime), "no realtime byte stays in an exclusive message", evidence);
+    if (isSysEx(fragment)) {
+        const auto end = std::ranges::find(rest, kEndOfSysEx);
+        require(end == rest.end() || end + 1 == rest.end(), "a SysEx message ends at its first F7", evidence);
+        require(std::ranges::none_of(rest, isRealtime), "no realtime byte stays in a SysEx message", evidence);
     } else {
         require(std::ranges::none_of(rest, isStatus), "only data bytes follow a status", evidence);
         require(fragment.bytes.size() <= completeLength(fragment.bytes.front()), "no message is longer than its status",
@@ -153,7 +153,7 @@ std::vector<MIDIMessageFragment> checkParser(Bytes buffer) {
         if (isRealtime(fragment.bytes.front())) {
             continue;
         }
-        require(incomplete == nullptr || (!isExclusive(*incomplete) && isStatus(fragment.bytes.front())),
+        require(incomplete == nullptr || (!isSysEx(*incomplete) && isStatus(fragment.bytes.front())),
                 "only a status byte or the end of the packet cuts a message off", evidence);
         incomplete = isComplete(fragment) ? nullptr : &fragment;
     }
@@ -253,7 +253,7 @@ Sequence carriedBySequencer(Bytes buffer, const std::vector<MIDIMessageFragment>
             found += isRealtime(buffer[position]) ? 0U : 1U;
         }
         const Bytes stretch = buffer.subspan(start, position - start);
-        if (isExclusive(fragment)) {
+        if (isSysEx(fragment)) {
             carried.insert(carried.end(), stretch.begin(), stretch.end());
             continue;
         }

@@ -34,8 +34,8 @@ using std::chrono::steady_clock;
 constexpr std::size_t kSenders = 4;
 constexpr double kRate = 24'000;
 constexpr std::chrono::milliseconds kTick{1};
-constexpr std::size_t kLargestWrite = 500;
-constexpr std::size_t kLargestPool = 2000;
+constexpr std::size_t kMaxWrite = 500;
+constexpr std::size_t kMaxPool = 2000;
 constexpr std::chrono::seconds kSampleInterval{2};
 constexpr std::chrono::seconds kAnswerGivenUp{10};
 /// No message may arrive later than this after the flood.
@@ -81,7 +81,7 @@ private:
         note.source.port = port_.raw().port;
         note.dest = {SND_SEQ_ADDRESS_SUBSCRIBERS, SND_SEQ_ADDRESS_UNKNOWN};
         note.queue = SND_SEQ_QUEUE_DIRECT;
-        const std::vector<snd_seq_event_t> notes(kLargestWrite, note);
+        const std::vector<snd_seq_event_t> notes(kMaxWrite, note);
         pollfd descriptor{};
         snd_seq_poll_descriptors(peer_.handle(), &descriptor, 1, POLLOUT);
         const auto start = steady_clock::now();
@@ -89,7 +89,7 @@ private:
         while (!isStopping_) {
             const auto due = static_cast<std::size_t>(seconds(steady_clock::now() - start) * kRate);
             for (std::size_t size = 0; tried < due; tried += size) {
-                size = std::min(due - tried, kLargestWrite);
+                size = std::min(due - tried, kMaxWrite);
                 const ssize_t written = write(descriptor.fd, notes.data(), size * sizeof(snd_seq_event_t));
                 // Messages that the sequencer refuses are skipped: this sender never waits.
                 sent_ += written > 0 ? static_cast<std::size_t>(written) / sizeof(snd_seq_event_t) : 0;
@@ -110,7 +110,7 @@ private:
 class Receiver {
 public:
     explicit Receiver(const std::string& name) : peer_(name) {
-        peer_.setInputPool(kLargestPool);
+        peer_.setInputPool(kMaxPool);
         peer_.addPort(kPortName, tests::SequencerPeer::kDestination);
         thread_ = std::thread([this] { read(); });
     }
@@ -217,13 +217,13 @@ int run(std::chrono::seconds duration) {
         }
         return all;
     };
-    double mostMemory = 0;
+    double maxMemory = 0;
     double slowestAnswer = 0;
     const auto start = steady_clock::now();
     const auto sample = [&](const char* when) {
         const double answer = answerTime(document);
         const double memory = residentMegabytes(router.pid());
-        mostMemory = std::max(mostMemory, memory);
+        maxMemory = std::max(maxMemory, memory);
         slowestAnswer = std::max(slowestAnswer, answer);
         std::printf("%6.1f s, %s: VmRSS %6.1f MB | --sets %6.3f s | sent %9zu | good receiver %9zu, overruns %zu\n",
                     seconds(steady_clock::now() - start), when, memory, answer, sent(), good.received(),
@@ -250,7 +250,7 @@ int run(std::chrono::seconds duration) {
     std::this_thread::sleep_until(end + kAfterwards);
     sample("afterwards");
     std::printf("\n");
-    const bool isMemoryMet = isWithin("most memory, MB", mostMemory, kMemoryLimit);
+    const bool isMemoryMet = isWithin("maximum memory, MB", maxMemory, kMemoryLimit);
     const bool isAnswerMet = isWithin("slowest answer, s", slowestAnswer, kAnswerLimit);
     const double late = std::max(0.0, seconds(good.lastArrival() - end));
     const bool isEndMet = isWithin("the good receiver's last message after the end, s", late, kEndLimit);

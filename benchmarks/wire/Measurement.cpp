@@ -27,7 +27,7 @@ constexpr std::chrono::milliseconds kLatest{100};
 /// while.
 constexpr std::chrono::seconds kGivenUp{10};
 /// The maximum number of events that the sequencer keeps for a program.
-constexpr std::size_t kLargestPool = 2000;
+constexpr std::size_t kMaxPool = 2000;
 constexpr unsigned kNumbers = 2 * 128 * 127;
 
 pollfd descriptorOf(snd_seq_t* handle) {
@@ -43,7 +43,7 @@ Wire::Wire()
       receiver_(kReceiverName),
       source_(sender_.addPort(kPortName, tests::SequencerPeer::kSource)),
       destination_(receiver_.addPort(kPortName, tests::SequencerPeer::kDestination)) {
-    receiver_.setInputPool(kLargestPool);
+    receiver_.setInputPool(kMaxPool);
 }
 
 snd_seq_event_t Wire::message(std::size_t number) const {

@@ -40,8 +40,8 @@ RunningRouter startProgram(const std::vector<std::string>& arguments, const std:
     return {process, process->pid()};
 }
 
-RunningRouter startLeastRouter(const std::filesystem::path& program, tests::SequencerAddress source,
-                               tests::SequencerAddress destination) {
+RunningRouter startMinimalRouter(const std::filesystem::path& program, tests::SequencerAddress source,
+                                 tests::SequencerAddress destination) {
     return startProgram({program.string(), text(source), text(destination), std::to_string(kForcedChannel)});
 }
 
@@ -68,9 +68,9 @@ RunningRouter startCorvel(const std::filesystem::path& program) {
 }  // namespace
 
 std::vector<Router> makeRouters(const std::filesystem::path& programs, const std::filesystem::path& corvel) {
-    const std::filesystem::path leastRouter = programs / "least_router";
+    const std::filesystem::path minimalRouter = programs / "minimal_router";
     // Checked, because a missing program would otherwise be left out of the comparison unnoticed.
-    for (const std::filesystem::path& program : {leastRouter, std::filesystem::path(kMidish), corvel}) {
+    for (const std::filesystem::path& program : {minimalRouter, std::filesystem::path(kMidish), corvel}) {
         if (!std::filesystem::exists(program)) {
             throw std::runtime_error(program.string() + " is missing");
         }
@@ -79,9 +79,9 @@ std::vector<Router> makeRouters(const std::filesystem::path& programs, const std
              [](auto& sender, auto source, auto destination) -> RunningRouter {
                  return {std::make_shared<KernelSubscription>(sender, source, destination)};
              }},
-            {"least router",
-             [leastRouter](auto&, auto source, auto destination) {
-                 return startLeastRouter(leastRouter, source, destination);
+            {"minimal router",
+             [minimalRouter](auto&, auto source, auto destination) {
+                 return startMinimalRouter(minimalRouter, source, destination);
              }},
             {kMidishName, [](auto&, auto source, auto destination) { return startMidish(source, destination); }},
             {kCorvelName, [corvel](auto&, auto, auto) { return startCorvel(corvel); }}};

@@ -44,7 +44,7 @@ inline constexpr const char* kPortName = "Port";
 inline constexpr int kForcedChannel = 10;
 
 /// All routers: a kernel subscription, the minimal router, midish and Corvel. `programs` is the folder with
-/// `least_router`; `corvel` is the program. Throws if one of them is missing.
+/// `minimal_router`; `corvel` is the program. Throws if one of them is missing.
 [[nodiscard]] std::vector<Router> makeRouters(const std::filesystem::path& programs,
                                               const std::filesystem::path& corvel);
 

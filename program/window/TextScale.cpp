@@ -14,8 +14,8 @@ namespace corvel {
 
 namespace {
 
-constexpr double kSmallestUsual = 9;
-constexpr double kLargestUsual = 11;
+constexpr double kMinUsual = 9;
+constexpr double kMaxUsual = 11;
 constexpr double kUsualDPI = 96;
 constexpr double kStepsInOne = 20;
 constexpr int kPortalLimit = 500;
@@ -41,7 +41,7 @@ double portalTextScale() {
 }  // namespace
 
 double textScale(double fontPoints, double textDPI) {
-    const double usual = std::clamp(fontPoints, kSmallestUsual, kLargestUsual);
+    const double usual = std::clamp(fontPoints, kMinUsual, kMaxUsual);
     const double scale = fontPoints > 0 && textDPI > 0 ? fontPoints / usual * textDPI / kUsualDPI : 1;
     return std::clamp(std::round(scale * kStepsInOne) / kStepsInOne, 0.75, 3.0);
 }

@@ -24,7 +24,7 @@ protected:
           conductor_("Stage Clock"),
           tick_(conductor_.addPort("Out", SequencerPeer::kSource)) {
         receiver_.addPort("In", SequencerPeer::kDestination);
-        receiver_.setInputPool(kLargestPool);
+        receiver_.setInputPool(kMaxPool);
         connect("Guest Keyboard", "Stage Synth");
         connect("Stage Clock", "Stage Synth");
     }
@@ -67,7 +67,7 @@ protected:
         EXPECT_EQ(receiver_.overruns(), 0U);
     }
 
-    static Bytes exclusive(std::size_t size) {
+    static Bytes sysEx(std::size_t size) {
         Bytes message(size, 0);
         for (std::size_t index = 0; index < size; ++index) {
             message[index] = static_cast<std::uint8_t>(index * 7 % 128);
@@ -127,7 +127,7 @@ TEST_F(BurstEnd, OfNotesArrivesWhenTheRouterReadsItTogetherWithTheEndOfTheProgra
 TEST_F(BurstEnd, OfALargeSysExArrivesWhenTheProgramThatPlayedItEndsAtOnce) {
     // The last 34,560 bytes, 1,485 cells, are played at once: the sequencer keeps 2,000 cells for the router.
     constexpr std::size_t kFirst = 15'440;
-    const Bytes message = exclusive(50'000);
+    const Bytes message = sysEx(50'000);
     const std::span<const std::uint8_t> all(message);
     ASSERT_NO_FATAL_FAILURE(start());
     for (int run = 0; run < runs(); ++run) {
@@ -146,7 +146,7 @@ TEST_F(BurstEnd, OfALargeSysExArrivesWhenTheProgramThatPlayedItEndsAtOnce) {
 
 TEST_F(BurstEnd, OfALargeSysExArrivesWhenTheRouterReadsItTogetherWithTheEndOfTheProgram) {
     // 1,892 cells: as much as the sequencer keeps for the router, less room for the announcements.
-    const Bytes message = exclusive(44'000);
+    const Bytes message = sysEx(44'000);
     ASSERT_NO_FATAL_FAILURE(start());
     for (int run = 0; run < runs(); ++run) {
         SCOPED_TRACE(run);

@@ -44,7 +44,7 @@ TEST_F(FloodedCommand, ToChangeTheSetTakesEffectInTheMiddleOfTheFlood) {
     SequencerPeer second("Second Synth");
     for (SequencerPeer* peer : {&first, &second}) {
         peer->addPort("In", SequencerPeer::kDestination);
-        peer->setInputPool(kLargestPool);
+        peer->setInputPool(kMaxPool);
         // Without this pace one read would last as long as the flood.
         peer->setReadingPace(milliseconds(1));
     }

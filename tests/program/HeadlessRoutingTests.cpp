@@ -110,7 +110,7 @@ protected:
     }
 
     /// Plays a large SysEx message as a device does, in pieces of 256 bytes, 11 cells each.
-    void playExclusive(const Bytes& message) {
+    void playSysEx(const Bytes& message) {
         constexpr std::size_t kPiece = 256;
         constexpr std::size_t kBytesAhead = kCellsAhead / 11 * kPiece;
         const std::span<const std::uint8_t> all(message);
@@ -141,7 +141,7 @@ protected:
         EXPECT_EQ(corvel_->wait(kDeadline), 0);
     }
 
-    static Bytes exclusive(std::size_t size) {
+    static Bytes sysEx(std::size_t size) {
         Bytes message(size, 0);
         for (std::size_t index = 0; index < size; ++index) {
             message[index] = static_cast<std::uint8_t>(index * 7 % 128);
@@ -188,10 +188,10 @@ TEST_F(HeadlessRouting, RoutesEveryKindOfMessageAsTheConnectionsSay) {
     terminate();
 }
 
-TEST_F(HeadlessRouting, PassesOnALargeExclusiveMessageThatComesInPieces) {
+TEST_F(HeadlessRouting, PassesOnALargeSysExMessageThatComesInPieces) {
     start();
-    const Bytes message = exclusive(60'000);
-    playExclusive(message);
+    const Bytes message = sysEx(60'000);
+    playSysEx(message);
     playMark();
     EXPECT_EQ(synth_.receivedBytes(), followedByMark(message));
     EXPECT_EQ(drums_.receivedBytes(), followedByMark(message));
@@ -201,7 +201,7 @@ TEST_F(HeadlessRouting, PassesOnALargeExclusiveMessageThatComesInPieces) {
 
 TEST_F(HeadlessRouting, PassesOnWhatIsWrittenToARawDevice) {
     start();
-    const Bytes message = exclusive(60'000);
+    const Bytes message = sysEx(60'000);
     Bytes written{0x93, 60, 100};
     written.insert(written.end(), message.begin(), message.end());
     written.insert(written.end(), {0xC3, 7, 0xF8});

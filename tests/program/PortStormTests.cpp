@@ -21,7 +21,7 @@ protected:
     PortStorm()
         : keyboard_("Stage Keyboard"), synth_("Stage Synth"), keys_(keyboard_.addPort("Out", SequencerPeer::kSource)) {
         synth_.addPort("In", SequencerPeer::kDestination);
-        synth_.setInputPool(kLargestPool);
+        synth_.setInputPool(kMaxPool);
         connect("Stage Keyboard", "Stage Synth");
     }
 
@@ -73,7 +73,7 @@ TEST_F(PortStorm, LosesAndReordersNoNoteOfOthers) {
 
 TEST_F(PortStorm, ThatIsReadTogetherIsOneChangeOfTheSetup) {
     // One, plus those that a busy machine may cause by delaying reads.
-    constexpr std::size_t kMostReloads = 4;
+    constexpr std::size_t kMaxReloads = 4;
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_NO_FATAL_FAILURE(plugAndSettle());
     std::optional<SequencerPeer> rack("Rack");
@@ -87,7 +87,7 @@ TEST_F(PortStorm, ThatIsReadTogetherIsOneChangeOfTheSetup) {
     }
     resume();
     ASSERT_NO_FATAL_FAILURE(waitUntilSettled(settled));
-    EXPECT_LE(errorLines(kImmediate).size() - immediate, kMostReloads);
+    EXPECT_LE(errorLines(kImmediate).size() - immediate, kMaxReloads);
     EXPECT_GE(errorLines(kImmediate).size() - immediate, 1U);
     EXPECT_EQ(reloads().back().connections, connectionsBefore + static_cast<int>(kPorts));
 
@@ -97,7 +97,7 @@ TEST_F(PortStorm, ThatIsReadTogetherIsOneChangeOfTheSetup) {
     rack.reset();
     resume();
     ASSERT_NO_FATAL_FAILURE(waitUntilSettled(settled));
-    EXPECT_LE(errorLines(kImmediate).size() - immediate, kMostReloads);
+    EXPECT_LE(errorLines(kImmediate).size() - immediate, kMaxReloads);
     EXPECT_GE(errorLines(kImmediate).size() - immediate, 1U);
     EXPECT_EQ(reloads().back().connections, connectionsBefore);
     terminate();
@@ -108,7 +108,7 @@ TEST_F(PortStorm, ThatIsReadTogetherWithANoteHoldsTheNoteUpForNothing) {
     // sequencer sends it an announcement for each of its ports that the router connects.
     SequencerPeer rack("Rack");
     rack.addPort("In", SequencerPeer::kDestination);
-    rack.setInputPool(kLargestPool);
+    rack.setInputPool(kMaxPool);
     connect("Stage Keyboard", "Rack");
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_NO_FATAL_FAILURE(plugAndSettle());

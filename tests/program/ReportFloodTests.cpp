@@ -75,7 +75,7 @@ protected:
     ReportFlood()
         : keyboard_("Stage Keyboard"), synth_("Stage Synth"), keys_(keyboard_.addPort("Out", SequencerPeer::kSource)) {
         synth_.addPort("In", SequencerPeer::kDestination);
-        synth_.setInputPool(kLargestPool);
+        synth_.setInputPool(kMaxPool);
         connect("Stage Keyboard", "Stage Synth");
     }
 
@@ -149,7 +149,7 @@ protected:
         while (!isDone()) {
             ASSERT_NO_FATAL_FAILURE(playNext(250));
             static_cast<void>(corvel_->standardError());
-            mostMemoryKiB_ = std::max(mostMemoryKiB_, memoryKiB("VmRSS"));
+            maxMemoryKiB_ = std::max(maxMemoryKiB_, memoryKiB("VmRSS"));
         }
     }
 
@@ -163,12 +163,12 @@ protected:
     }
 
     SequencerPeer deaf_;
-    long mostMemoryKiB_ = 0;
+    long maxMemoryKiB_ = 0;
 };
 
 TEST_F(ReportFloodOfFailures, IsMergedAndHoldsOffNeitherCommandsNorTheOtherReceiver) {
     constexpr std::chrono::seconds kFlood{5};
-    constexpr long kMostMemoryKiB = 150 * 1024;
+    constexpr long kMaxMemoryKiB = 150 * 1024;
 
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_TRUE(waitUntilHeard(keyboard_, keys_));
@@ -186,8 +186,8 @@ TEST_F(ReportFloodOfFailures, IsMergedAndHoldsOffNeitherCommandsNorTheOtherRecei
         [&] { return (sets.hasEnded() || sets.duration() > kDeadline) && steady_clock::now() - begin > kFlood; }));
     ASSERT_NO_FATAL_FAILURE(expectPromptAnswer(alone, sets));
     RecordProperty("notes", std::to_string(played_));
-    RecordProperty("memory_KiB", std::to_string(mostMemoryKiB_));
-    EXPECT_LT(mostMemoryKiB_, kMostMemoryKiB);
+    RecordProperty("memory_KiB", std::to_string(maxMemoryKiB_));
+    EXPECT_LT(maxMemoryKiB_, kMaxMemoryKiB);
 
     // The other receiver has received everything, and notes played after the flood arrive at once.
     ASSERT_TRUE(synth_.readUntilCount(played_)) << synth_.received().size() << " of " << played_;
@@ -213,7 +213,7 @@ TEST_F(ReportFloodOfFailures, IsMergedAndHoldsOffNeitherCommandsNorTheOtherRecei
 
 TEST_F(ReportFloodOfFailures, FromManyProgramsCostsNoMemoryAndHoldsOffNoCommand) {
     constexpr std::chrono::seconds kFlood{4};
-    constexpr long kMostMemoryKiB = 150 * 1024;
+    constexpr long kMaxMemoryKiB = 150 * 1024;
     // Without this pace one read would last as long as the flood.
     synth_.setReadingPace(milliseconds(1));
     std::vector<std::unique_ptr<SequencerFlood>> floods;
@@ -236,7 +236,7 @@ TEST_F(ReportFloodOfFailures, FromManyProgramsCostsNoMemoryAndHoldsOffNoCommand)
         arrived += synth_.received().size();
         synth_.forgetReceived();
         static_cast<void>(corvel_->standardError());
-        mostMemoryKiB_ = std::max(mostMemoryKiB_, memoryKiB("VmRSS"));
+        maxMemoryKiB_ = std::max(maxMemoryKiB_, memoryKiB("VmRSS"));
     };
     const auto takeNotesUntilEndOf = [&](TimedCommand& running) {
         while (!running.hasEnded() && running.duration() < kDeadline) {
@@ -255,8 +255,8 @@ TEST_F(ReportFloodOfFailures, FromManyProgramsCostsNoMemoryAndHoldsOffNoCommand)
         flood->end();
     }
     RecordProperty("arrived", std::to_string(arrived));
-    RecordProperty("memory_KiB", std::to_string(mostMemoryKiB_));
-    EXPECT_LT(mostMemoryKiB_, kMostMemoryKiB);
+    RecordProperty("memory_KiB", std::to_string(maxMemoryKiB_));
+    EXPECT_LT(maxMemoryKiB_, kMaxMemoryKiB);
     EXPECT_GT(arrived, 0U);
     expectPromptAnswer(alone, sets);
 

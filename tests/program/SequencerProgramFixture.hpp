@@ -50,7 +50,7 @@ protected:
     /// which may read late on a busy machine.
     static constexpr std::size_t kEventsAhead = 1'000;
     /// If more cells arrive than this, the sequencer drops all that it keeps for a client.
-    static constexpr std::size_t kLargestPool = 2'000;
+    static constexpr std::size_t kMaxPool = 2'000;
 
     /// How often a test repeats what depends on timing: CORVEL_TEST_RUNS, or 20.
     [[nodiscard]] static int runs();

@@ -16,7 +16,7 @@ protected:
     SystemCalls()
         : keyboard_("Stage Keyboard"), synth_("Stage Synth"), keys_(keyboard_.addPort("Out", SequencerPeer::kSource)) {
         synth_.addPort("In", SequencerPeer::kDestination);
-        synth_.setInputPool(kLargestPool);
+        synth_.setInputPool(kMaxPool);
         connect("Stage Keyboard", "Stage Synth");
     }
 

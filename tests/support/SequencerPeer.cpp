@@ -13,7 +13,7 @@ namespace corvel::tests {
 
 namespace {
 
-constexpr std::size_t kExclusivePiece = 256;
+constexpr std::size_t kSysExPiece = 256;
 
 int orThrow(int status, const char* operation) {
     if (status < 0) {
@@ -65,7 +65,7 @@ SequencerPeer::SequencerPeer(const std::string& name) {
     handle_.reset(handle);
     orThrow(snd_seq_set_client_name(handle, name.c_str()), "name the client");
     snd_midi_event_t* coder = nullptr;
-    orThrow(snd_midi_event_new(kExclusivePiece, &coder), "make a coder");
+    orThrow(snd_midi_event_new(kSysExPiece, &coder), "make a coder");
     coder_.reset(coder);
     snd_midi_event_no_status(coder, 1);
 }
@@ -122,8 +122,8 @@ void SequencerPeer::play(SequencerAddress port, std::initializer_list<std::uint8
 
 void SequencerPeer::playOne(SequencerAddress port, std::span<const std::uint8_t> message) {
     if (message.front() == 0xF0) {
-        for (; !message.empty(); message = message.subspan(std::min(kExclusivePiece, message.size()))) {
-            orThrow(emit(port, rawEvent(message.first(std::min(kExclusivePiece, message.size())))), "play");
+        for (; !message.empty(); message = message.subspan(std::min(kSysExPiece, message.size()))) {
+            orThrow(emit(port, rawEvent(message.first(std::min(kSysExPiece, message.size())))), "play");
         }
         return;
     }

@@ -13,7 +13,7 @@ namespace {
 constexpr int kLineHeight = 16;
 constexpr qreal kRadius = 6;
 /// A longer part of a name has no use, and would push the rows out of the column.
-constexpr std::size_t kMostLinesOfOne = 4;
+constexpr std::size_t kMaxLinesPerParagraph = 4;
 
 QFont lineFont(bool isFirst) {
     return Look::font(13, isFirst ? QFont::Medium : QFont::Normal);
@@ -41,7 +41,7 @@ std::vector<EndpointDetailButton::Line> EndpointDetailButton::lines(int width) c
     std::vector<Line> lines;
     bool isFirst = true;
     for (const QString& line : text().split(QLatin1Char('\n'))) {
-        for (const QString& part : wrappedLines(line, lineFont(isFirst), width - 2 * kPadding, kMostLinesOfOne)) {
+        for (const QString& part : wrappedLines(line, lineFont(isFirst), width - 2 * kPadding, kMaxLinesPerParagraph)) {
             lines.push_back({part, isFirst});
         }
         isFirst = false;

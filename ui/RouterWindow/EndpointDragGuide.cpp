@@ -20,7 +20,7 @@ namespace corvel::ui {
 namespace {
 
 constexpr qreal kLineWidth = 2.5;
-constexpr qreal kMostPull = 120;
+constexpr qreal kMaxPull = 120;
 constexpr qreal kEndRadius = 4;
 /// Distance from the pointer to the card, and from the card to the column where it can be dropped.
 constexpr int kCardDistance = 12;
@@ -30,7 +30,7 @@ constexpr int kWindowMargin = 8;
 constexpr int kScrollInterval = 16;
 /// Height of the scrolling zone at the edge of the rows, and maximum number of pixels that a column scrolls at a time.
 constexpr int kScrollZone = 36;
-constexpr int kMostScrolled = 12;
+constexpr int kMaxScrolled = 12;
 constexpr int kWheelStep = 120;
 constexpr int kPixelsPerLine = 20;
 
@@ -145,7 +145,7 @@ void EndpointDragGuide::place() {
         lineStart_ = connector(ownColumn(), *row);
     }
     const QPointF end = lineEnd();
-    const QPointF pull(std::min(std::abs(end.x() - lineStart_.x()) / 2, kMostPull) * (isFromInput() ? 1 : -1), 0);
+    const QPointF pull(std::min(std::abs(end.x() - lineStart_.x()) / 2, kMaxPull) * (isFromInput() ? 1 : -1), 0);
     line_ = QPainterPath(lineStart_);
     line_.cubicTo(lineStart_ + pull, end - pull, end);
     line_.translate(-mapTo(window(), QPointF()));
@@ -188,7 +188,7 @@ void EndpointDragGuide::scrollAtEdge() {
     if (depth <= 0) {
         return;
     }
-    const int step = std::clamp(kMostScrolled * depth / kScrollZone, 1, kMostScrolled);
+    const int step = std::clamp(kMaxScrolled * depth / kScrollZone, 1, kMaxScrolled);
     if (column->scrollBy(above > below ? -step : step)) {
         repeatMove();
     }

@@ -1,10 +1,10 @@
 #include "ui/RouterWindow/RouteGraph.hpp"
 
+#include "ui/RouterWindow/PoolThreadPainting.hpp"
 #include "ui/RouterWindow/RouteColorPalette.hpp"
 #include "ui/RouterWindow/RouteGraphAccessible.hpp"
 #include "ui/RouterWindow/RouteLinePainting.hpp"
 #include "ui/RouterWindow/RouteTexts.hpp"
-#include "ui/RouterWindow/UndividedPainting.hpp"
 #include "ui/controls/LookButton.hpp"
 #include "ui/controls/LookLabel.hpp"
 #include "ui/controls/Painting.hpp"
@@ -396,7 +396,7 @@ void RouteGraph::prepare(qreal devicePixelRatio) {
     }
     if (linesPicture_.isNull()) {
         QImage picture;
-        paintUndivided([this, &picture] { picture = paintedLines(); });
+        paintOnPoolThread([this, &picture] { picture = paintedLines(); });
         linesPicture_ = QPixmap::fromImage(std::move(picture));
     }
 }

@@ -8,7 +8,7 @@ namespace corvel::ui {
 namespace {
 
 constexpr double kSpreadMargin = 35;
-constexpr double kLeastPull = 80;
+constexpr double kMinPull = 80;
 constexpr double kPullShare = 0.22;
 /// Enough for an accuracy of a fraction of a pixel on any stage.
 constexpr int kHitSegments = 64;
@@ -91,7 +91,7 @@ QColor RouteLine::signalColor(MIDIMessageKind kind) {
 }
 
 double RouteLine::pull() const {
-    return std::max(kPullShare * size.width(), kLeastPull);
+    return std::max(kPullShare * size.width(), kMinPull);
 }
 
 double RouteLine::endX() const {

@@ -9,7 +9,7 @@ namespace corvel::ui {
 namespace {
 
 /// Longer names are shortened in the middle.
-constexpr std::size_t kMostLines = 6;
+constexpr std::size_t kMaxLines = 6;
 
 }  // namespace
 
@@ -19,7 +19,7 @@ ParagraphLabel::ParagraphLabel(const Look& look, const QString& text, const QFon
       look_(look),
       ink_(ink),
       lineHeight_(lineHeight),
-      lines_(wrappedLines(text, font, width, kMostLines)) {
+      lines_(wrappedLines(text, font, width, kMaxLines)) {
     setTextFormat(Qt::PlainText);
     setFont(font);
     setFixedSize(width, static_cast<int>(lines_.size()) * lineHeight);

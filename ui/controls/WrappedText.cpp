@@ -8,7 +8,7 @@ namespace corvel::ui {
 namespace {
 
 void appendWrapped(std::vector<QString>& lines, const QString& text, const QFont& font, qreal width,
-                   std::size_t mostLines) {
+                   std::size_t maxLines) {
     QTextLayout layout(text, font);
     QTextOption option;
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
@@ -17,7 +17,7 @@ void appendWrapped(std::vector<QString>& lines, const QString& text, const QFont
     std::size_t count = 0;
     for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
         line.setLineWidth(width);
-        if (++count == mostLines) {
+        if (++count == maxLines) {
             lines.push_back(QFontMetricsF(font).elidedText(text.mid(line.textStart()), Qt::ElideMiddle, width));
             break;
         }
@@ -31,10 +31,11 @@ void appendWrapped(std::vector<QString>& lines, const QString& text, const QFont
 
 }  // namespace
 
-std::vector<QString> wrappedLines(const QString& text, const QFont& font, qreal width, std::size_t mostLinesOfOne) {
+std::vector<QString> wrappedLines(const QString& text, const QFont& font, qreal width,
+                                  std::size_t maxLinesPerParagraph) {
     std::vector<QString> lines;
     for (const QString& line : text.split(QLatin1Char('\n'))) {
-        appendWrapped(lines, line, font, width, mostLinesOfOne);
+        appendWrapped(lines, line, font, width, maxLinesPerParagraph);
     }
     return lines;
 }

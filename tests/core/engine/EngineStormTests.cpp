@@ -378,12 +378,12 @@ TEST(EngineStorm, DeliversEveryPacketOnceAndInOrderAmidUpdatesReloadsAndNotifica
         }
     });
     std::size_t fewestSources = kSources;
-    std::size_t mostSources = kSources;
+    std::size_t maxSources = kSources;
     storm.add([&] {
         for (unsigned number = 0; number < kChanges; ++number) {
             const std::size_t count = storm.engine->endpoints().sources.size();
             fewestSources = std::min(fewestSources, count);
-            mostSources = std::max(mostSources, count);
+            maxSources = std::max(maxSources, count);
         }
     });
     storm.add([&] {
@@ -398,7 +398,7 @@ TEST(EngineStorm, DeliversEveryPacketOnceAndInOrderAmidUpdatesReloadsAndNotifica
 
     EXPECT_THAT(storm.host->violations(), IsEmpty());
     EXPECT_EQ(fewestSources, kSources);
-    EXPECT_THAT(mostSources, AllOf(Ge(kSources), Le(kSources + 1)));
+    EXPECT_THAT(maxSources, AllOf(Ge(kSources), Le(kSources + 1)));
 
     const std::vector<StormHost::Sent> sent = storm.host->sent();
     EXPECT_THAT(numbersAt(kSynth, sent), Each(firstNumbers(kPackets)));

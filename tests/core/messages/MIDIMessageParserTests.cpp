@@ -40,7 +40,7 @@ TEST(MIDIMessageParser, EmitsRealtimeBytesAheadOfTheMessageTheyInterrupt) {
     EXPECT_THAT(messages({0x90, 0xF8, 0x3C, 0x64}), ElementsAre("F8: Clock", "90 3C 64: Note"));
 }
 
-TEST(MIDIMessageParser, LetsAStatusByteNotEndAnExclusiveMessage) {
+TEST(MIDIMessageParser, LetsAStatusByteNotEndASysExMessage) {
     EXPECT_THAT(messages({0xF0, 0x7E, 0x90, 0xF7, 0xC0, 0x05}), ElementsAre("F0 7E 90 F7: SysEx", "C0 05: Program"));
 }
 
@@ -127,23 +127,23 @@ TEST(MIDIMessageParser, EmitsSeveralRealtimeBytesInTheirOrderAheadOfTheMessage) 
                 ElementsAre("F8: Clock", "F9: Unknown", "F2 10 20: Song Position"));
 }
 
-TEST(MIDIMessageParser, TakesRealtimeBytesOutOfAnExclusiveMessage) {
+TEST(MIDIMessageParser, TakesRealtimeBytesOutOfASysExMessage) {
     EXPECT_THAT(messages({0xF0, 0xF8, 0x01, 0xFF, 0x02, 0xF7, 0xFE}),
                 ElementsAre("F8: Clock", "FF: Reset", "F0 01 02 F7: SysEx", "FE: Active Sense"));
 }
 
-TEST(MIDIMessageParser, EmitsAnExclusiveMessageWithoutItsEnd) {
+TEST(MIDIMessageParser, EmitsASysExMessageWithoutItsEnd) {
     EXPECT_THAT(messages({0xF0, 0x43, 0x10}), ElementsAre("F0 43 10: SysEx"));
     EXPECT_THAT(messages({0xF0, 0x43, 0xF8, 0x90, 0x3C, 0x64}), ElementsAre("F8: Clock", "F0 43 90 3C 64: SysEx"));
     EXPECT_THAT(messages({0xF0, 0xF8}), ElementsAre("F8: Clock", "F0: SysEx"));
 }
 
-TEST(MIDIMessageParser, KeepsEveryStatusByteInsideAnExclusiveMessage) {
+TEST(MIDIMessageParser, KeepsEveryStatusByteInsideASysExMessage) {
     EXPECT_THAT(messages({0xF0, 0xF0, 0x80, 0xF1, 0xF2, 0xF3, 0xF4, 0xF5, 0xF6, 0xEF, 0xF7, 0x01}),
                 ElementsAre("F0 F0 80 F1 F2 F3 F4 F5 F6 EF F7: SysEx", "01: Data"));
 }
 
-TEST(MIDIMessageParser, SplitsExclusiveMessagesThatFollowEachOther) {
+TEST(MIDIMessageParser, SplitsSysExMessagesThatFollowEachOther) {
     EXPECT_THAT(messages({0xF0, 0xF7, 0xF0, 0x01, 0xF7, 0xF7}),
                 ElementsAre("F0 F7: SysEx", "F0 01 F7: SysEx", "F7: Unknown"));
 }
@@ -155,7 +155,7 @@ TEST(MIDIMessageParser, CarriesNothingOverToTheNextBuffer) {
     EXPECT_THAT(messages({0x64}), ElementsAre("64: Data"));
 }
 
-TEST(MIDIMessageParser, KeepsALongExclusiveMessageWhole) {
+TEST(MIDIMessageParser, KeepsALongSysExMessageWhole) {
     std::vector<std::uint8_t> buffer(60'000, 0x55);
     buffer.front() = 0xF0;
     buffer.back() = 0xF7;

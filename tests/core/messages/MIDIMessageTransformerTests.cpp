@@ -73,13 +73,13 @@ TEST(MIDIMessageTransformer, RewritesEveryMessageOfAPacket) {
               "B1 63 01 B1 62 02 D1 10 E1 00 40 81 3C 00");
 }
 
-TEST(MIDIMessageTransformer, LeavesExclusiveMessagesAlone) {
+TEST(MIDIMessageTransformer, LeavesSysExMessagesAlone) {
     EXPECT_EQ(forced(16, {0xF0, 0x43, 0x90, 0xF7}), "F0 43 90 F7");
     EXPECT_EQ(forced(16, {0xF0, 0xF0, 0x90, 0xF8, 0xC0, 0xF7, 0x90, 0x3C, 0x64}), "F0 F0 90 F8 C0 F7 9F 3C 64");
     EXPECT_EQ(forced(16, {0xF0, 0xF7, 0x80, 0x3C, 0x64}), "F0 F7 8F 3C 64");
 }
 
-TEST(MIDIMessageTransformer, StopsAtAnExclusiveMessageWithoutEnd) {
+TEST(MIDIMessageTransformer, StopsAtASysExMessageWithoutEnd) {
     EXPECT_EQ(forced(16, {0x90, 0x3C, 0x64, 0xF0, 0x43, 0x90, 0x3C, 0x64}), "9F 3C 64 F0 43 90 3C 64");
     EXPECT_EQ(forced(16, {0xF0}), "F0");
 }

@@ -81,15 +81,15 @@ TEST(RouteProcessor, SendsAnEmptyPacketAsAnEmptyMessage) {
 }
 
 TEST(RouteProcessor, MatchesTheWholeRangeOfUniqueIDs) {
-    constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
-    constexpr std::int32_t kGreatest = std::numeric_limits<std::int32_t>::max();
-    const std::vector routes{makeRoute({.id = makeID(1), .sourceID = kLeast, .destinationID = kGreatest}),
-                             makeRoute({.id = makeID(2), .sourceID = kGreatest, .destinationID = kLeast}),
+    constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
+    constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
+    const std::vector routes{makeRoute({.id = makeID(1), .sourceID = kMin, .destinationID = kMax}),
+                             makeRoute({.id = makeID(2), .sourceID = kMax, .destinationID = kMin}),
                              makeRoute({.id = makeID(3), .sourceID = 0, .destinationID = -1})};
-    EXPECT_THAT(RouteProcessor::routedMessages(kLeast, {0xFE}, routes),
-                ElementsAre(RoutedMIDIMessage{makeID(1), kGreatest, {0xFE}}));
-    EXPECT_THAT(RouteProcessor::routedMessages(kGreatest, {0xFE}, routes),
-                ElementsAre(RoutedMIDIMessage{makeID(2), kLeast, {0xFE}}));
+    EXPECT_THAT(RouteProcessor::routedMessages(kMin, {0xFE}, routes),
+                ElementsAre(RoutedMIDIMessage{makeID(1), kMax, {0xFE}}));
+    EXPECT_THAT(RouteProcessor::routedMessages(kMax, {0xFE}, routes),
+                ElementsAre(RoutedMIDIMessage{makeID(2), kMin, {0xFE}}));
     EXPECT_THAT(RouteProcessor::routedMessages(0, {0xFE}, routes),
                 ElementsAre(RoutedMIDIMessage{makeID(3), -1, {0xFE}}));
 }

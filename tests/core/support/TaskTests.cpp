@@ -150,11 +150,11 @@ TEST(Task, SurvivesAssignmentToItself) {
 }
 
 TEST(Task, KeepsWorkUpToItsInlineSizeOffTheHeap) {
-    Task least{SizedWork<1>()};
-    Task greatest{SizedWork<112>()};
-    Task moved(std::move(greatest));
+    Task smallest{SizedWork<1>()};
+    Task largest{SizedWork<112>()};
+    Task moved(std::move(largest));
     moved();
-    least();
+    smallest();
     EXPECT_EQ(SizedWork<1>::heapAllocations, 0);
     EXPECT_EQ(SizedWork<112>::heapAllocations, 0);
     EXPECT_EQ(Task::kInlineSize, 112U);

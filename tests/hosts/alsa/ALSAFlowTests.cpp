@@ -24,7 +24,7 @@ using std::chrono::milliseconds;
 constexpr MIDIStatus kTooMuchWaits = -11;
 constexpr std::size_t kMaximumWaitingEvents = 65'536;
 constexpr std::size_t kMaximumWaitingBytes = 4'194'304;
-constexpr std::size_t kLargestPool = 2'000;
+constexpr std::size_t kMaxPool = 2'000;
 
 /// Expects note numbers that count up from 0 without a gap.
 void expectNotesInOrder(const SequencerPeer& peer, std::size_t count) {
@@ -138,7 +138,7 @@ TEST_F(ALSAFlow, PastTheBoundOfEventsASendFailsAndEverythingAcceptedArrives) {
     const auto [status, accepted] = sendNotes(corvel_.destination("Stopped In").ref, 100'000);
     EXPECT_EQ(status, kTooMuchWaits);
     EXPECT_GE(accepted, kMaximumWaitingEvents);
-    EXPECT_LE(accepted, kMaximumWaitingEvents + kLargestPool);
+    EXPECT_LE(accepted, kMaximumWaitingEvents + kMaxPool);
     ASSERT_TRUE(stopped.readUntilCount(accepted, milliseconds(60'000)));
     EXPECT_EQ(stopped.overruns(), 0U);
     expectNotesInOrder(stopped, accepted);
@@ -161,7 +161,7 @@ TEST_F(ALSAFlow, PastTheBoundOfBytesASendFails) {
     });
     EXPECT_EQ(status, kTooMuchWaits);
     EXPECT_GE(accepted, kMaximumWaitingBytes / 1'024);
-    EXPECT_LE(accepted, kMaximumWaitingBytes / 1'024 + kLargestPool / 37);
+    EXPECT_LE(accepted, kMaximumWaitingBytes / 1'024 + kMaxPool / 37);
     ASSERT_TRUE(stopped.readUntilBytes(accepted * 1'024, milliseconds(60'000)));
     EXPECT_EQ(stopped.receivedBytes().size(), accepted * 1'024);
 }

@@ -92,7 +92,7 @@ TEST_F(ALSAHardwarePort, HeldByAnotherProgramIsAFailureUntilAReloadAfterItsRelea
     EXPECT_EQ(corvel_.send(destination_, {0x90, 60, 100}), 0);
 }
 
-TEST_F(ALSAHardwarePort, TakesALongExclusiveMessageWithoutAFailure) {
+TEST_F(ALSAHardwarePort, TakesALongSysExMessageWithoutAFailure) {
     Bytes message(3'000, 0x11);
     message.front() = 0xF0;
     message.back() = 0xF7;

@@ -121,7 +121,7 @@ TEST_F(ALSAReceiving, DeliversParameterNumbersAsTheirFourMessagesInOnePacket) {
                             Bytes{0xB1, 101, 2, 0xB1, 100, 44, 0xB1, 6, 7, 0xB1, 38, 104}));
 }
 
-TEST_F(ALSAReceiving, DeliversExclusivePiecesAsTheyComeWithRealtimeBetween) {
+TEST_F(ALSAReceiving, DeliversSysExPiecesAsTheyComeWithRealtimeBetween) {
     Bytes message(1000, 0x11);
     message.front() = 0xF0;
     message.back() = 0xF7;
@@ -137,7 +137,7 @@ TEST_F(ALSAReceiving, DeliversExclusivePiecesAsTheyComeWithRealtimeBetween) {
     EXPECT_EQ(packets[4], Bytes(message.begin() + 768, message.end()));
 }
 
-TEST_F(ALSAReceiving, DeliversAnExclusiveMessageLargerThanTheLibrarysBuffer) {
+TEST_F(ALSAReceiving, DeliversASysExMessageLargerThanTheLibrarysBuffer) {
     Bytes message(20'000, 0x22);
     message.front() = 0xF0;
     message.back() = 0xF7;
@@ -250,7 +250,7 @@ TEST_F(ALSAReceiving, KeepsAllThatItReadsWhileItsQueueIsBusy) {
     EXPECT_THAT(corvel_.diagnostics(), IsEmpty());
 }
 
-TEST_F(ALSAReceiving, LeavesOutAnExclusiveMessageThatStayedInItsSendersMemory) {
+TEST_F(ALSAReceiving, LeavesOutASysExMessageThatStayedInItsSendersMemory) {
     Bytes bytes{0xF0, 1, 2, 0xF7};
     snd_seq_event_t event = rawEvent(bytes);
     snd_seq_ev_set_varusr(&event, 4, bytes.data());

@@ -87,7 +87,7 @@ TEST_F(ALSASending, SendsTheMessagesOfOnePacketInOrder) {
                             Bytes{0xF0, 1, 2, 0xF7}, Bytes{0xC0, 3}));
 }
 
-TEST_F(ALSASending, SendsUndefinedBytesAndALoneEndOfExclusiveRaw) {
+TEST_F(ALSASending, SendsUndefinedBytesAndALoneEndOfSysExRaw) {
     const std::vector<ReceivedEvent> events = eventsOf({{0xF4}, {0xF5}, {0xF7}, {0xF9}, {0xFD}});
     ASSERT_THAT(events, SizeIs(5));
     EXPECT_THAT(events, Each(Field(&ReceivedEvent::type, SND_SEQ_EVENT_SYSEX)));
@@ -113,30 +113,30 @@ TEST_F(ALSASending, NeverMakesAMessageByRunningStatus) {
     EXPECT_EQ(peer_.receivedBytes(), (Bytes{0x90, 60, 100, 60, 0, 1, 2, 0x80, 0x01, 0x02}));
 }
 
-TEST_F(ALSASending, SendsExclusivePiecesAsTheyAre) {
+TEST_F(ALSASending, SendsSysExPiecesAsTheyAre) {
     EXPECT_THAT(bytesOfEvents({{0xF0, 1, 2}, {3, 4, 5}, {6, 0xF7}}),
                 ElementsAre(Bytes{0xF0, 1, 2}, Bytes{3, 4, 5}, Bytes{6, 0xF7}));
 }
 
-TEST_F(ALSASending, KeepsStatusBytesInsideAnExclusiveMessage) {
+TEST_F(ALSASending, KeepsStatusBytesInsideASysExMessage) {
     EXPECT_THAT(bytesOfEvents({{0xF0, 0x7E, 0x90, 0xF7}}), ElementsAre(Bytes{0xF0, 0x7E, 0x90, 0xF7}));
 }
 
-TEST_F(ALSASending, SendsRealtimeInsideAnExclusiveMessageAsAnEventOfItsOwn) {
-    Bytes exclusive;
+TEST_F(ALSASending, SendsRealtimeInsideASysExMessageAsAnEventOfItsOwn) {
+    Bytes sysEx;
     unsigned clocks = 0;
     for (const ReceivedEvent& event : eventsOf({{0xF0, 1, 0xF8, 2, 0xF7}})) {
         if (event.type == SND_SEQ_EVENT_CLOCK) {
             ++clocks;
         } else {
-            exclusive.insert(exclusive.end(), event.bytes.begin(), event.bytes.end());
+            sysEx.insert(sysEx.end(), event.bytes.begin(), event.bytes.end());
         }
     }
     EXPECT_EQ(clocks, 1U);
-    EXPECT_EQ(exclusive, (Bytes{0xF0, 1, 2, 0xF7}));
+    EXPECT_EQ(sysEx, (Bytes{0xF0, 1, 2, 0xF7}));
 }
 
-TEST_F(ALSASending, SendsALargeExclusiveMessageInEventsOf1024BytesAtMost) {
+TEST_F(ALSASending, SendsALargeSysExMessageInEventsOf1024BytesAtMost) {
     Bytes message(60'000, 0);
     for (std::size_t index = 0; index < message.size(); ++index) {
         message[index] = static_cast<std::uint8_t>(index % 127);

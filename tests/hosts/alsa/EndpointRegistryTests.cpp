@@ -242,7 +242,7 @@ TEST_F(EndpointRegistryTest, GivesEqualPortsNeighbouringIDsInTheirOrder) {
     EXPECT_THAT(sourceNames(), ElementsAre("Synth Out", "Synth Out", "Synth Out"));
 }
 
-TEST_F(EndpointRegistryTest, StepsOverZeroAndFromTheLargestIDToTheSmallest) {
+TEST_F(EndpointRegistryTest, StepsOverZeroAndFromTheMaximumIDToTheMinimum) {
     // Names made for their hashes.
     replaceAll({programPort(128, 0, "Bridge", "Port TX50G9"), programPort(129, 0, "Bridge", "Port TX50G9")});
     EXPECT_THAT(sourceIDs(), ElementsAre(-1, 1));

@@ -117,7 +117,7 @@ TEST(EventCoding, KeepsNoStateBetweenPackets) {
     EXPECT_EQ(throughEvents({1, 2}), (Bytes{1, 2}));
 }
 
-TEST(EventCoding, LeavesOutAnExclusiveMessageThatCameWithoutItsBytes) {
+TEST(EventCoding, LeavesOutASysExMessageThatCameWithoutItsBytes) {
     snd_seq_event_t event{};
     // A pointer into the memory of the sending program.
     snd_seq_ev_set_sysex(&event, 4, reinterpret_cast<void*>(std::uintptr_t{16}));
@@ -125,7 +125,7 @@ TEST(EventCoding, LeavesOutAnExclusiveMessageThatCameWithoutItsBytes) {
     EXPECT_EQ(decoded(event), std::nullopt);
 }
 
-TEST(EventCoding, CutsExclusiveBytesIntoEventsOf1024) {
+TEST(EventCoding, CutsSysExBytesIntoEventsOf1024) {
     Bytes message(2'500, 0x11);
     message.front() = 0xF0;
     message.back() = 0xF7;
@@ -140,13 +140,13 @@ TEST(EventCoding, CutsExclusiveBytesIntoEventsOf1024) {
 TEST(EventCoding, CarriesRealtimeInsideMessagesAsEventsOfTheirOwn) {
     EXPECT_EQ(throughEvents({0x90, 0xF8, 60, 100}), (Bytes{0xF8, 0x90, 60, 100}));
     std::vector<snd_seq_event_type_t> types;
-    Bytes exclusive;
+    Bytes sysEx;
     for (const Encoded& event : encoded({0xF0, 1, 0xF8, 2, 0xF7})) {
         types.push_back(event.type);
-        exclusive.insert(exclusive.end(), event.raw.begin(), event.raw.end());
+        sysEx.insert(sysEx.end(), event.raw.begin(), event.raw.end());
     }
     EXPECT_EQ(std::count(types.begin(), types.end(), SND_SEQ_EVENT_CLOCK), 1);
-    EXPECT_EQ(exclusive, (Bytes{0xF0, 1, 2, 0xF7}));
+    EXPECT_EQ(sysEx, (Bytes{0xF0, 1, 2, 0xF7}));
 }
 
 TEST(EventCoding, LosesNoByteOfAnyPacketButIncompleteMessages) {
@@ -176,7 +176,7 @@ TEST(EventCoding, DecodesFourteenBitControllersAndParameterNumbersWithEveryStatu
               (Bytes{0xB1, 101, 2, 0xB1, 100, 44, 0xB1, 6, 7, 0xB1, 38, 104}));
 }
 
-TEST(EventCoding, DecodesPiecesOfExclusiveMessagesAsTheyAre) {
+TEST(EventCoding, DecodesPiecesOfSysExMessagesAsTheyAre) {
     const Bytes middle(256, 0x22);
     EXPECT_EQ(decoded(rawEvent(middle)), middle);
     const Bytes end{0xF7};

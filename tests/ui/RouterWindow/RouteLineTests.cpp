@@ -67,7 +67,7 @@ TEST(RouteLine, runsFromMarkToMarkPulledInwardsByAShareOfTheWidth) {
     expectPoint(path.elementAt(3), 570, 204);
 }
 
-TEST(RouteLine, isPulledInwardsByEightyAtLeast) {
+TEST(RouteLine, isPulledInwardsByAMinimumOfEighty) {
     RouteLine line = makeLine();
     line.size = QSizeF(300, 200);
     const QPainterPath path = line.path();

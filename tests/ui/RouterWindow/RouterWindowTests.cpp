@@ -87,7 +87,7 @@ TEST_F(RouterWindowTests, HasItsSizes) {
     EXPECT_EQ(window->maximumHeight(), QWIDGETSIZE_MAX);
 }
 
-TEST_F(RouterWindowTests, StacksItsBandsAtTheSmallestSize) {
+TEST_F(RouterWindowTests, StacksItsBandsAtTheMinimumSize) {
     model->connect(1011, 1021);
     turn();
     EXPECT_EQ(place<HeaderBar>(), QRect(0, 0, 980, 56));

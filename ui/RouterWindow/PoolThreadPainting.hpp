@@ -8,6 +8,6 @@ namespace corvel::ui {
 ///
 /// On other threads the toolkit divides every larger translucent fill among the pool's threads, which takes many times
 /// longer here than the fill itself. `paint` must not use pixmaps. Main thread only.
-void paintUndivided(const std::function<void()>& paint);
+void paintOnPoolThread(const std::function<void()>& paint);
 
 }  // namespace corvel::ui

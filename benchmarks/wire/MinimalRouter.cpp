@@ -1,7 +1,7 @@
 // A minimal router on the ALSA sequencer, against which routers are measured: one thread that waits, reads, changes the
 // event's channel and sends it. It has no limits, no reports and no buffer.
 //
-// usage: least_router SOURCE DESTINATION CHANNEL    (addresses as client:port, the channel from 1)
+// usage: minimal_router SOURCE DESTINATION CHANNEL    (addresses as client:port, the channel from 1)
 
 #include <alsa/asoundlib.h>
 #include <poll.h>
@@ -13,7 +13,7 @@ namespace {
 
 void requireSuccess(int status, const char* operation) {
     if (status < 0) {
-        std::fprintf(stderr, "least_router: %s: %s\n", operation, snd_strerror(status));
+        std::fprintf(stderr, "minimal_router: %s: %s\n", operation, snd_strerror(status));
         std::exit(1);
     }
 }
@@ -22,7 +22,7 @@ void requireSuccess(int status, const char* operation) {
 
 int main(int argc, char** argv) {
     if (argc != 4) {
-        std::fprintf(stderr, "usage: least_router SOURCE DESTINATION CHANNEL\n");
+        std::fprintf(stderr, "usage: minimal_router SOURCE DESTINATION CHANNEL\n");
         return 2;
     }
     snd_seq_t* sequencer = nullptr;

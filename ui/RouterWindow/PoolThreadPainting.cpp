@@ -1,4 +1,4 @@
-#include "ui/RouterWindow/UndividedPainting.hpp"
+#include "ui/RouterWindow/PoolThreadPainting.hpp"
 
 #include <QThreadPool>
 
@@ -15,7 +15,7 @@ std::binary_semaphore isDone(0);
 
 }  // namespace
 
-void paintUndivided(const std::function<void()>& paint) {
+void paintOnPoolThread(const std::function<void()>& paint) {
     task = &paint;
     QThreadPool::globalInstance()->start([] {
         (*task.load())();
