@@ -92,7 +92,7 @@ constexpr Side kInput{"input", "inputs"};
 constexpr Side kOutput{"output", "outputs"};
 
 CommandResult notAnID(std::string_view argument) {
-    return failure(std::string(argument) + " is not an endpoint ID: those lie between -2147483648 and 2147483647");
+    return failure(std::string(argument) + " is not an endpoint ID: IDs are from -2147483648 to 2147483647");
 }
 
 Found findEndpoint(std::string_view argument, const std::vector<MIDIEndpointModel>& endpoints, const Side& side) {

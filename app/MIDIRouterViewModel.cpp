@@ -331,7 +331,7 @@ void MIDIRouterViewModel::recordSaveFailure(std::string message) {
 
 void MIDIRouterViewModel::showOutcome(std::string message) {
     if (keptCopy_) {
-        message += "; the file that was there is kept as " + *keptCopy_;
+        message += "; the previous file is kept as " + *keptCopy_;
         isKeptCopyShown_ = true;
     }
     statusMessage_.set(std::move(message));

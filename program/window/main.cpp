@@ -61,10 +61,9 @@ std::string documentNotice(const RouteStore& store) {
     }
     std::error_code error;
     const bool isThere = std::filesystem::exists(store.fileURL(), error) || error;
-    return *store.loadProblem() +
-           (isThere ? ". The file stays as it is until the first change, which keeps it beside the new one as " +
-                          store.fileURL().filename().string() + ".unreadable."
-                    : ".");
+    return *store.loadProblem() + (isThere ? ". The first change replaces the file and keeps it as " +
+                                                 store.fileURL().filename().string() + ".unreadable."
+                                           : ".");
 }
 
 int run(const Start& start, const std::shared_ptr<QtSettings>& settings, const TerminationSignals& termination) {

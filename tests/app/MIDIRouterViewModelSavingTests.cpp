@@ -290,7 +290,7 @@ TEST_F(MIDIRouterViewModelSaving, TellsWhereTheFileOfAnotherProgramIsKept) {
     for (const auto& [text, command] : commands) {
         writeFile(file, RouteSetDocumentCoder::encode(edited()));
         command();
-        EXPECT_EQ(model->statusMessage(), text + "; the file that was there is kept as routes.json.kept");
+        EXPECT_EQ(model->statusMessage(), text + "; the previous file is kept as routes.json.kept");
         EXPECT_EQ(model->diagnosticEvents().back().message,
                   file.string() + ": replaced a file that Corvel had not read; it is kept as " + kept);
         EXPECT_EQ(saved(), document());
@@ -310,7 +310,7 @@ TEST_F(MIDIRouterViewModelSaving, TellsOfACopyThatADeviceCausedWithTheNextComman
     EXPECT_EQ(model->statusMessage(), "2 inputs, 2 outputs");
     EXPECT_THAT(model->diagnosticEvents().back().message, ::testing::HasSubstr("it is kept as "));
     model->selectRouteSet(makeID(2));
-    EXPECT_EQ(model->statusMessage(), "Loaded set \"Studio\"; the file that was there is kept as routes.json.kept");
+    EXPECT_EQ(model->statusMessage(), "Loaded set \"Studio\"; the previous file is kept as routes.json.kept");
 }
 
 TEST_F(MIDIRouterViewModelSaving, TellsThatTheDocumentCouldNotBeReadUntilTheFirstCommand) {
@@ -325,7 +325,7 @@ TEST_F(MIDIRouterViewModelSaving, TellsThatTheDocumentCouldNotBeReadUntilTheFirs
     EXPECT_EQ(model->statusMessage(), problem) << "devices do not hide it";
     model->connect(1011, 1021);
     EXPECT_EQ(model->statusMessage(),
-              "Set \"Default\" saved (1 connections); the file that was there is kept as "
+              "Set \"Default\" saved (1 connections); the previous file is kept as "
               "routes.json.unreadable");
     model->applyEndpointSnapshot();
     EXPECT_EQ(model->statusMessage(), "2 inputs, 2 outputs");

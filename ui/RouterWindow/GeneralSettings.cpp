@@ -23,7 +23,7 @@ GeneralSettings::GeneralSettings(MIDIRouterViewModel& model, const Look& look, Q
     heading->setFixedHeight(kHeadingHeight);
     auto* const releases =
         new SwitchCard(look, QStringLiteral("Release held notes when a connection changes"),
-                       QStringLiteral("Another channel, a pause or a set without it ends its notes and pedals"), this);
+                       QStringLiteral("Ends its notes and pedals when it is paused, deleted or changes channel"), this);
     releases->setChecked(model.releasesHeldNotes());
     connect(releases, &QAbstractButton::toggled, this, [&model](bool isOn) { model.setReleasesHeldNotes(isOn); });
 
