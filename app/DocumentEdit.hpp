@@ -24,8 +24,8 @@ struct ConnectionChange {
     UUID id;
     /// Empty if the connection did not exist; several if a hand-written document has several with the same ID.
     std::vector<Placed<MIDIRoute>> connections;
-    /// The assignment that is active before it restores. If the performer has switched to another since, that one stays
-    /// active.
+    /// The assignment that was active when this state was replaced. If another one is active now, that one stays
+    /// active, because switching is not an edit.
     std::optional<UUID> activeVariantID;
 };
 
@@ -33,8 +33,8 @@ struct ConnectionChange {
 struct RouteSetChange {
     /// Empty if the set did not exist.
     std::optional<Placed<MIDIRouteSet>> routeSet;
-    /// The current set in that state, and the current set before it is restored. If the performer has switched to
-    /// another set since, that one stays current.
+    /// The current set in this state, and the current set when the state was replaced. If another set is current now,
+    /// it stays current, because switching is not an edit.
     UUID selectedSetID;
     UUID leftSetID;
 };

@@ -10,7 +10,7 @@ namespace {
 
 using Port = std::uint32_t;
 
-/// For each loopback port, the loopback ports that its messages reach through one connection.
+/// The loopback ports that are reached from each loopback port through one connection.
 using Ways = std::unordered_map<Port, std::vector<Port>>;
 
 bool isReachable(const Ways& ways, Port from, Port wanted) {

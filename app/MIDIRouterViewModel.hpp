@@ -152,7 +152,7 @@ public:
     [[nodiscard]] const std::string& statusMessage() const { return statusMessage_.value(); }
 
     /// The text of the last save if it failed, so that the document on disk differs from the one in memory. Not
-    /// observable. Unlike the status line, a command's text does not replace it.
+    /// observable. Later commands replace the status line, but not this text.
     [[nodiscard]] const std::optional<std::string>& saveFailure() const { return saveFailure_; }
 
     /// The user's own names for endpoints. Changing one counts as a change of the endpoints.
@@ -338,8 +338,8 @@ private:
     [[nodiscard]] std::optional<std::size_t> routeIndex(const UUID& routeID) const;
     void finishAssignmentCommand(const UUID& routeID, std::string statusMessage);
 
-    // Edits (MIDIRouterViewModelHistory.cpp). An edit is made before the change, and recorded after it if anything is
-    // different then.
+    // Edits (MIDIRouterViewModelHistory.cpp). Create an edit before the change, and record it afterwards; it is dropped
+    // if nothing has changed.
     [[nodiscard]] DocumentEdit connectionEdit(std::string name, const UUID& routeID) const;
     void recordConnectionEdit(DocumentEdit edit);
     [[nodiscard]] DocumentEdit routeSetEdit(std::string name, const UUID& setID) const;

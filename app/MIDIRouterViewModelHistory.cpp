@@ -142,8 +142,8 @@ std::optional<DocumentEdit> MIDIRouterViewModel::carryOut(DocumentEdit edit, std
     return edit;
 }
 
-/// Exchanges the state in the edit with the current one. Each `exchange` returns false and does nothing if the edit no
-/// longer applies.
+/// Restores the state in the edit, and stores the present state in the edit instead. Returns false and does nothing if
+/// the edit no longer applies.
 bool MIDIRouterViewModel::exchange(ConnectionChange& change, const UUID& setID) {
     const bool isCurrent = setID == selectedRouteSetID();
     bool isShownAnew = false;

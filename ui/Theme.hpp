@@ -48,7 +48,7 @@ struct Theme {
     QColor text2;
     /// Icons and arrow of list rows at rest.
     QColor text3;
-    /// Ink of disabled items.
+    /// Text of disabled items.
     QColor disabled;
     /// Selected icon, focus ring, tab line, check.
     QColor accent;
@@ -58,7 +58,7 @@ struct Theme {
     QColor offline;
     /// Connection without an endpoint.
     QColor missing;
-    /// Delete icons while hovered, ink of a delete button.
+    /// Delete icons while hovered, text of a delete button.
     QColor danger;
     /// Triangle of a warning.
     QColor warning;
@@ -68,9 +68,9 @@ struct Theme {
     QColor edge;
     /// Tooltip.
     QColor tip;
-    /// Ink of a tooltip.
+    /// Text of a tooltip.
     QColor tipInk;
-    /// Ink of a primary button.
+    /// Text of a primary button.
     QColor accentInk;
     /// Drawn over the window behind a dialog.
     QColor scrim;

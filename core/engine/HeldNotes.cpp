@@ -17,13 +17,13 @@ constexpr std::uint8_t kPedalDown = 64;
 constexpr std::uint8_t kAllSoundOff = 120;
 constexpr std::uint8_t kAllNotesOff = 123;
 
-/// The default velocity of a note-off that no key release caused.
+/// The default velocity of a note-off in MIDI.
 constexpr std::uint8_t kNoteOffVelocity = 64;
 
 }  // namespace
 
 void HeldNotes::takeIn(std::span<const std::uint8_t> packet) {
-    // Nearly every packet is one complete message; without the loop it is sent sooner.
+    // Nearly every packet is one complete message, which needs no loop.
     if (packet.size() == 3 && packet[0] >= kNoteOff && packet[0] < kSysExStart && isData(packet[1]) &&
         isData(packet[2])) {
         takeMessage(packet[0], packet[1], packet[2]);

@@ -43,7 +43,7 @@ std::optional<MIDIReport> MIDIReportQueue::pop() {
     return report;
 }
 
-/// Also takes every notice that was pushed before the newest activity taken, so that the numbers in both lists give the
+/// Takes activities, and all notices that were pushed before the newest of them. So the numbers in both lists give the
 /// order.
 void MIDIReportQueue::takePushed() {
     const std::lock_guard lock(mutex_);

@@ -45,7 +45,7 @@ public:
     static constexpr std::size_t kKeptActivities = 4'096;
 
     /// Adds the activities of messages that were sent at this time, and moves from the messages. Returns whether the
-    /// caller must wake the main thread: no wake-up was requested since the queue was last found empty.
+    /// caller must wake the main thread: true for the first push after the queue was found empty.
     [[nodiscard]] bool push(std::span<RoutedMIDIMessage> sent, Instant sentAt);
 
     /// Adds a notice. Returns the same as for activities.

@@ -122,7 +122,7 @@ std::vector<RouteTable::Ending> RouteTable::endLostNotes() {
     return endings;
 }
 
-/// The ways of the enabled connections with both endpoints present.
+/// The paths of the enabled connections with both endpoints present.
 RouteTable::Ways RouteTable::currentWays() const {
     std::unordered_set<std::int32_t> sourceIDs;
     for (const Endpoint& source : sourceEndpoints_) {

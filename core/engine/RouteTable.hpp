@@ -47,7 +47,7 @@ public:
         std::int32_t id = 0;
     };
 
-    // Each change returns the messages that end held notes whose way has ended: the connection was deleted or paused,
+    // Each change returns the messages that end held notes whose path has ended: the connection was deleted or paused,
     // its source, destination or channel has changed, or its source has disappeared. A note goes on if another
     // connection also holds it at the same place.
     [[nodiscard]] std::vector<Ending> setRoutes(std::vector<MIDIRoute> routes);
@@ -70,7 +70,7 @@ public:
     [[nodiscard]] ActiveEndpoints takeTraffic() { return traffic_.take(); }
 
 private:
-    /// The properties that must stay the same for a note-off to arrive where its note-on did.
+    /// The path of notes. A note-off arrives where its note-on did only while all of these stay the same.
     struct Way {
         std::int32_t sourceID = 0;
         std::int32_t destinationID = 0;
@@ -80,7 +80,7 @@ private:
     };
     using Ways = std::unordered_map<UUID, Way>;
 
-    /// What a connection holds, and the way that it was sent on.
+    /// The notes and pedals that a connection holds, and the path on which they were sent.
     struct Held {
         Way way;
         HeldNotes notes;
