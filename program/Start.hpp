@@ -30,7 +30,7 @@ struct Start {
 [[nodiscard]] int runProgram(int argc, char** argv, const std::function<int(const Start&)>& perform);
 
 /// Makes this process the instance. If there is already one, sends it the request of this start. Returns the result if
-/// nothing remains to be done. A start on the demo devices does neither.
+/// nothing remains to be done. With the demo devices it does nothing.
 [[nodiscard]] std::optional<CommandResult> askRunningInstance(SingleInstance& instance, const Start& start);
 
 /// As above, for a start that routes MIDI itself, which only one instance may do.

@@ -11,7 +11,7 @@ struct InputPool {
 };
 
 /// Asks the kernel for a client's input pool, through an open sequencer descriptor; no value if the client has none or
-/// does not exist. The library has this call only for its own client.
+/// does not exist. The library's own function works only for the calling client.
 [[nodiscard]] std::optional<InputPool> queryInputPool(int sequencerDescriptor, int client);
 
 }  // namespace corvel::hosts

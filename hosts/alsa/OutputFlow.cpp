@@ -75,7 +75,7 @@ void OutputFlow::send(const PortAddress& destination, std::span<const std::uint8
 }
 
 void OutputFlow::sendOrKeep(snd_seq_event_t& event, MIDIStatus& status, SteadyTime now) {
-    // First, because it may find that the destination has no room after all; this event must then wait too.
+    // Flushed first, because the flush may find that the destination has no room. This event must then wait too.
     if (batch_.size() == SequencerClient::kMaxEventsPerSend) {
         flush(now);
     }

@@ -71,7 +71,7 @@ void SequencerService::adopt(std::unique_ptr<SequencerClient> client, MIDIHost::
 
 /// Starts reading the client and receiving the sequencer's announcements.
 void SequencerService::follow() {
-    // From now on announcements tell which ports exist. Ports seen before may have been replaced without an
+    // From now on, announcements keep the list of ports up to date. Ports seen before may have been replaced without an
     // announcement.
     registry_.clear();
     mayHaveMissedPorts_ = true;

@@ -65,7 +65,7 @@ void SequencerService::scan() {
         flow_.forget(address);
     }
     if ((!ended.empty() && !hasMissedPorts) || unreadyPorts_.size() < unreadyCount) {
-        // Their announcements, or the next tries for their card, come later and find nothing to report.
+        // Notified here, because later announcements of these ports, and later tries for their card, change nothing.
         notify({.messageID = MIDINotification::kSetupChanged});
     }
     if (hasMissedPorts) {

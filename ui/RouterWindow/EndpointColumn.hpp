@@ -114,7 +114,7 @@ protected:
 
 private:
     [[nodiscard]] EndpointRow* makeRow(const MIDIEndpointModel& endpoint);
-    /// Creates and removes rows so that they are those of the endpoints that match the filter.
+    /// Shows a row for each endpoint that matches the filter.
     void showAdmitted();
     [[nodiscard]] bool admits(const MIDIEndpointModel& endpoint) const;
     void arrangeRows();

@@ -12,7 +12,7 @@ namespace corvel::ui {
 ///
 /// Otherwise a key under a resting hand would press a button again and again, and answer the question that its first
 /// press opened. Repetitions reach views only if they move the focus, scroll, or type into a text. They are filtered
-/// where they enter a window, so it works in all windows, whatever they show.
+/// where they enter a window, whatever the window shows.
 class HeldKeys final : public QObject {
     Q_OBJECT
 
