@@ -44,8 +44,10 @@ corvel_release_compile_flag(-fno-plt)
 # With link-time optimisation, g++ 12 takes a size in Qt's hash tables for unlimited.
 add_link_options($<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:${release_types}>>:-Wno-alloc-size-larger-than>)
 
-# Loads programs at different addresses at each start, with read-only function tables.
-corvel_release_compile_flag(-fPIE)
+# Loads programs at different addresses at each start, with read-only function tables. Not -fPIE: Qt finds a signal by the
+# address of its function. With link-time optimisation and -fPIE, g++ gives such a function another address in the program
+# than in the library, and connections fail silently.
+corvel_release_compile_flag(-fPIC)
 corvel_release_link_flag(-pie)
 corvel_release_link_flag(-Wl,-z,relro)
 corvel_release_link_flag(-Wl,-z,now)
