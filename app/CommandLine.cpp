@@ -25,7 +25,7 @@ constexpr int kMaxWidth = 7680;
 constexpr int kMaxHeight = 4320;
 constexpr double kMaxScale = 4;
 
-/// The number that is the whole text.
+/// The number, if the whole text is one.
 template <typename Number>
 std::optional<Number> parsedNumber(std::string_view text) {
     Number number{};
@@ -44,7 +44,7 @@ std::optional<std::pair<int, int>> parsedSize(std::string_view text) {
     return width && height ? std::optional(std::pair(*width, *height)) : std::nullopt;
 }
 
-/// Tells the parser of an option. A value is taken as it is, whatever it begins with: IDs may be negative.
+/// Adds an option to the parser. Values may begin with any character, because IDs may be negative.
 CLI::Option* addOption(CLI::App& app, const CommandLineOption& option) {
     const std::string name(option.name);
     if (option.values.empty()) {
@@ -54,14 +54,14 @@ CLI::Option* addOption(CLI::App& app, const CommandLineOption& option) {
     if (option.values.size() == 2) {
         added->type_name("endpoints");
     }
-    // A script may append an option to those that it was given. Which command is meant must be clear.
+    // A script may append an option to its own arguments, so the last one counts. A command must be unique.
     if (option.role == CommandLineOption::Role::detail) {
         added->take_last();
     }
     return added;
 }
 
-/// Tells the parser of all options, and which exclude or need each other.
+/// Adds all options to the parser, and which exclude or require each other.
 void addOptions(CLI::App& app) {
     std::vector<CLI::Option*> commands;
     for (const CommandLineOption& option : commandLineOptions()) {
@@ -91,7 +91,7 @@ void addOptions(CLI::App& app) {
     }
 }
 
-/// What is wrong with a window's size, "WxH"; nothing if it can be drawn.
+/// The error in a window's size, "WxH"; empty if it is valid.
 std::string sizeProblem(const std::string& text) {
     const std::optional<std::pair<int, int>> size = parsedSize(text);
     if (!size) {
@@ -102,20 +102,20 @@ std::string sizeProblem(const std::string& text) {
     return fits ? "" : text + " not in range 980x640 to 7680x4320";
 }
 
-/// What is wrong with a number of pixels to a point; nothing if it can be drawn.
+/// The error in a number of pixels per point; empty if it is valid.
 std::string scaleProblem(const std::string& text) {
     const std::optional<double> scale = parsedNumber<double>(text);
     return scale && *scale >= 1 && *scale <= kMaxScale ? "" : "Value " + text + " not in range 1 to 4";
 }
 
-/// What is wrong with a channel as users count them; nothing if there is one of this number.
+/// The error in a channel number, counted from 1; empty if it is valid.
 std::string channelProblem(const std::string& text) {
     constexpr int kLastChannel = 16;
     const std::optional<int> channel = parsedNumber<int>(text);
     return channel && *channel >= 1 && *channel <= kLastChannel ? "" : "Value " + text + " not in range 1 to 16";
 }
 
-/// Has the parser accept only the option's choices.
+/// Makes the parser accept only the option's choices.
 void checkChoices(CLI::App& app, const CommandLineOption& option) {
     const auto problem = [choices = option.values.front().choices](const std::string& text) {
         std::string names;
@@ -128,7 +128,7 @@ void checkChoices(CLI::App& app, const CommandLineOption& option) {
     app.get_option(std::string(option.name))->check(CLI::Validator(problem, ""));
 }
 
-/// In words of this program, because the parser's differ between its versions.
+/// A text of our own, because the parser's text differs between its versions.
 std::string unexpectedText(const std::vector<std::string>& unexpected) {
     std::string text = unexpected.size() == 1 ? "unexpected argument:" : "unexpected arguments:";
     for (const std::string& argument : unexpected) {
@@ -137,7 +137,7 @@ std::string unexpectedText(const std::vector<std::string>& unexpected) {
     return text;
 }
 
-/// What to say of an option with too few or too many values, also in words of this program.
+/// The error for an option with too few or too many values; also a text of our own.
 std::string mismatchText(const CLI::ArgumentMismatch& error, std::span<const std::string> arguments) {
     const std::string message = error.what();
     const std::string name = message.substr(0, message.find(':'));
@@ -148,7 +148,7 @@ std::string mismatchText(const CLI::ArgumentMismatch& error, std::span<const std
     return name + (takesEndpoints ? " needs a source and a destination" : " needs a value");
 }
 
-/// What was given with the option, the last time; nothing if it was not given.
+/// The last value that was given with the option; no value if it was not given.
 std::optional<std::string> value(const CLI::App& app, const char* name) {
     const CLI::Option* const option = app.get_option(name);
     return option->count() > 0 ? std::optional(option->results().back()) : std::nullopt;
@@ -168,7 +168,7 @@ CommandLine::Screenshot screenshot(const CLI::App& app) {
     return result;
 }
 
-/// What the parser collected, as a command. At most one of the commands' options is there.
+/// The command that the parser has collected. At most one command's option was given.
 CommandLine::Command command(const CLI::App& app) {
     const auto values = [&app](const char* name) { return app.get_option(name)->results(); };
     const auto isGiven = [&app](const char* name) { return app.get_option(name)->count() > 0; };
@@ -220,7 +220,7 @@ CommandLineResult parseCommandLine(std::span<const std::string> arguments, const
     }
 
     try {
-        // The parser takes its arguments from the back.
+        // The parser takes the arguments in reverse order.
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::CallForHelp&) {
         return CommandLineText{commandLineHelp()};
@@ -248,7 +248,7 @@ CommandLineResult parseCommandLine(std::span<const std::string> arguments, const
             return CommandLineError{"--screenshot: the name of a file is missing"};
         }
         if (result.midi == MIDIHostChoice::alsa) {
-            return CommandLineError{"--screenshot shows the demo devices: --midi alsa has no place there"};
+            return CommandLineError{"--screenshot shows the demo devices and cannot be used with --midi alsa"};
         }
     }
     return result;

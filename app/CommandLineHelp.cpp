@@ -9,12 +9,12 @@ namespace corvel {
 namespace {
 
 constexpr std::size_t kLineLength = 80;
-/// Where descriptions begin.
+/// The column where descriptions begin.
 constexpr std::size_t kDescriptionColumn = 19;
-/// Where further lines of a usage begin: behind "  corvel ".
+/// The column of a usage's further lines: after "  corvel ".
 constexpr std::size_t kUsageColumn = 9;
 
-/// Appends the words to the text, which ends in a line that was begun; further lines are indented by `indent`.
+/// Appends the words to the text's last line. Further lines are indented by `indent`.
 void appendWrapped(std::string& text, const std::vector<std::string>& words, std::size_t indent) {
     std::size_t column = text.size() - (text.rfind('\n') + 1);
     bool isFirst = true;

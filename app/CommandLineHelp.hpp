@@ -7,17 +7,16 @@
 
 namespace corvel {
 
-/// What `--help` prints, made of the options' table: lines of at most 80 characters.
+/// The text of `--help`, made from the table of options, in lines of at most 80 characters.
 [[nodiscard]] std::string commandLineHelp();
 
 /// An option with its values: "--connect SOURCE DESTINATION".
 [[nodiscard]] std::string optionUsage(const CommandLineOption& option);
 
-/// How the program is started for each command, the window first: the option of the command, then its details in
-/// brackets.
+/// How to start the program for each command, the window first: the command's option, then its details in brackets.
 [[nodiscard]] std::vector<std::vector<std::string>> commandLineUsages();
 
-/// What there is to say of an option, in whole sentences.
+/// The description of an option, in whole sentences.
 [[nodiscard]] std::string optionDescription(const CommandLineOption& option);
 
 }  // namespace corvel

@@ -95,17 +95,17 @@ constexpr std::array<CommandLineOption, 18> kOptions{{
     {.name = "--document",
      .values = kFile,
      .commands = kOnDocuments,
-     .summary = "The connections file to use instead of the usual one"},
+     .summary = "Use this connections file instead of the default one"},
     {.name = "--version", .role = Role::information, .summary = "Print the version"},
     {.name = "--help", .shortName = "-h", .role = Role::information, .summary = "Print a summary of the options"},
 }};
 
 constexpr std::array<std::string_view, 2> kNotes{
-    "One Corvel runs at a time, with or without its window: a second start brings the window forward. --connect, "
-    "--disconnect, --set, --sets and --all-notes-off are carried out by the Corvel that runs, unless --document names "
-    "another file than it uses. Where none runs, they work on your saved connections, and only --connect and "
-    "--all-notes-off need MIDI. With --midi demo, Corvel runs beside any other Corvel.",
-    "Where there is no sequencer, --midi alsa opens the window on your own sets.",
+    "Only one instance of Corvel runs at a time, with or without its window: a second start brings the window forward. "
+    "The running instance carries out --connect, --disconnect, --set, --sets and --all-notes-off, unless --document "
+    "names a file that it does not use. If no instance runs, these commands work on your saved connections, and only "
+    "--connect and --all-notes-off need MIDI. With --midi demo, Corvel runs independently of other instances.",
+    "If there is no sequencer, --midi alsa opens the window with your own sets.",
 };
 
 }  // namespace

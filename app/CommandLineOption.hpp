@@ -5,58 +5,57 @@
 
 namespace corvel {
 
-/// One value that follows an option.
+/// A value that follows an option.
 struct OptionValue {
-    /// What the value is, which decides what a shell offers for it.
+    /// The kind of the value. Shells offer completions by it.
     enum class Kind { text, source, destination, set, file };
 
-    /// As the help writes it: "SOURCE".
+    /// The value's name in the help: "SOURCE".
     std::string_view name;
     Kind kind = Kind::text;
-    /// All texts that the value may be; empty if there are others.
+    /// All possible texts of the value; empty if others are possible too.
     std::span<const std::string_view> choices{};
 };
 
-/// One option of the command line: what the parser accepts, and what the help, the manual page and the shells'
-/// completions say of it.
+/// An option of the command line. The parser, the help, the manual page and the shell completions use it.
 struct CommandLineOption {
-    /// How much the option decides.
+    /// The role of an option.
     enum class Role {
-        /// What the program does; one at most may be given.
+        /// A command of the program; at most one may be given.
         command,
-        /// How that is done.
+        /// A detail of a command.
         detail,
-        /// A text about the program, after which it ends.
+        /// Prints a text about the program and exits.
         information,
     };
 
     /// With its dashes: "--connect".
     std::string_view name;
-    /// The one-letter form with its dash; empty where there is none.
+    /// The one-letter form with its dash; empty if there is none.
     std::string_view shortName{};
     Role role = Role::detail;
     std::span<const OptionValue> values{};
-    /// The commands with which a detail makes sense; `kWindowCommand` is the window, which needs no option. Empty: all.
+    /// The commands that have this detail; `kWindowCommand` is the window, which needs no option. Empty means all.
     std::span<const std::string_view> commands{};
-    /// What the option does, as a line of a list: no full stop.
+    /// What the option does, in one line without a full stop.
     std::string_view summary;
-    /// What else there is to say, in whole sentences; may be empty.
+    /// Further information, in whole sentences; may be empty.
     std::string_view details{};
 };
 
-/// Stands for the window among commands.
+/// The window among the commands.
 inline constexpr std::string_view kWindowCommand;
 
-/// All options, in the order in which the help lists them: a command, then the details that only it has.
+/// All options in the order of the help: each command is followed by its own details.
 [[nodiscard]] std::span<const CommandLineOption> commandLineOptions();
 
-/// The paragraphs that say what concerns several options, for the end of the help and of the manual page.
+/// The paragraphs about several options, for the end of the help and of the manual page.
 [[nodiscard]] std::span<const std::string_view> commandLineNotes();
 
 /// Whether the option is a detail of this command, which may be `kWindowCommand`.
 [[nodiscard]] bool isDetailOf(const CommandLineOption& option, std::string_view command);
 
-/// The one command that has this detail; empty for other options.
+/// The only command that has this detail; empty for other options.
 [[nodiscard]] std::string_view onlyCommandOf(const CommandLineOption& option);
 
 }  // namespace corvel

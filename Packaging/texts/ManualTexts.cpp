@@ -12,7 +12,7 @@ namespace corvel::OptionTexts {
 
 namespace {
 
-/// The text as it is: no character of it is an instruction.
+/// The text with all characters escaped that would be instructions.
 std::string escaped(std::string_view text) {
     std::string result;
     for (const char character : text) {
@@ -27,7 +27,7 @@ std::string escaped(std::string_view text) {
                 result += character;
         }
     }
-    // A full stop or an apostrophe that begins a line begins a request.
+    // At the start of a line, a full stop or an apostrophe would be an instruction.
     return result.starts_with('.') || result.starts_with('\'') ? "\\&" + result : result;
 }
 
@@ -35,7 +35,7 @@ bool isOptionCharacter(char character) {
     return character == '-' || std::islower(static_cast<unsigned char>(character)) != 0;
 }
 
-/// The same with the names of options in bold.
+/// The escaped text with the names of options in bold.
 std::string marked(std::string_view text) {
     std::string result;
     while (!text.empty()) {

@@ -10,7 +10,7 @@ namespace {
 
 using Role = CommandLineOption::Role;
 
-/// What shells offer for a value that is not one of several texts.
+/// The name of the kind of a value without fixed choices.
 std::string_view kindName(OptionValue::Kind kind) {
     switch (kind) {
         case OptionValue::Kind::text:
@@ -27,7 +27,7 @@ std::string_view kindName(OptionValue::Kind kind) {
     return {};
 }
 
-/// Puts blanks between words, or another separator.
+/// A text of words with a separator, a blank by default.
 class Words {
 public:
     explicit Words(char separator = ' ') : separator_(separator) {}
@@ -45,7 +45,7 @@ private:
     std::string text_;
 };
 
-/// In bash: the kind, or "=" and the choices with commas between them.
+/// A value for bash: its kind, or "=" and the choices, separated by commas.
 std::string bashValue(const OptionValue& value) {
     if (value.choices.empty()) {
         return std::string(kindName(value.kind));
@@ -61,7 +61,8 @@ std::string bashElement(std::string_view option, const std::string& words) {
     return "        [" + std::string(option) + "]='" + words + "'\n";
 }
 
-/// In zsh: how a value is called and what completes it. A blank before a function has it called without options.
+/// A value for zsh: its name and what completes it. A blank before a function makes zsh call it without additional
+/// options.
 std::string zshValue(const OptionValue& value) {
     Words choices;
     for (const std::string_view choice : value.choices) {
@@ -86,7 +87,7 @@ std::string zshValue(const OptionValue& value) {
     return text;
 }
 
-/// What may not be given beside the option: other commands beside a command, anything beside a question.
+/// The options that cannot be given with this one: information options exclude all others, commands each other.
 std::string zshExclusions(const CommandLineOption& option) {
     if (option.role == Role::information) {
         return "(- *)";

@@ -54,8 +54,8 @@ int run(std::span<char*> arguments) {
 }  // namespace
 }  // namespace corvel
 
-/// Writes the manual page and the shells' completions while Corvel is built: each is a template with places for what
-/// the table of the options says.
+/// Writes the manual page and the shell completions when Corvel is built. Each is a template that is filled from the
+/// table of options.
 int main(int argc, char** argv) {
     return corvel::run(std::span(argv, static_cast<std::size_t>(argc)).subspan(1));
 }

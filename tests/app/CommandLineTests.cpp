@@ -207,7 +207,7 @@ TEST(CommandLine, RefusesAPictureThatCannotBeDrawn) {
     EXPECT_EQ(errorWith("--appearance", "blue"), "--appearance: blue is not one of light, dark");
     EXPECT_EQ(errorOf({"--screenshot", ""}), "--screenshot: the name of a file is missing");
     EXPECT_EQ(errorOf({"--screenshot", "a.png", "--midi", "alsa"}),
-              "--screenshot shows the demo devices: --midi alsa has no place there");
+              "--screenshot shows the demo devices and cannot be used with --midi alsa");
     EXPECT_EQ(errorOf({"--screenshot", "a.png", "--document", "b.json"}), "--screenshot excludes --document");
 }
 
