@@ -20,7 +20,7 @@ std::string stableName(std::string_view name, int processID) {
         return stable;
     }
     const std::string id = std::to_string(processID);
-    // Only where it is set off as a process id: the 88 of "Stage Piano 88" is none, whatever process 88 is.
+    // Only in the form of a PID: the 88 in "Stage Piano 88" is part of the name, even if the process is number 88.
     removeAll(stable, " (" + id + ")", "");
     removeAll(stable, "(" + id + ")", "");
     removeAll(stable, "(" + id + ":", "(");

@@ -15,7 +15,7 @@ namespace corvel::hosts {
 
 namespace {
 
-/// In the place of a card's number: behind all cards.
+/// Replaces a card's number; sorts after all cards.
 constexpr int kNoCard = std::numeric_limits<int>::max();
 
 /// Ports listed between two pauses.
@@ -27,18 +27,18 @@ std::size_t indexOf(MIDIEndpointDirection direction) {
     return direction == MIDIEndpointDirection::source ? 0 : 1;
 }
 
-/// Whether the sequencer has named the client or the port, because their program has not done so yet.
+/// Whether the client or the port has the sequencer's default name, because its program has not named it yet.
 bool lacksName(const PortDescription& port) {
     return port.clientName == "Client-" + std::to_string(port.address.client) ||
            port.portName == "port-" + std::to_string(port.address.port);
 }
 
-/// The kernel's own client that returns what it is sent.
+/// The kernel's client that sends back what it receives.
 bool isLoopback(const PortDescription& port) {
     return port.isKernelClient && port.card < 0 && port.clientName == "Midi Through";
 }
 
-/// Endpoints of one client, from `first` on, that would show the same name get their port's number behind it.
+/// If endpoints of one client, from `first` on, would have the same name, appends their port's number.
 void numberEqualNames(std::vector<MIDIEndpointRecord>& records, std::size_t first) {
     if (records.size() - first < 2) {
         return;
@@ -63,7 +63,7 @@ void numberEqualNames(std::vector<MIDIEndpointRecord>& records, std::size_t firs
 bool EndpointRegistry::isEndpoint(const PortDescription& port, MIDIEndpointDirection direction) {
     constexpr unsigned kReadable = SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_SUBS_READ;
     constexpr unsigned kWritable = SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE;
-    // A group of a newer device is also reached through its own port: the one that stands for all would double it.
+    // The groups of a newer device also have ports of their own, so a port that carries all groups would double them.
     constexpr unsigned kHidden = SND_SEQ_PORT_CAP_NO_EXPORT | PortDescription::kUMPEndpoint;
     const unsigned wanted = direction == MIDIEndpointDirection::source ? kReadable : kWritable;
     return port.address.client != SND_SEQ_CLIENT_SYSTEM && (port.capabilities & kHidden) == 0 &&
@@ -266,7 +266,7 @@ std::vector<MIDIEndpointRecord> EndpointRegistry::records(MIDIEndpointDirection 
     return records;
 }
 
-/// Names that endpoints of several cards share get their card's place behind it.
+/// If endpoints of several cards would have the same name, appends their card's place.
 void EndpointRegistry::addPlaces(std::vector<MIDIEndpointRecord>& records) {
     struct Candidate {
         MIDIEndpointRecord* record;

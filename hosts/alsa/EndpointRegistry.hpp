@@ -21,22 +21,22 @@
 
 namespace corvel::hosts {
 
-/// One direction of a port that the user can connect.
+/// One direction of a port that users can connect.
 struct Endpoint {
     MIDIObjectRef ref = 0;
     MIDIEndpointDirection direction = MIDIEndpointDirection::source;
     PortAddress address;
-    /// Whether a sound card carries it.
+    /// Whether it belongs to a sound card.
     bool isHardware = false;
 };
 
-/// What stays with an endpoint as long as its port lives.
+/// The properties of an endpoint that stay the same while its port exists.
 struct EndpointIdentity {
     Endpoint endpoint;
     std::int32_t uniqueID = 0;
-    /// Whether client or port had no name of its own when the ID was made.
+    /// Whether client or port had only a default name when the ID was made.
     bool isProvisional = false;
-    /// Set when a second device of the same name appears, and kept, so that a name never comes to mean the other
+    /// Set when a second device of the same name appears, and then kept, so that a name never changes to another
     /// device.
     bool showsPlace = false;
 };
@@ -51,21 +51,21 @@ public:
 
     explicit EndpointRegistry(CardReader readCard) : readCard_(std::move(readCard)) {}
 
-    /// Takes over a port that is new or may have changed.
+    /// Adds a port, or updates one that may have changed.
     void update(const PortDescription& description);
 
-    /// Takes over all ports that there are now; those that are not among them have ended. With `mayHaveMissedPorts`, a
-    /// port whose names differ counts as a new one at an old address. Returns the addresses of the ports that have
-    /// ended.
+    /// Replaces all ports; ports that are not in the list have ended. With `mayHaveMissedPorts`, a port with other
+    /// names counts as a new port at an old address. Returns the addresses of the ports that have ended.
     std::vector<PortAddress> replaceAll(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts);
 
-    /// Whether the card's details can be read. Its ports are announced before it has them, and get other IDs without.
+    /// Whether the card's details can be read. Its ports are announced earlier, and would get other IDs without the
+    /// details.
     [[nodiscard]] bool isCardComplete(int card) { return !cardWithNumber(card).id.empty(); }
 
-    /// Forgets the port at this address; the next one there is another port.
+    /// Removes the port at this address. The next port there is a new one.
     void portEnded(const PortAddress& address);
 
-    /// Forgets all ports; the ports that come next are others.
+    /// Removes all ports. The ports that come next are new ones.
     void clear();
 
     /// The addresses of a client's ports.
@@ -77,21 +77,21 @@ public:
     [[nodiscard]] const Endpoint* find(MIDIObjectRef ref) const;
 
     /// All endpoints in the order of client and port, and the devices: one for each sound card that has clients, in
-    /// card order, then one for each kernel client without a card; programs are no devices. Calls `pause` every few
-    /// ports while it works; that must not change any.
+    /// card order, then one for each kernel client without a card. Programs are not devices. Calls `pause` regularly
+    /// while it works; `pause` must not change any port.
     [[nodiscard]] std::shared_ptr<const MIDISetup> setup(absl::FunctionRef<void()> pause = [] {});
 
-    /// Whether the port can be connected by a user in this direction.
+    /// Whether users can connect the port in this direction.
     [[nodiscard]] static bool isEndpoint(const PortDescription& port, MIDIEndpointDirection direction);
 
 private:
     struct Port {
         PortDescription description;
-        /// The names without what differs from one start of a program to the next.
+        /// The names without the parts that differ between two starts of a program.
         std::string clientName;
         std::string name;
         std::string displayName;
-        /// By direction; none where the port is no endpoint.
+        /// By direction; no value if the port is no endpoint in that direction.
         std::array<std::optional<EndpointIdentity>, 2> identities;
     };
 
@@ -106,18 +106,18 @@ private:
     [[nodiscard]] std::vector<MIDIEndpointRecord> records(MIDIEndpointDirection direction,
                                                           absl::FunctionRef<void()> pause);
     void addPlaces(std::vector<MIDIEndpointRecord>& records);
-    /// Kernel clients with their endpoints, by card, those without one last, and by client.
+    /// Kernel clients with their endpoints, by card and client; those without a card come last.
     [[nodiscard]] std::map<std::pair<int, int>, MIDIEntityRecord> entities(const MIDISetup& setup) const;
     [[nodiscard]] std::vector<MIDIDeviceRecord> devices(const MIDISetup& setup);
 
     CardReader readCard_;
-    /// The cards of the ports that there are: sysfs and drivers are slow, and asked while MIDI waits.
+    /// The cards of the present ports. Cached, because sysfs and drivers are slow and MIDI waits meanwhile.
     std::map<int, SoundCard> cards_;
     std::uint32_t nextGeneration_ = 0;
     Ports ports_;
     std::unordered_map<MIDIObjectRef, EndpointIdentity*> identities_;
     std::unordered_set<std::int32_t> uniqueIDs_;
-    /// Made when it is asked for; null after a change.
+    /// Built on demand; null after a change.
     std::shared_ptr<const MIDISetup> setup_;
 };
 

@@ -17,7 +17,7 @@
 
 namespace corvel::tests {
 
-/// What can be read of an endpoint; what is absent cannot be read.
+/// The properties of an endpoint; those without a value cannot be read.
 struct FakeMIDIProperties {
     std::optional<std::string> displayName = std::nullopt;
     std::optional<std::string> name = std::nullopt;
@@ -36,15 +36,15 @@ struct FakeSentPacket {
     bool operator==(const FakeSentPacket&) const = default;
 };
 
-/// A MIDI service in a test's hands: it has the endpoints and answers that the test sets, and shows what became of the
-/// calls. Clients and ports get the references 1, 2, 3, … in the order in which they are made. It refuses a client or
-/// port that it did not make, or that was disposed of, with `kWrongObject`. One thread only.
+/// A MIDI service that a test controls: it has the endpoints and answers that the test sets, and records the calls.
+/// Clients and ports get the references 1, 2, 3, … in the order in which they are created. If a client or port was not
+/// created here, or was disposed of, the answer is `kWrongObject`. One thread only.
 class FakeMIDIHost : public MIDIHost {
 public:
     static constexpr MIDIStatus kWrongObject = -22;
 
-    // What the service has. Properties are looked up by reference; a listed reference may have none, and a listed 0 is
-    // a place without an endpoint.
+    // The objects of the service. Properties are looked up by reference. A listed reference may have none, and a listed
+    // 0 is a place without an endpoint.
     std::vector<MIDIObjectRef> sources;
     std::vector<MIDIObjectRef> destinations;
     std::unordered_map<MIDIObjectRef, FakeMIDIProperties> properties;
@@ -55,7 +55,7 @@ public:
     MIDIStatus clientStatus = kMIDISuccess;
     MIDIStatus inputPortStatus = kMIDISuccess;
     MIDIStatus outputPortStatus = kMIDISuccess;
-    /// By source and by destination; success for those that are not here.
+    /// By source and by destination; others succeed.
     std::unordered_map<MIDIObjectRef, MIDIStatus> connectStatuses;
     std::unordered_map<MIDIObjectRef, MIDIStatus> disconnectStatuses;
     std::unordered_map<MIDIObjectRef, MIDIStatus> sendStatuses;
@@ -63,38 +63,38 @@ public:
     std::function<void(std::string_view operation)> onCall;
 
     // What it saw.
-    /// The names of the client and ports that it was asked for, in order.
+    /// The requested names of the client and ports, in order.
     std::vector<std::string> requested;
     /// The client and ports disposed of, in order.
     std::vector<MIDIObjectRef> disposed;
-    /// The sources that are connected to the input port, with the reference constant of each.
+    /// The sources connected to the input port, with the reference constant of each.
     std::map<MIDIObjectRef, MIDIObjectRef> connections;
-    /// How it was asked for its setup, in order.
+    /// The kinds of listings that were requested, in order.
     std::vector<MIDIListing> listings;
-    /// The packets sent; only while `keepsSent`. Reserve room in it to send without allocation.
+    /// The sent packets; only while `keepsSent`. Reserve room in it to send without allocation.
     std::vector<FakeSentPacket> sent;
     bool keepsSent = true;
-    /// How many packets were sent, kept or not.
+    /// The number of sent packets, whether or not they are kept.
     std::size_t sentCount = 0;
-    /// How many packets came with each call of `send`, sent or not; only while `keepsSent`.
+    /// The number of packets in each call of `send`; only while `keepsSent`.
     std::vector<std::size_t> sendSizes;
 
     /// Lists an endpoint with its properties.
     void addSource(MIDIObjectRef ref, FakeMIDIProperties of);
     void addDestination(MIDIObjectRef ref, FakeMIDIProperties of);
 
-    /// Delivers packets as if they had come from the connected source with this reference constant. The handler stays
-    /// usable when its port is disposed of, like a call that the service had already begun. Does nothing without a
-    /// port. The packets are overwritten after the call, so that a test notices a kept reference.
+    /// Delivers packets as if they came from the connected source with this reference constant. The handler still works
+    /// after its port was disposed of, as in a call that the service has already started. Does nothing without a port.
+    /// Overwrites the packets after the call, so that a test notices a kept reference.
     void receive(std::initializer_list<MIDIBytes> packets, MIDIObjectRef connection);
 
-    /// The same for packets as a service gives them.
+    /// Delivers packets in the form in which a service gives them.
     void receive(std::span<const MIDIArrival> arrivals);
 
-    /// Reports a change of the setup; nothing without a client.
+    /// Reports a change of the setup; does nothing without a client.
     void notify(const MIDINotification& notification);
 
-    /// Reports a line about the service's own condition; nothing without a handler.
+    /// Reports a line about the service itself; does nothing without a handler.
     void diagnose(std::string message, MIDIStatus status = kMIDISuccess);
 
     void setDiagnosticHandler(DiagnosticHandler handler) override;
@@ -118,7 +118,7 @@ private:
     NotificationHandler notificationHandler_;
     ReceiveHandler receiveHandler_;
     MIDIObjectRef nextRef_ = 1;
-    // 0 before they are made and after they were disposed of.
+    // 0 before they are created and after they are disposed of.
     MIDIObjectRef client_ = 0;
     MIDIObjectRef inputPort_ = 0;
     MIDIObjectRef outputPort_ = 0;
