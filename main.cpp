@@ -85,7 +85,7 @@ int perform(const Start& start, const CommandLine::DocumentCommand& command) {
     }
     const bool isSilence = std::holds_alternative<CommandLine::AllNotesOff>(command);
     const bool needsMIDI = isSilence || std::holds_alternative<CommandLine::Connect>(command);
-    const Router router(start.commandLine.midi == MIDIHostChoice::demo ? MIDIHostChoice::demo : MIDIHostChoice::alsa);
+    const Router router(start.commandLine.midi.withoutStandIn());
     if (needsMIDI && !router.printProblem()) {
         return EXIT_FAILURE;
     }

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <map>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -106,6 +105,31 @@ std::string sizeProblem(const std::string& text) {
 std::string scaleProblem(const std::string& text) {
     const std::optional<double> scale = parsedNumber<double>(text);
     return scale && *scale >= 1 && *scale <= kMaxScale ? "" : "Value " + text + " not in range 1 to 4";
+}
+
+/// The services that a value of --midi names, with commas between; no value where it makes no sense.
+std::optional<MIDIHostChoice> parsedMIDI(const std::string& text) {
+    if (text == "auto") {
+        return MIDIHostChoice();
+    }
+    if (text == "demo") {
+        return MIDIHostChoice{MIDIServiceKind::demo};
+    }
+    MIDIHostChoice choice;
+    for (std::size_t start = 0; start <= text.size();) {
+        const std::size_t end = std::min(text.find(',', start), text.size());
+        const std::string_view name = std::string_view(text).substr(start, end - start);
+        if (name != "alsa" && name != "jack") {
+            return std::nullopt;
+        }
+        choice.add(name == "alsa" ? MIDIServiceKind::alsa : MIDIServiceKind::jack);
+        start = end + 1;
+    }
+    return choice;
+}
+
+std::string midiProblem(const std::string& text) {
+    return parsedMIDI(text) ? "" : text + " is not one of auto, alsa, jack, alsa,jack, demo";
 }
 
 /// The error in a channel number, counted from 1; empty if it is valid.
@@ -207,14 +231,13 @@ CommandLineResult parseCommandLine(std::span<const std::string> arguments, const
     CLI::App app;
     app.set_help_flag("-h,--help");
     app.set_version_flag("--version", "Corvel " + version);
-    const std::map<std::string, MIDIHostChoice> choices{
-        {"auto", MIDIHostChoice::automatic}, {"alsa", MIDIHostChoice::alsa}, {"demo", MIDIHostChoice::demo}};
     addOptions(app);
     app.get_option("--channel")->check(channelProblem);
     app.get_option("--size")->check(sizeProblem);
     app.get_option("--scale")->check(scaleProblem);
+    app.get_option("--midi")->check(midiProblem);
     for (const CommandLineOption& option : commandLineOptions()) {
-        if (option.name == "--appearance" || option.name == "--midi") {
+        if (option.name == "--appearance") {
             checkChoices(app, option);
         }
     }
@@ -233,9 +256,9 @@ CommandLineResult parseCommandLine(std::span<const std::string> arguments, const
     } catch (const CLI::ParseError& error) {
         return CommandLineError{error.what()};
     }
-    CommandLine result{.command = command(app), .midi = MIDIHostChoice::automatic, .document = std::nullopt};
+    CommandLine result{.command = command(app), .midi = {}, .document = std::nullopt};
     if (const std::optional<std::string> midi = value(app, "--midi")) {
-        result.midi = choices.at(*midi);
+        result.midi = *parsedMIDI(*midi);
     }
     if (const std::optional<std::string> document = value(app, "--document")) {
         if (document->empty()) {
@@ -247,8 +270,9 @@ CommandLineResult parseCommandLine(std::span<const std::string> arguments, const
         if (picture->file.empty()) {
             return CommandLineError{"--screenshot: the name of a file is missing"};
         }
-        if (result.midi == MIDIHostChoice::alsa) {
-            return CommandLineError{"--screenshot shows the demo devices and cannot be used with --midi alsa"};
+        if (result.midi.namesSystem()) {
+            return CommandLineError{"--screenshot shows the demo devices and cannot be used with --midi " +
+                                    *value(app, "--midi")};
         }
     }
     return result;

@@ -72,7 +72,7 @@ struct CommandLine {
     using Command = std::variant<Window, Headless, List, Screenshot, DocumentCommand>;
 
     Command command;
-    MIDIHostChoice midi = MIDIHostChoice::automatic;
+    MIDIHostChoice midi;
     /// The connections file; the default one if empty.
     std::optional<std::filesystem::path> document;
 

@@ -1,8 +1,11 @@
 #include "hosts/HostSelection.hpp"
 
+#include "hosts/CompositeMIDIHost.hpp"
 #include "hosts/alsa/ALSAMIDIHost.hpp"
 #include "hosts/alsa/SequencerClient.hpp"
 #include "hosts/demo/DemoMIDIHost.hpp"
+#include "hosts/jack/JackMIDIHost.hpp"
+#include "hosts/jack/LibJack.hpp"
 
 #include <cerrno>
 #include <system_error>
@@ -11,19 +14,39 @@ namespace corvel::hosts {
 
 HostSelection selectHost(MIDIHostChoice choice, const std::shared_ptr<EventLoop>& engineQueue,
                          const std::shared_ptr<DispatchQueue>& mainQueue) {
-    if (choice == MIDIHostChoice::demo) {
-        return {makeDemoMIDIHost(mainQueue), true, {}};
+    if (choice.names(MIDIServiceKind::demo)) {
+        return {.host = makeDemoMIDIHost(mainQueue), .isDemo = true, .hasService = true, .problem = {}};
     }
+    const MIDIHostChoice wanted = choice.withoutStandIn();
+    const bool wantsALSA = wanted.names(MIDIServiceKind::alsa);
+    const bool wantsJack = wanted.names(MIDIServiceKind::jack);
     int status = 0;
-    if (SequencerClient::open("Corvel", status)) {
-        return {makeALSAMIDIHost(engineQueue, mainQueue), false, {}};
+    const bool hasALSA = wantsALSA && SequencerClient::open("Corvel", status) != nullptr;
+    // Asked only where it matters: a server may hang.
+    const bool hasJack = wantsJack && !hasALSA && jackServerRuns();
+    std::string problem;
+    if (wantsALSA && !hasALSA) {
+        problem = "the ALSA sequencer cannot be opened (/dev/snd/seq: " + std::system_category().message(-status) + ")";
     }
-    const std::string problem =
-        "the ALSA sequencer cannot be opened (/dev/snd/seq: " + std::system_category().message(-status) + ")";
-    if (choice == MIDIHostChoice::automatic && meansNoSequencer(status)) {
-        return {makeDemoMIDIHost(mainQueue, {.notice = problem + "; using the demo devices"}), true, problem};
+    if (choice.isAutomatic() && !hasALSA && !hasJack && meansNoSequencer(status)) {
+        return {.host = makeDemoMIDIHost(mainQueue, {.notice = problem + "; using the demo devices"}),
+                .isDemo = true,
+                .hasService = true,
+                .problem = problem};
     }
-    return {makeALSAMIDIHost(engineQueue, mainQueue), false, problem};
+    const auto alsa = [&] { return makeALSAMIDIHost(engineQueue, mainQueue); };
+    const auto jack = [&] { return makeJackMIDIHost(engineQueue, mainQueue, makeLibJack(), hasALSA); };
+    if (!wantsJack || (choice.isAutomatic() && !hasALSA && !hasJack)) {
+        return {.host = alsa(), .isDemo = false, .hasService = hasALSA, .problem = problem};
+    }
+    if (!wantsALSA) {
+        problem = hasJack ? "" : "no JACK or PipeWire server runs";
+        return {.host = jack(), .isDemo = false, .hasService = true, .problem = problem};
+    }
+    if (choice.isAutomatic() && !hasALSA && meansNoSequencer(status)) {
+        return {.host = jack(), .isDemo = false, .hasService = true, .problem = {}};
+    }
+    return {.host = makeCompositeMIDIHost({alsa(), jack()}), .isDemo = false, .hasService = true, .problem = problem};
 }
 
 bool meansNoSequencer(int status) {

@@ -10,19 +10,21 @@
 
 namespace corvel::hosts {
 
-/// The MIDI service for a choice.
+/// The MIDI services that a choice came to.
 struct HostSelection {
-    /// Never null. If the sequencer was chosen or exists but cannot be opened, it is still the host: its engine reports
-    /// the failure and stays unstarted.
+    /// Never null. Where the sequencer alone was chosen or is there, but cannot be opened, it is the host all the same:
+    /// its engine reports the failure and stays unstarted.
     std::shared_ptr<MIDIHost> host;
     bool isDemo = false;
-    /// Why the sequencer cannot be opened, in one line. Empty if it can, or was not requested.
+    /// Whether the host can do anything, now or once a JACK server runs.
+    bool hasService = true;
+    /// What is not as it was asked for, one line: the sequencer that cannot be opened, no JACK server. Else empty.
     std::string problem;
 };
 
-/// Finds the service. With `MIDIHostChoice::automatic`, the demo replaces a sequencer that does not exist, and its log
-/// says so. `engineQueue` is the queue of the engine that will use the service. Throws `std::system_error` if the
-/// system has no thread left.
+/// Finds the services. Without a choice, the demo stands in where there is neither a sequencer nor a JACK server, and
+/// its log says so; where there is a sequencer, a JACK server may come later. `engineQueue` is the queue of the engine
+/// that will use the service. Throws `std::system_error` when the system has no thread left.
 [[nodiscard]] HostSelection selectHost(MIDIHostChoice choice, const std::shared_ptr<EventLoop>& engineQueue,
                                        const std::shared_ptr<DispatchQueue>& mainQueue);
 

@@ -31,7 +31,7 @@ bool Router::printProblem() const {
     if (!problem().empty()) {
         printError(isDemo() ? problem() + "; using the demo devices" : problem());
     }
-    return isDemo() || problem().empty();
+    return selection_.hasService;
 }
 
 std::shared_ptr<MIDIRouterViewModel> Router::makeModel(std::shared_ptr<RouteStore> store,

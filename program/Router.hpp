@@ -27,10 +27,9 @@ public:
     ~Router();
 
     [[nodiscard]] bool isDemo() const { return selection_.isDemo; }
-    /// Why the sequencer cannot be opened, in one line. Empty if it can, or was not requested.
+    /// What is missing of the requested services, in one line; otherwise empty.
     [[nodiscard]] const std::string& problem() const { return selection_.problem; }
-    /// Writes the problem, if any, to standard error. Returns whether there is a service: the sequencer, or the demo in
-    /// its place.
+    /// Writes the problem, if any, to standard error. Returns whether there is a service all the same.
     [[nodiscard]] bool printProblem() const;
 
     [[nodiscard]] CoreMIDIRouterEngine& engine() const { return *engine_; }

@@ -48,7 +48,7 @@ CommandResult RunningInstance::answerWindow(const CommandLine& commandLine, cons
     if (!bringForward_) {
         return {EXIT_FAILURE, "Corvel is running already, without a window (--headless); end it to open the window"};
     }
-    if (isDemo_ && commandLine.midi == MIDIHostChoice::alsa) {
+    if (isDemo_ && commandLine.midi.namesSystem()) {
         return {EXIT_FAILURE, "Corvel is running already, on the demo devices; close its window first"};
     }
     if (!isOwnDocument(commandLine, request.folder)) {
@@ -60,7 +60,7 @@ CommandResult RunningInstance::answerWindow(const CommandLine& commandLine, cons
 }
 
 bool RunningInstance::concerns(const CommandLine& commandLine, const std::filesystem::path& folder) const {
-    if (commandLine.midi == MIDIHostChoice::demo || (commandLine.midi == MIDIHostChoice::alsa && isDemo_)) {
+    if (commandLine.midi.names(MIDIServiceKind::demo) || (commandLine.midi.namesSystem() && isDemo_)) {
         return false;
     }
     return isOwnDocument(commandLine, folder);

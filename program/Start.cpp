@@ -25,7 +25,7 @@ constexpr int kUsageStatus = 2;
 constexpr std::chrono::milliseconds kEndLimit{500};
 
 std::optional<SingleInstance::Outcome> takeOrAsk(SingleInstance& instance, const Start& start) {
-    if (start.commandLine.midi == MIDIHostChoice::demo) {
+    if (start.commandLine.midi.names(MIDIServiceKind::demo)) {
         return std::nullopt;
     }
     std::error_code error;

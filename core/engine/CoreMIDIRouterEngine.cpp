@@ -116,6 +116,7 @@ void CoreMIDIRouterEngine::updateRoutes(std::vector<MIDIRoute> routes) {
     queue_->async([weakEngine = weak_from_this(), routes = std::move(routes)]() mutable {
         if (const auto engine = weakEngine.lock()) {
             engine->endHeldNotes(engine->routeTable_.setRoutes(std::move(routes)));
+            engine->tellUsedDestinations();
         }
     });
 }
@@ -161,6 +162,12 @@ void CoreMIDIRouterEngine::addToSend(const RouteTable::Connection& connection, c
     EndpointTraffic::note(*connection.traffic);
     if (connection.held != nullptr) {
         connection.held->takeIn(sent);
+    }
+}
+
+void CoreMIDIRouterEngine::tellUsedDestinations() {
+    if (isStarted_) {
+        host_->setUsedDestinations(outputPort_, routeTable_.usedDestinations());
     }
 }
 

@@ -115,6 +115,8 @@ private:
     void addToSend(const RouteTable::Connection& connection, const MIDIBytes& bytes);
     void sendCollected();
 
+    void tellUsedDestinations();
+
     // Ending notes (CoreMIDIRouterEngineSilence.cpp)
     void endHeldNotes(std::span<const RouteTable::Ending> endings);
     void sendUnrouted(MIDIObjectRef destination, std::int32_t destinationID, std::span<const MIDIBytes> messages);

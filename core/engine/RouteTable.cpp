@@ -52,6 +52,19 @@ MIDIObjectRef RouteTable::destinationRef(std::int32_t id) const {
     return found == destinations_.end() ? 0 : found->second.ref;
 }
 
+std::vector<MIDIObjectRef> RouteTable::usedDestinations() const {
+    std::vector<MIDIObjectRef> used;
+    for (const auto& [ref, source] : sources_) {
+        for (const Connection& connection : source.connections) {
+            used.push_back(connection.destination);
+        }
+    }
+    std::ranges::sort(used);
+    const auto repeated = std::ranges::unique(used);
+    used.erase(repeated.begin(), repeated.end());
+    return used;
+}
+
 std::vector<MIDIBytes> RouteTable::takeEndings(std::int32_t destinationID) {
     HeldNotes all;
     for (auto& [routeID, held] : held_) {

@@ -63,6 +63,9 @@ public:
     /// The destination's reference, or 0 if it is not present.
     [[nodiscard]] MIDIObjectRef destinationRef(std::int32_t id) const;
 
+    /// The destinations that connections from the sources lead to, each once.
+    [[nodiscard]] std::vector<MIDIObjectRef> usedDestinations() const;
+
     /// The messages that end everything known to be held at a destination, which then counts as ended.
     [[nodiscard]] std::vector<MIDIBytes> takeEndings(std::int32_t destinationID);
 

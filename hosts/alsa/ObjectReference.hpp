@@ -6,36 +6,36 @@
 
 #include <cstdint>
 
-/// The references by which the engine names the sequencer's objects: the kind in the upper bits, so that no two objects
-/// share one and none is 0.
+/// The references by which the engine names the sequencer's objects, so that no two objects share one and none is 0.
+/// They leave the bits above `kMIDIObjectRefBits` free. Endpoints, of which there may be many in a short time, have
+/// most of the others.
 namespace corvel::hosts {
 
-enum class ObjectKind : std::uint8_t { none, source, destination, device, entity, client, port };
+enum class ObjectKind : std::uint8_t { none, device, entity, client, port };
 
 namespace detail {
 
-inline constexpr unsigned kKindShift = 29;
+inline constexpr unsigned kClassShift = 28;
+inline constexpr std::uint32_t kSourceClass = 1;
+inline constexpr std::uint32_t kDestinationClass = 2;
+inline constexpr unsigned kKindShift = 16;
 inline constexpr unsigned kGenerationShift = 16;
 inline constexpr unsigned kClientShift = 8;
-inline constexpr std::uint32_t kGenerationMask = 0x1FFF;
+inline constexpr std::uint32_t kGenerationMask = 0xFFF;
+inline constexpr std::uint32_t kNumberMask = 0xFFFF;
 inline constexpr std::uint32_t kByteMask = 0xFF;
+
+static_assert(kDestinationClass << kClassShift < 1U << kMIDIObjectRefBits);
 
 }  // namespace detail
 
 /// The reference of an endpoint. The generation tells a port from those that had its address before; it repeats after
-/// 8,192 endpoints.
+/// 4,096 endpoints.
 [[nodiscard]] constexpr MIDIObjectRef endpointReference(const PortAddress& address, MIDIEndpointDirection direction,
                                                         std::uint32_t generation) {
-    const auto kind = direction == MIDIEndpointDirection::source ? ObjectKind::source : ObjectKind::destination;
-    return static_cast<MIDIObjectRef>(kind) << detail::kKindShift |
-           (generation & detail::kGenerationMask) << detail::kGenerationShift |
-           (static_cast<std::uint32_t>(address.client) & detail::kByteMask) << detail::kClientShift |
-           (static_cast<std::uint32_t>(address.port) & detail::kByteMask);
-}
-
-/// The reference of another client's port, for both directions.
-[[nodiscard]] constexpr MIDIObjectRef portReference(const PortAddress& address) {
-    return static_cast<MIDIObjectRef>(ObjectKind::port) << detail::kKindShift |
+    const std::uint32_t kind =
+        direction == MIDIEndpointDirection::source ? detail::kSourceClass : detail::kDestinationClass;
+    return kind << detail::kClassShift | (generation & detail::kGenerationMask) << detail::kGenerationShift |
            (static_cast<std::uint32_t>(address.client) & detail::kByteMask) << detail::kClientShift |
            (static_cast<std::uint32_t>(address.port) & detail::kByteMask);
 }
@@ -46,14 +46,21 @@ inline constexpr std::uint32_t kByteMask = 0xFF;
             static_cast<int>(endpoint & detail::kByteMask)};
 }
 
-/// The reference of anything else, by its number: a device's index in the tree, an entity's client number, an own port.
+/// The reference of anything else, by its number (up to 65,535): a device's index in the tree, an entity's client
+/// number, an own port.
 [[nodiscard]] constexpr MIDIObjectRef objectReference(ObjectKind kind, int number) {
-    return static_cast<MIDIObjectRef>(kind) << detail::kKindShift | static_cast<std::uint32_t>(number);
+    return static_cast<MIDIObjectRef>(kind) << detail::kKindShift |
+           (static_cast<std::uint32_t>(number) & detail::kNumberMask);
 }
 
 /// The number in a reference made by `objectReference`.
 [[nodiscard]] constexpr int objectNumber(MIDIObjectRef ref) {
-    return static_cast<int>(ref & ((1U << detail::kKindShift) - 1));
+    return static_cast<int>(ref & detail::kNumberMask);
+}
+
+/// The reference of another client's port, for both directions.
+[[nodiscard]] constexpr MIDIObjectRef portReference(const PortAddress& address) {
+    return objectReference(ObjectKind::port, address.client << detail::kClientShift | address.port);
 }
 
 }  // namespace corvel::hosts

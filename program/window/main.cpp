@@ -114,7 +114,7 @@ int perform(const Start& start, const CommandLine::Window& /*window*/) {
 int perform(const Start& start, const CommandLine::Screenshot& screenshot) {
     const std::unique_ptr<QApplication> application = openDrawing(start.qtArguments, screenshot.scale);
     const ScratchStore scratch;
-    const Router router(MIDIHostChoice::demo);
+    const Router router(MIDIHostChoice{MIDIServiceKind::demo});
     const auto model = router.makeModel(scratch.store(), std::make_shared<InMemorySettings>());
     const std::optional<QString> problem = ui::takeScreenshot(*model, router.clock(), ui::toQString(demoReason(router)),
                                                               {.file = screenshot.file,

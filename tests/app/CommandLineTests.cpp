@@ -2,7 +2,7 @@
 
 #include "app/CommandLineOption.hpp"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
 #include <iterator>
@@ -39,21 +39,21 @@ std::string errorOf(const std::vector<std::string>& arguments) {
 TEST(CommandLine, WantsAWindowWithAutomaticMIDIWhenNothingIsSaid) {
     EXPECT_EQ(parsed({}), CommandLine{});
     EXPECT_EQ(CommandLine{}.command, CommandLine::Command(CommandLine::Window{}));
-    EXPECT_EQ(CommandLine{}.midi, MIDIHostChoice::automatic);
+    EXPECT_TRUE(CommandLine{}.midi.isAutomatic());
 }
 
 TEST(CommandLine, ReadsHeadlessWithItsOptions) {
     const CommandLine commandLine =
         parsed({"--headless", "--monitor", "--midi", "demo", "--document", "sets/tour.json"});
     EXPECT_EQ(commandLine.command, CommandLine::Command(CommandLine::Headless{.writesActivity = true}));
-    EXPECT_EQ(commandLine.midi, MIDIHostChoice::demo);
+    EXPECT_EQ(commandLine.midi, MIDIHostChoice{MIDIServiceKind::demo});
     EXPECT_EQ(commandLine.document, "sets/tour.json");
 }
 
 TEST(CommandLine, ReadsListWithItsOptions) {
     const CommandLine commandLine = parsed({"--midi=alsa", "--list", "--json"});
     EXPECT_EQ(commandLine.command, CommandLine::Command(CommandLine::List{.writesJSON = true}));
-    EXPECT_EQ(commandLine.midi, MIDIHostChoice::alsa);
+    EXPECT_EQ(commandLine.midi, MIDIHostChoice{MIDIServiceKind::alsa});
     EXPECT_EQ(commandLine.document, std::nullopt);
 }
 
@@ -68,7 +68,7 @@ TEST(CommandLine, ReadsConnectWithItsOptions) {
     const CommandLine commandLine =
         parsed({"--document", "a.json", "--channel", "16", "--connect", "Keys", "Synth", "--midi", "demo"});
     EXPECT_EQ(commandLine.command, CommandLine::Command(CommandLine::Connect{"Keys", "Synth", 16}));
-    EXPECT_EQ(commandLine.midi, MIDIHostChoice::demo);
+    EXPECT_EQ(commandLine.midi, MIDIHostChoice{MIDIServiceKind::demo});
     EXPECT_EQ(commandLine.document, "a.json");
 }
 
@@ -84,7 +84,7 @@ TEST(CommandLine, ReadsDisconnectAndTheCommandsOnSets) {
 TEST(CommandLine, ReadsTheWindowWithItsOptions) {
     const CommandLine commandLine = parsed({"--midi", "demo", "--document", "a.json"});
     EXPECT_EQ(commandLine.command, CommandLine::Command(CommandLine::Window{}));
-    EXPECT_EQ(commandLine.midi, MIDIHostChoice::demo);
+    EXPECT_EQ(commandLine.midi, MIDIHostChoice{MIDIServiceKind::demo});
     EXPECT_EQ(commandLine.document, "a.json");
 }
 
@@ -123,7 +123,22 @@ TEST(CommandLine, KeepsBlanksAndOddBytesInTheNameOfAFile) {
 }
 
 TEST(CommandLine, TakesTheLastOfRepeatedValues) {
-    EXPECT_EQ(parsed({"--midi", "alsa", "--midi", "auto"}).midi, MIDIHostChoice::automatic);
+    EXPECT_EQ(parsed({"--midi", "alsa", "--midi", "auto"}).midi, MIDIHostChoice());
+}
+
+TEST(CommandLine, ReadsSeveralMIDIServicesInAnyOrder) {
+    const MIDIHostChoice both{MIDIServiceKind::alsa, MIDIServiceKind::jack};
+    EXPECT_EQ(parsed({"--midi", "alsa,jack"}).midi, both);
+    EXPECT_EQ(parsed({"--midi", "jack,alsa"}).midi, both);
+    EXPECT_EQ(parsed({"--midi", "jack"}).midi, MIDIHostChoice{MIDIServiceKind::jack});
+}
+
+TEST(CommandLine, RefusesAMIDIServiceThatThereIsNotAndOneThatStandsAlone) {
+    for (const char* const value :
+         {"", "jack,", ",alsa", "alsa,,jack", "demo,alsa", "alsa,auto", "ALSA", "alsa, jack"}) {
+        EXPECT_THAT(errorOf({"--midi", value}), testing::HasSubstr("is not one of auto, alsa, jack, alsa,jack, demo"))
+            << value;
+    }
 }
 
 TEST(CommandLine, TellsTheVersion) {
@@ -171,7 +186,7 @@ TEST(CommandLine, RefusesWhatItDoesNotKnow) {
 }
 
 TEST(CommandLine, RefusesAnUnknownService) {
-    EXPECT_EQ(errorOf({"--headless", "--midi", "jack"}), "--midi: jack is not one of auto, alsa, demo");
+    EXPECT_EQ(errorOf({"--headless", "--midi", "oss"}), "--midi: oss is not one of auto, alsa, jack, alsa,jack, demo");
 }
 
 TEST(CommandLine, RefusesMissingValues) {

@@ -33,21 +33,21 @@ protected:
 };
 
 TEST_F(HostSelectionWithoutSequencer, TakesTheDemoAutomaticallyAndSaysWhy) {
-    const HostSelection selection = select(MIDIHostChoice::automatic);
+    const HostSelection selection = select(MIDIHostChoice());
     EXPECT_NE(selection.host, nullptr);
     EXPECT_TRUE(selection.isDemo);
     EXPECT_EQ(selection.problem, "the ALSA sequencer cannot be opened (/dev/snd/seq: No such file or directory)");
 }
 
 TEST_F(HostSelectionWithoutSequencer, GivesTheSequencersHostAllTheSameWhereItIsAskedFor) {
-    const HostSelection selection = select(MIDIHostChoice::alsa);
+    const HostSelection selection = select({MIDIServiceKind::alsa});
     EXPECT_NE(selection.host, nullptr);
     EXPECT_FALSE(selection.isDemo);
     EXPECT_EQ(selection.problem, "the ALSA sequencer cannot be opened (/dev/snd/seq: No such file or directory)");
 }
 
 TEST_F(HostSelectionWithoutSequencer, HasNoProblemWithTheDemoWhereItIsAskedFor) {
-    const HostSelection selection = select(MIDIHostChoice::demo);
+    const HostSelection selection = select({MIDIServiceKind::demo});
     EXPECT_NE(selection.host, nullptr);
     EXPECT_TRUE(selection.isDemo);
     EXPECT_EQ(selection.problem, "");

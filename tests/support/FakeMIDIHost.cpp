@@ -127,6 +127,13 @@ MIDIStatus FakeMIDIHost::disconnectSource(MIDIObjectRef port, MIDIObjectRef sour
     return wasConnected ? statusFor(disconnectStatuses, source) : kWrongObject;
 }
 
+void FakeMIDIHost::setUsedDestinations(MIDIObjectRef port, std::span<const MIDIObjectRef> of) {
+    note("setUsedDestinations");
+    if (port == outputPort_) {
+        usedDestinations.assign(of.begin(), of.end());
+    }
+}
+
 void FakeMIDIHost::send(MIDIObjectRef port, std::span<MIDISend> messages) {
     note("send");
     if (keepsSent) {

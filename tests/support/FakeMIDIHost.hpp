@@ -69,6 +69,8 @@ public:
     std::vector<MIDIObjectRef> disposed;
     /// The sources connected to the input port, with the reference constant of each.
     std::map<MIDIObjectRef, MIDIObjectRef> connections;
+    /// The destinations that were last said to be in use.
+    std::vector<MIDIObjectRef> usedDestinations;
     /// The kinds of listings that were requested, in order.
     std::vector<MIDIListing> listings;
     /// The sent packets; only while `keepsSent`. Reserve room in it to send without allocation.
@@ -107,6 +109,7 @@ public:
     [[nodiscard]] std::shared_ptr<const MIDISetup> setup(MIDIListing listing) override;
     [[nodiscard]] MIDIStatus connectSource(MIDIObjectRef port, MIDIObjectRef source, MIDIObjectRef connection) override;
     MIDIStatus disconnectSource(MIDIObjectRef port, MIDIObjectRef source) override;
+    void setUsedDestinations(MIDIObjectRef port, std::span<const MIDIObjectRef> of) override;
     void send(MIDIObjectRef port, std::span<MIDISend> messages) override;
 
 private:

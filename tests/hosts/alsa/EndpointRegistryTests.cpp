@@ -1,6 +1,6 @@
 #include "hosts/alsa/EndpointRegistry.hpp"
 
-#include "hosts/alsa/EndpointNaming.hpp"
+#include "hosts/EndpointNaming.hpp"
 
 #include <alsa/asoundlib.h>
 #include <gmock/gmock.h>

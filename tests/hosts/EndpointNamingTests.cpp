@@ -1,4 +1,4 @@
-#include "hosts/alsa/EndpointNaming.hpp"
+#include "hosts/EndpointNaming.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,102 @@
+#include "hosts/jack/JackEventReader.hpp"
+
+#include <algorithm>
+#include <array>
+
+namespace corvel::hosts {
+
+namespace {
+
+constexpr std::uint8_t kFirstStatus = 0x80;
+constexpr std::uint8_t kFirstSystem = 0xF0;
+constexpr std::uint8_t kSysExEnd = 0xF7;
+constexpr std::uint8_t kFirstRealtime = 0xF8;
+
+bool isData(std::uint8_t byte) {
+    return byte < kFirstStatus;
+}
+
+bool isRealtime(std::uint8_t byte) {
+    return byte >= kFirstRealtime;
+}
+
+std::size_t dataBytesAfter(std::uint8_t status) {
+    if (status < kFirstSystem) {
+        return (status & 0xE0U) == 0xC0U ? 1 : 2;
+    }
+    switch (status) {
+        case 0xF1:
+        case 0xF3:
+            return 1;
+        case 0xF2:
+            return 2;
+        default:
+            return 0;
+    }
+}
+
+}  // namespace
+
+void JackEventReader::read(std::span<const std::uint8_t> event, Sink sink) {
+    while (!event.empty()) {
+        const std::uint8_t first = event.front();
+        if (isRealtime(first)) {
+            sink(Part::whole, event.first(1));
+            event = event.subspan(1);
+        } else if (first == kFirstSystem || (isInSysEx_ && (isData(first) || first == kSysExEnd))) {
+            readSysEx(event, sink);
+        } else {
+            isInSysEx_ = false;
+            readMessage(event, sink);
+        }
+    }
+}
+
+void JackEventReader::readSysEx(std::span<const std::uint8_t>& rest, Sink sink) {
+    const bool begins = rest.front() == kFirstSystem;
+    runningStatus_ = 0;
+    const auto isStatus = [](std::uint8_t byte) { return !isData(byte); };
+    const auto end = std::find_if(rest.begin() + (begins ? 1 : 0), rest.end(), isStatus);
+    const bool isComplete = end != rest.end() && *end == kSysExEnd;
+    const std::size_t size = static_cast<std::size_t>(end - rest.begin()) + (isComplete ? 1 : 0);
+    // A realtime byte in the middle does not end it.
+    isInSysEx_ = !isComplete && (end == rest.end() || isRealtime(*end));
+    if (begins) {
+        sink(isComplete ? Part::whole : Part::sysExBegin, rest.first(size));
+    } else {
+        sink(isComplete ? Part::sysExEnd : Part::sysExMiddle, rest.first(size));
+    }
+    rest = rest.subspan(size);
+}
+
+void JackEventReader::readMessage(std::span<const std::uint8_t>& rest, Sink sink) {
+    std::array<std::uint8_t, 3> message{};
+    const bool hasStatus = !isData(rest.front());
+    message[0] = hasStatus ? rest.front() : runningStatus_;
+    if (message[0] == 0) {
+        ++malformedCount_;
+        rest = rest.subspan(static_cast<std::size_t>(std::ranges::find_if_not(rest, isData) - rest.begin()));
+        return;
+    }
+    if (hasStatus) {
+        rest = rest.subspan(1);
+        runningStatus_ = message[0] < kFirstSystem ? message[0] : 0;
+    }
+    const std::size_t wanted = dataBytesAfter(message[0]);
+    std::size_t count = 0;
+    while (count < wanted && !rest.empty() && (isData(rest.front()) || isRealtime(rest.front()))) {
+        if (isRealtime(rest.front())) {
+            sink(Part::whole, rest.first(1));
+        } else {
+            message[++count] = rest.front();
+        }
+        rest = rest.subspan(1);
+    }
+    if (count == wanted) {
+        sink(Part::whole, std::span(message).first(wanted + 1));
+    } else {
+        ++malformedCount_;
+    }
+}
+
+}  // namespace corvel::hosts

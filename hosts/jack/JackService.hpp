@@ -1,0 +1,126 @@
+#pragma once
+
+#include "core/host/MIDIHost.hpp"
+#include "core/support/ChunkedQueue.hpp"
+#include "core/support/EventLoop.hpp"
+#include "hosts/SetupNotifications.hpp"
+#include "hosts/jack/JackEndpoints.hpp"
+#include "hosts/jack/JackEventReader.hpp"
+#include "hosts/jack/JackProcess.hpp"
+#include "hosts/jack/JackWorker.hpp"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace corvel::hosts {
+
+/// The JACK host's side on the engine's queue: endpoints, what arrives and what is sent. What it wants of the server it
+/// asks of the worker, without waiting.
+///
+/// Every operation but the constructor runs on the engine's queue. What was read before a change of the ports is
+/// delivered before the change takes effect.
+class JackService : public std::enable_shared_from_this<JackService> {
+public:
+    /// How the service reaches the worker; each only posts there.
+    struct Worker {
+        std::function<void(JackWish wish)> setWish;
+        std::function<void()> refresh;
+    };
+
+    /// The delay after which the way to a destination that nobody uses any more is closed.
+    static constexpr std::chrono::seconds kReleaseDelay{10};
+    /// Time between two diagnostics about what arrives malformed.
+    static constexpr std::chrono::seconds kReportInterval{1};
+
+    JackService(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue,
+                std::shared_ptr<JackProcess> process, bool leavesOutALSAMirrors, Worker worker);
+
+    /// Before anything else happens on the queue.
+    void setDiagnosticHandler(MIDIHost::DiagnosticHandler handler) { reportDiagnostic_ = std::move(handler); }
+
+    /// Reads what arrives from now on, whenever the descriptor is ready.
+    void open(int descriptor, MIDIHost::NotificationHandler handler);
+    void setReceiveHandler(MIDIHost::ReceiveHandler handler);
+    void close();
+
+    void takeSnapshot(JackSnapshot snapshot);
+
+    [[nodiscard]] std::shared_ptr<const MIDISetup> setup(MIDIListing listing);
+    [[nodiscard]] MIDIStatus connectSource(MIDIObjectRef source, MIDIObjectRef connection);
+    MIDIStatus disconnectSource(MIDIObjectRef source);
+    void setUsedDestinations(std::span<const MIDIObjectRef> destinations);
+    void send(std::span<MIDISend> messages);
+
+private:
+    static constexpr std::size_t kUsualBurst = 4'096;
+    static constexpr std::size_t kArrivalsPerChunk = 256;
+
+    /// A message that was read, and the frame at which what it causes is to go out.
+    struct Arrival {
+        MIDIArrival arrival;
+        std::uint32_t frame = 0;
+    };
+
+    struct Subscription {
+        MIDIObjectRef connection = 0;
+        /// False between a disconnect and the end of the queue's current task.
+        bool isWanted = true;
+        JackEventReader reader;
+    };
+
+    // Input
+    void readForThisRound();
+    void readWaitingEvents();
+    void runTurn();
+    void deliver(std::size_t limit);
+    void deliverAll();
+    void scheduleMalformedReport();
+
+    // Ports
+    void notify(const JackEndpoints::Change& change);
+    void settleSubscriptions();
+    [[nodiscard]] JackLane* laneTo(MIDIObjectRef destination);
+    void releaseUnused();
+    void scheduleWish();
+    void sendWish();
+
+    void post(void (JackService::*operation)());
+    void postAfter(std::chrono::nanoseconds delay, void (JackService::*operation)());
+
+    const std::shared_ptr<EventLoop> queue_;
+    const std::shared_ptr<JackProcess> process_;
+    const Worker worker_;
+    const std::shared_ptr<SetupNotifications> notifications_;
+    MIDIHost::DiagnosticHandler reportDiagnostic_;
+    MIDIHost::ReceiveHandler receiveHandler_;
+    std::optional<int> descriptor_;
+
+    JackEndpoints endpoints_;
+    std::map<MIDIObjectRef, Subscription> subscriptions_;
+    bool isSettlingScheduled_ = false;
+    std::map<MIDIObjectRef, std::shared_ptr<JackLane>> lanes_;
+    std::set<MIDIObjectRef> used_;
+    bool isReleaseScheduled_ = false;
+    bool isWishScheduled_ = false;
+
+    ChunkedQueue<Arrival, kArrivalsPerChunk> arrivals_{kUsualBurst};
+    std::vector<std::uint8_t> eventBytes_;
+    std::vector<MIDIArrival> group_;
+    bool isTurnScheduled_ = false;
+    bool isDelivering_ = false;
+    /// While arrivals of one frame are being delivered: when what is sent meanwhile goes out.
+    std::optional<std::uint32_t> sendFrame_;
+    std::size_t malformedCount_ = 0;
+    bool isReportScheduled_ = false;
+};
+
+}  // namespace corvel::hosts
