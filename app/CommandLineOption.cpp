@@ -21,7 +21,7 @@ constexpr std::array<std::string_view, 7> kOnDocuments{kWindowCommand, "--headle
 constexpr std::array<std::string_view, 16> kChannels{"1", "2",  "3",  "4",  "5",  "6",  "7",  "8",
                                                      "9", "10", "11", "12", "13", "14", "15", "16"};
 constexpr std::array<std::string_view, 2> kAppearances{"light", "dark"};
-constexpr std::array<std::string_view, 3> kServices{"auto", "alsa", "demo"};
+constexpr std::array<std::string_view, 5> kServices{"auto", "alsa", "jack", "alsa,jack", "demo"};
 
 constexpr std::array<OptionValue, 2> kEndpoints{
     {{.name = "SOURCE", .kind = Kind::source}, {.name = "DESTINATION", .kind = Kind::destination}}};
@@ -89,9 +89,9 @@ constexpr std::array<CommandLineOption, 18> kOptions{{
      .details = "Dark by default."},
     {.name = "--midi",
      .values = kService,
-     .summary = "The MIDI service",
-     .details = "alsa: the ALSA sequencer. demo: devices in memory that play by themselves, with sets of their own. "
-                "auto (the default): ALSA, or the demo where there is no sequencer."},
+     .summary = "The MIDI services",
+     .details = "alsa: the ALSA sequencer. jack: JACK or PipeWire. alsa,jack: both. demo: devices in memory that play "
+                "by themselves, with sets of their own. auto (the default): both, or the demo where there is neither."},
     {.name = "--document",
      .values = kFile,
      .commands = kOnDocuments,

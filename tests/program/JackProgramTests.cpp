@@ -1,0 +1,212 @@
+#include "tests/program/ProgramFixture.hpp"
+#include "tests/support/JackPeer.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace corvel::tests {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// The program on a server of the test's own: JACK or, with CORVEL_TEST_JACK=pipewire, PipeWire, whose library the test
+/// and all that it starts then have to be run with.
+class JackProgram : public ProgramFixture {
+protected:
+    void startServer() {
+        if (isPipeWire()) {
+            server_.emplace(std::vector<std::string>{"pipewire"});
+        } else {
+            server_.emplace(
+                std::vector<std::string>{"jackd", "-r", "-n", serverName_, "-d", "dummy", "-r", "48000", "-p", "1024"});
+        }
+        const auto deadline = std::chrono::steady_clock::now() + kDeadline;
+        while (!isServerReady() && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(50ms);
+        }
+        ASSERT_TRUE(isServerReady());
+    }
+
+    void killServer() {
+        server_->signal(SIGKILL);
+        ASSERT_TRUE(server_->wait(kDeadline));
+        server_.reset();
+        clients_.clear();
+    }
+
+    /// A player and a recorder from the system's tools, each a program of its own.
+    void startTools() {
+        clients_.emplace_back(std::vector<std::string>{"jack_midiseq", "seq", "12000", "0", "60", "6000"});
+        clients_.emplace_back(std::vector<std::string>{"stdbuf", "-oL", "jack_midi_dump", "dump"});
+    }
+    ChildProcess& recorder() { return clients_.back(); }
+
+    [[nodiscard]] ChildProcess startRouter() { return start({"--headless", "--monitor", "--midi", "jack"}); }
+
+    [[nodiscard]] static std::string run(std::vector<std::string> arguments) {
+        ChildProcess program = start(std::move(arguments));
+        EXPECT_TRUE(program.wait(kDeadline));
+        return program.standardOutput() + program.standardError();
+    }
+
+    /// Runs the command until its answer has the text.
+    [[nodiscard]] static bool waitForAnswer(const std::vector<std::string>& arguments, const std::string& text) {
+        const auto deadline = std::chrono::steady_clock::now() + kDeadline;
+        while (run(arguments).find(text) == std::string::npos) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    [[nodiscard]] static bool isPipeWire() {
+        const char* const server = std::getenv("CORVEL_TEST_JACK");
+        return server != nullptr && std::string(server) == "pipewire";
+    }
+
+    const TemporaryFolder runtime_;
+    const std::string serverName_ = "corvel-test-" + std::to_string(::getpid());
+    const ScopedEnvironment runtimeHome_{"XDG_RUNTIME_DIR", runtime_.path().string()};
+    const ScopedEnvironment defaultServer_{"JACK_DEFAULT_SERVER", serverName_};
+    std::optional<ChildProcess> server_;
+    std::vector<ChildProcess> clients_;
+
+private:
+    [[nodiscard]] static bool isServerReady() {
+        try {
+            const JackPeer visitor("visitor", 0);
+            return true;
+        } catch (const std::runtime_error&) {
+            return false;
+        }
+    }
+};
+
+TEST_F(JackProgram, ListsWhatThereIsAndSaysWhenNoServerRuns) {
+    EXPECT_THAT(run({"--list", "--midi", "jack"}), testing::HasSubstr("corvel: no JACK or PipeWire server runs\n"));
+    startServer();
+    startTools();
+    EXPECT_TRUE(waitForAnswer({"--list", "--midi", "jack"}, "seq"));
+    EXPECT_TRUE(waitForAnswer({"--list", "--midi", "jack"}, "dump"));
+    const std::string list = run({"--list", "--midi", "jack"});
+    EXPECT_THAT(list, testing::HasSubstr(isPipeWire() ? "PipeWire" : "JACK"));
+    EXPECT_THAT(list, testing::Not(testing::HasSubstr("Corvel")));
+}
+
+TEST_F(JackProgram, RoutesFromOneProgramToAnotherOntoAnotherChannel) {
+    startServer();
+    startTools();
+    ASSERT_TRUE(waitForAnswer({"--list", "--midi", "jack"}, "dump"));
+    ASSERT_EQ(run({"--connect", "seq", "dump", "--channel", "5", "--midi", "jack"}), "Added output channel Ch 5\n");
+    ChildProcess router = startRouter();
+    EXPECT_TRUE(router.waitForOutput("\tseq\tdump\tNote\t94 3C 40\n", kDeadline)) << router.standardError();
+    EXPECT_TRUE(recorder().waitForOutput("94 3c 40 note on", kDeadline));
+    EXPECT_TRUE(recorder().waitForOutput("84 3c 40 note off", kDeadline));
+    router.signal(SIGTERM);
+    EXPECT_EQ(router.wait(kDeadline), 0);
+}
+
+TEST_F(JackProgram, TakesUpAServerThatComesLaterAndSurvivesItsEnd) {
+    startServer();
+    startTools();
+    ASSERT_TRUE(waitForAnswer({"--list", "--midi", "jack"}, "dump"));
+    ASSERT_EQ(run({"--connect", "seq", "dump", "--channel", "5", "--midi", "jack"}), "Added output channel Ch 5\n");
+    killServer();
+    ChildProcess router = startRouter();
+    ASSERT_TRUE(router.waitForError("No JACK or PipeWire server runs", kDeadline)) << router.standardError();
+    startServer();
+    startTools();
+    EXPECT_TRUE(recorder().waitForOutput("94 3c 40 note on", kDeadline)) << router.standardError();
+    killServer();
+    EXPECT_TRUE(router.waitForError("The JACK or PipeWire server has gone", kDeadline)) << router.standardError();
+    startServer();
+    startTools();
+    EXPECT_TRUE(recorder().waitForOutput("94 3c 40 note on", kDeadline)) << router.standardError();
+    router.signal(SIGTERM);
+    EXPECT_EQ(router.wait(kDeadline), 0);
+}
+
+TEST_F(JackProgram, AddsOnePeriodAndLosesNothingThroughFiftyReloads) {
+    constexpr std::uint32_t kMessages = 10'000;
+    startServer();
+    JackPeer peer("peer", 2 * kMessages);
+    ASSERT_TRUE(waitForAnswer({"--list", "--midi", "jack"}, "peer"));
+    ASSERT_EQ(run({"--connect", "peer", "peer", "--channel", "3", "--midi", "jack"}), "Added output channel Ch 3\n");
+    ChildProcess router = start({"--headless", "--midi", "jack"});
+    ASSERT_TRUE(router.waitForError("1 source connections", kDeadline)) << router.standardError();
+    // The way is there when the first message comes back.
+    while (peer.arrivedCount() == 0 && !router.wait(10ms)) {
+        peer.play(1, 1);
+        std::this_thread::sleep_for(100ms);
+    }
+    std::this_thread::sleep_for(200ms);
+    const std::uint32_t first = peer.playedCount();
+    const std::size_t arrivedBefore = peer.arrivedCount();
+    // 1,000 a second.
+    peer.play(kMessages, std::max(1U, peer.period() / 48));
+    const auto count = [&router] {
+        std::size_t reloads = 0;
+        const std::string& log = router.standardError();
+        for (std::size_t at = log.find("Endpoint reload"); at != std::string::npos;
+             at = log.find("Endpoint reload", at + 1)) {
+            ++reloads;
+        }
+        return reloads;
+    };
+    for (int number = 0; count() < 50 && number < 500; ++number) {
+        const JackPeer visitor("visitor", 0);
+        std::this_thread::sleep_for(60ms);
+    }
+    EXPECT_GE(count(), 50U);
+    const auto deadline = std::chrono::steady_clock::now() + 60s;
+    while (peer.arrivedCount() < arrivedBefore + kMessages && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(10ms);
+    }
+    ASSERT_EQ(peer.arrivedCount(), arrivedBefore + kMessages);
+    std::map<std::uint32_t, std::size_t> delays;
+    bool isInOrder = true;
+    for (std::uint32_t index = 0; index < kMessages; ++index) {
+        const JackPeer::Arrival& arrival = peer.arrival(arrivedBefore + index);
+        isInOrder = isInOrder && arrival.number == (first + index) % JackPeer::kNumbers && arrival.status == 0xE2;
+        ++delays[arrival.delay];
+    }
+    EXPECT_TRUE(isInOrder);
+    // On a busy machine a period may pass before the router gets the processor; never is it earlier.
+    EXPECT_EQ(delays.begin()->first, peer.period());
+    EXPECT_GT(delays.begin()->second, kMessages / 2) << "exactly one period is the rule";
+    router.signal(SIGTERM);
+    EXPECT_EQ(router.wait(kDeadline), 0);
+}
+
+TEST_F(JackProgram, SettlesWhenManyPortsComeAtOnceAndGoAgain) {
+    startServer();
+    ChildProcess router = startRouter();
+    ASSERT_TRUE(router.waitForError("Endpoint reload (initial load): 0 sources", kDeadline));
+    {
+        std::vector<std::unique_ptr<JackPeer>> peers;
+        for (int number = 0; number < 30; ++number) {
+            peers.push_back(std::make_unique<JackPeer>("peer" + std::to_string(number), 0));
+        }
+        EXPECT_TRUE(router.waitForError("30 sources, 30 destinations, 30 source connections", kDeadline))
+            << router.standardError();
+    }
+    EXPECT_TRUE(router.waitForError(" 0 sources, 0 destinations, 0 source connections\n", kDeadline));
+    router.signal(SIGTERM);
+    EXPECT_EQ(router.wait(kDeadline), 0);
+}
+
+}  // namespace
+}  // namespace corvel::tests

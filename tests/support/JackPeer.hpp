@@ -1,0 +1,62 @@
+#pragma once
+
+#include <jack/jack.h>
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace corvel::tests {
+
+/// Another program on a JACK server, with an output port "out" that plays numbered messages and an input port "in" that
+/// notes when each comes back. Belongs to the test's thread but for the server's callback.
+class JackPeer {
+public:
+    /// A numbered message is a pitch bend whose value is the number modulo this.
+    static constexpr std::uint32_t kNumbers = 16'384;
+
+    struct Arrival {
+        /// The low 14 bits of its number.
+        std::uint32_t number = 0;
+        std::uint8_t status = 0;
+        /// Frames since it was played.
+        std::uint32_t delay = 0;
+    };
+
+    /// Keeps at most `capacity` arrivals. Throws `std::runtime_error` if no server runs.
+    JackPeer(const std::string& name, std::size_t capacity);
+    JackPeer(const JackPeer&) = delete;
+    JackPeer& operator=(const JackPeer&) = delete;
+    ~JackPeer();
+
+    /// Plays so many messages, `perPeriod` in each period at frames spread over it, from the next period on.
+    void play(std::uint32_t count, std::uint32_t perPeriod);
+    /// Connects the output directly to the input.
+    void connectDirectly();
+
+    [[nodiscard]] std::uint32_t playedCount() const { return played_.load(std::memory_order_acquire); }
+    [[nodiscard]] std::size_t arrivedCount() const { return arrived_.load(std::memory_order_acquire); }
+    [[nodiscard]] const Arrival& arrival(std::size_t index) const { return arrivals_[index]; }
+    [[nodiscard]] std::uint32_t period() const;
+    /// Whether the server has gone.
+    [[nodiscard]] bool isShutDown() const { return isShutDown_; }
+
+private:
+    void process(jack_nframes_t frames);
+
+    jack_client_t* client_ = nullptr;
+    jack_port_t* output_ = nullptr;
+    jack_port_t* input_ = nullptr;
+    std::atomic<std::uint32_t> wanted_ = 0;
+    std::atomic<std::uint32_t> perPeriod_ = 1;
+    std::atomic<std::uint32_t> played_ = 0;
+    std::atomic<std::size_t> arrived_ = 0;
+    std::atomic<bool> isShutDown_ = false;
+    std::array<std::uint32_t, kNumbers> playedAt_{};
+    std::vector<Arrival> arrivals_;
+};
+
+}  // namespace corvel::tests
