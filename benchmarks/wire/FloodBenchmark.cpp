@@ -188,6 +188,7 @@ int run(std::chrono::seconds duration) {
     // Its own settings, so that no other instance answers.
     const tests::ScopedEnvironment settings("XDG_CONFIG_HOME", (folder / "config").string());
     const tests::ScopedEnvironment data("XDG_DATA_HOME", (folder / "data").string());
+    const tests::ScopedEnvironment runtime("XDG_RUNTIME_DIR", folder.path().string());
     std::vector<std::unique_ptr<Sender>> senders;
     tests::SequencerPeer full("Full Receiver");
     full.addPort(kPortName, tests::SequencerPeer::kDestination);

@@ -4,6 +4,7 @@
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/ConnectionsFile.hpp"
 #include "tests/support/RawMIDIDevice.hpp"
+#include "tests/support/ScopedEnvironment.hpp"
 #include "tests/support/SequencerPeer.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
@@ -157,6 +158,7 @@ protected:
     }
 
     TemporaryFolder folder_;
+    const ScopedEnvironment runtime_{"XDG_RUNTIME_DIR", folder_.path().string()};
     ConnectionsFile file_;
     SequencerPeer keyboard_;
     SequencerPeer synth_;
@@ -391,6 +393,7 @@ protected:
     }
 
     TemporaryFolder folder_;
+    const ScopedEnvironment runtime_{"XDG_RUNTIME_DIR", folder_.path().string()};
     const std::string settings_ = "XDG_CONFIG_HOME=" + folder_.path().string();
     const std::string sets_ = "XDG_DATA_HOME=" + folder_.path().string();
     std::vector<snd_seq_t*> clients_;

@@ -43,6 +43,8 @@ protected:
     const TemporaryFolder configuration;
     const ScopedEnvironment dataHome{"XDG_DATA_HOME", data.path().string()};
     const ScopedEnvironment configurationHome{"XDG_CONFIG_HOME", configuration.path().string()};
+    const TemporaryFolder runtime;
+    const ScopedEnvironment runtimeFolder{"XDG_RUNTIME_DIR", runtime.path().string()};
     const ScopedEnvironment display{"DISPLAY", std::nullopt};
     const ScopedEnvironment waylandDisplay{"WAYLAND_DISPLAY", std::nullopt};
     const ScopedEnvironment platform{"QT_QPA_PLATFORM", std::nullopt};

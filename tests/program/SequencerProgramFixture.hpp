@@ -2,6 +2,7 @@
 
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/ConnectionsFile.hpp"
+#include "tests/support/ScopedEnvironment.hpp"
 #include "tests/support/SequencerPeer.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
@@ -124,6 +125,7 @@ protected:
     [[nodiscard]] std::filesystem::path document() const { return folder_ / "routes.json"; }
 
     TemporaryFolder folder_;
+    const ScopedEnvironment runtime_{"XDG_RUNTIME_DIR", folder_.path().string()};
     ConnectionsFile file_;
     std::optional<ChildProcess> corvel_;
     std::optional<SequencerPeer> visitor_;

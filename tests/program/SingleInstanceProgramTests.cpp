@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -153,6 +154,30 @@ TEST_F(SingleInstanceProgram, KeepsUsersWithOtherSettingsApart) {
     const auto router = startRouter();
     ChildProcess other({"env", "XDG_CONFIG_HOME=" + data.path().string(), CORVEL_PROGRAM, "--headless"});
     EXPECT_TRUE(other.waitForError("Device tree: 6 devices", kDeadline));
+}
+
+TEST_F(SingleInstanceProgram, IsTheOneForAllNetworkNamespaces) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root makes network namespaces";
+    }
+    const auto router = startRouter();
+    ChildProcess second({"unshare", "--net", CORVEL_PROGRAM, "--headless"});
+    EXPECT_EQ(second.wait(kDeadline), 1);
+    EXPECT_EQ(second.standardError(), kRefusal);
+    ChildProcess command({"unshare", "--net", CORVEL_PROGRAM, "--set", "Loud"});
+    EXPECT_EQ(command.wait(kDeadline), 0) << command.standardError();
+    EXPECT_EQ(command.standardOutput(), "Loaded set \"Loud\"\n");
+}
+
+TEST_F(SingleInstanceProgram, SaysThatItCannotTellAndRoutesWithoutARuntimeFolder) {
+    const ScopedEnvironment missing{"XDG_RUNTIME_DIR", "/nowhere"};
+    const auto router = startRouter();
+    const std::string complaint =
+        "corvel: cannot tell whether Corvel is running already: /nowhere: No such file or directory\n";
+    EXPECT_THAT(router->standardError(), HasSubstr(complaint));
+    const Answer command = run({"--sets", "--document", file});
+    EXPECT_EQ(command.status, 0);
+    EXPECT_EQ(command.error, complaint);
 }
 
 TEST_F(SingleInstanceProgram, StartsAfterOneThatWasKilled) {

@@ -2,17 +2,21 @@
 
 #include "program/QtMainQueue.hpp"
 #include "tests/support/Deadline.hpp"
+#include "tests/support/ScopedEnvironment.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QTimer>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,8 +26,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstddef>
-#include <cstring>
+#include <filesystem>
 #include <functional>
 #include <future>
 #include <iterator>
@@ -44,6 +47,7 @@ using std::chrono::seconds;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using tests::kDeadline;
+using tests::ScopedEnvironment;
 using tests::TemporaryFolder;
 
 using Outcome = SingleInstance::Outcome;
@@ -54,9 +58,12 @@ constexpr milliseconds kShortLimit{100};
 /// A process that speaks to the instance without its manners.
 class RawClient {
 public:
-    explicit RawClient(const QString& name) {
-        const auto [address, size] = RawClient::address(name);
-        if (descriptor_ < 0 || ::connect(descriptor_, reinterpret_cast<const sockaddr*>(&address), size) != 0) {
+    explicit RawClient(const std::filesystem::path& socketFile) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        socketFile.string().copy(address.sun_path, sizeof address.sun_path - 1);
+        if (descriptor_ < 0 ||
+            ::connect(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
             throw std::system_error(errno, std::generic_category(), "connect");
         }
     }
@@ -68,14 +75,6 @@ public:
         if (descriptor_ >= 0) {
             ::close(descriptor_);
         }
-    }
-
-    static std::pair<sockaddr_un, socklen_t> address(const QString& name) {
-        const std::string text = name.toStdString();
-        sockaddr_un result{};
-        result.sun_family = AF_UNIX;
-        std::memcpy(result.sun_path + 1, text.data(), text.size());
-        return {result, static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + text.size())};
     }
 
     void send(const std::string& bytes) const {
@@ -146,6 +145,13 @@ protected:
         });
     }
 
+    [[nodiscard]] std::filesystem::path socketFile() const { return meetingPlace / (instance->name() + ".socket"); }
+    [[nodiscard]] std::filesystem::path lockFile() const { return meetingPlace / (instance->name() + ".lock"); }
+
+    static std::string problemOf(const Outcome& outcome) {
+        const auto* const unavailable = std::get_if<SingleInstance::Unavailable>(&outcome);
+        return unavailable != nullptr ? unavailable->reason : "no problem: " + std::to_string(outcome.index());
+    }
     static bool isTaken(const Outcome& outcome) { return std::holds_alternative<SingleInstance::Taken>(outcome); }
     static std::string answerOf(const Outcome& outcome) {
         const auto* const answered = std::get_if<SingleInstance::Answered>(&outcome);
@@ -156,6 +162,9 @@ protected:
     char program[7] = "corvel";
     char* arguments[2] = {program, nullptr};
     const TemporaryFolder folder;
+    const TemporaryFolder runtime;
+    const ScopedEnvironment runtimeVariable{"XDG_RUNTIME_DIR", runtime.path().string()};
+    const std::filesystem::path meetingPlace = runtime / "corvel";
     const std::filesystem::path settings = folder / "Corvel/Corvel.ini";
     std::unique_ptr<QCoreApplication> application = std::make_unique<QCoreApplication>(argumentCount, arguments);
     std::optional<SingleInstance> instance{std::in_place, settings};
@@ -262,7 +271,7 @@ TEST_F(SingleInstances, LetsGoOfWhoSpeaksNonsense) {
     serve();
     for (const std::string& nonsense : {std::string("GET / HTTP/1.1\r\n\r\n"), std::string("corvel 1\xFF\xFF\xFF\xFF"),
                                         std::string(100'000, '\0'), std::string("corvel 1\0\0\0\1x", 13)}) {
-        const RawClient client(instance->name());
+        const RawClient client(socketFile());
         client.send(nonsense);
         EXPECT_TRUE(runUntil([&] { return client.isDropped(); }));
     }
@@ -271,8 +280,8 @@ TEST_F(SingleInstances, LetsGoOfWhoSpeaksNonsense) {
 
 TEST_F(SingleInstances, LetsGoOfWhoSaysNothing) {
     serve();
-    const RawClient silent(instance->name());
-    const RawClient halfway(instance->name());
+    const RawClient silent(socketFile());
+    const RawClient halfway(socketFile());
     halfway.send("corvel 1");
     EXPECT_EQ(answerOf(startAnother({})), "1") << "nobody else is held up";
     EXPECT_TRUE(runUntil([&] { return silent.isDropped() && halfway.isDropped(); }));
@@ -283,7 +292,7 @@ TEST_F(SingleInstances, AnswersBesideAThousandConnectionsThatSayNothing) {
     const DescriptorLimit enough(2'000);
     std::vector<RawClient> crowd;
     for (int count = 0; count < 1'000; ++count) {
-        crowd.emplace_back(instance->name());
+        crowd.emplace_back(socketFile());
         QCoreApplication::processEvents();
     }
     EXPECT_EQ(answerOf(startAnother({})), "1");
@@ -292,17 +301,16 @@ TEST_F(SingleInstances, AnswersBesideAThousandConnectionsThatSayNothing) {
     EXPECT_EQ(answerOf(startAnother({})), "2");
 }
 
-TEST_F(SingleInstances, KeepsThePlaceWhereNoDescriptorIsLeftForAConnection) {
+TEST_F(SingleInstances, KeepsThePlaceAndAnswersLaterWhereNoDescriptorIsLeftForAConnection) {
     serve();
-    const RawClient client(instance->name());
+    const RawClient client(socketFile());
     {
         const DescriptorLimit none(3);
         for (int turn = 0; turn < 3; ++turn) {
             QCoreApplication::processEvents();
         }
     }
-    SingleInstance other(settings);
-    EXPECT_TRUE(std::holds_alternative<SingleInstance::NotAnswering>(other.takeOrAsk({}, kShortLimit)));
+    EXPECT_EQ(answerOf(startAnother({})), "1") << "as soon as there are descriptors again";
 }
 
 TEST_F(SingleInstances, AnswersWithinASecondWhileTheMainQueueIsFlooded) {
@@ -370,34 +378,40 @@ struct Pipe {
     int ends[2] = {-1, -1};
 };
 
-TEST_F(SingleInstances, DoesWithoutAPlaceThatAnotherUserHolds) {
-    if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can be another user";
-    }
-    const Pipe ready;
-    const StrangerProcess stranger([&] {
-        const auto [address, size] = RawClient::address(instance->name());
-        const int descriptor = ::socket(AF_UNIX, SOCK_STREAM, 0);
-        if (::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), size) == 0 &&
-            ::listen(descriptor, 10) == 0) {
-            std::ignore = ::write(ready.ends[1], "x", 1);
-            ::pause();
-        }
-    });
-    char byte = 0;
-    ASSERT_EQ(::read(ready.ends[0], &byte, 1), 1);
-    EXPECT_EQ(std::get<SingleInstance::Unavailable>(instance->takeOrAsk({})).reason,
-              "another user holds the name for it");
-}
-
-TEST_F(SingleInstances, HasNothingToDoWithOtherUsers) {
+TEST_F(SingleInstances, AnotherUserReachesNeitherTheSocketNorTheLock) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can be another user";
     }
     serve();
+    const Pipe result;
+    const StrangerProcess stranger([&] {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        socketFile().string().copy(address.sun_path, sizeof address.sun_path - 1);
+        const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        const bool isRefused =
+            ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 && errno == EACCES;
+        const bool isLocked = ::open(lockFile().c_str(), O_RDONLY) < 0 && errno == EACCES;
+        std::ignore = ::write(result.ends[1], isRefused && isLocked ? "y" : "n", 1);
+        ::pause();
+    });
+    char byte = 0;
+    ASSERT_EQ(::read(result.ends[0], &byte, 1), 1);
+    EXPECT_EQ(byte, 'y');
+}
+
+TEST_F(SingleInstances, HasNothingToDoWithOtherUsersWhereTheyReachTheSocket) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can be another user";
+    }
+    serve();
+    using std::filesystem::perms;
+    std::filesystem::permissions(runtime.path(), perms::all);
+    std::filesystem::permissions(meetingPlace, perms::all);
+    std::filesystem::permissions(socketFile(), perms::all);
     const Pipe done;
     const StrangerProcess stranger([&] {
-        const RawClient client(instance->name());
+        const RawClient client(socketFile());
         client.send(InstanceMessage::encoded(InstanceRequest{"/", {"--set", "Live"}}));
         while (!client.isDropped()) {
             ::usleep(1'000);
@@ -408,6 +422,177 @@ TEST_F(SingleInstances, HasNothingToDoWithOtherUsers) {
     pollfd state{done.ends[0], POLLIN, 0};
     EXPECT_TRUE(runUntil([&] { return ::poll(&state, 1, 0) == 1; }));
     EXPECT_THAT(requests, IsEmpty());
+}
+
+mode_t modeOf(const std::filesystem::path& file) {
+    struct stat state {};
+    return ::lstat(file.c_str(), &state) == 0 ? state.st_mode & 07777U : 0;
+}
+
+TEST_F(SingleInstances, KeepsItsFilesToTheUserWhateverTheMask) {
+    const mode_t before = ::umask(0);
+    serve();
+    ::umask(before);
+    EXPECT_EQ(modeOf(meetingPlace), 0700U);
+    EXPECT_EQ(modeOf(socketFile()), 0600U);
+    EXPECT_EQ(modeOf(lockFile()), 01600U) << "sticky, so that nobody tidies it away";
+    EXPECT_EQ(tests::readFile(lockFile()), std::to_string(::getpid()) + "\n");
+}
+
+TEST_F(SingleInstances, LeavesNoSocketBehind) {
+    serve();
+    const std::string name = instance->name();
+    instance.reset();
+    EXPECT_THAT(tests::entries(meetingPlace), ElementsAre(name + ".lock"));
+}
+
+TEST_F(SingleInstances, TakesThePlaceOfAProcessThatLeftItsSocketBehind) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        std::ignore = instance->takeOrAsk({});
+        ::kill(::getpid(), SIGKILL);
+    }
+    ::waitpid(child, nullptr, 0);
+    ASSERT_TRUE(std::filesystem::exists(socketFile()));
+    serve();
+    EXPECT_EQ(answerOf(startAnother({})), "1");
+}
+
+TEST_F(SingleInstances, APathLongerThanASocketAddressDoesNoHarm) {
+    std::filesystem::path deep = runtime.path();
+    while (deep.native().size() < 1'000) {
+        deep /= std::string(200, 'x');
+    }
+    std::filesystem::create_directories(deep);
+    const ScopedEnvironment variable("XDG_RUNTIME_DIR", deep.string());
+    serve();
+    EXPECT_EQ(answerOf(startAnother({})), "1");
+    EXPECT_TRUE(std::filesystem::is_socket(deep / "corvel" / (instance->name() + ".socket")));
+}
+
+TEST_F(SingleInstances, AProgramThatTheInstanceStartsDoesNotKeepThePlace) {
+    serve();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::execlp("sleep", "sleep", "100", nullptr);
+        ::_exit(1);
+    }
+    const auto hasBecomeSleep = [child] {
+        return tests::readFile("/proc/" + std::to_string(child) + "/comm") == "sleep\n";
+    };
+    EXPECT_TRUE(runUntil(hasBecomeSleep));
+    instance.reset();
+    SingleInstance other(settings);
+    EXPECT_TRUE(isTaken(other.takeOrAsk({}, kShortLimit)));
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+}
+
+TEST_F(SingleInstances, OneThatHangsBeforeItListensIsToldOfByTheNumberInTheLockFile) {
+    std::filesystem::create_directory(meetingPlace);
+    std::filesystem::permissions(meetingPlace, static_cast<std::filesystem::perms>(0700));
+    const int lock = ::open(lockFile().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_EQ(::flock(lock, LOCK_EX), 0);
+    EXPECT_EQ(std::get<SingleInstance::NotAnswering>(instance->takeOrAsk({}, kShortLimit)).reason,
+              "Corvel is running already, but does not answer");
+    ASSERT_EQ(::write(lock, "4711\n", 5), 5);
+    EXPECT_EQ(std::get<SingleInstance::NotAnswering>(instance->takeOrAsk({}, kShortLimit)).reason,
+              "Corvel is running already (process 4711), but does not answer");
+    ::close(lock);
+    EXPECT_TRUE(isTaken(instance->takeOrAsk({}, kShortLimit)));
+}
+
+TEST_F(SingleInstances, ACrowdThatWaitsBeforeAHangingInstanceHoldsUpNobodyPastTheLimit) {
+    ASSERT_TRUE(isTaken(instance->takeOrAsk({})));
+    std::vector<RawClient> crowd;
+    constexpr std::size_t kBacklog = 65;
+    for (std::size_t count = 0; count < kBacklog; ++count) {
+        crowd.emplace_back(socketFile());
+    }
+    SingleInstance other(settings);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(std::get<SingleInstance::NotAnswering>(other.takeOrAsk({}, kShortLimit)).reason,
+              "Corvel is running already (process " + std::to_string(::getpid()) + "), but does not answer");
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, seconds(2));
+}
+
+/// Places where there can be no lock, of which a start is told at once.
+class NoMeetingPlace : public SingleInstances {
+protected:
+    [[nodiscard]] static std::string problem(const std::filesystem::path& runtimeFolder,
+                                             const std::filesystem::path& settings) {
+        const ScopedEnvironment variable("XDG_RUNTIME_DIR", runtimeFolder.string());
+        SingleInstance start(settings);
+        const auto begin = std::chrono::steady_clock::now();
+        std::string result = problemOf(start.takeOrAsk({}));
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, seconds(1));
+        // It goes on all the same.
+        start.serve({});
+        return result;
+    }
+};
+
+TEST_F(NoMeetingPlace, TheRuntimeFolderIsNotThere) {
+    const std::filesystem::path missing = runtime / "missing";
+    EXPECT_EQ(problem(missing, settings), missing.string() + ": No such file or directory");
+}
+
+TEST_F(NoMeetingPlace, TheRuntimeFolderIsAFile) {
+    tests::writeFile(runtime / "file", "");
+    EXPECT_EQ(problem(runtime / "file", settings), (runtime / "file").string() + ": Not a directory");
+}
+
+TEST_F(NoMeetingPlace, OthersMayWriteIntoTheRuntimeFolder) {
+    std::filesystem::permissions(runtime.path(), std::filesystem::perms::all);
+    EXPECT_EQ(problem(runtime.path(), settings), runtime.path().string() + ": other users may write there");
+}
+
+TEST_F(NoMeetingPlace, OthersMayWriteIntoItsFolder) {
+    std::filesystem::create_directory(meetingPlace);
+    std::filesystem::permissions(meetingPlace, std::filesystem::perms::all);
+    EXPECT_EQ(problem(runtime.path(), settings), meetingPlace.string() + ": other users may write there");
+}
+
+TEST_F(NoMeetingPlace, ItsFolderIsALinkToElsewhere) {
+    std::filesystem::create_directory_symlink(folder.path(), meetingPlace);
+    EXPECT_EQ(problem(runtime.path(), settings), meetingPlace.string() + ": Not a directory");
+    EXPECT_THAT(tests::entries(folder.path()), IsEmpty());
+}
+
+TEST_F(NoMeetingPlace, ItsLockFileIsALinkToElsewhere) {
+    std::filesystem::create_directory(meetingPlace);
+    std::filesystem::permissions(meetingPlace, static_cast<std::filesystem::perms>(0700));
+    std::filesystem::create_symlink(folder / "victim", lockFile());
+    EXPECT_EQ(problem(runtime.path(), settings), lockFile().string() + ": Too many levels of symbolic links");
+    EXPECT_THAT(tests::entries(folder.path()), IsEmpty());
+}
+
+TEST_F(NoMeetingPlace, AnotherUserOwnsTheFolderThatIsThere) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can give files to another user";
+    }
+    std::filesystem::create_directory(meetingPlace);
+    ASSERT_EQ(::chown(meetingPlace.c_str(), 65534, 65534), 0);
+    EXPECT_EQ(problem(runtime.path(), settings), meetingPlace.string() + ": it belongs to another user");
+    ASSERT_EQ(::chown(runtime.path().c_str(), 65534, 65534), 0);
+    EXPECT_EQ(problem(runtime.path(), settings), runtime.path().string() + ": it belongs to another user");
+}
+
+TEST_F(NoMeetingPlace, TheRuntimeFolderIsReadOnly) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can become the user who may not write";
+    }
+    std::filesystem::permissions(runtime.path(), static_cast<std::filesystem::perms>(0500));
+    ASSERT_EQ(::chown(runtime.path().c_str(), 65534, 65534), 0);
+    const Pipe result;
+    const StrangerProcess stranger([&] {
+        const std::string text = problem(runtime.path(), settings);
+        std::ignore = ::write(result.ends[1], text.data(), text.size());
+        ::pause();
+    });
+    std::string text(1'000, ' ');
+    text.resize(static_cast<std::size_t>(std::max<ssize_t>(0, ::read(result.ends[0], text.data(), text.size()))));
+    EXPECT_EQ(text, meetingPlace.string() + ": Permission denied");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "program/QtMainQueue.hpp"
 
 #include "program/SingleInstance.hpp"
+#include "tests/support/ScopedEnvironment.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
 #include <QApplication>
@@ -16,6 +17,7 @@ namespace {
 
 TEST(QtMainQueueInADialog, RunsTasksAndOtherStartsAreAnsweredWhileItIsOpen) {
     const tests::TemporaryFolder folder;
+    const tests::ScopedEnvironment runtime("XDG_RUNTIME_DIR", folder.path().string());
     SingleInstance instance(folder / "Corvel/Corvel.ini");
     ASSERT_TRUE(std::holds_alternative<SingleInstance::Taken>(instance.takeOrAsk({})));
     instance.serve([](const InstanceRequest&) { return CommandResult{0, "done"}; });
