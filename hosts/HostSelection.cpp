@@ -13,7 +13,7 @@
 namespace corvel::hosts {
 
 HostSelection selectHost(MIDIHostChoice choice, const std::shared_ptr<EventLoop>& engineQueue,
-                         const std::shared_ptr<DispatchQueue>& mainQueue) {
+                         const std::shared_ptr<DispatchQueue>& mainQueue, const RealtimeBroker& realtimeBroker) {
     if (choice.names(MIDIServiceKind::demo)) {
         return {.host = makeDemoMIDIHost(mainQueue), .isDemo = true, .hasService = true, .problem = {}};
     }
@@ -34,7 +34,7 @@ HostSelection selectHost(MIDIHostChoice choice, const std::shared_ptr<EventLoop>
                 .hasService = true,
                 .problem = problem};
     }
-    const auto alsa = [&] { return makeALSAMIDIHost(engineQueue, mainQueue); };
+    const auto alsa = [&] { return makeALSAMIDIHost(engineQueue, mainQueue, realtimeBroker); };
     const auto jack = [&] { return makeJackMIDIHost(engineQueue, mainQueue, makeLibJack(), hasALSA); };
     if (!wantsJack || (choice.isAutomatic() && !hasALSA && !hasJack)) {
         return {.host = alsa(), .isDemo = false, .hasService = hasALSA, .problem = problem};

@@ -4,6 +4,7 @@
 #include "core/host/MIDIHostChoice.hpp"
 #include "core/support/DispatchQueue.hpp"
 #include "core/support/EventLoop.hpp"
+#include "hosts/RealtimeBroker.hpp"
 
 #include <memory>
 #include <string>
@@ -24,9 +25,11 @@ struct HostSelection {
 
 /// Finds the services. Without a choice, the demo stands in where there is neither a sequencer nor a JACK server, and
 /// its log says so; where there is a sequencer, a JACK server may come later. `engineQueue` is the queue of the engine
-/// that will use the service. Throws `std::system_error` when the system has no thread left.
+/// that will use the service; `realtimeBroker` is asked for the real-time priority that the kernel refuses to its
+/// thread. Throws `std::system_error` when the system has no thread left.
 [[nodiscard]] HostSelection selectHost(MIDIHostChoice choice, const std::shared_ptr<EventLoop>& engineQueue,
-                                       const std::shared_ptr<DispatchQueue>& mainQueue);
+                                       const std::shared_ptr<DispatchQueue>& mainQueue,
+                                       const RealtimeBroker& realtimeBroker = {});
 
 /// Whether a status of opening the sequencer (negative errno) means that the machine has none. Other failures, such as
 /// a full sequencer or a missing permission, mean that it exists.

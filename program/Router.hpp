@@ -9,6 +9,7 @@
 #include "core/support/EventLoop.hpp"
 #include "hosts/HostSelection.hpp"
 #include "program/QtMainQueue.hpp"
+#include "program/RealtimeKit.hpp"
 
 #include <chrono>
 #include <functional>
@@ -45,6 +46,7 @@ public:
 private:
     std::shared_ptr<const Clock> clock_ = makeSystemClock();
     QtMainQueue mainQueue_;
+    RealtimeKit realtimeKit_;
     std::shared_ptr<EventLoop> engineQueue_;
     hosts::HostSelection selection_;
     std::shared_ptr<CoreMIDIRouterEngine> engine_;

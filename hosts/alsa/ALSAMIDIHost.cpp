@@ -12,8 +12,11 @@ namespace {
 /// Passes the engine's requests to the service. Posts those from other threads to the queue.
 class ALSAMIDIHost final : public MIDIHost {
 public:
-    ALSAMIDIHost(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue)
-        : queue_(queue), service_(std::make_shared<SequencerService>(std::move(queue), std::move(mainQueue))) {}
+    ALSAMIDIHost(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue,
+                 RealtimeBroker realtimeBroker)
+        : queue_(queue),
+          service_(
+              std::make_shared<SequencerService>(std::move(queue), std::move(mainQueue), std::move(realtimeBroker))) {}
 
     void setDiagnosticHandler(DiagnosticHandler handler) override {
         service_->setDiagnosticHandler(std::move(handler));
@@ -63,8 +66,9 @@ private:
 
 }  // namespace
 
-std::shared_ptr<MIDIHost> makeALSAMIDIHost(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue) {
-    return std::make_shared<ALSAMIDIHost>(std::move(queue), std::move(mainQueue));
+std::shared_ptr<MIDIHost> makeALSAMIDIHost(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue,
+                                           RealtimeBroker realtimeBroker) {
+    return std::make_shared<ALSAMIDIHost>(std::move(queue), std::move(mainQueue), std::move(realtimeBroker));
 }
 
 }  // namespace corvel::hosts

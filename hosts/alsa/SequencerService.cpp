@@ -1,7 +1,6 @@
 #include "hosts/alsa/SequencerService.hpp"
 
 #include "hosts/alsa/ObjectReference.hpp"
-#include "hosts/alsa/RealtimePriority.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -31,9 +30,11 @@ std::string textOf(int status) {
 
 }  // namespace
 
-SequencerService::SequencerService(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue)
+SequencerService::SequencerService(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue,
+                                   RealtimeBroker realtimeBroker)
     : queue_(std::move(queue)),
       mainQueue_(std::move(mainQueue)),
+      priority_(std::make_shared<RealtimePriority>(queue_, std::move(realtimeBroker))),
       registry_([](int card) { return readSoundCard(card); }) {}
 
 void SequencerService::post(void (SequencerService::*operation)()) {
@@ -64,9 +65,11 @@ void SequencerService::adopt(std::unique_ptr<SequencerClient> client, MIDIHost::
     client_ = std::move(client);
     notificationHandler_ = std::move(handler);
     follow();
-    if (const std::optional<std::string> refusal = requestRealtimePriority()) {
-        diagnose("Real-time priority was not granted (" + *refusal + "); under load MIDI may be late");
-    }
+    priority_->request([weakService = weak_from_this()](std::string message) {
+        if (const auto service = weakService.lock()) {
+            service->diagnose(std::move(message));
+        }
+    });
 }
 
 /// Starts reading the client and receiving the sequencer's announcements.
@@ -133,6 +136,7 @@ void SequencerService::disposePort(MIDIObjectRef port) {
 void SequencerService::disposeClient() {
     notificationHandler_ = nullptr;
     outputPortName_.reset();
+    priority_->end();
     if (!client_) {
         return;
     }

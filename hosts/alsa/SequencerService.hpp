@@ -4,6 +4,8 @@
 #include "core/support/ChunkedQueue.hpp"
 #include "core/support/DispatchQueue.hpp"
 #include "core/support/EventLoop.hpp"
+#include "hosts/RealtimeBroker.hpp"
+#include "hosts/RealtimePriority.hpp"
 #include "hosts/alsa/EndpointRegistry.hpp"
 #include "hosts/alsa/EventCoding.hpp"
 #include "hosts/alsa/OutputFlow.hpp"
@@ -30,7 +32,8 @@ namespace corvel::hosts {
 /// has been delivered.
 class SequencerService : public std::enable_shared_from_this<SequencerService>, private SequencerOutput {
 public:
-    SequencerService(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue);
+    SequencerService(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue,
+                     RealtimeBroker realtimeBroker);
 
     /// Must be called before anything else on the queue.
     void setDiagnosticHandler(MIDIHost::DiagnosticHandler handler) { reportDiagnostic_ = std::move(handler); }
@@ -133,6 +136,7 @@ private:
 
     const std::shared_ptr<EventLoop> queue_;
     const std::shared_ptr<DispatchQueue> mainQueue_;
+    const std::shared_ptr<RealtimePriority> priority_;
     MIDIHost::DiagnosticHandler reportDiagnostic_;
     MIDIHost::NotificationHandler notificationHandler_;
     MIDIHost::ReceiveHandler receiveHandler_;

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "core/support/EventLoop.hpp"
+#include "hosts/RealtimeAlarm.hpp"
+#include "hosts/RealtimeBroker.hpp"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace corvel::hosts {
+
+/// Real-time priority for a queue's thread: from the kernel if it grants it, else from a broker.
+///
+/// If the thread uses its processor for so long that the kernel takes the priority away, it is asked for again later.
+/// On the queue only, the constructor apart.
+class RealtimePriority : public std::enable_shared_from_this<RealtimePriority> {
+public:
+    /// Takes a line for the diagnostic log; called on the queue, for each grant, refusal and loss.
+    using DiagnosticHandler = std::function<void(std::string)>;
+
+    /// How long the thread stays at ordinary priority after a loss.
+    static constexpr std::chrono::milliseconds kRetryDelay{10'000};
+
+    /// Without a broker, the kernel alone is asked.
+    RealtimePriority(const std::shared_ptr<EventLoop>& queue, RealtimeBroker broker,
+                     std::chrono::milliseconds retryDelay = kRetryDelay);
+    RealtimePriority(const RealtimePriority&) = delete;
+    RealtimePriority& operator=(const RealtimePriority&) = delete;
+    ~RealtimePriority() = default;
+
+    /// Asks for it. The queue goes on meanwhile, since a broker may take seconds.
+    void request(DiagnosticHandler diagnose);
+    /// Watches no more and calls no handler any more. The thread keeps the priority that it has.
+    void end();
+
+private:
+    void ask();
+    void finish(const std::string& refusal, const RealtimeAnswer& answer);
+    void watch();
+    void handleAlarm();
+
+    const std::weak_ptr<EventLoop> queue_;
+    const RealtimeBroker broker_;
+    const std::chrono::milliseconds retryDelay_;
+    DiagnosticHandler diagnose_;
+    std::optional<RealtimeAlarm> alarm_;
+};
+
+}  // namespace corvel::hosts
