@@ -59,9 +59,9 @@ CommandResult failureWithCandidates(std::string text, std::string_view heading,
     return failure(std::move(text));
 }
 
-/// A name matches as it is, and as it is listed, with line breaks and the like escaped.
+/// A name matches as it is, and as it is listed, with codes for line breaks and invisible characters.
 bool isCalled(const std::string& name, std::string_view argument) {
-    return name == argument || escapedLine(name) == argument;
+    return name == argument || escapedName(name) == argument;
 }
 
 bool readsAsNumber(std::string_view text) {
@@ -107,7 +107,7 @@ Found findEndpoint(std::string_view argument, const std::vector<MIDIEndpointMode
     std::vector<Candidate> matches;
     std::int32_t id = 0;
     for (const MIDIEndpointModel& endpoint : endpoints) {
-        all.push_back({escapedLine(endpoint.displayName), std::to_string(endpoint.id)});
+        all.push_back({escapedName(endpoint.displayName), std::to_string(endpoint.id)});
         if (isCalled(endpoint.displayName, argument)) {
             matches.push_back(all.back());
             id = endpoint.id;
@@ -161,7 +161,7 @@ std::string destinationName(const MIDIRouterViewModel& model, const MIDIRoute& r
 }
 
 Candidate candidate(const MIDIRouterViewModel& model, const MIDIRoute& route) {
-    return {escapedLine(sourceName(model, route)) + " to " + escapedLine(destinationName(model, route)),
+    return {escapedName(sourceName(model, route)) + " to " + escapedName(destinationName(model, route)),
             std::to_string(route.sourceID) + " to " + std::to_string(route.destinationID)};
 }
 

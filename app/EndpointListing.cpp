@@ -31,7 +31,7 @@ void appendTable(std::string& text, std::string_view heading, const std::vector<
     std::vector<Row> rows{{"ID", "State", "Name", "Manufacturer"}};
     for (const MIDIEndpointModel& endpoint : endpoints) {
         rows.push_back({std::to_string(endpoint.id), endpoint.isOnline ? "online" : "offline",
-                        escapedLine(endpoint.displayName), escapedLine(endpoint.manufacturer.value_or(""))});
+                        escapedName(endpoint.displayName), escapedLine(endpoint.manufacturer.value_or(""))});
     }
     std::array<std::size_t, 4> widths{};
     for (const Row& row : rows) {

@@ -20,9 +20,9 @@ using Property = MIDIRouterViewModel::Property;
 std::string endpointName(const std::vector<MIDIEndpointModel>& present, std::int32_t id,
                          const std::optional<std::string>& label) {
     if (const auto found = std::ranges::find(present, id, &MIDIEndpointModel::id); found != present.end()) {
-        return escapedLine(found->displayName);
+        return escapedName(found->displayName);
     }
-    return label ? escapedLine(*label) : "ID " + std::to_string(id);
+    return label ? escapedName(*label) : "ID " + std::to_string(id);
 }
 
 void appendHex(std::string& line, const MIDIBytes& bytes) {

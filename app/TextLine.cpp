@@ -37,26 +37,27 @@ bool isControl(char32_t value) {
     return value < 0x20 || (value >= 0x7F && value < 0xA0) || value == kLineSeparator || value == kParagraphSeparator;
 }
 
+/// What stands for a name of which nothing can be seen.
+constexpr std::string_view kNoName = "(no name)";
+
 void appendCode(std::string& line, char32_t value) {
-    std::array<char, 8> code{};
-    const int length = std::snprintf(code.data(), code.size(), "\\u%04X", static_cast<unsigned>(value));
+    constexpr char32_t kLargestShortCode = 0xFFFF;
+    std::array<char, 12> code{};
+    const int length = std::snprintf(code.data(), code.size(), value > kLargestShortCode ? "\\U%08X" : "\\u%04X",
+                                     static_cast<unsigned>(value));
     line.append(code.data(), static_cast<std::size_t>(length));
 }
 
-}  // namespace
-
-std::string escapedLine(std::string_view text) {
+/// The text with what `replacement` gives for each code point, or the code point itself where that is empty, and codes
+/// for all others that cannot be seen.
+std::string written(std::string_view text, std::string_view (*replacement)(char32_t)) {
     const std::string valid = text::repairedUTF8(text);
     std::string line;
     for (std::string_view rest = valid; !rest.empty();) {
         const CodePoint next = firstCodePoint(rest);
-        if (next.value == '\\') {
-            line += "\\\\";
-        } else if (next.value == '\t') {
-            line += "\\t";
-        } else if (next.value == '\n') {
-            line += "\\n";
-        } else if (isControl(next.value)) {
+        if (const std::string_view known = replacement(next.value); !known.empty()) {
+            line += known;
+        } else if (isControl(next.value) || text::isInvisible(next.value)) {
             appendCode(line, next.value);
         } else {
             line += rest.substr(0, next.length);
@@ -64,6 +65,44 @@ std::string escapedLine(std::string_view text) {
         rest.remove_prefix(next.length);
     }
     return line;
+}
+
+}  // namespace
+
+std::string escapedLine(std::string_view text) {
+    return written(text, [](char32_t value) -> std::string_view {
+        switch (value) {
+            case '\\':
+                return "\\\\";
+            case '\t':
+                return "\\t";
+            case '\n':
+                return "\\n";
+            default:
+                return {};
+        }
+    });
+}
+
+std::string escapedName(std::string_view name) {
+    return text::isBlank(name) ? std::string(kNoName) : escapedLine(name);
+}
+
+std::string shownText(std::string_view text) {
+    return written(text, [](char32_t value) -> std::string_view {
+        switch (value) {
+            case '\t':
+                return "\t";
+            case '\n':
+                return "\n";
+            default:
+                return {};
+        }
+    });
+}
+
+std::string shownName(std::string_view name) {
+    return text::isBlank(name) ? std::string(kNoName) : shownText(name);
 }
 
 std::string timeOfDay(Instant instant) {

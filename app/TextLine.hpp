@@ -7,10 +7,19 @@
 
 namespace corvel {
 
-/// The text as one line that a terminal shows and a script can split at tabs. Control characters, line separators and
-/// backslashes become `\t`, `\n`, `\\` or `\u` with four hexadecimal digits; invalid UTF-8 is replaced. Needed because
-/// device names may contain anything.
+/// The text as one line that a terminal shows and a script can split at tabs. Control characters, line separators,
+/// invisible characters (`text::isInvisible`) and backslashes become `\t`, `\n`, `\\`, `\u` with four hexadecimal digits
+/// or `\U` with eight; invalid UTF-8 is replaced. Needed because device names may contain anything.
 [[nodiscard]] std::string escapedLine(std::string_view text);
+
+/// The same for a device's name: one of which nothing can be seen becomes "(no name)".
+[[nodiscard]] std::string escapedName(std::string_view name);
+
+/// The text as the window shows it: control and invisible characters become codes, tabs and line ends stay.
+[[nodiscard]] std::string shownText(std::string_view text);
+
+/// The same for a device's name: one of which nothing can be seen becomes "(no name)".
+[[nodiscard]] std::string shownName(std::string_view name);
 
 /// The local time of day, "HH:mm:ss.SSS".
 [[nodiscard]] std::string timeOfDay(Instant instant);

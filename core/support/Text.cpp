@@ -50,6 +50,25 @@ std::string repairedUTF8(std::string_view value) {
     return encoded(decoded(value));
 }
 
+bool isInvisible(char32_t codePoint) {
+    constexpr char32_t kFirstAnnotation = 0xFFF9;
+    constexpr char32_t kLastAnnotation = 0xFFFB;
+    return u_hasBinaryProperty(static_cast<UChar32>(codePoint), UCHAR_DEFAULT_IGNORABLE_CODE_POINT) != 0 ||
+           (codePoint >= kFirstAnnotation && codePoint <= kLastAnnotation);
+}
+
+bool isBlank(std::string_view value) {
+    // Looks like a space, but is none to Unicode.
+    constexpr UChar32 kBlankBraillePattern = 0x2800;
+    const icu::UnicodeString characters = decoded(value);
+    std::int32_t index = 0;
+    while (index < characters.length() &&
+           (u_isUWhiteSpace(characters.char32At(index)) != 0 || characters.char32At(index) == kBlankBraillePattern)) {
+        index = characters.moveIndex32(index, 1);
+    }
+    return index == characters.length();
+}
+
 std::string trimmed(std::string_view value) {
     const icu::UnicodeString characters = decoded(value);
     std::int32_t start = 0;

@@ -37,6 +37,18 @@ TEST_F(DocumentCommandsOnModel, ConnectsByNameOrIDOnceOnly) {
     EXPECT_THAT(host->requested, IsEmpty()) << "the engine is not started";
 }
 
+TEST_F(DocumentCommandsOnModel, TakesNamesThatHideThemselvesAsTheyAreListed) {
+    host->addSource(15, {.displayName = " ", .uniqueID = 9});
+    host->addSource(16, {.displayName = "Ke\u200Bys", .uniqueID = 10});
+    model->applyEndpointSnapshot();
+    EXPECT_EQ(connect("(no name)", "Synth").exitCode, 0);
+    EXPECT_EQ(connect("Ke\\u200Bys", "Synth").exitCode, 0);
+    ASSERT_THAT(model->routes(), SizeIs(2));
+    EXPECT_EQ(model->routes()[0].sourceID, 9);
+    EXPECT_EQ(model->routes()[0].sourceName, " ") << "the document keeps the system's own name";
+    EXPECT_EQ(model->routes()[1].sourceName, "Ke\u200Bys");
+}
+
 TEST_F(DocumentCommandsOnModel, ConnectsOnAChannel) {
     EXPECT_EQ(connect("Keys", "Synth", 3), (CommandResult{0, "Added output channel Ch 3"}));
     ASSERT_THAT(model->routes(), SizeIs(1));

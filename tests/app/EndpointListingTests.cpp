@@ -36,6 +36,19 @@ TEST(EndpointListing, KeepsANameOnItsLine) {
               "  none\n");
 }
 
+TEST(EndpointListing, ShowsNamesThatHideThemselves) {
+    MIDIEndpoints endpoints;
+    endpoints.sources = {makeSource(1, " ", "M\u200B", true), makeSource(2, "\u202Eabc", std::nullopt, true)};
+    EXPECT_EQ(EndpointListing::table(endpoints),
+              "Sources\n"
+              "  ID  State   Name       Manufacturer\n"
+              "   1  online  (no name)  M\\u200B\n"
+              "   2  online  \\u202Eabc\n"
+              "\n"
+              "Destinations\n"
+              "  none\n");
+}
+
 TEST(EndpointListing, WritesEveryEndpointAsJSON) {
     MIDIEndpoints endpoints;
     endpoints.sources = {makeSource(-5, "Say \"hi\"\n\xFF", "M/N", true), makeSource(6, "Pads", std::nullopt, false)};

@@ -128,6 +128,15 @@ TEST_F(HeadlessReporterTest, KeepsALineALineWhateverADeviceCallsItself) {
     EXPECT_THAT(activity, ElementsAre("00:00:01.234\tTab\\there\\nand \uFFFD there\tSynth\tActive Sense\tFE\n"));
 }
 
+TEST_F(HeadlessReporterTest, ShowsNamesThatHideThemselves) {
+    host->properties[11].displayName = " ";
+    host->properties[21].displayName = "Syn\u200Bth";
+    makeReporter({makeRoute({.id = makeID(5)})});
+    changeEndpoints();
+    route(makeID(5), {0xFE});
+    EXPECT_THAT(activity, ElementsAre("00:00:01.234\t(no name)\tSyn\\u200Bth\tActive Sense\tFE\n"));
+}
+
 TEST_F(HeadlessReporterTest, WritesAllBytesOfALongMessage) {
     makeReporter({makeRoute({.id = makeID(5)})});
     std::vector<std::uint8_t> bytes(60'000, 0x7F);

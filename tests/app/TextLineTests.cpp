@@ -39,6 +39,26 @@ TEST(TextLine, EscapesAZeroByte) {
     EXPECT_EQ(escapedLine(std::string_view("a\0b", 3)), "a\\u0000b");
 }
 
+TEST(TextLine, EscapesWhatCannotBeSeen) {
+    EXPECT_EQ(escapedLine("Piano\u202Egro\u200B\uFEFF"), "Piano\\u202Egro\\u200B\\uFEFF");
+    EXPECT_EQ(escapedLine("x\U000E0041"), "x\\U000E0041");
+    EXPECT_EQ(escapedLine("\u05E4\u05E1\u05E0\u05EA\u05E8"), "\u05E4\u05E1\u05E0\u05EA\u05E8")
+        << "writing from right to left is none of it";
+}
+
+TEST(TextLine, GivesADeviceWithoutAVisibleNameOne) {
+    EXPECT_EQ(escapedName(""), "(no name)");
+    EXPECT_EQ(escapedName(" \t"), "(no name)");
+    EXPECT_EQ(escapedName("\u200B"), "\\u200B");
+    EXPECT_EQ(escapedName("a\\b"), "a\\\\b");
+    EXPECT_EQ(shownName(" "), "(no name)");
+    EXPECT_EQ(shownName("Keys"), "Keys");
+}
+
+TEST(TextLine, ShowsCodesOnlyForWhatCannotBeSeenInTheWindow) {
+    EXPECT_EQ(shownText("a\\b\tc\nd\u202E\x1B\u2028"), "a\\b\tc\nd\\u202E\\u001B\\u2028");
+}
+
 TEST(TextLine, ReplacesWhatIsNotUTF8) {
     EXPECT_EQ(escapedLine("K\xFCrzel"), "K\uFFFDrzel");
 }

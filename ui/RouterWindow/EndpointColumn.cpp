@@ -1,5 +1,6 @@
 #include "ui/RouterWindow/EndpointColumn.hpp"
 
+#include "app/TextLine.hpp"
 #include "ui/QtText.hpp"
 #include "ui/RouterWindow/EndpointFilterBar.hpp"
 #include "ui/RouterWindow/EndpointRow.hpp"
@@ -115,7 +116,7 @@ void EndpointColumn::setConnectedEndpoints(std::unordered_set<std::int32_t> endp
 }
 
 bool EndpointColumn::admits(const MIDIEndpointModel& endpoint) const {
-    QStringList names{toQString(endpoint.displayName)};
+    QStringList names{toQString(endpoint.displayName), toQString(shownName(endpoint.displayName))};
     if (const auto alias = aliases_.find(endpoint.id); alias != aliases_.end()) {
         names << alias->second;
     }

@@ -1,5 +1,6 @@
 #include "ui/RouterWindow/EndpointMenu.hpp"
 
+#include "app/TextLine.hpp"
 #include "core/support/Text.hpp"
 #include "ui/QtText.hpp"
 #include "ui/RouterWindow/EndpointNames.hpp"
@@ -85,13 +86,13 @@ void askForEndpointAlias(MIDIRouterViewModel& model, const Look& look, const End
         return;
     }
     const QString explanation = QStringLiteral("Shown instead of %1. An empty name shows that one again.")
-                                    .arg(toQString(text::quoted(found->displayName)));
+                                    .arg(toQString(text::quoted(shownName(found->displayName))));
     auto* const question =
         new AlertDialog(look, AlertDialog::Style::plain,
                         isInput(endpoint) ? QStringLiteral("Rename Input") : QStringLiteral("Rename Output"),
                         explanation, QStringLiteral("OK"), TextButton::Role::primary, parent);
-    auto* const field =
-        new NameField(look, shownEndpointName(model, endpoint.direction, endpoint.endpointID, std::nullopt), question);
+    const std::string* const present = model.endpointAliases().find(endpoint.direction, endpoint.endpointID);
+    auto* const field = new NameField(look, toQString(present != nullptr ? *present : found->displayName), question);
     question->setAccessory(field);
     QObject::connect(question, &AlertDialog::accepted, parent, [&model, endpoint, field, system = found->displayName] {
         const std::string alias = text::trimmed(toUTF8(field->text()));

@@ -1,5 +1,6 @@
 #include "ui/RouterWindow/EndpointNames.hpp"
 
+#include "app/TextLine.hpp"
 #include "ui/QtText.hpp"
 
 namespace corvel::ui {
@@ -7,11 +8,11 @@ namespace corvel::ui {
 QString shownEndpointName(const MIDIRouterViewModel& model, MIDIEndpointDirection direction, std::int32_t endpointID,
                           const std::optional<std::string>& storedName) {
     if (const std::string* const alias = model.endpointAliases().find(direction, endpointID); alias != nullptr) {
-        return toQString(*alias);
+        return toQString(shownName(*alias));
     }
     const bool isInput = direction == MIDIEndpointDirection::source;
-    return toQString(
-        MIDIRouterViewModel::endpointName(endpointID, isInput ? model.sources() : model.destinations(), storedName));
+    return toQString(shownName(
+        MIDIRouterViewModel::endpointName(endpointID, isInput ? model.sources() : model.destinations(), storedName)));
 }
 
 QString shownInputName(const MIDIRouterViewModel& model, const MIDIRoute& route) {

@@ -11,7 +11,8 @@
 
 namespace corvel::ui {
 
-/// The endpoint's name in the window: the user's own name, otherwise the system's, otherwise the stored one.
+/// The endpoint's name in the window: the user's own name, otherwise the system's, otherwise the stored one,
+/// with codes for invisible characters (`shownName`).
 [[nodiscard]] QString shownEndpointName(const MIDIRouterViewModel& model, MIDIEndpointDirection direction,
                                         std::int32_t endpointID, const std::optional<std::string>& storedName);
 

@@ -1,5 +1,6 @@
 #include "ui/RouterWindow/EndpointRow.hpp"
 
+#include "app/TextLine.hpp"
 #include "ui/QtText.hpp"
 #include "ui/RouterWindow/EndpointDragPayload.hpp"
 #include "ui/controls/Painting.hpp"
@@ -106,7 +107,7 @@ void EndpointRow::setConnectionMark(const std::optional<QColor>& colour) {
 }
 
 void EndpointRow::describe() {
-    const QString name = toQString(endpoint_.displayName);
+    const QString name = toQString(shownName(endpoint_.displayName));
     setPlainText(alias_.isEmpty() ? name : alias_);
     setPlainToolTip(this, alias_.isEmpty() ? name : alias_ + QLatin1Char('\n') + name);
     setAccessibleDescription((isInput() ? QStringLiteral("Input") : QStringLiteral("Output")) +

@@ -1,5 +1,6 @@
 #include "ui/RouterWindow/EndpointSelectionDetails.hpp"
 
+#include "app/TextLine.hpp"
 #include "ui/QtText.hpp"
 #include "ui/RouterWindow/EndpointDetailButton.hpp"
 #include "ui/controls/LookLabel.hpp"
@@ -8,6 +9,9 @@
 #include <QGuiApplication>
 #include <QPainter>
 #include <QVBoxLayout>
+
+#include <string>
+#include <string_view>
 
 namespace corvel::ui {
 
@@ -36,15 +40,18 @@ EndpointSelectionDetails::EndpointSelectionDetails(const Look& look, QWidget* pa
     inset->setContentsMargins(kHorizontalPadding - kOverhang, 0, kHorizontalPadding - kOverhang, 0);
     inset->addWidget(button_);
     layout->addLayout(inset);
-    connect(button_, &QAbstractButton::clicked, this,
-            [this] { QGuiApplication::clipboard()->setText(button_->text()); });
+    connect(button_, &QAbstractButton::clicked, this, [this] { QGuiApplication::clipboard()->setText(detailText_); });
     connect(&look, &Look::changed, this, [this] { update(); });
     hide();
 }
 
 void EndpointSelectionDetails::setEndpoint(const MIDIEndpointModel* endpoint) {
     if (endpoint != nullptr) {
-        button_->setDetailText(toQString(endpoint->detailText()));
+        const std::string text = endpoint->detailText();
+        detailText_ = toQString(text);
+        // The text begins with the name.
+        button_->setDetailText(toQString(shownName(endpoint->displayName) +
+                                         shownText(std::string_view(text).substr(endpoint->displayName.size()))));
     }
     setVisible(endpoint != nullptr);
 }

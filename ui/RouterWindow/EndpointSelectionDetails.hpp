@@ -3,6 +3,7 @@
 #include "core/engine/MIDIEndpointModel.hpp"
 #include "ui/Look.hpp"
 
+#include <QString>
 #include <QWidget>
 
 namespace corvel::ui {
@@ -24,6 +25,8 @@ protected:
 
 private:
     const Look& look_;
+    /// The text as it is copied; the button shows it without invisible characters.
+    QString detailText_;
     EndpointDetailButton* button_;
 };
 

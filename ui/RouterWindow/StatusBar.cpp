@@ -1,5 +1,6 @@
 #include "ui/RouterWindow/StatusBar.hpp"
 
+#include "app/TextLine.hpp"
 #include "ui/QtText.hpp"
 #include "ui/controls/Accessibility.hpp"
 #include "ui/controls/LinkButton.hpp"
@@ -53,7 +54,7 @@ StatusBar::StatusBar(MIDIRouterViewModel& model, const Look& look, QWidget* pare
 void StatusBar::refresh(const ModelChanges& changes) {
     using Property = ModelChanges::Property;
     if (changes.containAny({Property::statusMessage})) {
-        message_->setLine(toQString(model_.statusMessage()));
+        message_->setLine(toQString(shownText(model_.statusMessage())));
         message_->setAccessibleName(message_->text());
         announce(*message_);
     }

@@ -109,6 +109,24 @@ TEST(Text, TrimsEveryUnicodeWhiteSpaceAtBothEndsOnly) {
     EXPECT_EQ(text::trimmed("\u200Bx\uFEFF"), "\u200Bx\uFEFF") << "neither is white space";
 }
 
+TEST(Text, KnowsTheCharactersThatCannotBeSeen) {
+    for (const char32_t value :
+         {U'\u00AD', U'\u034F', U'\u061C', U'\u115F', U'\u180E', U'\u200B', U'\u200D', U'\u200E', U'\u202A', U'\u202E',
+          U'\u2060', U'\u2066', U'\u2069', U'\u3164', U'\uFE0F', U'\uFEFF', U'\uFFA0', U'\uFFF9', U'\U000E0041'}) {
+        EXPECT_TRUE(text::isInvisible(value)) << std::hex << static_cast<unsigned>(value);
+    }
+    for (const char32_t value : {U'a', U' ', U'\u00E4', U'\u05D0', U'\u0301', U'\u9375', U'\U0001F3B9', U'\uFFFD'}) {
+        EXPECT_FALSE(text::isInvisible(value)) << std::hex << static_cast<unsigned>(value);
+    }
+}
+
+TEST(Text, IsBlankWhereNothingOfItCanBeSeen) {
+    EXPECT_TRUE(text::isBlank(""));
+    EXPECT_TRUE(text::isBlank(" \t\n\u00A0\u2800\u3000"));
+    EXPECT_FALSE(text::isBlank(" x "));
+    EXPECT_FALSE(text::isBlank("\xFF"));
+}
+
 TEST(Text, QuotesWithDoubleQuotes) {
     EXPECT_EQ(text::quoted("Live"), "\"Live\"");
     EXPECT_EQ(text::quoted(""), "\"\"");

@@ -120,6 +120,14 @@ TEST_F(EndpointRowTests, HasTheWholeNameAsItsTooltip) {
     EXPECT_LE(row.sizeHint().width(), 300);
 }
 
+TEST_F(EndpointRowTests, ShowsWhatHidesItselfInAName) {
+    input.setEndpoint(makeInput(1048576, "Ke\u202Eys\u200B"));
+    EXPECT_EQ(tests::accessibleName(input), "Ke\\u202Eys\\u200B");
+    EXPECT_EQ(tests::shownToolTip(input), "Ke\\u202Eys\\u200B");
+    input.setEndpoint(makeInput(1048576, " "));
+    EXPECT_EQ(tests::accessibleName(input), "(no name)");
+}
+
 TEST_F(EndpointRowTests, IsCalledByItsNameForScreenReaders) {
     EXPECT_THAT(tests::accessibleName(input).toStdString(), ::testing::HasSubstr("Keys"));
     EndpointRow row(look, makeInput(1, "<b>A & B</b>"), nullptr);

@@ -67,6 +67,15 @@ TEST_F(EndpointSelectionDetailsTests, TellScreenReadersTheDetails) {
     }
 }
 
+TEST_F(EndpointSelectionDetailsTests, ShowWhatHidesItselfAndCopyItAsItIs) {
+    keys.displayName = "Ke\u202Eys";
+    EXPECT_EQ(copied(keys), "Ke\u202Eys\nAcme\nsource\nID 1011");
+    EXPECT_EQ(button().text(), "Ke\\u202Eys\nAcme\nsource\nID 1011");
+    keys.displayName = " ";
+    EXPECT_EQ(copied(keys), " \nAcme\nsource\nID 1011");
+    EXPECT_EQ(button().text(), "(no name)\nAcme\nsource\nID 1011");
+}
+
 TEST_F(EndpointSelectionDetailsTests, CopyTheWholeText) {
     EXPECT_EQ(copied(keys), "Keys\nAcme\nsource\nID 1011");
     EXPECT_EQ(copied(tests::makeOutput(-5, "Synth")), "Synth\ndestination\nID -5");

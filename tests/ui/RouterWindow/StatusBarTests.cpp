@@ -43,6 +43,11 @@ TEST_F(StatusBarTests, ShowsTheMessageAtTheLeftAndTheSetAtTheRight) {
     EXPECT_EQ(summary.mapTo(bar.get(), QPoint(summary.width(), 0)).x(), 980 - 16);
 }
 
+TEST_F(StatusBarTests, ShowsWhatHidesItselfInAName) {
+    model->createRouteSet("Li\u202Eve");
+    EXPECT_EQ(texts()[0], "Created set \"Li\\u202Eve\"");
+}
+
 TEST_F(StatusBarTests, CountsConnectionsInThePluralAlways) {
     model->connect(1011, 1021);
     EXPECT_EQ(texts(), QStringList({"Set \"Default\" saved (1 connections)", "Default / 1 connections"}));
