@@ -113,12 +113,13 @@ public:
     void run() {
         while (const std::optional<int> timeout = beginRound()) {
             const bool isDue = handleReadyDescriptors(*timeout);
-            if (isDue || hasPending_.load(std::memory_order_acquire)) {
+            const bool hasTasks = isDue || hasPending_.load(std::memory_order_acquire);
+            if (hasTasks) {
                 takePendingTasks();
                 runTakenTasks();
             }
             callSecondHandlers();
-            share_.endRound(roundTime_, *timeout == 0);
+            share_.look(hasTasks ? std::chrono::steady_clock::now() : roundTime_, hasTasks);
         }
         // Tasks posted before the end still run. Tasks that these post do not, because the loop might never end.
         takePendingTasks();
@@ -149,6 +150,8 @@ public:
     }
 
     [[nodiscard]] SteadyTime roundTime() const { return roundTime_; }
+
+    void shareProcessor() { share_.look(std::chrono::steady_clock::now(), true); }
 
 private:
     struct Watch {
@@ -348,6 +351,7 @@ public:
     }
     void unwatch(int descriptor) override { loop_->unwatch(descriptor); }
     [[nodiscard]] SteadyTime roundTime() const override { return loop_->roundTime(); }
+    void shareProcessor() override { loop_->shareProcessor(); }
 
 private:
     const std::shared_ptr<Loop> loop_;

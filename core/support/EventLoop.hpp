@@ -15,8 +15,9 @@ namespace corvel {
 /// of those descriptors. So input that the first handler reads and the second delivers is handled on one thread, after
 /// every task that was posted before the read.
 ///
-/// The thread uses at most 95 % of its processor: at real-time priority, a flood would otherwise stop all other
-/// programs.
+/// The thread leaves at least 5 % of each 100 ms of its processor to others (`ProcessorShare`): at real-time
+/// priority, a flood would otherwise stop all other programs. A task or handler that may take longer
+/// than some milliseconds calls `shareProcessor` between its steps.
 ///
 /// Releasing the last reference ends the loop after the tasks posted before, and waits for its thread. If it is
 /// released on that thread, the loop ends after the current task instead.
@@ -38,6 +39,10 @@ public:
 
     /// The time when the current round began. On the loop only; cheaper than reading the clock.
     [[nodiscard]] virtual SteadyTime roundTime() const = 0;
+
+    /// Pauses for up to 1 ms if others are owed some of the processor. Best right after input has been read, so that
+    /// what arrives in the pause finds room. On the loop only; costs a look at the clock.
+    virtual void shareProcessor() = 0;
 };
 
 }  // namespace corvel

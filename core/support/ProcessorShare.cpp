@@ -10,47 +10,80 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::chrono::nanoseconds kWindow = 25ms;
+/// Time between two looks at what the thread has used.
+constexpr std::chrono::nanoseconds kWindow = 5ms;
+/// The same while a pause was too short for what is owed.
+constexpr std::chrono::nanoseconds kWindowInDebt = 2ms;
 
-/// Messages that arrive during a pause must fit into the sequencer's buffer for a client.
-constexpr std::chrono::nanoseconds kMaxPause = 2ms;
+/// What others get of the time: more than the 5 % that they need, for other real-time threads on the same processor.
+constexpr std::chrono::nanoseconds shareOf(std::chrono::nanoseconds time) {
+    return time * 8 / 100;
+}
 
-/// Minimum number of rounds in a window in which the thread counts as possibly busy.
-constexpr unsigned kManyRounds = 16;
+/// Shorter pauses cost more than they give.
+constexpr std::chrono::nanoseconds kMinPause = 200us;
 
-std::chrono::nanoseconds usedProcessorTime() {
-    timespec used{};
-    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
-    return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
+/// Looks in a window from which on the thread may be busy.
+constexpr unsigned kManyLooks = 16;
+
+class SystemTime final : public ProcessorShare::Time {
+public:
+    [[nodiscard]] ProcessorShare::SteadyTime now() override { return std::chrono::steady_clock::now(); }
+    [[nodiscard]] std::chrono::nanoseconds used() override {
+        timespec used{};
+        ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+        return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
+    }
+    void sleep(std::chrono::nanoseconds duration) override { std::this_thread::sleep_for(duration); }
+};
+
+SystemTime& systemTime() {
+    static SystemTime time;
+    return time;
 }
 
 }  // namespace
 
-void ProcessorShare::endRound(SteadyTime began, bool hasMoreWork) {
-    ++rounds_;
-    mayBeBusy_ = mayBeBusy_ || hasMoreWork || rounds_ >= kManyRounds;
-    if (began - windowStart_ >= kWindow) {
-        endWindow(began);
-    }
-}
+ProcessorShare::ProcessorShare() : time_(systemTime()) {}
 
-void ProcessorShare::endWindow(SteadyTime now) {
-    const std::chrono::nanoseconds elapsed = now - windowStart_;
-    std::chrono::nanoseconds pause = 0ns;
+void ProcessorShare::look(SteadyTime roughNow, bool mayBeBusy) {
+    ++looks_;
+    mayBeBusy_ = mayBeBusy_ || mayBeBusy || looks_ >= kManyLooks;
+    if (roughNow - windowStart_ < (owed_ > 0ns ? kWindowInDebt : kWindow)) {
+        return;
+    }
     if (mayBeBusy_) {
-        const std::chrono::nanoseconds used = usedProcessorTime();
-        if (usedBefore_ >= 0ns && used - usedBefore_ > elapsed * 19 / 20) {
-            pause = std::min(elapsed / 19, kMaxPause);
-            std::this_thread::sleep_for(pause);
-        }
-        usedBefore_ = used;
+        endBusyWindow();
     } else {
         usedBefore_ = -1ns;
+        owed_ = -kMaxCredit;
+        windowStart_ = roughNow;
     }
-    // The pause belongs to the window that it ends; in the next window it would count as idle time.
-    windowStart_ = now + pause;
-    rounds_ = 0;
+    looks_ = 0;
     mayBeBusy_ = false;
+}
+
+void ProcessorShare::endBusyWindow() {
+    const SteadyTime now = time_.now();
+    const std::chrono::nanoseconds pause = pauseAfter(now - windowStart_);
+    if (pause > 0ns) {
+        time_.sleep(pause);
+    }
+    // The pause belongs to the window that it ends: in the next one it would pass for idle time.
+    windowStart_ = now + pause;
+}
+
+std::chrono::nanoseconds ProcessorShare::pauseAfter(std::chrono::nanoseconds elapsed) {
+    const std::chrono::nanoseconds used = time_.used();
+    if (usedBefore_ >= 0ns) {
+        const std::chrono::nanoseconds left = elapsed - (used - usedBefore_);
+        owed_ = std::max(-kMaxCredit, owed_ + shareOf(elapsed) - left);
+    }
+    usedBefore_ = used;
+    const std::chrono::nanoseconds pause = owed_ < kMinPause ? 0ns : std::min(owed_, kMaxPause);
+    // Of a pause, too, a share belongs to the others anyway.
+    owed_ -= pause - shareOf(pause);
+    return pause;
 }
 
 }  // namespace corvel

@@ -2,13 +2,18 @@
 
 #include "core/support/EventLoop.hpp"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <ctime>
 #include <future>
 #include <memory>
+#include <numeric>
+#include <string>
+#include <vector>
 
 namespace corvel {
 namespace {
@@ -16,6 +21,7 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::nanoseconds;
 using std::chrono::steady_clock;
+using ::testing::IsEmpty;
 
 nanoseconds usedProcessorTime() {
     timespec used{};
@@ -23,48 +29,158 @@ nanoseconds usedProcessorTime() {
     return std::chrono::seconds(used.tv_sec) + nanoseconds(used.tv_nsec);
 }
 
-/// Uses this much time of the processor, however much other programs use meanwhile.
+/// Uses the processor for this long, whatever other programs take meanwhile.
 void use(nanoseconds duration) {
     for (const nanoseconds end = usedProcessorTime() + duration; usedProcessorTime() < end;) {
     }
 }
 
-/// The shortest pause at the end of windows in which this thread used its processor for `usedPerWindow`. Each window
-/// has 25 ms of simulated time, in rounds of equal length.
-nanoseconds shortestPause(nanoseconds usedPerWindow, int rounds, bool hasMoreWork) {
-    ProcessorShare share;
-    steady_clock::time_point now = steady_clock::now();
-    nanoseconds shortest = 1h;
-    for (int window = 0; window < 4; ++window) {
-        nanoseconds pause{};
-        for (int round = 0; round < rounds; ++round) {
-            use(usedPerWindow / rounds);
-            now += 25'000us / rounds;
-            const auto before = steady_clock::now();
-            share.endRound(now, hasMoreWork);
-            pause += steady_clock::now() - before;
-        }
-        // The first two windows have no window before them to compare with.
-        if (window > 1) {
-            shortest = std::min(shortest, pause);
-        }
+/// A thread whose time passes by hand: while it works, and while it sleeps.
+class ThreadByHand final : public ProcessorShare::Time {
+public:
+    [[nodiscard]] steady_clock::time_point now() override { return now_; }
+    [[nodiscard]] nanoseconds used() override {
+        ++questions;
+        return used_;
     }
-    return shortest;
+    void sleep(nanoseconds duration) override {
+        pauses.push_back(duration);
+        pass(duration, true);
+    }
+
+    void work(nanoseconds duration) {
+        used_ += duration;
+        pass(duration, false);
+    }
+    void waitForWork(nanoseconds duration) { pass(duration, true); }
+
+    /// The least that others got of any 100 ms so far.
+    [[nodiscard]] nanoseconds leastLeftOf100ms() const {
+        constexpr std::size_t kSteps = 100ms / kStep;
+        std::ptrdiff_t left = std::count(isLeft_.begin(), isLeft_.begin() + kSteps, true);
+        std::ptrdiff_t least = left;
+        for (std::size_t end = kSteps; end < isLeft_.size(); ++end) {
+            left += (isLeft_[end] ? 1 : 0) - (isLeft_[end - kSteps] ? 1 : 0);
+            least = std::min(least, left);
+        }
+        return least * kStep;
+    }
+
+    std::vector<nanoseconds> pauses;
+    int questions = 0;
+
+private:
+    static constexpr nanoseconds kStep = 10us;
+
+    void pass(nanoseconds duration, bool isLeft) {
+        now_ += duration;
+        const auto end = static_cast<std::size_t>((now_ - kStart) / kStep);
+        isLeft_.resize(std::max(end, isLeft_.size()), isLeft);
+    }
+
+    static constexpr steady_clock::time_point kStart{1h};
+    steady_clock::time_point now_ = kStart;
+    nanoseconds used_ = 5s;
+    /// For each step of time, whether others had the processor.
+    std::vector<bool> isLeft_;
+};
+
+class ProcessorShares : public ::testing::TestWithParam<nanoseconds> {};
+
+TEST_P(ProcessorShares, LeaveOthersFivePercentOfEach100msWhateverTheLengthOfTheRounds) {
+    ThreadByHand thread;
+    ProcessorShare share(thread);
+    for (nanoseconds worked = 0ns; worked < 2s; worked += GetParam()) {
+        thread.work(GetParam());
+        share.look(thread.now(), true);
+    }
+    EXPECT_GE(thread.leastLeftOf100ms(), 5ms);
+    EXPECT_LE(*std::ranges::max_element(thread.pauses), 1ms);
+    EXPECT_LE(std::accumulate(thread.pauses.begin(), thread.pauses.end(), nanoseconds(0)), 200ms)
+        << "no more than needed";
 }
 
-// The rest of the 5 % of a window.
-constexpr nanoseconds kPause = 1'300us;
+INSTANTIATE_TEST_SUITE_P(OfRounds, ProcessorShares, ::testing::Values(10us, 100us, 1ms, 3ms, 9ms, 10ms),
+                         [](const auto& round) { return "of" + std::to_string(round.param / 1us) + "us"; });
 
-TEST(ProcessorShare, PausesAThreadThatUsedNearlyAllOfAWindow) {
-    EXPECT_GE(shortestPause(24'500us, 5, true), kPause);
+TEST(ProcessorShare, LeavesThemWithinOneLongRoundToo) {
+    ThreadByHand thread;
+    ProcessorShare share(thread);
+    for (int round = 0; round < 4; ++round) {
+        const auto roundBegan = thread.now();
+        for (int step = 0; step < 400; ++step) {
+            thread.work(1ms);
+            share.look(thread.now(), true);
+        }
+        share.look(roundBegan, false);
+    }
+    EXPECT_GE(thread.leastLeftOf100ms(), 5ms);
+    EXPECT_LE(*std::ranges::max_element(thread.pauses), 1ms);
 }
 
-TEST(ProcessorShare, NoticesByTheNumberOfRoundsAloneThatAThreadIsBusy) {
-    EXPECT_GE(shortestPause(24'500us, 25, false), kPause);
+TEST(ProcessorShare, LeavesThemWhereRoundsAreFewAndLongAndEachWaitedForItsWork) {
+    ThreadByHand thread;
+    ProcessorShare share(thread);
+    for (int round = 0; round < 500; ++round) {
+        const auto roundBegan = thread.now();
+        thread.work(2ms);
+        share.look(thread.now(), true);
+        thread.work(2ms);
+        share.look(roundBegan, false);
+    }
+    EXPECT_GE(thread.leastLeftOf100ms(), 5ms);
+}
+
+TEST(ProcessorShare, MakesUpInPiecesForARoundThatTookLong) {
+    ThreadByHand thread;
+    ProcessorShare share(thread);
+    const auto work = [&](nanoseconds duration) {
+        thread.work(duration);
+        share.look(thread.now(), true);
+    };
+    work(20ms);
+    work(300ms);
+    for (int round = 0; round < 100; ++round) {
+        work(1ms);
+    }
+    EXPECT_LE(*std::ranges::max_element(thread.pauses), 1ms);
+    EXPECT_GE(std::accumulate(thread.pauses.begin(), thread.pauses.end(), nanoseconds(0)), 420ms * 7 / 100);
 }
 
 TEST(ProcessorShare, DoesNotPauseAThreadThatLeavesEnoughToOthers) {
-    EXPECT_LT(shortestPause(15'000us, 5, true), kPause);
+    ThreadByHand thread;
+    ProcessorShare share(thread);
+    for (int round = 0; round < 2'000; ++round) {
+        thread.work(900us);
+        share.look(thread.now(), true);
+        thread.waitForWork(100us);
+    }
+    EXPECT_THAT(thread.pauses, IsEmpty());
+}
+
+TEST(ProcessorShare, DoesNotPauseABurstAfterAQuietTime) {
+    ThreadByHand thread;
+    ProcessorShare share(thread);
+    for (int burst = 0; burst < 50; ++burst) {
+        for (int round = 0; round < 10; ++round) {
+            thread.work(1ms);
+            share.look(thread.now(), true);
+        }
+        thread.waitForWork(20ms);
+    }
+    EXPECT_THAT(thread.pauses, IsEmpty());
+}
+
+TEST(ProcessorShare, AsksTheSystemForNothingWhileNotesComeAlone) {
+    ThreadByHand thread;
+    ProcessorShare share(thread);
+    for (int note = 0; note < 1'000; ++note) {
+        const auto roundBegan = thread.now();
+        thread.work(50us);
+        share.look(roundBegan, false);
+        thread.waitForWork(1ms);
+    }
+    EXPECT_EQ(thread.questions, 0);
 }
 
 TEST(EventLoop, LeavesAPartOfTheProcessorToOthersWhileItsTasksKeepPosting) {
