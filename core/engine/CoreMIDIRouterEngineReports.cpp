@@ -138,7 +138,9 @@ void CoreMIDIRouterEngine::takeHostDiagnostic(std::string message, MIDIStatus st
 }
 
 void CoreMIDIRouterEngine::reportHostDiagnostic(std::string message, MIDIStatus status) {
-    if (reportIfFailed(status, message)) {
+    if (status == kMIDIMessagesLost) {
+        post(MIDIFailureReport{std::move(message)});
+    } else if (reportIfFailed(status, message)) {
         logDiagnostic(std::move(message));
     }
 }

@@ -28,6 +28,9 @@ inline constexpr MIDIStatus kMIDISuccess = 0;
 /// Status of a send whose bytes cannot be made into a packet.
 inline constexpr MIDIStatus kMIDIPacketNotMade = -10838;
 
+/// Status of a diagnostic that is for the performer at once: messages are being lost. Its text is shown as it is.
+inline constexpr MIDIStatus kMIDIMessagesLost = -10839;
+
 /// Result of the creation of a client or port: `ref` is 0 unless `status` is success.
 struct MIDICreation {
     MIDIStatus status = kMIDISuccess;
@@ -149,7 +152,8 @@ public:
     using ReceiveHandler = std::function<void(std::span<const MIDIArrival> arrivals)>;
 
     /// Receives a line about the service itself (an overrun, a missing privilege) and the status of the failure,
-    /// `kMIDISuccess` if there was none. Any thread.
+    /// `kMIDISuccess` if there was none. A line with another status is a failure, which the status line shows. Any
+    /// thread.
     using DiagnosticHandler = std::function<void(std::string message, MIDIStatus status)>;
 
     MIDIHost() = default;

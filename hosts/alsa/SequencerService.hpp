@@ -9,6 +9,7 @@
 #include "hosts/alsa/EndpointRegistry.hpp"
 #include "hosts/alsa/EventCoding.hpp"
 #include "hosts/alsa/OutputFlow.hpp"
+#include "hosts/alsa/OverrunWarning.hpp"
 #include "hosts/alsa/SequencerClient.hpp"
 
 #include <chrono>
@@ -71,6 +72,8 @@ private:
         bool isWanted = true;
         /// False if the sequencer may have ended the subscription.
         bool isCertain = true;
+        /// Messages since the last reload.
+        std::uint64_t arrivalCount = 0;
     };
 
     struct Announcement {
@@ -92,6 +95,9 @@ private:
     void accept(const snd_seq_event_t& event);
     void acceptAnnouncement(const snd_seq_event_t& event);
     void noteOverrun();
+    void warnOfOverruns();
+    /// The source that most of the latest messages came from.
+    [[nodiscard]] std::optional<std::string> mostActiveSourceName();
     void noteReadFailure(int status);
     /// Schedules the delivery of what was read and the effect of what was announced.
     void scheduleTurn();
@@ -161,6 +167,7 @@ private:
     /// While true, nothing is delivered, because the engine is in the middle of a delivery or a send.
     bool isDelivering_ = false;
     std::size_t overrunCount_ = 0;
+    OverrunWarning overrunWarning_;
 
     std::deque<Announcement> announcements_;
     bool mayHaveMissedPorts_ = false;

@@ -91,6 +91,7 @@ void SequencerService::accept(const snd_seq_event_t& event) {
         arrivedBytes_ += bytes->size() + kArrivalOverhead;
         arrivals_.push({subscription->second.connection, *std::move(bytes)});
         ++readCount_;
+        ++subscription->second.arrivalCount;
     }
 }
 
@@ -124,9 +125,35 @@ void SequencerService::acceptAnnouncement(const snd_seq_event_t& event) {
 void SequencerService::noteOverrun() {
     ++overrunCount_;
     diagnose("MIDI input overrun (" + std::to_string(overrunCount_) + " so far): messages were lost");
+    if (overrunWarning_.noteOverrun(std::chrono::steady_clock::now())) {
+        warnOfOverruns();
+    }
     // Announcements are lost too, so all ports must be examined again.
     mayHaveMissedPorts_ = true;
     notify({.messageID = MIDINotification::kSetupChanged});
+}
+
+void SequencerService::warnOfOverruns() {
+    const std::optional<std::string> name = mostActiveSourceName();
+    const std::string cause = name ? '"' + *name + "\" sends more" : "more MIDI arrives";
+    diagnose("Notes were lost: " + cause + " than Corvel can take in", kMIDIMessagesLost);
+}
+
+std::optional<std::string> SequencerService::mostActiveSourceName() {
+    std::uint64_t all = 0;
+    const Subscription* most = nullptr;
+    for (const auto& [address, subscription] : subscriptions_) {
+        all += subscription.arrivalCount;
+        if (most == nullptr || subscription.arrivalCount > most->arrivalCount) {
+            most = &subscription;
+        }
+    }
+    if (most == nullptr || most->arrivalCount * 2 <= all) {
+        return std::nullopt;
+    }
+    const std::shared_ptr<const MIDISetup> setup = registry_.setup();
+    const auto found = std::ranges::find(setup->sources, most->source, &MIDIEndpointRecord::ref);
+    return found != setup->sources.end() ? found->displayName : std::nullopt;
 }
 
 void SequencerService::scheduleTurn() {
@@ -179,6 +206,7 @@ void SequencerService::deliverUntil(std::uint64_t count) {
 
 void SequencerService::keepMIDIGoing() {
     readWaitingEvents();
+    queue_->shareProcessor();
     // After an overrun the ports must be examined first; the caller may be in the middle of that.
     if (!mayHaveMissedPorts_) {
         deliverUntil(readCount_);
@@ -203,6 +231,7 @@ void SequencerService::send(std::span<MIDISend> messages) {
     if (sendsSinceLook_ >= kSendsPerLook) {
         sendsSinceLook_ = 0;
         readWaitingEvents();
+        queue_->shareProcessor();
     }
     isDelivering_ = wasDelivering;
 }

@@ -181,6 +181,13 @@ TEST_F(EngineLifecycle, HoldsTheServicesDiagnosticsBackUntilItHasStarted) {
                 ElementsAre("logged: No real-time priority", "failed: No sequencer (-2)", "logged: Old driver"));
 }
 
+TEST_F(EngineLifecycle, TellsOfLostMessagesInTheWordsOfTheService) {
+    startEngine();
+    host->diagnose("Notes were lost", kMIDIMessagesLost);
+    settle();
+    EXPECT_THAT(delegate->reports, ElementsAre("failed: Notes were lost"));
+}
+
 TEST_F(EngineLifecycle, LogsTheServicesDiagnosticsAndReportsThoseOfAFailureWithItsStatus) {
     startEngine();
     host->diagnose("Overrun 1");
