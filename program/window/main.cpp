@@ -7,8 +7,10 @@
 #include "program/SingleInstance.hpp"
 #include "program/Start.hpp"
 #include "program/TerminationSignals.hpp"
+#include "program/window/DesktopSleepInhibitor.hpp"
 #include "program/window/Display.hpp"
 #include "program/window/ScratchStore.hpp"
+#include "program/window/ShowWatch.hpp"
 #include "ui/CorvelApp.hpp"
 #include "ui/NoticeWindow.hpp"
 #include "ui/QtText.hpp"
@@ -19,6 +21,7 @@
 #include <QString>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -66,6 +69,12 @@ std::string documentNotice(const RouteStore& store) {
                                            : ".");
 }
 
+/// The time since the last routed message; none if there was none.
+std::optional<std::chrono::nanoseconds> silence(const MIDIRouterViewModel& model, const Clock& clock) {
+    const MIDIRouterViewModel::ActivityEvents& events = model.activityEvents();
+    return events.empty() ? std::nullopt : std::optional(clock.now() - events.back().timestamp);
+}
+
 int run(const Start& start, const std::shared_ptr<QtSettings>& settings, const TerminationSignals& termination) {
     SingleInstance instance(settings->file());
     if (const std::optional<CommandResult> settled = becomeRoutingInstance(instance, start)) {
@@ -88,6 +97,9 @@ int run(const Start& start, const std::shared_ptr<QtSettings>& settings, const T
     if (const std::string notice = documentNotice(*store); !notice.empty()) {
         app.showNotice(QStringLiteral("Document Not Read"), ui::toQString(notice));
     }
+    DesktopSleepInhibitor sleepInhibitor;
+    const ShowWatch show(
+        app.window(), [&] { return silence(*model, *router.clock()); }, sleepInhibitor);
     const RunningInstance self(model, std::filesystem::absolute(store->fileURL()), router.isDemo(),
                                [&app](const std::string& token) { app.activateApplicationWindow(token); });
     instance.serve([&self](const InstanceRequest& request) { return self.answer(request); });
