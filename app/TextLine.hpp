@@ -8,8 +8,8 @@
 namespace corvel {
 
 /// The text as one line that a terminal shows and a script can split at tabs. Control characters, line separators,
-/// invisible characters (`text::isInvisible`) and backslashes become `\t`, `\n`, `\\`, `\u` with four hexadecimal digits
-/// or `\U` with eight; invalid UTF-8 is replaced. Needed because device names may contain anything.
+/// invisible characters (`text::isInvisible`) and backslashes become `\t`, `\n`, `\\`, `\u` with four hexadecimal
+/// digits or `\U` with eight; invalid UTF-8 is replaced. Needed because device names may contain anything.
 [[nodiscard]] std::string escapedLine(std::string_view text);
 
 /// The same for a device's name: one of which nothing can be seen becomes "(no name)".
