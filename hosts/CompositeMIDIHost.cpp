@@ -17,7 +17,7 @@ constexpr MIDIObjectRef kClientRef = 1;
 constexpr MIDIObjectRef kInputPortRef = 2;
 constexpr MIDIObjectRef kOutputPortRef = 3;
 
-/// Room for what the engine sends at once, so that sending needs no memory.
+/// Reserved for the number of messages that the engine sends at once, so that sending allocates nothing.
 constexpr std::size_t kUsualSends = 64;
 
 constexpr MIDIObjectRef kOwnBits = (MIDIObjectRef{1} << kMIDIObjectRefBits) - 1;
@@ -26,12 +26,12 @@ std::size_t serviceOf(MIDIObjectRef ref) {
     return ref >> kMIDIObjectRefBits;
 }
 
-/// The reference as its service knows it.
+/// The reference in the service's own form.
 MIDIObjectRef ownRef(MIDIObjectRef ref) {
     return ref & kOwnBits;
 }
 
-/// The reference by which the engine knows an object of the service; "none" stays none.
+/// The reference of a service's object in the engine's form; 0 stays 0.
 MIDIObjectRef sharedRef(MIDIObjectRef ref, std::size_t service) {
     return ref == 0 ? 0 : ref | static_cast<MIDIObjectRef>(service) << kMIDIObjectRefBits;
 }
@@ -143,7 +143,7 @@ public:
         if (first.outputPort != 0 && std::ranges::all_of(messages, [](const MIDISend& message) {
                 return serviceOf(message.destination) == 0;
             })) {
-            // The first service's references are its own.
+            // The first service's references are the same in both forms.
             first.host->send(first.outputPort, messages);
             return;
         }
@@ -165,12 +165,12 @@ public:
 private:
     struct Service {
         std::shared_ptr<MIDIHost> host;
-        // As the service calls them; 0 where it has none.
+        // The service's own references; 0 if it has none.
         MIDIObjectRef client = 0;
         MIDIObjectRef inputPort = 0;
         MIDIObjectRef outputPort = 0;
         std::shared_ptr<const MIDISetup> setup;
-        /// What is being sent through it, and where that stands in what the engine sends.
+        /// The messages that are being sent through it, and their indices in the engine's messages.
         std::vector<MIDISend> sends;
         std::vector<std::size_t> places;
         std::vector<MIDIObjectRef> used;
@@ -184,7 +184,7 @@ private:
         };
     }
 
-    /// Has each service create its own. Without any, the first failure is the result.
+    /// Makes each service create an object. If none succeeds, the first failure is the result.
     template <typename Make>
     MIDICreation create(MIDIObjectRef ref, MIDIObjectRef Service::*member, const char* failureText, Make make) {
         std::vector<MIDIStatus> failures;
@@ -206,7 +206,7 @@ private:
         return {.ref = ref};
     }
 
-    /// Ports of a service without a client are not asked for, and their lack has been reported with the client's.
+    /// For a service without a client: its failure has been reported with the client's, so its ports are not requested.
     static constexpr MIDIStatus kNoClient = std::numeric_limits<MIDIStatus>::min();
 
     template <typename Make>
@@ -214,7 +214,7 @@ private:
         return service.client != 0 ? make() : MIDICreation{.status = kNoClient};
     }
 
-    /// The service of a source, if it has an input port; else null.
+    /// The service of a source if it has an input port; otherwise null.
     [[nodiscard]] const Service* withInput(MIDIObjectRef source) const {
         const std::size_t index = serviceOf(source);
         return index < services_.size() && services_[index].inputPort != 0 ? &services_[index] : nullptr;
@@ -271,8 +271,8 @@ private:
         }
     }
 
-    /// Endpoints of one service keep the IDs that it gave them. One that was there before keeps its ID against those of
-    /// other services, so that a connection never comes to mean another endpoint.
+    /// Endpoints of one service keep its IDs. If an endpoint's ID is in use by another service, the endpoint that was
+    /// present first keeps it, so that a connection never changes to another endpoint.
     void tellIDsApart(MIDISetup& setup) {
         std::unordered_map<MIDIObjectRef, GivenID> given;
         std::unordered_map<std::int32_t, std::size_t> owners;

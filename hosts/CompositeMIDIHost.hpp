@@ -8,16 +8,16 @@
 
 namespace corvel::hosts {
 
-/// The most services that can be put together: the bits above a service's own references tell so many apart.
+/// Maximum number of services that can be combined, given by the bits above a service's own references.
 inline constexpr std::size_t kMaxServices = std::size_t{1} << (32 - kMIDIObjectRefBits);
 
-/// Several MIDI services as one.
+/// Combines several MIDI services into one.
 ///
-/// Their endpoints stand in one list, those of the first service first. An endpoint whose unique ID belongs to one of
-/// another service gets the next free ID, for as long as it is there. A client or port is there if at least one service
-/// has made its own; why another could not goes to the diagnostics.
+/// Their endpoints are in one list, those of the first service first. An endpoint whose unique ID is in use by another
+/// service gets the next free ID while it is present. A client or port is created if at least one service succeeds; the
+/// failures of the others go to the diagnostics.
 ///
-/// Precondition: 1 to `kMaxServices` services, all of which use the same queues.
+/// Precondition: 1 to `kMaxServices` services, which all use the same queues.
 [[nodiscard]] std::shared_ptr<MIDIHost> makeCompositeMIDIHost(std::vector<std::shared_ptr<MIDIHost>> services);
 
 }  // namespace corvel::hosts

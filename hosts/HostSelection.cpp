@@ -22,7 +22,7 @@ HostSelection selectHost(MIDIHostChoice choice, const std::shared_ptr<EventLoop>
     const bool wantsJack = wanted.names(MIDIServiceKind::jack);
     int status = 0;
     const bool hasALSA = wantsALSA && SequencerClient::open("Corvel", status) != nullptr;
-    // Asked only where it matters: a server may hang.
+    // Checked only if needed, because a server may hang.
     const bool hasJack = wantsJack && !hasALSA && jackServerRuns();
     std::string problem;
     if (wantsALSA && !hasALSA) {

@@ -11,22 +11,23 @@
 
 namespace corvel::hosts {
 
-/// The MIDI services that a choice came to.
+/// The MIDI services for a choice.
 struct HostSelection {
-    /// Never null. Where the sequencer alone was chosen or is there, but cannot be opened, it is the host all the same:
-    /// its engine reports the failure and stays unstarted.
+    /// Never null. If only the sequencer was chosen, or it exists but cannot be opened, it is still the host: its
+    /// engine reports the failure and stays unstarted.
     std::shared_ptr<MIDIHost> host;
     bool isDemo = false;
-    /// Whether the host can do anything, now or once a JACK server runs.
+    /// Whether the host can work, now or when a JACK server runs.
     bool hasService = true;
-    /// What is not as it was asked for, one line: the sequencer that cannot be opened, no JACK server. Else empty.
+    /// What differs from the choice, in one line: the sequencer cannot be opened, or there is no JACK server. Otherwise
+    /// empty.
     std::string problem;
 };
 
-/// Finds the services. Without a choice, the demo stands in where there is neither a sequencer nor a JACK server, and
-/// its log says so; where there is a sequencer, a JACK server may come later. `engineQueue` is the queue of the engine
-/// that will use the service; `realtimeBroker` is asked for the real-time priority that the kernel refuses to its
-/// thread. Throws `std::system_error` when the system has no thread left.
+/// Finds the services. Without a choice, the demo is used if there is neither a sequencer nor a JACK server, and its
+/// log says so. If there is a sequencer, a JACK server may start later. `engineQueue` is the queue of the engine that
+/// will use the service. `realtimeBroker` is asked for real-time priority if the kernel refuses it to the queue's thread.
+/// Throws `std::system_error` if the system has no thread left.
 [[nodiscard]] HostSelection selectHost(MIDIHostChoice choice, const std::shared_ptr<EventLoop>& engineQueue,
                                        const std::shared_ptr<DispatchQueue>& mainQueue,
                                        const RealtimeBroker& realtimeBroker = {});

@@ -26,7 +26,7 @@ void SetupNotifications::send() {
     isHandling_ = true;
     mainQueue_->async([handler = handler_, notification, weakThis = weak_from_this(), weakQueue = queue_] {
         handler(notification);
-        // Behind what the handler has posted there.
+        // Posted, so that it runs after what the handler has posted there.
         if (const auto queue = weakQueue.lock()) {
             queue->async([weakThis] {
                 if (const auto self = weakThis.lock()) {

@@ -8,18 +8,18 @@
 
 namespace corvel::hosts {
 
-/// Tells the main thread of changes, one notification at a time: those that come while it handles one become one. A
-/// program that opens a hundred ports must not cause a hundred reloads. On the engine's queue only.
+/// Notifies the main thread of changes, one notification at a time. Changes that occur while it handles one are merged
+/// into one, so that a program that opens a hundred ports does not cause a hundred reloads. On the engine's queue only.
 class SetupNotifications : public std::enable_shared_from_this<SetupNotifications> {
 public:
     SetupNotifications(std::shared_ptr<DispatchQueue> queue, std::shared_ptr<DispatchQueue> mainQueue);
 
-    /// Whom to tell; nobody when null.
+    /// Sets the receiver of notifications; null for none.
     void setHandler(MIDIHost::NotificationHandler handler);
 
-    /// Notes a change, for the next `send`.
+    /// Adds a change to the next notification.
     void add(const MIDINotification& notification);
-    /// Tells of what was noted, now or when the main thread has handled the notification before.
+    /// Sends the notification now, or when the main thread has handled the previous one.
     void send();
 
     [[nodiscard]] bool isWaiting() const { return next_.has_value(); }

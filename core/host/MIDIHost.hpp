@@ -16,8 +16,7 @@ namespace corvel {
 /// Handle of a client, a port, an endpoint, a device or an entity of the MIDI service; 0 is none.
 using MIDIObjectRef = std::uint32_t;
 
-/// A service's references have no more bits than these: where several services are put together, the bits above tell
-/// them apart.
+/// The number of bits in a service's references. If several services are combined, the bits above identify the service.
 inline constexpr unsigned kMIDIObjectRefBits = 30;
 
 /// Result of an operation of the MIDI service: 0 for success, anything else a failure (negative errno on Linux).
@@ -186,8 +185,9 @@ public:
                                                    MIDIObjectRef connection) = 0;
     virtual MIDIStatus disconnectSource(MIDIObjectRef port, MIDIObjectRef source) = 0;
 
-    /// Tells which destinations connections lead to now; replaces what was told before. A service that has to open a
-    /// way to a destination does it here, so that the first note does not wait for it. Packets may go to others, too.
+    /// Sets the destinations that connections now lead to, replacing the previous ones. A service that must first open
+    /// a path to a destination does so here, so that the first note does not wait for it. Packets may also be sent to
+    /// other destinations.
     virtual void setUsedDestinations(MIDIObjectRef /*port*/, std::span<const MIDIObjectRef> /*destinations*/) {}
 
     /// Sends the byte sequences now, in order, each as its own packet, and sets the status of each. They are passed

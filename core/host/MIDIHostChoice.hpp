@@ -14,8 +14,8 @@ enum class MIDIServiceKind : std::uint8_t {
     demo,
 };
 
-/// Which MIDI services the program is to use: those that were named or, where none was, all that there are, with the
-/// demo where there is none.
+/// The MIDI services that the program uses: the named ones or, if none was named, all that are available, otherwise the
+/// demo.
 class MIDIHostChoice {
 public:
     constexpr MIDIHostChoice() = default;
@@ -35,7 +35,7 @@ public:
         return names(MIDIServiceKind::alsa) || names(MIDIServiceKind::jack);
     }
 
-    /// The same choice without the demo as a stand-in: all of the system's services where none was named.
+    /// The same choice without the demo as a replacement: all of the system's services if none was named.
     [[nodiscard]] constexpr MIDIHostChoice withoutStandIn() const {
         return isAutomatic() ? MIDIHostChoice{MIDIServiceKind::alsa, MIDIServiceKind::jack} : *this;
     }

@@ -41,10 +41,11 @@ struct EndpointIdentity {
     bool showsPlace = false;
 };
 
-/// Knows the sequencer's ports: gives each endpoint a reference that is not reused for 4,096 endpoints, and a unique ID
+/// Knows the sequencer's ports. Gives each endpoint a reference that is not reused for 4,096 endpoints, and a unique ID
 /// and a name that a returning device or program gets again.
 ///
-/// Pure bookkeeping, without a sequencer. Taking over a port costs what that port costs, whatever else there is.
+/// Only keeps records, without access to the sequencer. The cost of adding a port does not depend on the number of
+/// other ports.
 class EndpointRegistry {
 public:
     using CardReader = std::function<SoundCard(int card)>;

@@ -6,9 +6,8 @@
 
 #include <cstdint>
 
-/// The references by which the engine names the sequencer's objects, so that no two objects share one and none is 0.
-/// They leave the bits above `kMIDIObjectRefBits` free. Endpoints, of which there may be many in a short time, have
-/// most of the others.
+/// The engine's references to the sequencer's objects. They are unique and never 0, and leave the bits above
+/// `kMIDIObjectRefBits` free. Most of the other bits are for endpoints, of which there may be many in a short time.
 namespace corvel::hosts {
 
 enum class ObjectKind : std::uint8_t { none, device, entity, client, port };
@@ -29,8 +28,8 @@ static_assert(kDestinationClass << kClassShift < 1U << kMIDIObjectRefBits);
 
 }  // namespace detail
 
-/// The reference of an endpoint. The generation tells a port from those that had its address before; it repeats after
-/// 4,096 endpoints.
+/// The reference of an endpoint. The generation distinguishes ports that had the same address one after the other; it
+/// repeats after 4,096 endpoints.
 [[nodiscard]] constexpr MIDIObjectRef endpointReference(const PortAddress& address, MIDIEndpointDirection direction,
                                                         std::uint32_t generation) {
     const std::uint32_t kind =
@@ -46,7 +45,7 @@ static_assert(kDestinationClass << kClassShift < 1U << kMIDIObjectRefBits);
             static_cast<int>(endpoint & detail::kByteMask)};
 }
 
-/// The reference of anything else, by its number (up to 65,535): a device's index in the tree, an entity's client
+/// The reference of any other object, by its number (up to 65,535): a device's index in the tree, an entity's client
 /// number, an own port.
 [[nodiscard]] constexpr MIDIObjectRef objectReference(ObjectKind kind, int number) {
     return static_cast<MIDIObjectRef>(kind) << detail::kKindShift |

@@ -13,8 +13,8 @@ struct JackEvent {
     std::span<const std::uint8_t> bytes;
 };
 
-/// What the process callback asks of the server's library: access to the port buffers of one period. Nothing here
-/// waits. In the process callback only.
+/// The functions of the server's library that the process callback uses: access to the port buffers of one period.
+/// Nothing here waits. In the process callback only.
 class JackBuffers {
 public:
     JackBuffers() = default;
@@ -25,7 +25,7 @@ public:
     /// The frame at which the period starts, on a clock that wraps.
     [[nodiscard]] virtual std::uint32_t periodStart() = 0;
 
-    /// A port's buffer for this period of so many frames; null if the port is gone.
+    /// A port's buffer for this period of `frames` frames; null if the port no longer exists.
     [[nodiscard]] virtual void* buffer(void* port, std::uint32_t frames) = 0;
 
     [[nodiscard]] virtual std::uint32_t eventCount(void* buffer) = 0;
@@ -33,9 +33,9 @@ public:
     [[nodiscard]] virtual bool event(void* buffer, std::uint32_t index, JackEvent& event) = 0;
 
     virtual void clear(void* buffer) = 0;
-    /// The longest event that an empty buffer takes.
+    /// The maximum size of an event in an empty buffer.
     [[nodiscard]] virtual std::size_t maxEventSize(void* buffer) = 0;
-    /// Room for an event behind those that the buffer has; null if there is none.
+    /// Reserves an event after those in the buffer; null if there is no room.
     [[nodiscard]] virtual std::uint8_t* reserve(void* buffer, std::uint32_t time, std::size_t size) = 0;
 };
 

@@ -14,11 +14,11 @@ namespace corvel::hosts {
 
 namespace {
 
-/// References of devices and entities have this bit; those of endpoints, which are counted from 1, never come so far.
+/// References of devices and entities have this bit. Those of endpoints are counted from 1 and never reach it.
 constexpr MIDIObjectRef kDeviceBit = MIDIObjectRef{1} << (kMIDIObjectRefBits - 1);
 constexpr MIDIObjectRef kEntityBit = kDeviceBit >> 1U;
 
-/// The port's name with that which its client asked for.
+/// The port's name with the name that its client asked for.
 std::string baseName(const JackPort& port) {
     return baseClientName(port) + ":" + std::string(port.port());
 }
@@ -95,7 +95,7 @@ JackEndpoints::BaseCounts JackEndpoints::countBases(const std::vector<JackPort>&
     return counts;
 }
 
-/// That of the name without the server's number, unless another port has it too, or has its ID.
+/// The ID of the name without the server's number, unless another port has the same name or its ID.
 std::int32_t JackEndpoints::uniqueIDFor(const JackPort& port, const BaseCounts& baseCounts) {
     const std::string portName = text::repairedUTF8(port.port());
     const std::string client = text::repairedUTF8(port.client());
@@ -123,7 +123,7 @@ std::shared_ptr<const MIDISetup> JackEndpoints::setup() {
     setup.sources = records(MIDIEndpointDirection::source);
     setup.destinations = records(MIDIEndpointDirection::destination);
     std::map<std::string, MIDIDeviceRecord> devices;
-    // The records stand in the order of the ports.
+    // The records are in the order of the ports.
     auto nextSource = setup.sources.begin();
     auto nextDestination = setup.destinations.begin();
     for (const auto& [key, known] : known_) {

@@ -15,23 +15,23 @@
 
 namespace corvel::hosts {
 
-/// Knows the server's ports as endpoints: gives each a reference that is never used again, and a unique ID that the
-/// same port of a client of the same name gets again. Corvel's own ports are none, nor are those that mirror the ALSA
-/// sequencer's, where they are to be left out. Pure bookkeeping; one thread at a time.
+/// Knows the server's ports as endpoints. Gives each a reference that is never reused, and a unique ID that the same
+/// port of a client of the same name gets again. Leaves out Corvel's own ports and, if requested, ports that mirror the
+/// ALSA sequencer's. Only keeps records; one thread at a time.
 class JackEndpoints {
 public:
     struct Endpoint {
         MIDIObjectRef ref = 0;
         MIDIEndpointDirection direction = MIDIEndpointDirection::source;
-        /// By which the server knows the port now.
+        /// The port's present name on the server.
         std::string portName;
     };
 
-    /// What a snapshot has changed.
+    /// The changes of a snapshot.
     struct Change {
         std::vector<Endpoint> added;
         std::vector<Endpoint> removed;
-        /// Whether something else is different: a name, the server.
+        /// Whether something else has changed: a name, or the server.
         bool hasChangedProperties = false;
 
         [[nodiscard]] bool isNone() const { return added.empty() && removed.empty() && !hasChangedProperties; }
@@ -39,7 +39,7 @@ public:
 
     explicit JackEndpoints(bool leavesOutALSAMirrors) : leavesOutALSAMirrors_(leavesOutALSAMirrors) {}
 
-    /// Takes over the ports that there are now. An endpoint whose port has another name keeps reference and ID.
+    /// Replaces all ports. An endpoint whose port was renamed keeps reference and ID.
     Change replaceAll(JackSnapshot snapshot);
 
     /// Null if there is none. Valid until the next change.
@@ -50,7 +50,7 @@ public:
 private:
     using Key = std::pair<MIDIEndpointDirection, std::string>;
 
-    /// How many ports there are by the names that their clients asked for.
+    /// The number of ports by the names that their clients asked for.
     using BaseCounts = std::map<Key, unsigned>;
 
     struct Known {

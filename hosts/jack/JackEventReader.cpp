@@ -59,7 +59,7 @@ void JackEventReader::readSysEx(std::span<const std::uint8_t>& rest, Sink sink) 
     const auto end = std::find_if(rest.begin() + (begins ? 1 : 0), rest.end(), isStatus);
     const bool isComplete = end != rest.end() && *end == kSysExEnd;
     const std::size_t size = static_cast<std::size_t>(end - rest.begin()) + (isComplete ? 1 : 0);
-    // A realtime byte in the middle does not end it.
+    // A realtime byte inside it does not end it.
     isInSysEx_ = !isComplete && (end == rest.end() || isRealtime(*end));
     if (begins) {
         sink(isComplete ? Part::whole : Part::sysExBegin, rest.first(size));

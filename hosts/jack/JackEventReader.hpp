@@ -8,22 +8,22 @@
 
 namespace corvel::hosts {
 
-/// Splits the bytes of one port's events, or of the packets for one destination, into single messages, whatever the
-/// program that wrote them put into an event.
+/// Splits the bytes of one port's events, or of the packets for one destination, into single messages, whatever a
+/// program has put into an event.
 ///
-/// - Each message comes out on its own, with its status byte: where a program uses running status, also from one event
-///   to the next, the status is put back.
-/// - SysEx comes out as it came: whole, or in parts whose later ones begin with a data byte, or are a lone F7. It ends
-/// at
-///   F7 or at the next status byte. Realtime bytes come out before the message that they interrupt, and between the
-///   parts of SysEx.
-/// - Data bytes that belong to no status, and messages that end too early, are left out and counted.
+/// - Each message is separate and has its status byte: running status is expanded, also from one event to the next.
+/// - SysEx is unchanged: complete, or in parts of which later ones begin with a data byte or are a single F7. It ends
+///   at
+///   F7 or at the next status byte. Realtime bytes come before the message that they interrupt, and between the parts
+///   of
+///   SysEx.
+/// - Data bytes without a status, and incomplete messages, are left out and counted.
 class JackEventReader {
 public:
     enum class Part : std::uint8_t {
-        /// A message of its own, a SysEx message included that stands in one piece.
+        /// A complete message, also a SysEx message in one piece.
         whole,
-        /// The beginning, the middle and the end of SysEx that comes in pieces.
+        /// The first, middle and last part of SysEx in pieces.
         sysExBegin,
         sysExMiddle,
         sysExEnd,
@@ -34,7 +34,7 @@ public:
 
     void read(std::span<const std::uint8_t> event, Sink sink);
 
-    /// How often bytes were left out, each run of them counted once.
+    /// How often bytes were left out; a contiguous run counts once.
     [[nodiscard]] std::size_t malformedCount() const { return malformedCount_; }
 
 private:

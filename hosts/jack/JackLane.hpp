@@ -13,45 +13,45 @@
 
 namespace corvel::hosts {
 
-/// What stands before an event on its way to an output port.
+/// The header of an event on its way to an output port.
 struct JackOutputHeader {
-    /// The frame at which it goes out; as soon as possible where `isTimed` is not set.
+    /// The frame at which it is sent, if `isTimed`; otherwise it is sent as soon as possible.
     std::uint32_t frame = 0;
     std::uint32_t isTimed = 0;
     std::uint32_t size = 0;
 };
 
-/// The way to one destination: from the engine's queue, which makes events of packets, to the process callback, which
-/// takes them out in order.
+/// The path to one destination: the engine's queue converts packets into events, and the process callback takes them in
+/// order.
 ///
-/// A JACK event is one complete message, so SysEx that comes in pieces is put together first. Full, it refuses packets.
+/// A JACK event is one complete message, so SysEx in pieces is first joined. Refuses packets if it is full.
 class JackLane {
 public:
-    /// More than any server's port buffer takes.
+    /// Larger than any server's port buffer.
     static constexpr std::size_t kMaxEvent = std::size_t{64} << 10U;
-    /// Some 17,000 short messages.
+    /// Enough for about 17,000 short messages.
     static constexpr std::size_t kCapacity = std::size_t{256} << 10U;
 
     // Engine's queue
 
-    /// Adds a packet's messages, to go out at the frame or as soon as possible. `maxEvent` is what a port's buffer
-    /// takes. Gives the first failure: -EAGAIN where too much waits, -EMSGSIZE for a message that no buffer takes,
-    /// `kMIDIPacketNotMade` for bytes that are no message.
+    /// Adds a packet's messages, to be sent at the frame or as soon as possible. `maxEvent` is the maximum size of an
+    /// event in a port's buffer. Returns the first failure: -EAGAIN if too much is waiting, -EMSGSIZE for a message
+    /// larger than a buffer, `kMIDIPacketNotMade` for bytes that are not a message.
     [[nodiscard]] MIDIStatus write(std::span<const std::uint8_t> packet, std::optional<std::uint32_t> frame,
                                    std::size_t maxEvent);
 
-    /// Whether everything that was added has gone out. Any thread.
+    /// Whether everything that was added has been sent. Any thread.
     [[nodiscard]] bool isDrained() const {
         return takenCount_.load(std::memory_order_acquire) == writtenCount_.load(std::memory_order_relaxed);
     }
 
     // Process callback
 
-    /// The next event's header, which stays the next one until `take` or `skip`; null if there is none.
+    /// The next event's header; null if there is none. The same event until `take` or `skip`.
     [[nodiscard]] const JackOutputHeader* next();
-    /// Moves the next event's bytes to `bytes`, which has as many.
+    /// Moves the next event's bytes to `bytes`, which must have its size.
     void take(std::span<std::uint8_t> bytes);
-    /// Leaves the next event out.
+    /// Drops the next event.
     void skip();
 
 private:

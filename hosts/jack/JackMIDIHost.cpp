@@ -27,8 +27,8 @@ constexpr MIDIObjectRef kClientRef = 1;
 constexpr MIDIObjectRef kInputPortRef = 2;
 constexpr MIDIObjectRef kOutputPortRef = 3;
 
-/// How long a server's answer is waited for where somebody needs it at once: at the start, for a list of endpoints
-/// without a client, and at the end. A server that hangs takes longer.
+/// Maximum time to wait for the server's answer where it is needed at once: at the start, for a list of endpoints
+/// without a client, and at the end. Only a server that hangs takes longer.
 constexpr std::chrono::seconds kAnswerLimit{1};
 
 /// An event descriptor.
@@ -54,7 +54,7 @@ private:
     const int descriptor_;
 };
 
-/// What the callback uses lives as long as whoever may still call it.
+/// The state that the callback uses; it exists while the callback may be called.
 struct BelledProcess {
     Bell bell;
     JackProcess process{&Bell::ring, &bell};
@@ -107,7 +107,7 @@ public:
         if (isStopping_) {
             stopped_.wait_for(kAnswerLimit);
         }
-        // Where the library hangs, its thread is left to it, and takes along what it uses.
+        // If the library hangs, its thread is abandoned with everything that it uses.
         workerQueue_->async([worker = std::move(worker_), workerQueue = workerQueue_] {});
     }
 
@@ -121,7 +121,7 @@ public:
             service->open(process->bell.descriptor(), std::move(handler));
         });
         hasClient_ = true;
-        // The endpoints of a server that runs are there from the first listing on.
+        // So that the endpoints of a running server are in the first listing.
         waitForWorker([](JackWorker& worker) {
             worker.start();
             return true;
@@ -147,7 +147,7 @@ public:
         const auto promise = std::make_shared<std::promise<void>>();
         stopped_ = promise->get_future();
         isStopping_ = true;
-        // Behind the last wish of the engine's queue.
+        // Posted, so that it runs after the last wish from the engine's queue.
         queue_->async([service = service_, worker = worker_, workerQueue = workerQueue_, promise] {
             service->close();
             workerQueue->async([worker, promise] { worker->stop([promise] { promise->set_value(); }); });
@@ -200,7 +200,7 @@ private:
         DiagnosticHandler handler_;
     };
 
-    /// Has the worker do something and waits for the result, unless that takes too long.
+    /// Runs an operation on the worker and waits for the result, up to the limit.
     template <typename Operation>
     auto waitForWorker(Operation operation) -> std::optional<decltype(operation(std::declval<JackWorker&>()))> {
         using Result = decltype(operation(std::declval<JackWorker&>()));
@@ -219,7 +219,7 @@ private:
     const std::shared_ptr<Diagnostics> diagnostics_ = std::make_shared<Diagnostics>();
     std::shared_ptr<JackService> service_;
     std::shared_ptr<JackWorker> worker_;
-    /// Set on the main thread, before the engine's queue has a port.
+    /// Set on the main thread before the engine's queue has a port.
     std::atomic<bool> hasClient_ = false;
     bool isStopping_ = false;
     std::future<void> stopped_;

@@ -11,17 +11,17 @@ namespace {
 
 constexpr std::string_view kOwnClient = "Corvel";
 
-/// Bytes of a port's name that every server has room for.
+/// Maximum size of a port's name that every server accepts, in bytes.
 constexpr std::size_t kMaxOwnName = 120;
 
-/// The text without a "-" and digits at its end; the whole text where there are none.
+/// The text without a "-" and digits at its end, if there are any.
 std::string_view withoutNumber(std::string_view text) {
     const std::size_t dash = text.find_last_not_of("0123456789");
     const bool endsInNumber = dash != std::string_view::npos && dash + 1 < text.size() && text[dash] == '-';
     return endsInNumber && dash > 0 ? text.substr(0, dash) : text;
 }
 
-/// At most `size` bytes, whole characters.
+/// At most `size` bytes, without splitting a character.
 std::string shortened(std::string text, std::size_t size) {
     if (text.size() > size) {
         while (size > 0 && (static_cast<unsigned char>(text[size]) & 0xC0U) == 0x80U) {

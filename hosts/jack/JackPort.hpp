@@ -8,14 +8,14 @@
 
 namespace corvel::hosts {
 
-/// A MIDI port of another client, as the server describes it. Names may hold any bytes.
+/// A MIDI port of another client, as the server describes it. Names may contain any bytes.
 struct JackPort {
-    /// "client:port", by which the server knows it.
+    /// "client:port", the name on the server.
     std::string name;
     /// A client's output is a source, its input a destination.
     MIDIEndpointDirection direction = MIDIEndpointDirection::source;
     std::vector<std::string> aliases;
-    /// From the metadata; empty where there is none.
+    /// From the metadata; empty if there is none.
     std::string prettyName;
 
     /// The parts of the name.

@@ -7,8 +7,8 @@ namespace corvel::hosts {
 
 namespace {
 
-/// An event is planned for one period ahead, and periods have 8,192 frames at most. One that seems farther away was
-/// planned on a clock that has been set since.
+/// Events are planned one period ahead, and a period has at most 8,192 frames. An event that is farther ahead was
+/// planned before the clock was set.
 constexpr std::int32_t kMaxFramesAhead = 32'768;
 
 }  // namespace
@@ -30,12 +30,12 @@ void JackProcess::process(JackBuffers& buffers, std::uint32_t frames) {
     periodCount_.fetch_add(1, std::memory_order_release);
 }
 
-/// Moves a cursor to the next event that has bytes. False at the end.
+/// Moves a cursor to the next event with bytes. Returns false at the end.
 bool JackProcess::advance(JackBuffers& buffers, Cursor& cursor, std::uint32_t frames) {
     const std::uint32_t earliest = cursor.event.time;
     while (cursor.index < cursor.count) {
         if (buffers.event(cursor.buffer, cursor.index++, cursor.event) && !cursor.event.bytes.empty()) {
-            // Events stand in the order in which they were written, whatever times the writer gave them.
+            // Events stay in the order in which they were written, whatever their times are.
             cursor.event.time = std::min(std::max(cursor.event.time, earliest), frames - 1);
             return true;
         }
@@ -68,7 +68,7 @@ void JackProcess::readInputs(JackBuffers& buffers, Table& table, std::uint32_t s
             lostInputCount_.fetch_add(1, std::memory_order_relaxed);
         }
         if (!advance(buffers, *next, frames)) {
-            // The others keep their order, so that of two events at one frame the first port's stays the first.
+            // The others keep their order, so that of two events at the same frame that of the first port comes first.
             std::move(next + 1, end, next);
             --active;
         }
@@ -123,7 +123,7 @@ bool JackProcess::isUsingLatest() {
     if (usedGeneration_.load(std::memory_order_acquire) < generation_) {
         return false;
     }
-    // A period that began later than that one cannot use an older table.
+    // A period that began later cannot use an older table.
     tables_.erase(tables_.begin(), tables_.empty() ? tables_.begin() : tables_.end() - 1);
     return true;
 }

@@ -12,35 +12,35 @@
 
 namespace corvel::hosts {
 
-/// What stands before an event on its way from an input port.
+/// The header of an event from an input port.
 struct JackInputHeader {
-    /// Which port it came through.
+    /// The port that received it.
     std::uint32_t tag = 0;
-    /// The frame at which it goes out again: its own, one period later.
+    /// The frame at which its results are sent: its own, one period later.
     std::uint32_t frame = 0;
     std::uint32_t size = 0;
 };
 
-/// An input port of Corvel's.
+/// An input port of Corvel.
 struct JackInput {
     void* port = nullptr;
     std::uint32_t tag = 0;
 };
 
-/// An output port of Corvel's, with what goes there.
+/// An output port of Corvel, with its events.
 struct JackOutput {
     void* port = nullptr;
     std::shared_ptr<JackLane> lane;
 };
 
-/// The heart of the JACK host: what the server has Corvel do in each period.
+/// The process callback of the JACK host: what Corvel does in each period.
 ///
-/// Takes the events of all input ports to the engine, in the order of their frames, and the engine's to the output
-/// ports. What does not fit a port's buffer goes out in the next period, and nothing overtakes. `process` neither
-/// locks, waits, asks for memory nor logs.
+/// Passes the events of all input ports to the engine, in the order of their frames, and the engine's events to the
+/// output ports. What does not fit into a port's buffer is sent in the next period, in order. `process` takes no lock,
+/// and neither waits, allocates nor logs.
 class JackProcess {
 public:
-    /// Room for what arrives until the engine's queue reads it: some 60,000 short messages.
+    /// Room for arrivals until the engine's queue reads them: about 60,000 short messages.
     static constexpr std::size_t kInputCapacity = std::size_t{1} << 20U;
     static constexpr std::size_t kMaxInputEvent = std::size_t{64} << 10U;
 
@@ -50,32 +50,33 @@ public:
     JackProcess& operator=(const JackProcess&) = delete;
     ~JackProcess();
 
-    /// One period. In the server's real-time thread.
+    /// Runs one period, on the server's real-time thread.
     void process(JackBuffers& buffers, std::uint32_t frames);
 
     // Worker
 
-    /// Has the next period use these ports. Those of before may be in use until `isUsingLatest`.
+    /// Sets the ports for the next period. The previous ones may be in use until `isUsingLatest`.
     void setPorts(std::vector<JackInput> inputs, std::vector<JackOutput> outputs);
-    /// Whether a period has ended that used the ports set last; frees the tables of before then.
+    /// Whether a period with the latest ports has ended. If so, frees the previous tables.
     [[nodiscard]] bool isUsingLatest();
-    /// Forgets all ports, while no period runs.
+    /// Removes all ports, while no period runs.
     void clearPorts();
-    /// How many periods there have been.
+    /// The number of periods so far.
     [[nodiscard]] std::uint64_t periodCount() const { return periodCount_.load(std::memory_order_acquire); }
 
     // Engine's queue
 
-    /// Where events wait for the engine.
+    /// The events that wait for the engine.
     [[nodiscard]] RecordRing<JackInputHeader>& input() { return input_; }
-    /// The longest event that an output port's buffer takes; before the first period, what it is in known servers.
+    /// The maximum size of an event in an output port's buffer; before the first period, that of known servers.
     [[nodiscard]] std::size_t maxEventSize() const { return maxEventSize_.load(std::memory_order_relaxed); }
-    /// Events that were lost for want of room between callback and engine, or that no output buffer took.
+    /// The number of events lost because there was no room between callback and engine, or that no output buffer
+    /// accepted.
     [[nodiscard]] std::uint64_t lostInputCount() const { return lostInputCount_.load(std::memory_order_relaxed); }
     [[nodiscard]] std::uint64_t lostOutputCount() const { return lostOutputCount_.load(std::memory_order_relaxed); }
 
 private:
-    /// An input port that has events left in this period.
+    /// An input port with remaining events in this period.
     struct Cursor {
         void* buffer = nullptr;
         std::uint32_t tag = 0;
@@ -84,7 +85,7 @@ private:
         JackEvent event;
     };
 
-    /// The ports of a period. Never changes but for the cursors, which only the callback uses.
+    /// The ports of a period. Immutable, except for the cursors, which only the callback uses.
     struct Table {
         std::uint64_t generation = 0;
         std::vector<JackInput> inputs;

@@ -11,14 +11,15 @@ namespace corvel::hosts {
 
 namespace {
 
-/// Arrivals that may wait for their delivery; what comes beyond that stays where the process callback has put it.
+/// Maximum number of arrivals that wait for delivery. Further ones stay in the callback's ring.
 constexpr std::size_t kMaxArrivals = 4'096;
 
-/// Arrivals that are delivered at most before a change of the ports takes effect: more than the callback's ring holds.
+/// Maximum number of arrivals that are delivered before a change of the ports takes effect: more than the callback's
+/// ring holds.
 constexpr std::size_t kMaxArrivalsBeforeChange = 131'072;
 
-/// Arrivals delivered in one turn, before other work of the queue gets its turn, and those given to the engine
-/// together.
+/// Maximum number of arrivals delivered before other work of the queue gets its turn, and given to the engine in one
+/// call.
 constexpr std::size_t kArrivalsPerTurn = 256;
 constexpr std::size_t kArrivalsPerDelivery = 64;
 
@@ -132,12 +133,12 @@ void JackService::scheduleMalformedReport() {
 void JackService::runTurn() {
     isTurnScheduled_ = false;
     deliver(kArrivalsPerTurn);
-    // What the last read left in the ring rings no bell again.
+    // Events that the last read left in the ring do not signal the descriptor again.
     readWaitingEvents();
     notifications_->send();
 }
 
-/// Gives the engine the arrivals of one frame together, since what they cause goes out at one frame.
+/// Gives the engine all arrivals of a frame together, because their results are sent at the same frame.
 void JackService::deliver(std::size_t limit) {
     if (isDelivering_) {
         return;
@@ -176,7 +177,7 @@ void JackService::deliverAll() {
 // Ports
 
 void JackService::takeSnapshot(JackSnapshot snapshot) {
-    // What a client that has gone has played before reaches its destinations.
+    // Messages that a closed client has sent before reach their destinations.
     deliverAll();
     const JackEndpoints::Change change = endpoints_.replaceAll(std::move(snapshot));
     if (change.isNone()) {
@@ -242,8 +243,8 @@ MIDIStatus JackService::disconnectSource(MIDIObjectRef source) {
     if (found == subscriptions_.end()) {
         return -ENODEV;
     }
-    // The port stays if the source is connected again in the same task, as every reload does: it would lose what is
-    // played in between.
+    // The port stays if the source is connected again in the same task, as in every reload. Otherwise messages in
+    // between would be lost.
     found->second.isWanted = false;
     if (!std::exchange(isSettlingScheduled_, true)) {
         post(&JackService::settleSubscriptions);
@@ -300,7 +301,7 @@ void JackService::releaseUnused() {
     }
 }
 
-/// At the end of the current task, since a reload asks for many ports one by one.
+/// At the end of the current task, because a reload requests many ports one by one.
 void JackService::scheduleWish() {
     if (!std::exchange(isWishScheduled_, true)) {
         post(&JackService::sendWish);

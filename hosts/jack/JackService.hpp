@@ -23,31 +23,31 @@
 
 namespace corvel::hosts {
 
-/// The JACK host's side on the engine's queue: endpoints, what arrives and what is sent. What it wants of the server it
-/// asks of the worker, without waiting.
+/// The part of the JACK host on the engine's queue: endpoints, arrivals and sends. It asks the worker for changes on
+/// the server, without waiting.
 ///
-/// Every operation but the constructor runs on the engine's queue. What was read before a change of the ports is
+/// Every operation except the constructor runs on the engine's queue. What was read before a change of the ports is
 /// delivered before the change takes effect.
 class JackService : public std::enable_shared_from_this<JackService> {
 public:
-    /// How the service reaches the worker; each only posts there.
+    /// How the service reaches the worker; each function only posts.
     struct Worker {
         std::function<void(JackWish wish)> setWish;
         std::function<void()> refresh;
     };
 
-    /// The delay after which the way to a destination that nobody uses any more is closed.
+    /// Delay after which the path to an unused destination is closed.
     static constexpr std::chrono::seconds kReleaseDelay{10};
-    /// Time between two diagnostics about what arrives malformed.
+    /// Time between two diagnostics about malformed input.
     static constexpr std::chrono::seconds kReportInterval{1};
 
     JackService(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue,
                 std::shared_ptr<JackProcess> process, bool leavesOutALSAMirrors, Worker worker);
 
-    /// Before anything else happens on the queue.
+    /// Must be called before anything else on the queue.
     void setDiagnosticHandler(MIDIHost::DiagnosticHandler handler) { reportDiagnostic_ = std::move(handler); }
 
-    /// Reads what arrives from now on, whenever the descriptor is ready.
+    /// Reads arrivals from now on, whenever the descriptor is ready.
     void open(int descriptor, MIDIHost::NotificationHandler handler);
     void setReceiveHandler(MIDIHost::ReceiveHandler handler);
     void close();
@@ -64,7 +64,7 @@ private:
     static constexpr std::size_t kUsualBurst = 4'096;
     static constexpr std::size_t kArrivalsPerChunk = 256;
 
-    /// A message that was read, and the frame at which what it causes is to go out.
+    /// A message that was read, and the frame at which its results are sent.
     struct Arrival {
         MIDIArrival arrival;
         std::uint32_t frame = 0;
@@ -72,7 +72,7 @@ private:
 
     struct Subscription {
         MIDIObjectRef connection = 0;
-        /// False between a disconnect and the end of the queue's current task.
+        /// False from a disconnect until the end of the queue's current task.
         bool isWanted = true;
         JackEventReader reader;
     };
@@ -117,7 +117,7 @@ private:
     std::vector<MIDIArrival> group_;
     bool isTurnScheduled_ = false;
     bool isDelivering_ = false;
-    /// While arrivals of one frame are being delivered: when what is sent meanwhile goes out.
+    /// While arrivals of a frame are being delivered, the frame at which their results are sent.
     std::optional<std::uint32_t> sendFrame_;
     std::size_t malformedCount_ = 0;
     bool isReportScheduled_ = false;

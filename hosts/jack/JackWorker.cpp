@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 
 constexpr const char* kClientName = "Corvel";
 
-/// Time between two looks at what a period has to end for.
+/// Time between two checks whether a period has ended.
 constexpr auto kSettleInterval = 5ms;
 
 }  // namespace
@@ -91,7 +91,7 @@ JackEvents JackWorker::events() {
             });
         }
     };
-    // A client that makes and removes ports all the time must not fill the queue.
+    // A client that creates and removes ports all the time must not fill the queue.
     const auto isPosted = std::make_shared<std::atomic<bool>>(false);
     return {.process = [process = process_](JackBuffers& buffers,
                                             std::uint32_t frames) { process->process(buffers, frames); },
@@ -117,7 +117,7 @@ JackEvents JackWorker::events() {
                 }};
 }
 
-/// The server has gone, or no longer does anything for this client.
+/// The server has ended, or no longer serves this client.
 void JackWorker::close(const std::string& reason) {
     reportTroubles();
     client_.reset();
@@ -132,11 +132,11 @@ void JackWorker::close(const std::string& reason) {
         return;
     }
     handlers_.onDiagnostic("The JACK or PipeWire server has gone" + (reason.empty() ? "" : ": " + reason));
-    // Soon, since it may only have thrown this client out.
+    // Soon, because it may only have removed this client.
     scheduleOpen(kSettleInterval);
 }
 
-/// Some servers end without a word.
+/// Some servers end without an event.
 void JackWorker::watch() {
     isWatchScheduled_ = false;
     if (!client_) {
@@ -172,7 +172,7 @@ void JackWorker::reportTroubles() {
 
 void JackWorker::refresh() {
     if (client_) {
-        // A port that has vanished meanwhile is taken in by the listing.
+        // The listing handles a port that has disappeared meanwhile.
         for (auto& [ref, own] : inputs_) {
             [[maybe_unused]] const MIDIStatus status =
                 client_->connect(own.port, MIDIEndpointDirection::source, own.otherPort);
@@ -207,7 +207,7 @@ void JackWorker::finishStop() {
         } else if (drainedPeriod_ == 0) {
             drainedPeriod_ = process_->periodCount() + 1;
         }
-        // What the last period has written goes out before the next one begins.
+        // What the last period has written is sent before the next one begins.
         if (!isDrained || process_->periodCount() <= drainedPeriod_) {
             postAfter(kSettleInterval, &JackWorker::finishStop);
             return;
@@ -231,7 +231,7 @@ JackSnapshot JackWorker::visit() {
 
 void JackWorker::scheduleList() {
     if (!std::exchange(isListScheduled_, true)) {
-        // Where there is much to list, changes that keep coming must not keep a processor busy.
+        // With many ports, repeated changes must not keep a processor busy.
         constexpr int kPause = 4;
         postAfter(std::max<std::chrono::nanoseconds>(kListDelay, kPause * listDuration_), &JackWorker::list);
     }

@@ -19,16 +19,16 @@
 
 namespace corvel::hosts {
 
-/// The server as it is now.
+/// The present state of the server.
 struct JackSnapshot {
     /// "JACK" or "PipeWire"; empty without a server.
     std::string serverName;
     std::vector<JackPort> ports;
-    /// Ports that got another name since the last snapshot: the old one and the new one, in order.
+    /// Ports that were renamed since the last snapshot, as old and new name, in order.
     std::vector<std::pair<std::string, std::string>> renames;
 };
 
-/// The ports that Corvel is to have, each for another client's port, by that one's reference.
+/// The ports that Corvel needs, each for another client's port, by its reference.
 struct JackWish {
     struct Output {
         std::string otherPort;
@@ -38,21 +38,21 @@ struct JackWish {
     std::map<MIDIObjectRef, Output> outputs;
 };
 
-/// Talks to the server, on a thread of its own, since a server that has died may hold up whoever does: keeps a client
-/// while a server runs, looks for one while none does, lists the ports, and sees to it that Corvel has those that are
-/// wished for.
+/// Calls the server, on a thread of its own, because a dead server may block the calling thread. Keeps a client while a
+/// server runs and searches for a server while none runs, lists the ports, and creates and removes Corvel's ports as
+/// requested.
 ///
 /// All operations and callbacks on its queue.
 class JackWorker : public std::enable_shared_from_this<JackWorker> {
 public:
-    /// Time between two looks for a server.
+    /// Time between two searches for a server.
     static constexpr std::chrono::seconds kOpenInterval{2};
-    /// Time from a change to the listing that takes it in: many changes share a listing.
+    /// Time from a change to its listing: many changes share a listing.
     static constexpr std::chrono::milliseconds kListDelay{20};
-    /// How often the server is looked after, and how many times it may have done nothing before it counts as gone.
+    /// Time between two checks of the server, and the number of checks without activity after which it counts as dead.
     static constexpr std::chrono::seconds kWatchInterval{1};
     static constexpr unsigned kMaxIdleWatches = 3;
-    /// How long an ending client waits for what is still to go out.
+    /// Time limit for sending waiting events when the client closes.
     static constexpr std::chrono::milliseconds kCloseLimit{250};
 
     struct Handlers {
@@ -63,15 +63,15 @@ public:
     JackWorker(std::shared_ptr<DispatchQueue> queue, std::shared_ptr<JackLibrary> library,
                std::shared_ptr<JackProcess> process, Handlers handlers);
 
-    /// Begins to look for a server. With one, the first snapshot has been given when this returns.
+    /// Starts searching for a server. If one runs, the first snapshot has been delivered when this returns.
     void start();
-    /// Looks for a server now, lists its ports afresh, and connects again what others have disconnected.
+    /// Searches for a server now, lists its ports again, and restores connections that others have removed.
     void refresh();
     void setWish(JackWish wish);
-    /// Ends the client, after what is still to go out, and then calls `onStopped`.
+    /// Closes the client after sending waiting events, and then calls `onStopped`.
     void stop(std::function<void()> onStopped);
 
-    /// The ports of the server that runs, by way of a client of its own.
+    /// The ports of the running server, through a temporary client.
     [[nodiscard]] JackSnapshot visit();
 
 private:
@@ -79,9 +79,9 @@ private:
         void* port = nullptr;
         std::string name;
         std::string otherPort;
-        /// Where it sends; null for an input.
+        /// The path that it sends from; null for an input.
         std::shared_ptr<JackLane> lane;
-        /// The period from which on an output may be used: a connection takes effect only between two periods.
+        /// The first period in which an output may be used: a connection takes effect only between two periods.
         std::uint64_t openFrom = 0;
         bool isOpen = false;
     };
@@ -106,7 +106,7 @@ private:
     void addWished(OwnPorts& own, MIDIObjectRef ref, const std::string& otherPort, std::shared_ptr<JackLane> lane,
                    std::vector<OwnPort*>& added);
     void publish();
-    /// Opens outputs whose connection has taken effect, and lets go of ports that no period uses any more.
+    /// Opens outputs whose connection has taken effect, and releases ports that no period uses any more.
     void settle();
     void settleAsScheduled();
 
@@ -118,7 +118,7 @@ private:
     const Handlers handlers_;
 
     std::unique_ptr<JackClient> client_;
-    /// Tells the events of this client from those of earlier ones.
+    /// Distinguishes the events of this client from those of earlier ones.
     std::uint64_t clientNumber_ = 0;
     bool isOpenScheduled_ = false;
     bool isWatchScheduled_ = false;
@@ -138,7 +138,7 @@ private:
     OwnPorts inputs_;
     OwnPorts outputs_;
     std::set<std::string> ownNames_;
-    /// Ports that are no longer in use but for a period that may still run.
+    /// Ports that are no longer needed but may still be used by a running period.
     std::vector<OwnPort> retired_;
     bool isSettleScheduled_ = false;
 

@@ -28,12 +28,12 @@ struct LibraryMemory {
 class LibJackClient final : public JackClient, private JackBuffers {
 public:
     LibJackClient(jack_client_t* client, JackEvents events) : client_(client), events_(std::move(events)) {
-        // A client that is not active has no events yet, so none of these can fail.
+        // A client that is not active has no events yet, so none of these calls can fail.
         ::jack_set_process_callback(
             client_,
             [](jack_nframes_t frames, void* self) {
                 const auto* const own = static_cast<LibJackClient*>(self);
-                // The buffers are the same object, as the real-time thread sees it.
+                // The buffers are this object as well, used on the real-time thread.
                 own->events_.process(*static_cast<LibJackClient*>(self), frames);
                 return 0;
             },
@@ -110,7 +110,7 @@ public:
 private:
     [[nodiscard]] JackPort describe(const char* name, MIDIEndpointDirection direction) {
         JackPort described{.name = name, .direction = direction, .aliases = {}, .prettyName = {}};
-        // Null if the port has gone since it was listed.
+        // Null if the port was removed since the listing.
         if (const jack_port_t* const port = ::jack_port_by_name(client_, name); port != nullptr) {
             std::array<std::string, 2> texts;
             std::array<char*, 2> aliases{};
@@ -166,7 +166,7 @@ private:
 class LibJack final : public JackLibrary {
 public:
     LibJack() {
-        // It says a lot about a server that is not there.
+        // The library prints many messages about a missing server.
         ::jack_set_error_function(&ignoreMessage);
         ::jack_set_info_function(&ignoreMessage);
     }
@@ -188,7 +188,7 @@ bool jackServerRuns() {
     constexpr auto kLimit = std::chrono::seconds(2);
     std::promise<bool> answer;
     std::future<bool> result = answer.get_future();
-    // By itself, since a server that hangs would hold it for ever.
+    // On a thread of its own, because a server that hangs would block it for ever.
     std::thread([answer = std::move(answer)]() mutable {
         answer.set_value(makeLibJack()->open("Corvel", {}) != nullptr);
     }).detach();

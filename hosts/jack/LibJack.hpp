@@ -6,10 +6,10 @@
 
 namespace corvel::hosts {
 
-/// libjack, be it JACK's or PipeWire's. Silences what the library would write to standard error.
+/// libjack of JACK or PipeWire. Suppresses the library's messages on standard error.
 [[nodiscard]] std::shared_ptr<JackLibrary> makeLibJack();
 
-/// Whether a server runs. Waits for the answer for two seconds at most; a server that gives none does not count.
+/// Whether a server runs. Waits at most two seconds for its answer; a server that does not answer does not count.
 [[nodiscard]] bool jackServerRuns();
 
 }  // namespace corvel::hosts

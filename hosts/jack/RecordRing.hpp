@@ -13,15 +13,15 @@
 
 namespace corvel::hosts {
 
-/// A ring of records between two threads, one of which writes and one of which reads: a header of fixed size, whose
-/// `size` tells how many bytes follow. Neither end waits, locks or asks for memory, and all of the memory has been
-/// written to, so no page fault waits in it either.
+/// A ring of records between a writing and a reading thread. A record is a header of fixed size, whose `size` is the
+/// number of bytes that follow. Neither side waits, locks or allocates. All memory has been written to, so there are no
+/// page faults.
 template <typename Header>
 class RecordRing {
     static_assert(std::is_trivially_copyable_v<Header>);
 
 public:
-    /// `capacity` bytes in all, `maxSize` of them for the bytes of one record at most.
+    /// `capacity` is the total size in bytes, `maxSize` the maximum number of bytes of a record.
     RecordRing(std::size_t capacity, std::size_t maxSize) : ring_(capacity), scratch_(sizeof(Header) + maxSize) {
         const std::vector<std::uint8_t> zeros(capacity);
         ring_.push(zeros.data(), zeros.size());
@@ -30,13 +30,13 @@ public:
 
     // Writer
 
-    /// Adds a record whole. False, with nothing added, if it has no room or is longer than records may be.
+    /// Adds a complete record. Returns false and adds nothing if there is no room or the record is too large.
     [[nodiscard]] bool push(const Header& header, std::span<const std::uint8_t> bytes) {
         const std::size_t size = sizeof(Header) + bytes.size();
         if (size > scratch_.size() || ring_.write_available() < size) {
             return false;
         }
-        // One push makes all of it visible at once.
+        // One push makes the whole record visible at once.
         std::memcpy(scratch_.data(), &header, sizeof(Header));
         std::ranges::copy(bytes, scratch_.begin() + sizeof(Header));
         ring_.push(scratch_.data(), size);
@@ -45,7 +45,7 @@ public:
 
     // Reader
 
-    /// Takes the next record's header; false if there is none. Its bytes have to be taken before the next header.
+    /// Takes the next record's header; false if there is none. Take its bytes before the next header.
     [[nodiscard]] bool popHeader(Header& header) {
         if (ring_.read_available() < sizeof(Header)) {
             return false;
@@ -56,10 +56,10 @@ public:
         return true;
     }
 
-    /// Takes the bytes of the record whose header was taken last: as many as it has.
+    /// Takes all bytes of the record whose header was taken last.
     void popBytes(std::span<std::uint8_t> bytes) { ring_.pop(bytes.data(), bytes.size()); }
 
-    /// Leaves out bytes of that record.
+    /// Skips bytes of that record.
     void skipBytes(std::size_t size) {
         std::array<std::uint8_t, 256> ignored;
         while (size > 0) {

@@ -17,7 +17,7 @@ using testing::Pair;
 using tests::FakeMIDIHost;
 using tests::FakeSentPacket;
 
-/// What the second service's reference 5 is in the list of both.
+/// The second service's reference in the combined list.
 constexpr MIDIObjectRef second(MIDIObjectRef ref) {
     return 0x4000'0000U | ref;
 }
@@ -118,7 +118,7 @@ TEST_F(CompositeMIDIHostOfTwo, KeepsTheIDOfAnEndpointWhenOneOfTheOtherServiceCom
     const auto setup = host_->setup(MIDIListing::known);
     EXPECT_EQ(setup->sources[0].uniqueID, 101);
     EXPECT_EQ(setup->sources[1].uniqueID, 100);
-    // And when the other one goes, the one that gave way keeps the ID that it has by now.
+    // When the other one disappears, this one keeps its changed ID.
     b_->sources.clear();
     EXPECT_EQ(host_->setup(MIDIListing::known)->sources[0].uniqueID, 101);
 }

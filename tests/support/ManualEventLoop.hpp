@@ -11,7 +11,7 @@
 
 namespace corvel::tests {
 
-/// An event loop that stands still: a `ManualQueue` whose descriptors are ready when a test says so.
+/// An event loop that a test drives by hand: a `ManualQueue` whose descriptors are ready when the test says so.
 class ManualEventLoop : public EventLoop {
 public:
     void async(Task task) override { queue_.async(std::move(task)); }
@@ -27,7 +27,7 @@ public:
     void unwatch(int descriptor) override { watches_.erase(descriptor); }
     [[nodiscard]] SteadyTime roundTime() const override { return SteadyTime(); }
 
-    /// One round with this descriptor ready: its first handler, all tasks, its second handler.
+    /// Runs one round with this descriptor ready: its first handler, all tasks, its second handler.
     void runRound(int descriptor) {
         const auto [onReady, afterTasks] = watches_.at(descriptor);
         queue_.sync(onReady);

@@ -11,7 +11,7 @@
 
 namespace corvel::tests {
 
-/// An event in a port's buffer, or one that has gone out.
+/// An event in a port's buffer, or one that was sent.
 struct FakeJackEvent {
     std::uint32_t time = 0;
     std::vector<std::uint8_t> bytes;
@@ -19,15 +19,15 @@ struct FakeJackEvent {
     bool operator==(const FakeJackEvent&) const = default;
 };
 
-/// A JACK server in a test's hands: it has the ports that the test sets, runs a period when the test says so, and shows
-/// what Corvel's ports are connected to and what they send. It has one client at a time. One thread only.
+/// A JACK server that a test controls: it has the ports that the test sets, runs a period when the test says so, and
+/// records connections and sent events of Corvel's ports. It has one client at a time. One thread only.
 class FakeJackServer {
 public:
-    /// A port of Corvel's.
+    /// A port of Corvel.
     struct OwnPort {
         std::string name;
         MIDIEndpointDirection otherSide = MIDIEndpointDirection::source;
-        /// The other client's port; empty while there is none.
+        /// The other client's port; empty if there is none.
         std::string connectedTo;
         /// The buffer of this period.
         std::vector<FakeJackEvent> buffer;
@@ -41,18 +41,18 @@ public:
     std::vector<std::string> refusing;
     bool refusesNewPorts = false;
     std::uint32_t frames = 128;
-    /// How many events an output's buffer takes, and how long one may be.
+    /// Maximum number of events in an output's buffer, and maximum size of an event.
     std::size_t bufferEvents = 1'000;
     std::size_t maxEvent = 32'720;
 
     // What it saw.
     std::size_t openCount = 0;
     std::size_t listCount = 0;
-    /// The events of the client that there is.
+    /// The event handlers of the present client.
     hosts::JackEvents events;
     bool hasClient = false;
     std::vector<std::unique_ptr<OwnPort>> ownPorts;
-    /// What has gone out, by the destination's name, at frames of the server's clock.
+    /// The sent events, by the destination's name, at frames of the server's clock.
     std::map<std::string, std::vector<FakeJackEvent>> sent;
     std::uint32_t frame = 10'000;
 
@@ -60,9 +60,9 @@ public:
     void addDestination(std::string portName);
     void remove(const std::string& portName);
 
-    /// The next period, in which the sources' ports have these events.
+    /// Runs the next period, in which the sources' ports have these events.
     void runPeriod(std::map<std::string, std::vector<FakeJackEvent>> arriving = {});
-    /// Ends as a server does that is stopped.
+    /// Ends as a stopped server does.
     void shutDown();
 
     [[nodiscard]] std::vector<std::string> ownPortNames() const;

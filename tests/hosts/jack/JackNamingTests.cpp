@@ -50,7 +50,7 @@ TEST(JackNaming, KnowsCorvelsOwnPortsOfEveryInstance) {
 }
 
 TEST(JackNaming, HashesDirectionClientAndPort) {
-    // The 32-bit FNV-1a hash of "source\njack\nseq\n0\nout", worked out by another program.
+    // The 32-bit FNV-1a hash of "source\njack\nseq\n0\nout", computed by another program.
     EXPECT_EQ(uniqueJackID(MIDIEndpointDirection::source, "seq", "out"), 1712971016);
     EXPECT_EQ(uniqueJackID(MIDIEndpointDirection::destination, "seq", "out"), 1870403145);
 }

@@ -18,7 +18,7 @@ using testing::IsEmpty;
 using tests::FakeJackEvent;
 using tests::FakeJackServer;
 
-/// What the engine's side finds in the ring.
+/// An event as the engine's side finds it in the ring.
 struct Arrived {
     std::uint32_t tag = 0;
     std::uint32_t frame = 0;
@@ -260,7 +260,7 @@ TEST_F(JackProcessTest, SkipsAPortThatIsGone) {
     EXPECT_FALSE(lane->isDrained());
 }
 
-/// For the thread sanitizer, above all: the three threads at work at once, while ports come and go.
+/// Mainly for the thread sanitizer: three threads work at once while ports are added and removed.
 TEST_F(JackProcessTest, LosesNothingWhilePortsAndEventsChangeOnOtherThreads) {
     constexpr std::size_t kCount = 50'000;
     const JackInput a = input("a:out", 1);

@@ -32,7 +32,7 @@ using tests::ManualQueue;
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// The service with its worker over a fake server, all queues in the test's hands: the test plays engine and performer.
+/// The service with its worker over a fake server, with queues driven by hand: the test acts as engine and performer.
 class JackServiceTest : public testing::Test {
 protected:
     JackServiceTest() {
@@ -65,7 +65,7 @@ protected:
         queue_->runAll();
     }
 
-    /// Everything that was posted anywhere runs; periods pass, so that ports come into use and go.
+    /// Runs everything that was posted, and some periods, so that ports are added and removed.
     void settle() {
         for (int count = 0; count < 10; ++count) {
             workerQueue_->advance(25ms);
@@ -76,7 +76,7 @@ protected:
         }
     }
 
-    /// A period in which these events arrive, and the engine's part of it.
+    /// Runs a period in which these events arrive, and the engine's part of it.
     void play(std::map<std::string, std::vector<FakeJackEvent>> arriving) {
         server_->runPeriod(std::move(arriving));
         queue_->runRound(bell_);

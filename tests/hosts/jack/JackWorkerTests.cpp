@@ -32,7 +32,7 @@ protected:
         queue_->async([this, wish = std::move(wish)]() mutable { worker_->setWish(std::move(wish)); });
         queue_->runAll();
     }
-    /// Periods and time pass together.
+    /// Runs periods, and lets time pass.
     void pass(int periods) {
         for (int count = 0; count < periods; ++count) {
             server_->runPeriod();
