@@ -91,7 +91,7 @@ constexpr std::array<CommandLineOption, 18> kOptions{{
      .values = kService,
      .summary = "The MIDI services",
      .details = "alsa: the ALSA sequencer. jack: JACK or PipeWire. alsa,jack: both. demo: devices in memory that play "
-                "by themselves, with sets of their own. auto (the default): both, or the demo where there is neither."},
+                "by themselves, with sets of their own. auto (the default): both, or the demo if there is neither."},
     {.name = "--document",
      .values = kFile,
      .commands = kOnDocuments,

@@ -21,8 +21,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// The program on a server of the test's own: JACK or, with CORVEL_TEST_JACK=pipewire, PipeWire, whose library the test
-/// and all that it starts then have to be run with.
+/// The program on a separate server: JACK or, with CORVEL_TEST_JACK=pipewire, PipeWire. The test and all its children
+/// must then run with PipeWire's library.
 class JackProgram : public ProgramFixture {
 protected:
     void startServer() {
@@ -46,7 +46,7 @@ protected:
         clients_.clear();
     }
 
-    /// A player and a recorder from the system's tools, each a program of its own.
+    /// Starts a player and a recorder from the system's tools, in processes of their own.
     void startTools() {
         clients_.emplace_back(std::vector<std::string>{"jack_midiseq", "seq", "12000", "0", "60", "6000"});
         clients_.emplace_back(std::vector<std::string>{"stdbuf", "-oL", "jack_midi_dump", "dump"});
@@ -147,7 +147,7 @@ TEST_F(JackProgram, AddsOnePeriodAndLosesNothingThroughFiftyReloads) {
     ASSERT_EQ(run({"--connect", "peer", "peer", "--channel", "3", "--midi", "jack"}), "Added output channel Ch 3\n");
     ChildProcess router = start({"--headless", "--midi", "jack"});
     ASSERT_TRUE(router.waitForError("1 source connections", kDeadline)) << router.standardError();
-    // The way is there when the first message comes back.
+    // The path is complete when the first message comes back.
     while (peer.arrivedCount() == 0 && !router.wait(10ms)) {
         peer.play(1, 1);
         std::this_thread::sleep_for(100ms);
@@ -184,7 +184,7 @@ TEST_F(JackProgram, AddsOnePeriodAndLosesNothingThroughFiftyReloads) {
         ++delays[arrival.delay];
     }
     EXPECT_TRUE(isInOrder);
-    // On a busy machine a period may pass before the router gets the processor; never is it earlier.
+    // On a busy machine a period may pass before the router runs, but it is never earlier.
     EXPECT_EQ(delays.begin()->first, peer.period());
     EXPECT_GT(delays.begin()->second, kMessages / 2) << "exactly one period is the rule";
     router.signal(SIGTERM);

@@ -11,8 +11,8 @@
 
 namespace corvel::tests {
 
-/// Another program on a JACK server, with an output port "out" that plays numbered messages and an input port "in" that
-/// notes when each comes back. Belongs to the test's thread but for the server's callback.
+/// Another program on a JACK server: its output port "out" plays numbered messages, and its input port "in" records
+/// when each comes back. Belongs to the test's thread, except for the server's callback.
 class JackPeer {
 public:
     /// A numbered message is a pitch bend whose value is the number modulo this.
@@ -32,7 +32,7 @@ public:
     JackPeer& operator=(const JackPeer&) = delete;
     ~JackPeer();
 
-    /// Plays so many messages, `perPeriod` in each period at frames spread over it, from the next period on.
+    /// Plays this many messages, `perPeriod` in each period at frames spread over it, from the next period on.
     void play(std::uint32_t count, std::uint32_t perPeriod);
     /// Connects the output directly to the input.
     void connectDirectly();
@@ -41,7 +41,7 @@ public:
     [[nodiscard]] std::size_t arrivedCount() const { return arrived_.load(std::memory_order_acquire); }
     [[nodiscard]] const Arrival& arrival(std::size_t index) const { return arrivals_[index]; }
     [[nodiscard]] std::uint32_t period() const;
-    /// Whether the server has gone.
+    /// Whether the server has ended.
     [[nodiscard]] bool isShutDown() const { return isShutDown_; }
 
 private:
