@@ -92,7 +92,9 @@ class Desktop:
     def _start_x_server(self, width=WIDTH, height=HEIGHT):
         # The server chooses a free display by itself and reports it, so that two servers never choose the same one.
         reading, writing = os.pipe()
-        self._start("Xvfb", "-displayfd", str(writing), "-screen", "0", f"{width}x{height}x24", "-dpi", "96",
+        # The screen's pixels lie in a file there, which can be read without holding up the server.
+        self.screen_folder = tempfile.mkdtemp(prefix="screen.", dir=self.folder)
+        self._start("Xvfb", "-fbdir", self.screen_folder, "-displayfd", str(writing), "-screen", "0", f"{width}x{height}x24", "-dpi", "96",
                     "-nolisten", "tcp", "-noreset", pass_fds=[writing])
         os.close(writing)
         with os.fdopen(reading, "rb") as pipe:
