@@ -8,6 +8,7 @@
 #include "program/QtSettings.hpp"
 #include "program/Router.hpp"
 #include "program/RunningInstance.hpp"
+#include "program/ServiceManager.hpp"
 #include "program/SingleInstance.hpp"
 #include "program/Start.hpp"
 #include "program/TerminationSignals.hpp"
@@ -30,6 +31,7 @@ namespace {
 
 int perform(const Start& start, const CommandLine::Headless& headless) {
     const TerminationSignals termination;
+    const ServiceManager serviceManager;
     const QCoreApplication application(start.qtArguments.count(), start.qtArguments.values());
     SingleInstance instance(QtSettings().file());
     if (const std::optional<CommandResult> settled = becomeRoutingInstance(instance, start)) {
@@ -47,12 +49,19 @@ int perform(const Start& start, const CommandLine::Headless& headless) {
     if (headless.writesActivity) {
         activity = [&output](std::string line) { output.write(std::move(line)); };
     }
+    const auto style = ServiceManager::isJournal(STDERR_FILENO) ? HeadlessReporter::Style::prioritized
+                                                                : HeadlessReporter::Style::timed;
     const HeadlessReporter reporter(
-        model, router.clock(), [&errors](std::string line) { errors.write(std::move(line)); }, std::move(activity));
+        model, router.clock(), style, [&errors](std::string line) { errors.write(std::move(line)); },
+        std::move(activity));
     model->startIfNeeded();
     const RunningInstance self(model, std::filesystem::absolute(store->fileURL()), router.isDemo(), {});
     instance.serve([&self](const InstanceRequest& request) { return self.answer(request); });
+    if (router.engine().isStarted()) {
+        serviceManager.tellReady("Routing MIDI");
+    }
     runMainLoop(router, termination, &QCoreApplication::exec, [&] { return output.isIdle() && errors.isIdle(); });
+    serviceManager.tellStopping();
     return EXIT_SUCCESS;
 }
 

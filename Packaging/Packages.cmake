@@ -45,6 +45,9 @@ set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_PACKAGE_LICENSE MIT)
 set(CPACK_RPM_PACKAGE_GROUP Applications/Multimedia)
 set(CPACK_RPM_PACKAGE_AUTOREQ ON)
+# A full stop that stands alone is a blank line in Debian's form only.
+string(REPLACE "\n.\n" "\n\n" CPACK_RPM_PACKAGE_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION}")
+set(CPACK_RPM_SPEC_MORE_DEFINE "%define _build_id_links none")
 # Folders that belong to other packages.
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
   /usr/lib/systemd

@@ -16,6 +16,10 @@ namespace {
 
 using Property = MIDIRouterViewModel::Property;
 
+/// Priorities of the system log: a warning, information.
+constexpr std::string_view kFailure = "<4>";
+constexpr std::string_view kDiagnostic = "<6>";
+
 /// The current name of the endpoint; if it is not present, its stored label; without a label, its ID.
 std::string endpointName(const std::vector<MIDIEndpointModel>& present, std::int32_t id,
                          const std::optional<std::string>& label) {
@@ -39,9 +43,10 @@ void appendHex(std::string& line, const MIDIBytes& bytes) {
 }  // namespace
 
 HeadlessReporter::HeadlessReporter(std::shared_ptr<MIDIRouterViewModel> model, std::shared_ptr<const Clock> clock,
-                                   LineSink diagnostics, LineSink activity)
+                                   Style style, LineSink diagnostics, LineSink activity)
     : model_(std::move(model)),
       clock_(std::move(clock)),
+      style_(style),
       diagnostics_(std::move(diagnostics)),
       activity_(std::move(activity)) {
     observations_ = {
@@ -49,9 +54,9 @@ HeadlessReporter::HeadlessReporter(std::shared_ptr<MIDIRouterViewModel> model, s
             areNamesStale_ |=
                 property == Property::sources || property == Property::destinations || property == Property::routes;
         }),
-        model_->observeFailures([this](const std::string& message) { writeDiagnostic(clock_->now(), message); }),
+        model_->observeFailures([this](const std::string& message) { write(kFailure, clock_->now(), message); }),
         model_->observeDiagnostics(
-            [this](const MIDIDiagnosticEvent& event) { writeDiagnostic(event.timestamp, event.message); }),
+            [this](const MIDIDiagnosticEvent& event) { write(kDiagnostic, event.timestamp, event.message); }),
         activity_ ? model_->observeActivity([this](const MIDIActivityEvent& event) { writeActivity(event); })
                   : Observation()};
 }
@@ -74,11 +79,14 @@ void HeadlessReporter::writeActivity(const MIDIActivityEvent& event) {
     activity_(std::move(line));
 }
 
-void HeadlessReporter::writeDiagnostic(Instant instant, const std::string& message) const {
-    std::string text = timeOfDay(instant) + ' ';
+void HeadlessReporter::write(std::string_view priority, Instant instant, const std::string& message) const {
+    const bool isTimed = style_ == Style::timed;
+    std::string text = isTimed ? timeOfDay(instant) + ' ' : std::string(priority);
     std::string_view rest = message;
     for (std::size_t end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
-        text += escapedLine(rest.substr(0, end)) + "\n  ";
+        text += escapedLine(rest.substr(0, end)) + '\n';
+        text += isTimed ? std::string_view() : priority;
+        text += "  ";
         rest.remove_prefix(end + 1);
     }
     diagnostics_(text + escapedLine(rest) + '\n');

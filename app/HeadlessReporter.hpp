@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 namespace corvel {
@@ -24,8 +25,17 @@ public:
     /// Receives one whole line, with its line feed.
     using LineSink = std::function<void(std::string line)>;
 
+    /// How diagnostics and failures are written.
+    enum class Style {
+        /// For people: each begins with its time.
+        timed,
+        /// For a journal that has its own times: each line begins with its priority, "<6>" for a diagnostic, "<4>" for
+        /// a failure.
+        prioritized,
+    };
+
     /// If `activity` is empty, routed messages are not written.
-    HeadlessReporter(std::shared_ptr<MIDIRouterViewModel> model, std::shared_ptr<const Clock> clock,
+    HeadlessReporter(std::shared_ptr<MIDIRouterViewModel> model, std::shared_ptr<const Clock> clock, Style style,
                      LineSink diagnostics, LineSink activity);
     HeadlessReporter(const HeadlessReporter&) = delete;
     HeadlessReporter& operator=(const HeadlessReporter&) = delete;
@@ -36,12 +46,13 @@ private:
         std::string destination;
     };
 
-    void writeDiagnostic(Instant instant, const std::string& message) const;
+    void write(std::string_view priority, Instant instant, const std::string& message) const;
     void writeActivity(const MIDIActivityEvent& event);
     void nameRoutes();
 
     const std::shared_ptr<MIDIRouterViewModel> model_;
     const std::shared_ptr<const Clock> clock_;
+    const Style style_;
     const LineSink diagnostics_;
     const LineSink activity_;
     /// Rebuilt after a change of endpoints or connections, so that a line costs one lookup.

@@ -1,6 +1,7 @@
 #include "program/Console.hpp"
 
 #include "app/TextLine.hpp"
+#include "program/ServiceManager.hpp"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -10,8 +11,17 @@
 
 namespace corvel {
 
+namespace {
+
+/// The journal knows the program's name already, and wants to know the priority: an error.
+const char* errorPrefix() {
+    return ServiceManager::isJournal(STDERR_FILENO) ? "<3>" : "corvel: ";
+}
+
+}  // namespace
+
 void printError(const std::string& message) {
-    std::fprintf(stderr, "corvel: %s\n", escapedLine(message).c_str());
+    std::fprintf(stderr, "%s%s\n", errorPrefix(), escapedLine(message).c_str());
 }
 
 int print(const std::string& text) {
@@ -24,7 +34,7 @@ int print(const std::string& text) {
 
 int printResult(const CommandResult& result) {
     if (result.exitCode != EXIT_SUCCESS) {
-        std::fprintf(stderr, "corvel: %s\n", result.text.c_str());
+        std::fprintf(stderr, "%s%s\n", errorPrefix(), result.text.c_str());
         return result.exitCode;
     }
     return print(result.text + '\n');

@@ -55,7 +55,6 @@ CorvelApp::CorvelApp(std::shared_ptr<MIDIRouterViewModel> model, std::shared_ptr
       frame_(window_, std::move(settings)),
       modelRefresh_(*model_) {
     QApplication::setWindowIcon(QIcon(kIconResource));
-    QGuiApplication::setDesktopFileName(QStringLiteral("app.corvel.Corvel"));
     // Makes the menu's shortcuts work while the menu is closed.
     window_.addActions(menu_);
     connect(&window_, &RouterWindow::appeared, this, &CorvelApp::windowAppeared);

@@ -63,6 +63,12 @@ void CoreMIDIRouterEngine::start() {
     });
 }
 
+bool CoreMIDIRouterEngine::isStarted() {
+    bool isStarted = false;
+    queue_->sync([this, &isStarted] { isStarted = isStarted_; });
+    return isStarted;
+}
+
 void CoreMIDIRouterEngine::startOnMainThread() {
     if (client_ != 0) {
         return;

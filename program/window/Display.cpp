@@ -40,6 +40,8 @@ void reportDisplay(QtMsgType type, const QMessageLogContext& /*context*/, const 
 }
 
 std::unique_ptr<QApplication> makeApplication(QtArguments& arguments) {
+    // By this name a desktop finds icon and group of every window, a notice that comes before the main window included.
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.corvel.Corvel"));
     const QtMessageHandler before = qInstallMessageHandler(reportDisplay);
     auto application = std::make_unique<QApplication>(arguments.count(), arguments.values());
     qInstallMessageHandler(before);

@@ -37,11 +37,12 @@ protected:
     }
 
     /// A reporter on a model that starts with these connections.
-    void makeReporter(std::vector<MIDIRoute> routes = {}) {
+    void makeReporter(std::vector<MIDIRoute> routes = {},
+                      HeadlessReporter::Style style = HeadlessReporter::Style::timed) {
         store->saveDocument(MIDIRouteSetDocument::singleSet(std::move(routes), "Default"));
         model = MIDIRouterViewModel::create(engine, store, std::make_shared<InMemorySettings>(), clock, mainQueue);
         reporter = std::make_unique<HeadlessReporter>(
-            model, clock, [this](const std::string& line) { diagnostics.push_back(line); },
+            model, clock, style, [this](const std::string& line) { diagnostics.push_back(line); },
             [this](const std::string& line) { activity.push_back(line); });
     }
 
@@ -95,6 +96,14 @@ TEST_F(HeadlessReporterTest, WritesAFailureWithTheTimeAtWhichItArrives) {
     clock->advance(5ms);
     model->midiRouterEngineDidFail(*engine, "MIDI message could not be sent (-19)");
     EXPECT_THAT(diagnostics, ElementsAre("00:00:00.005 MIDI message could not be sent (-19)\n"));
+}
+
+TEST_F(HeadlessReporterTest, WritesPrioritiesInsteadOfTimesForAJournal) {
+    makeReporter({}, HeadlessReporter::Style::prioritized);
+    log("Tree:\n- a\n  b");
+    model->midiRouterEngineDidFail(*engine, "MIDI message could not be sent (-19)");
+    EXPECT_THAT(diagnostics,
+                ElementsAre("<6>Tree:\n<6>  - a\n<6>    b\n", "<4>MIDI message could not be sent (-19)\n"));
 }
 
 TEST_F(HeadlessReporterTest, WritesARoutedMessageWithTheNamesOfTheEndpointsThatAreThere) {
@@ -164,7 +173,8 @@ TEST_F(HeadlessReporterTest, WritesMoreMessagesThanTheModelKeeps) {
 TEST_F(HeadlessReporterTest, WritesNoRoutedMessagesWithoutAPlaceForThem) {
     makeReporter({makeRoute({.id = makeID(5)})});
     reporter = std::make_unique<HeadlessReporter>(
-        model, clock, [this](const std::string& line) { diagnostics.push_back(line); }, nullptr);
+        model, clock, HeadlessReporter::Style::timed, [this](const std::string& line) { diagnostics.push_back(line); },
+        nullptr);
     route(makeID(5), {0xFE});
     EXPECT_THAT(activity, IsEmpty());
     EXPECT_THAT(diagnostics, IsEmpty());

@@ -53,6 +53,7 @@ TEST_F(EngineLifecycle, MakesClientAndPortsConnectsTheSourcesAndReportsItInOrder
                             "logged: Endpoint reload (initial load): 1 sources, 1 destinations, 1 source connections",
                             "logged: Device tree: 0 devices, 0 external devices", "endpoints changed"));
     EXPECT_EQ(delegate->reporter, engine.get());
+    EXPECT_TRUE(engine->isStarted());
 }
 
 TEST_F(EngineLifecycle, MakesTheClientInsideStartOnTheMainThreadAndThePortsOnTheQueue) {
@@ -146,6 +147,7 @@ TEST_F(EngineLifecycle, StaysUnstartedForGoodWhenTheInputPortCannotBeMade) {
     EXPECT_THAT(delegate->reports, ElementsAre(kStarting, "failed: MIDI input port could not be created (-10831)"));
     EXPECT_THAT(host->requested, ElementsAre("Corvel", "Corvel Input"));
     EXPECT_THAT(host->connections, IsEmpty());
+    EXPECT_FALSE(engine->isStarted());
 }
 
 TEST_F(EngineLifecycle, StaysUnstartedForGoodWhenTheOutputPortCannotBeMade) {
