@@ -45,12 +45,12 @@ private:
     std::string text_;
 };
 
-/// A value for bash: its kind, or "=" and the choices, separated by commas.
+/// A value for bash: its kind, or "=" and the choices, separated by '|'.
 std::string bashValue(const OptionValue& value) {
     if (value.choices.empty()) {
         return std::string(kindName(value.kind));
     }
-    Words choices(',');
+    Words choices('|');
     for (const std::string_view choice : value.choices) {
         choices.add(choice);
     }

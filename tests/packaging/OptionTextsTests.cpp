@@ -25,7 +25,7 @@ TEST(OptionTexts, WriteTheWindowFirstInTheSynopsis) {
 
 TEST(OptionTexts, TellBashWhatValuesAndCommandsAnOptionHas) {
     EXPECT_THAT(OptionTexts::bashValues(), HasSubstr("[--connect]='source destination'\n"));
-    EXPECT_THAT(OptionTexts::bashValues(), HasSubstr("[--appearance]='=light,dark'\n"));
+    EXPECT_THAT(OptionTexts::bashValues(), HasSubstr("[--appearance]='=light|dark'\n"));
     EXPECT_THAT(OptionTexts::bashValues(), HasSubstr("[--sets]=''\n"));
     EXPECT_THAT(OptionTexts::bashUses(), HasSubstr("[--channel]='--connect'\n"));
     EXPECT_THAT(OptionTexts::bashUses(), HasSubstr("[--headless]='-'\n"));

@@ -112,6 +112,9 @@ class Completions:
         self.assertEqual(self.given("corvel --midi de\t--screenshot a.png --appearance li\t"),
                          ["--midi", "demo", "--screenshot", "a.png", "--appearance", "light"])
 
+    def test_a_choice_with_a_comma_is_completed(self):
+        self.assertEqual(self.given("corvel --midi alsa,\t--headless"), ["--midi", "alsa,jack", "--headless"])
+
     def test_endpoints_are_completed_by_name(self):
         self.assertEqual(self.given("corvel --connect Pa\tDrum\t"), ["--connect", "Pads", "Drum's Machine"])
 
