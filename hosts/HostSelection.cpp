@@ -35,7 +35,11 @@ HostSelection selectHost(MIDIHostChoice choice, const std::shared_ptr<EventLoop>
                 .problem = problem};
     }
     const auto alsa = [&] { return makeALSAMIDIHost(engineQueue, mainQueue, realtimeBroker); };
-    const auto jack = [&] { return makeJackMIDIHost(engineQueue, mainQueue, makeLibJack(), hasALSA); };
+    // If there is a sequencer, its host asks for the thread's priority.
+    const auto jack = [&] {
+        const auto priority = hasALSA ? nullptr : std::make_shared<RealtimePriority>(engineQueue, realtimeBroker);
+        return makeJackMIDIHost(engineQueue, mainQueue, makeLibJack(), hasALSA, priority);
+    };
     if (!wantsJack || (choice.isAutomatic() && !hasALSA && !hasJack)) {
         return {.host = alsa(), .isDemo = false, .hasService = hasALSA, .problem = problem};
     }

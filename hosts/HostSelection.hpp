@@ -26,8 +26,8 @@ struct HostSelection {
 
 /// Finds the services. Without a choice, the demo is used if there is neither a sequencer nor a JACK server, and its
 /// log says so. If there is a sequencer, a JACK server may start later. `engineQueue` is the queue of the engine that
-/// will use the service. `realtimeBroker` is asked for real-time priority if the kernel refuses it to the queue's thread.
-/// Throws `std::system_error` if the system has no thread left.
+/// will use the service. `realtimeBroker` is asked for real-time priority if the kernel refuses it to the queue's
+/// thread. Throws `std::system_error` if the system has no thread left.
 [[nodiscard]] HostSelection selectHost(MIDIHostChoice choice, const std::shared_ptr<EventLoop>& engineQueue,
                                        const std::shared_ptr<DispatchQueue>& mainQueue,
                                        const RealtimeBroker& realtimeBroker = {});

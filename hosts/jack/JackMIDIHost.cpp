@@ -63,8 +63,11 @@ struct BelledProcess {
 class JackMIDIHost final : public MIDIHost {
 public:
     JackMIDIHost(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue,
-                 std::shared_ptr<JackLibrary> library, bool leavesOutALSAMirrors)
-        : queue_(queue), workerQueue_(EventLoop::withThread(std::string(kApplicationIdentifier) + ".jack")) {
+                 std::shared_ptr<JackLibrary> library, bool leavesOutALSAMirrors,
+                 std::shared_ptr<RealtimePriority> priority)
+        : queue_(queue),
+          priority_(std::move(priority)),
+          workerQueue_(EventLoop::withThread(std::string(kApplicationIdentifier) + ".jack")) {
         const std::shared_ptr<JackProcess> process(process_, &process_->process);
         const auto weakService = std::make_shared<std::weak_ptr<JackService>>();
         worker_ = std::make_shared<JackWorker>(
@@ -117,8 +120,12 @@ public:
     }
 
     MIDICreation createClient(std::string_view /*name*/, NotificationHandler handler) override {
-        queue_->async([service = service_, process = process_, handler = std::move(handler)]() mutable {
+        queue_->async([service = service_, process = process_, priority = priority_, diagnostics = diagnostics_,
+                       handler = std::move(handler)]() mutable {
             service->open(process->bell.descriptor(), std::move(handler));
+            if (priority) {
+                priority->request([diagnostics](std::string message) { diagnostics->report(std::move(message)); });
+            }
         });
         hasClient_ = true;
         // So that the endpoints of a running server are in the first listing.
@@ -148,10 +155,14 @@ public:
         stopped_ = promise->get_future();
         isStopping_ = true;
         // Posted, so that it runs after the last wish from the engine's queue.
-        queue_->async([service = service_, worker = worker_, workerQueue = workerQueue_, promise] {
-            service->close();
-            workerQueue->async([worker, promise] { worker->stop([promise] { promise->set_value(); }); });
-        });
+        queue_->async(
+            [service = service_, worker = worker_, workerQueue = workerQueue_, priority = priority_, promise] {
+                service->close();
+                if (priority) {
+                    priority->end();
+                }
+                workerQueue->async([worker, promise] { worker->stop([promise] { promise->set_value(); }); });
+            });
     }
 
     std::shared_ptr<const MIDISetup> setup(MIDIListing listing) override {
@@ -214,6 +225,7 @@ private:
     }
 
     const std::shared_ptr<EventLoop> queue_;
+    const std::shared_ptr<RealtimePriority> priority_;
     const std::shared_ptr<EventLoop> workerQueue_;
     const std::shared_ptr<BelledProcess> process_ = std::make_shared<BelledProcess>();
     const std::shared_ptr<Diagnostics> diagnostics_ = std::make_shared<Diagnostics>();
@@ -228,9 +240,10 @@ private:
 }  // namespace
 
 std::shared_ptr<MIDIHost> makeJackMIDIHost(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue,
-                                           std::shared_ptr<JackLibrary> library, bool leavesOutALSAMirrors) {
+                                           std::shared_ptr<JackLibrary> library, bool leavesOutALSAMirrors,
+                                           std::shared_ptr<RealtimePriority> priority) {
     return std::make_shared<JackMIDIHost>(std::move(queue), std::move(mainQueue), std::move(library),
-                                          leavesOutALSAMirrors);
+                                          leavesOutALSAMirrors, std::move(priority));
 }
 
 }  // namespace corvel::hosts
