@@ -16,6 +16,7 @@ public:
 
     /// Sets the receiver of notifications; null for none.
     void setHandler(MIDIHost::NotificationHandler handler);
+    [[nodiscard]] bool hasHandler() const { return handler_ != nullptr; }
 
     /// Adds a change to the next notification.
     void add(const MIDINotification& notification);

@@ -33,7 +33,7 @@ std::string textOf(int status) {
 SequencerService::SequencerService(std::shared_ptr<EventLoop> queue, std::shared_ptr<DispatchQueue> mainQueue,
                                    RealtimeBroker realtimeBroker)
     : queue_(std::move(queue)),
-      mainQueue_(std::move(mainQueue)),
+      notifications_(std::make_shared<SetupNotifications>(queue_, std::move(mainQueue))),
       priority_(std::make_shared<RealtimePriority>(queue_, std::move(realtimeBroker))),
       registry_([](int card) { return readSoundCard(card); }) {}
 
@@ -63,7 +63,7 @@ void SequencerService::diagnose(std::string message, MIDIStatus status) const {
 
 void SequencerService::adopt(std::unique_ptr<SequencerClient> client, MIDIHost::NotificationHandler handler) {
     client_ = std::move(client);
-    notificationHandler_ = std::move(handler);
+    notifications_->setHandler(std::move(handler));
     follow();
     priority_->request([weakService = weak_from_this()](std::string message) {
         if (const auto service = weakService.lock()) {
@@ -134,7 +134,7 @@ void SequencerService::disposePort(MIDIObjectRef port) {
 }
 
 void SequencerService::disposeClient() {
-    notificationHandler_ = nullptr;
+    notifications_->setHandler(nullptr);
     outputPortName_.reset();
     priority_->end();
     if (!client_) {
@@ -159,7 +159,7 @@ void SequencerService::noteReadFailure(int status) {
 }
 
 void SequencerService::reopen() {
-    if (isReadable_ || !notificationHandler_) {
+    if (isReadable_ || !notifications_->hasHandler()) {
         return;
     }
     closeClient();
@@ -179,8 +179,8 @@ void SequencerService::reopen() {
     }
     hasReportedClosed_ = false;
     diagnose("The sequencer is open again");
-    notify({.messageID = MIDINotification::kIOError});
-    sendNotification();
+    notifications_->add({.messageID = MIDINotification::kIOError});
+    notifications_->send();
 }
 
 /// Closes the client and forgets its state. What was read is still delivered.

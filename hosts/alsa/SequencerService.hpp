@@ -6,6 +6,7 @@
 #include "core/support/EventLoop.hpp"
 #include "hosts/RealtimeBroker.hpp"
 #include "hosts/RealtimePriority.hpp"
+#include "hosts/SetupNotifications.hpp"
 #include "hosts/alsa/EndpointRegistry.hpp"
 #include "hosts/alsa/EventCoding.hpp"
 #include "hosts/alsa/OutputFlow.hpp"
@@ -119,8 +120,6 @@ private:
     [[nodiscard]] bool hasEnded(const PortAddress& address) const;
     void scan();
     void notifyPort(std::int32_t messageID, const PortAddress& address);
-    void notify(const MIDINotification& notification);
-    void sendNotification();
 
     // Subscriptions (SequencerServiceSetup.cpp)
     void lookBetweenSteps();
@@ -141,10 +140,9 @@ private:
     std::optional<InputPool> inputPool(int client) override;
 
     const std::shared_ptr<EventLoop> queue_;
-    const std::shared_ptr<DispatchQueue> mainQueue_;
+    const std::shared_ptr<SetupNotifications> notifications_;
     const std::shared_ptr<RealtimePriority> priority_;
     MIDIHost::DiagnosticHandler reportDiagnostic_;
-    MIDIHost::NotificationHandler notificationHandler_;
     MIDIHost::ReceiveHandler receiveHandler_;
 
     std::unique_ptr<SequencerClient> client_;
@@ -175,9 +173,6 @@ private:
     /// Ports whose sound card has no details yet, with the number of tries for each.
     std::map<PortAddress, unsigned> unreadyPorts_;
     bool isRetryScheduled_ = false;
-    /// The next notification for the main thread, and whether the previous one is still being handled.
-    std::optional<MIDINotification> nextNotification_;
-    bool isNotifying_ = false;
 
     /// By the source's address.
     std::unordered_map<PortAddress, Subscription> subscriptions_;

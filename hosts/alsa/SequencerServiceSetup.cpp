@@ -66,7 +66,7 @@ void SequencerService::scan() {
     }
     if ((!ended.empty() && !hasMissedPorts) || unreadyPorts_.size() < unreadyCount) {
         // Notified here, because later announcements of these ports, and later tries for their card, change nothing.
-        notify({.messageID = MIDINotification::kSetupChanged});
+        notifications_->add({.messageID = MIDINotification::kSetupChanged});
     }
     if (hasMissedPorts) {
         // A device that was removed and came back without an announcement looks the same, but is no longer subscribed.
@@ -90,7 +90,7 @@ void SequencerService::applyAnnouncements() {
             keepMIDIGoing();
         }
     }
-    sendNotification();
+    notifications_->send();
 }
 
 bool SequencerService::hasEnded(const PortAddress& address) const {
@@ -112,7 +112,7 @@ void SequencerService::apply(const Announcement& announcement) {
             if (const std::optional<PortDescription> port = client_->port(address)) {
                 registry_.update(*port);
             }
-            notify({.messageID = MIDINotification::kPropertyChanged});
+            notifications_->add({.messageID = MIDINotification::kPropertyChanged});
             break;
         case SND_SEQ_EVENT_CLIENT_CHANGE:
             for (const PortAddress& own : registry_.portsOf(address.client)) {
@@ -120,7 +120,7 @@ void SequencerService::apply(const Announcement& announcement) {
                     registry_.update(*port);
                 }
             }
-            notify({.messageID = MIDINotification::kPropertyChanged});
+            notifications_->add({.messageID = MIDINotification::kPropertyChanged});
             break;
         case SND_SEQ_EVENT_PORT_UNSUBSCRIBED:
             if (const auto subscription = subscriptions_.find(address); subscription != subscriptions_.end()) {
@@ -152,7 +152,7 @@ void SequencerService::retryPorts() {
     for (const auto& [address, looks] : std::map(unreadyPorts_)) {
         takeOverPort(address);
     }
-    sendNotification();
+    notifications_->send();
 }
 
 void SequencerService::takeOverPort(const PortAddress& address) {
@@ -181,42 +181,11 @@ void SequencerService::notifyPort(std::int32_t messageID, const PortAddress& add
     if (endpoint == nullptr) {
         return;
     }
-    notify({.messageID = messageID,
-            .parent = endpoint->isHardware ? objectReference(ObjectKind::entity, address.client) : 0,
-            .parentType = endpoint->isHardware ? MIDINotification::kEntity : MIDINotification::kOther,
-            .child = endpoint->ref,
-            .childType = source != nullptr ? MIDINotification::kSource : MIDINotification::kDestination});
-}
-
-/// Changes that have not been notified yet are merged into one, so that a program that opens a hundred ports does not
-/// cause a hundred reloads.
-void SequencerService::notify(const MIDINotification& notification) {
-    nextNotification_ =
-        nextNotification_ ? MIDINotification{.messageID = MIDINotification::kSetupChanged} : notification;
-}
-
-void SequencerService::sendNotification() {
-    if (isNotifying_ || !nextNotification_) {
-        return;
-    }
-    const MIDINotification notification = *std::exchange(nextNotification_, std::nullopt);
-    if (!notificationHandler_) {
-        return;
-    }
-    isNotifying_ = true;
-    mainQueue_->async([handler = notificationHandler_, notification, weakService = weak_from_this(),
-                       weakQueue = std::weak_ptr<DispatchQueue>(queue_)] {
-        handler(notification);
-        // Posted, so that it runs after what the handler has posted there.
-        if (const auto queue = weakQueue.lock()) {
-            queue->async([weakService] {
-                if (const auto service = weakService.lock()) {
-                    service->isNotifying_ = false;
-                    service->sendNotification();
-                }
-            });
-        }
-    });
+    notifications_->add({.messageID = messageID,
+                         .parent = endpoint->isHardware ? objectReference(ObjectKind::entity, address.client) : 0,
+                         .parentType = endpoint->isHardware ? MIDINotification::kEntity : MIDINotification::kOther,
+                         .child = endpoint->ref,
+                         .childType = source != nullptr ? MIDINotification::kSource : MIDINotification::kDestination});
 }
 
 // Subscriptions

@@ -69,7 +69,7 @@ void SequencerService::readWaitingEvents() {
     } else if (status < 0 && status != -EAGAIN) {
         noteReadFailure(status);
     }
-    if (!arrivals_.empty() || !announcements_.empty() || nextNotification_) {
+    if (!arrivals_.empty() || !announcements_.empty() || notifications_->isWaiting()) {
         scheduleTurn();
     }
 }
@@ -130,7 +130,7 @@ void SequencerService::noteOverrun() {
     }
     // Announcements are lost too, so all ports must be examined again.
     mayHaveMissedPorts_ = true;
-    notify({.messageID = MIDINotification::kSetupChanged});
+    notifications_->add({.messageID = MIDINotification::kSetupChanged});
 }
 
 void SequencerService::warnOfOverruns() {
@@ -168,7 +168,7 @@ void SequencerService::runTurn() {
     if (!announcements_.empty() && announcements_.front().arrivalsBefore <= deliveredCount_) {
         applyAnnouncements();
     } else {
-        sendNotification();
+        notifications_->send();
     }
     if (!arrivals_.empty() || !announcements_.empty()) {
         scheduleTurn();

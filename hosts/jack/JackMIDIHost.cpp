@@ -29,7 +29,7 @@ constexpr MIDIObjectRef kOutputPortRef = 3;
 
 /// Maximum time to wait for the server's answer where it is needed at once: at the start, for a list of endpoints
 /// without a client, and at the end. Only a server that hangs takes longer.
-constexpr std::chrono::seconds kAnswerLimit{1};
+constexpr std::chrono::seconds kAnswerLimit{3};
 
 /// An event descriptor.
 class Bell {

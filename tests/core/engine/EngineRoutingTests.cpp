@@ -74,6 +74,33 @@ TEST_F(EngineRouting, SendsWhatCameFromSeveralSourcesTogetherInItsOrder) {
     EXPECT_THAT(host->sendSizes, ElementsAre(3));
 }
 
+// Destinations in use
+
+TEST_F(EngineRouting, TellsTheServiceWhichDestinationsConnectionsLeadTo) {
+    startWith({keysToSynth(), keysToDrums(), keysToDrums(ChannelMode::force(2), 3)});
+    EXPECT_THAT(host->usedDestinations, ElementsAre(21, 22));
+    engine->updateRoutes({keysToDrums()});
+    settle();
+    EXPECT_THAT(host->usedDestinations, ElementsAre(22));
+    MIDIRoute disabled = keysToDrums();
+    disabled.isEnabled = false;
+    engine->updateRoutes({disabled});
+    settle();
+    EXPECT_THAT(host->usedDestinations, IsEmpty());
+}
+
+TEST_F(EngineRouting, TellsTheServiceOfADestinationThatComesBack) {
+    startWith({keysToDrums()});
+    host->destinations = {21};
+    engine->reloadEndpoints();
+    settle();
+    EXPECT_THAT(host->usedDestinations, IsEmpty());
+    host->destinations = {21, 22};
+    engine->reloadEndpoints();
+    settle();
+    EXPECT_THAT(host->usedDestinations, ElementsAre(22));
+}
+
 // Matching and sending
 
 TEST_F(EngineRouting, ForcesTheChannelOfAConnection) {
