@@ -171,7 +171,7 @@ class Bash(Completions, unittest.TestCase):
     SET_UP = ["bind 'set enable-bracketed-paste off'", "bind 'set bell-style none'", f". '{COMPLETIONS}/corvel.bash'"]
 
     def test_a_choice_behind_an_equals_sign_is_completed(self):
-        self.assertEqual(self.given("corvel --midi=al\t--sets"), ["--midi=alsa", "--sets"])
+        self.assertEqual(self.given("corvel --midi=de\t--sets"), ["--midi=demo", "--sets"])
 
     def test_a_name_with_a_colon_that_is_not_quoted_is_completed(self):
         self.assertEqual(self.given("corvel --connect Keys:\tSynth"), ["--connect", "Keys: Left Hand", "Synth"])
