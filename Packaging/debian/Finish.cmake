@@ -37,7 +37,8 @@ corvel_compress(${doc}/changelog ${doc}/changelog.Debian ${share}/man/man1/corve
 
 file(RENAME ${share}/zsh/site-functions ${share}/zsh/vendor-completions)
 
-if(NOT CPACK_PACKAGE_HOMEPAGE_URL)
+# Debian 12 has an AppStream that asks for no home page, and a lintian to which the override is a mistake.
+if(NOT CPACK_PACKAGE_HOMEPAGE_URL AND NOT CPACK_CORVEL_DEBIAN_VERSION EQUAL 12)
   # script/release builds no package without a home page.
   file(MAKE_DIRECTORY ${share}/lintian/overrides)
   corvel_write(${share}/lintian/overrides/corvel
