@@ -16,7 +16,7 @@ namespace {
 
 using Property = MIDIRouterViewModel::Property;
 
-/// Priorities of the system log: a warning, information.
+/// Priorities of the system log: a warning and an information.
 constexpr std::string_view kFailure = "<4>";
 constexpr std::string_view kDiagnostic = "<6>";
 

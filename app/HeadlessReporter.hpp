@@ -25,12 +25,12 @@ public:
     /// Receives one whole line, with its line feed.
     using LineSink = std::function<void(std::string line)>;
 
-    /// How diagnostics and failures are written.
+    /// The form of diagnostics and failures.
     enum class Style {
         /// For people: each begins with its time.
         timed,
-        /// For a journal that has its own times: each line begins with its priority, "<6>" for a diagnostic, "<4>" for
-        /// a failure.
+        /// For a journal with its own times: each line begins with its priority, "<6>" for a diagnostic, "<4>" for a
+        /// failure.
         prioritized,
     };
 

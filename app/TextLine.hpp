@@ -12,13 +12,13 @@ namespace corvel {
 /// digits or `\U` with eight; invalid UTF-8 is replaced. Needed because device names may contain anything.
 [[nodiscard]] std::string escapedLine(std::string_view text);
 
-/// The same for a device's name: one of which nothing can be seen becomes "(no name)".
+/// As above for a device's name. A name without visible characters becomes "(no name)".
 [[nodiscard]] std::string escapedName(std::string_view name);
 
 /// The text as the window shows it: control and invisible characters become codes, tabs and line ends stay.
 [[nodiscard]] std::string shownText(std::string_view text);
 
-/// The same for a device's name: one of which nothing can be seen becomes "(no name)".
+/// As above for a device's name. A name without visible characters becomes "(no name)".
 [[nodiscard]] std::string shownName(std::string_view name);
 
 /// The local time of day, "HH:mm:ss.SSS".

@@ -13,7 +13,7 @@ namespace corvel {
 
 namespace {
 
-/// The journal knows the program's name already, and wants to know the priority: an error.
+/// The journal already knows the program's name, but needs the priority of an error.
 const char* errorPrefix() {
     return ServiceManager::isJournal(STDERR_FILENO) ? "<3>" : "corvel: ";
 }

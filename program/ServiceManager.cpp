@@ -14,7 +14,7 @@ namespace corvel {
 
 namespace {
 
-/// A datagram socket that sends to this address: a path, or an abstract name after "@". -1 where that fails.
+/// A datagram socket connected to this address: a path, or an abstract name after "@". -1 if that fails.
 int connectedSocket(std::string_view address) {
     sockaddr_un target{};
     target.sun_family = AF_UNIX;
@@ -67,7 +67,8 @@ bool ServiceManager::isJournal(int descriptor) {
 
 void ServiceManager::send(std::string_view message) const {
     if (socket_ >= 0) {
-        // Without waiting: a manager that does not read must not hold up MIDI. It then ends the service by itself.
+        // Never blocks, because a manager that does not read must not delay MIDI. The manager then ends the service
+        // itself.
         static_cast<void>(::send(socket_, message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT));
     }
 }

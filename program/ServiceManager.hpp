@@ -4,29 +4,29 @@
 
 namespace corvel {
 
-/// The service manager that started this program as a service, as systemd does with `Type=notify`. It is told by
-/// datagrams to the socket that the environment names in NOTIFY_SOCKET; without one, nothing is sent.
+/// The service manager that started this program as a service, such as systemd with `Type=notify`. Messages to it are
+/// datagrams to the socket in the environment variable NOTIFY_SOCKET; without it, nothing is sent.
 class ServiceManager {
 public:
-    /// Takes NOTIFY_SOCKET out of the environment: programs that this one starts are not the service.
+    /// Removes NOTIFY_SOCKET from the environment, because programs started by this one are not the service.
     ServiceManager();
     ServiceManager(const ServiceManager&) = delete;
     ServiceManager& operator=(const ServiceManager&) = delete;
     ~ServiceManager();
 
-    /// Tells that the service does its work now. `status` is one line for whoever asks how it is.
+    /// Reports that the service is working. `status` is one line that the manager shows.
     void tellReady(std::string_view status) const;
-    /// Tells that the service has been asked to end, and does so.
+    /// Reports that the service is ending as requested.
     void tellStopping() const;
 
-    /// Whether the descriptor leads to the system's journal. The journal stamps each line with its time, and takes
-    /// "<4>" at its start for the priority.
+    /// Whether the descriptor leads to the system's journal. The journal adds the time to each line, and takes "<4>" at
+    /// its start as the priority.
     [[nodiscard]] static bool isJournal(int descriptor);
 
 private:
     void send(std::string_view message) const;
 
-    /// Connected to the manager; -1 where there is none.
+    /// Connected to the manager; -1 if there is none.
     int socket_ = -1;
 };
 

@@ -80,7 +80,7 @@ public:
     /// the client exists, later calls do nothing, even if a port could not be created.
     void start();
 
-    /// Whether client and ports exist. Waits for the engine's queue, so do not call it from there.
+    /// Whether client and ports exist. Waits for the engine's queue, so it must not be called from there.
     [[nodiscard]] bool isStarted();
 
     /// Replaces all connections. Any thread, any time; each delivery uses either the old list or the new one.

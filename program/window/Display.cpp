@@ -40,7 +40,7 @@ void reportDisplay(QtMsgType type, const QMessageLogContext& /*context*/, const 
 }
 
 std::unique_ptr<QApplication> makeApplication(QtArguments& arguments) {
-    // By this name a desktop finds icon and group of every window, a notice that comes before the main window included.
+    // Desktops use this name to find icon and group of every window, also of a notice before the main window.
     QGuiApplication::setDesktopFileName(QStringLiteral("app.corvel.Corvel"));
     const QtMessageHandler before = qInstallMessageHandler(reportDisplay);
     auto application = std::make_unique<QApplication>(arguments.count(), arguments.values());

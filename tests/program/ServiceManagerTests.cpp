@@ -19,7 +19,7 @@
 namespace corvel::tests {
 namespace {
 
-/// What a service manager listens at; '@' at the start of the address makes an abstract name.
+/// The socket of a service manager; "@" at the start of the address makes an abstract name.
 class ListeningManager {
 public:
     explicit ListeningManager(const std::string& address)
@@ -37,7 +37,7 @@ public:
     ListeningManager& operator=(const ListeningManager&) = delete;
     ~ListeningManager() { ::close(descriptor_); }
 
-    /// The next datagram; none if none has come.
+    /// The next datagram; no value if there is none.
     [[nodiscard]] std::optional<std::string> received() const {
         std::array<char, 256> buffer{};
         const ssize_t size = ::recv(descriptor_, buffer.data(), buffer.size(), 0);
@@ -114,7 +114,7 @@ TEST(Journal, IsRecognisedByItsDeviceAndInode) {
         EXPECT_FALSE(ServiceManager::isJournal(-1));
     }
     {
-        // Somebody else's journal, passed on to a program whose output goes elsewhere.
+        // Another program's journal, inherited by a program whose output goes elsewhere.
         const ScopedEnvironment stream("JOURNAL_STREAM", "1:" + std::to_string(status.st_ino));
         EXPECT_FALSE(ServiceManager::isJournal(STDERR_FILENO));
     }

@@ -12,7 +12,7 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-/// The program as systemd runs it: the test's own socket stands for the service manager, a file for the journal.
+/// The program as systemd runs it: the test's own socket replaces the service manager, a file the journal.
 class ServiceProgram : public ProgramFixture {
 protected:
     /// Prints every datagram that comes to the socket, each followed by an empty line.
