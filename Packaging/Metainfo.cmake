@@ -1,4 +1,4 @@
-# Writes the AppStream metadata: what a software centre shows of Corvel.
+# Writes the AppStream metadata for software centres.
 include(${CMAKE_CURRENT_LIST_DIR}/Releases.cmake)
 
 # corvel_screenshot(FILE CAPTION [ATTRIBUTE]): a picture of docs/pictures, 1180 x 760.
@@ -10,7 +10,7 @@ function(corvel_screenshot file caption)
     </screenshot>" PARENT_SCOPE)
 endfunction()
 
-# corvel_write_metainfo(OUTPUT): with the addresses that the publisher has filled in.
+# corvel_write_metainfo(OUTPUT): writes the metadata with the publisher's addresses.
 function(corvel_write_metainfo output)
   set(urls "")
   if(CORVEL_HOME_PAGE)

@@ -1,4 +1,4 @@
-# Packages of this build: cpack -G DEB, cpack -G RPM, and of the sources: cpack --config CPackSourceConfig.cmake.
+# Packages of this build: cpack -G DEB, cpack -G RPM; of the sources: cpack --config CPackSourceConfig.cmake.
 set(CPACK_PACKAGE_NAME corvel)
 set(CPACK_PACKAGE_VENDOR "The Corvel developers")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
@@ -14,7 +14,7 @@ these come back. Corvel also runs without a window, as a service.")
 set(CPACK_PACKAGE_HOMEPAGE_URL "${CORVEL_HOME_PAGE}")
 set(CPACK_PACKAGE_CONTACT "${CORVEL_CONTACT}")
 if(NOT CORVEL_CONTACT)
-  # Packages must name somebody. No mail can ever reach this domain.
+  # Packages must have a contact. No mail can ever reach this domain.
   set(CPACK_PACKAGE_CONTACT "Unpublished build <nobody@corvel.invalid>")
 endif()
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -22,8 +22,8 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
-# A package runs only on the release that it was built on, since their libraries differ. So its version names the
-# release, and that of a newer release counts as newer.
+# A package runs only on the release that it was built on, because the libraries differ. So its version names the
+# release; the version for a newer release is higher.
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 if(EXISTS /etc/os-release)
   file(STRINGS /etc/os-release system REGEX "^(ID|VERSION_ID)=")
@@ -37,7 +37,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# Real-time priority, the fonts that the window is drawn with, the window on Wayland.
+# Real-time priority, the fonts of the window, the window on Wayland.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "rtkit, fonts-inter, fonts-dejavu-core, qt6-wayland")
 set(CPACK_CORVEL_DEBIAN_FILES ${CMAKE_CURRENT_SOURCE_DIR}/debian)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/debian/Finish.cmake)
@@ -46,7 +46,7 @@ set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_PACKAGE_LICENSE MIT)
 set(CPACK_RPM_PACKAGE_GROUP Applications/Multimedia)
 set(CPACK_RPM_PACKAGE_AUTOREQ ON)
-# A full stop that stands alone is a blank line in Debian's form only.
+# A single full stop is a blank line only in Debian's form.
 string(REPLACE "\n.\n" "\n\n" CPACK_RPM_PACKAGE_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION}")
 set(CPACK_RPM_SPEC_MORE_DEFINE "%define _build_id_links none")
 # Folders that belong to other packages.

@@ -1,5 +1,5 @@
-# Who publishes Corvel, and where. Fill this in before a release, here or with -D; script/release checks it. What stays
-# empty is left out of the metadata and of the packages, so that nobody writes to an address that nobody reads.
+# The publisher of Corvel. Fill this in before a release, here or with -D; script/release checks it. Empty fields are
+# left out of the metadata and the packages, so that nobody writes to an address without a reader.
 set(CORVEL_CONTACT "" CACHE STRING "Who answers for the packages, as \"Name <address>\"")
 set(CORVEL_HOME_PAGE "" CACHE STRING "Address of the home page")
 set(CORVEL_BUG_TRACKER "" CACHE STRING "Address at which users report faults")

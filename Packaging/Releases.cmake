@@ -1,6 +1,6 @@
-# Reads from CHANGELOG.md what is released: headings such as "## 0.1.0 (2026-11-22)". Sets CORVEL_RELEASES, elements of
-# the AppStream metadata, newest first, and CORVEL_RELEASE_DATE, the date of this version. A version that is not
-# released has no date, and stands in the metadata as one under development.
+# Reads the releases from CHANGELOG.md: headings such as "## 0.1.0 (2026-11-22)". Sets CORVEL_RELEASES, elements of the
+# AppStream metadata, newest first, and CORVEL_RELEASE_DATE, the date of this version. A version without a release has
+# no date, and is in the metadata as one under development.
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
 set(CORVEL_RELEASES "")
 set(CORVEL_RELEASE_DATE "")

@@ -1,5 +1,5 @@
-# The manual page and the shells' completions, written while Corvel is built: templates, filled from the table of the
-# options in the program. Where Corvel is built for another processor, CMAKE_CROSSCOMPILING_EMULATOR runs the writer.
+# The manual page and the shell completions, written during the build: templates that are filled from the program's
+# table of options. When cross-compiling, CMAKE_CROSSCOMPILING_EMULATOR runs the writer.
 add_library(corvel_option_texts STATIC texts/ManualTexts.cpp texts/OptionTexts.cpp texts/ShellTexts.cpp)
 target_link_libraries(corvel_option_texts PUBLIC corvel_options)
 add_executable(corvel-option-texts texts/main.cpp)

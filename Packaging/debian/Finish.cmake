@@ -1,4 +1,4 @@
-# Makes of the staged files what Debian's policy asks for: run by cpack before it writes a package.
+# Changes the staged files as Debian's policy requires. cpack runs it before it writes a package.
 if(NOT CPACK_GENERATOR STREQUAL "DEB")
   return()
 endif()
@@ -6,7 +6,7 @@ set(share ${CPACK_TEMPORARY_DIRECTORY}/usr/share)
 set(doc ${share}/doc/corvel)
 set(version ${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
 
-# corvel_compress(FILE...): as gzip does it without a time in the file, so that equal builds give equal packages.
+# corvel_compress(FILE...): like gzip without the time, so that equal builds give equal packages.
 function(corvel_compress)
   foreach(file IN LISTS ARGN)
     execute_process(COMMAND gzip -9nf ${file} COMMAND_ERROR_IS_FATAL ANY)
