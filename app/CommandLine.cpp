@@ -107,7 +107,7 @@ std::string scaleProblem(const std::string& text) {
     return scale && *scale >= 1 && *scale <= kMaxScale ? "" : "Value " + text + " not in range 1 to 4";
 }
 
-/// The services that a value of --midi names, with commas between; no value where it makes no sense.
+/// The services in a value of --midi, which are separated by commas; no value if it is invalid.
 std::optional<MIDIHostChoice> parsedMIDI(const std::string& text) {
     if (text == "auto") {
         return MIDIHostChoice();

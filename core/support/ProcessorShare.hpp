@@ -45,7 +45,7 @@ private:
 
     Time& time_;
     SteadyTime windowStart_{};
-    /// Processor time of the thread at the window's start; unknown (-1) where the window before was idle.
+    /// Processor time of the thread at the start of the window; -1 (unknown) if the window before was idle.
     std::chrono::nanoseconds usedBefore_{-1};
     /// What the others are still to get; negative for what they got beyond their share.
     std::chrono::nanoseconds owed_{-kMaxCredit};

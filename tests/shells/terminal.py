@@ -1,4 +1,4 @@
-"""A shell on a terminal of its own, into which a test types."""
+"""A shell on a separate terminal, into which a test types."""
 
 import os
 import pty
@@ -24,7 +24,7 @@ class Terminal:
         os.write(self._descriptor, keys.encode())
 
     def run(self, line):
-        """Carries out a line and waits for the next prompt."""
+        """Runs a line and waits for the next prompt."""
         self.forget()
         self.type(line + "\n")
         self.wait_for_text(PROMPT)
@@ -33,7 +33,7 @@ class Terminal:
         self._text = b""
 
     def wait_for_text(self, text):
-        """Waits until the shell has written the text since the last `forget`."""
+        """Waits until the shell has written the text after the last `forget`."""
         self.wait_for(lambda: text.encode() in self._text.replace(b"\r", b""), repr(text))
 
     def wait_for(self, condition, what):

@@ -1,5 +1,5 @@
-"""What bash and zsh make of a corvel command line when the Tab key is pressed: each test types a line with tabs and looks
-at the arguments that the program is given then."""
+"""Completion of corvel command lines in bash and zsh. Each test types a line with tabs, and checks the arguments
+that the program then gets."""
 
 import json
 import os
@@ -14,7 +14,7 @@ from terminal import PROMPT, Terminal
 COMPLETIONS = os.environ["CORVEL_COMPLETIONS"]
 PROGRAM = os.environ["CORVEL_PROGRAM"]
 
-# In place of the program: answers what completions ask, and notes the arguments of a start on the terminal.
+# Replaces the program: answers the queries of completions, and records the arguments of a start on the terminal.
 STAND_IN = """#!/bin/bash
 if [[ -t 1 ]]; then
     printf '%s\\0' "$@" >"$ANSWERS/given.new"
