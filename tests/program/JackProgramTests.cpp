@@ -9,6 +9,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <deque>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -77,12 +78,10 @@ protected:
         return server != nullptr && std::string(server) == "pipewire";
     }
 
-    const TemporaryFolder runtime_;
     const std::string serverName_ = "corvel-test-" + std::to_string(::getpid());
-    const ScopedEnvironment runtimeHome_{"XDG_RUNTIME_DIR", runtime_.path().string()};
     const ScopedEnvironment defaultServer_{"JACK_DEFAULT_SERVER", serverName_};
     std::optional<ChildProcess> server_;
-    std::vector<ChildProcess> clients_;
+    std::deque<ChildProcess> clients_;
 
 private:
     [[nodiscard]] static bool isServerReady() {

@@ -20,15 +20,15 @@ protected:
           keys_(keyboard_.addPort("Out", SequencerPeer::kSource)),
           ticks_(clock_.addPort("Out", SequencerPeer::kSource)) {
         synth_.addPort("In", SequencerPeer::kDestination);
-        synth_.setInputPool(kLargestPool);
+        synth_.setInputPool(kMaxPool);
         connect("Stage Keyboard", "Stage Synth");
     }
 
     /// Plays more than the sequencer keeps for a router that stands still.
     void overrun(std::size_t count) {
         ASSERT_NO_FATAL_FAILURE(halt());
-        keyboard_.playNumberedNotes(keys_, 0, kLargestPool / 2);
-        keyboard_.playNumberedNotes(keys_, 0, kLargestPool);
+        keyboard_.playNumberedNotes(keys_, 0, kMaxPool / 2);
+        keyboard_.playNumberedNotes(keys_, 0, kMaxPool);
         resume();
         ASSERT_TRUE(waitUntil([&] { return errorLines("MIDI input overrun (" + std::to_string(count)).size() == 1; }));
     }

@@ -26,6 +26,7 @@ public:
     }
     void unwatch(int descriptor) override { watches_.erase(descriptor); }
     [[nodiscard]] SteadyTime roundTime() const override { return SteadyTime(); }
+    void shareProcessor() override {}
 
     /// Runs one round with this descriptor ready: its first handler, all tasks, its second handler.
     void runRound(int descriptor) {

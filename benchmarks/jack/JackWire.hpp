@@ -1,0 +1,84 @@
+#pragma once
+
+#include <jack/jack.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace corvel::benchmarks {
+
+/// What a run of messages from the player to the listener came to. Delays are in frames.
+struct JackRun {
+    std::size_t sent = 0;
+    std::size_t received = 0;
+    bool isInOrder = true;
+    std::int64_t minimumDelay = 0;
+    std::int64_t maximumDelay = 0;
+    double meanDelay = 0;
+    /// Periods that the server could not finish in time meanwhile.
+    std::size_t xruns = 0;
+};
+
+/// Two clients of the running JACK server: one that plays numbered note-ons, one that listens and compares the frame of
+/// each with that at which it was played. Throws `std::runtime_error` if there is no server.
+class JackWire {
+public:
+    static constexpr const char* kPlayer = "Wire Player";
+    static constexpr const char* kListener = "Wire Listener";
+
+    JackWire();
+    JackWire(const JackWire&) = delete;
+    JackWire& operator=(const JackWire&) = delete;
+
+    [[nodiscard]] std::uint32_t period() const { return jack_get_buffer_size(player_.get()); }
+    [[nodiscard]] std::uint32_t frameRate() const { return jack_get_sample_rate(player_.get()); }
+
+    /// Connects the two ports with each other, and takes them apart.
+    void connectDirectly();
+    void disconnect();
+
+    /// Plays until the first message arrives; throws if none does.
+    void waitForRouter();
+
+    /// Plays this many messages, so many in each period, and waits until all that will arrive has arrived.
+    [[nodiscard]] JackRun play(std::size_t count, std::size_t perPeriod);
+
+private:
+    struct Closer {
+        void operator()(jack_client_t* client) const { jack_client_close(client); }
+    };
+    using Client = std::unique_ptr<jack_client_t, Closer>;
+
+    static Client open(const char* name);
+    void playPeriod(std::uint32_t frames);
+    void listenPeriod(std::uint32_t frames);
+
+    jack_port_t* output_ = nullptr;
+    jack_port_t* input_ = nullptr;
+
+    /// How many messages there are to play, and in each period. The count is set last.
+    std::size_t perPeriod_ = 0;
+    std::atomic<std::size_t> wanted_ = 0;
+    std::atomic<std::size_t> sent_ = 0;
+    /// The frame of each message that was played.
+    std::vector<std::uint32_t> frames_;
+
+    // The listener's thread alone, but for the count.
+    std::int64_t minimumDelay_ = 0;
+    std::int64_t maximumDelay_ = 0;
+    std::int64_t sumOfDelays_ = 0;
+    std::size_t next_ = 0;
+    bool isInOrder_ = true;
+    std::atomic<std::size_t> received_ = 0;
+    std::atomic<std::size_t> xruns_ = 0;
+
+    // Closed first: their threads use what stands above.
+    Client player_;
+    Client listener_;
+};
+
+}  // namespace corvel::benchmarks
