@@ -41,7 +41,7 @@ std::string InstanceListener::listen(std::string path) {
     const InstanceAddress address(path_);
     // The file gets the socket's own mode, whatever the process's mask.
     if (descriptor_ >= 0 && ::fchmod(descriptor_, kOwnerOnly) == 0 &&
-        ::bind(descriptor_, address.get(), address.size()) == 0 && ::listen(descriptor_, kBacklog) == 0) {
+        ::bind(descriptor_, address.get(), InstanceAddress::size()) == 0 && ::listen(descriptor_, kBacklog) == 0) {
         return {};
     }
     std::string problem = std::system_category().message(errno);

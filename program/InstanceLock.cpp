@@ -1,5 +1,7 @@
 #include "program/InstanceLock.hpp"
 
+#include <QByteArray>
+#include <QtGlobal>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -8,7 +10,6 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <cstdlib>
 #include <system_error>
 #include <utility>
 
@@ -37,8 +38,8 @@ std::string lastError() {
 
 /// The user's runtime folder, whether it exists or not.
 std::string runtimePath() {
-    const char* const named = std::getenv("XDG_RUNTIME_DIR");
-    return named != nullptr && *named != '\0' ? named : "/run/user/" + std::to_string(::geteuid());
+    const std::string named = qgetenv("XDG_RUNTIME_DIR").toStdString();
+    return named.empty() ? "/run/user/" + std::to_string(::geteuid()) : named;
 }
 
 /// Why files in this folder are not safe from other users; empty if they are.

@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -35,7 +36,8 @@ public:
 
     [[nodiscard]] bool connect(const InstanceAddress& address) const {
         // While too many others wait to be accepted, this waits for as long as a send would.
-        return retried(SO_SNDTIMEO, [&] { return ::connect(descriptor_, address.get(), address.size()); }) == 0;
+        return retried(SO_SNDTIMEO, [&] { return ::connect(descriptor_, address.get(), InstanceAddress::size()); }) ==
+               0;
     }
 
     [[nodiscard]] bool send(std::string_view bytes) const {
@@ -51,8 +53,7 @@ public:
     }
 
     /// The number of bytes, 0 at the end, negative for a failure.
-    template <std::size_t kSize>
-    [[nodiscard]] ssize_t receive(std::array<char, kSize>& bytes) const {
+    [[nodiscard]] ssize_t receive(std::span<char> bytes) const {
         return retried(SO_RCVTIMEO, [&] { return ::recv(descriptor_, bytes.data(), bytes.size(), 0); });
     }
 

@@ -3,6 +3,7 @@
 #include "core/support/ApplicationIdentifier.hpp"
 #include "hosts/RealtimeAlarm.hpp"
 
+#include <QByteArray>
 #include <QDBusConnection>
 #include <QDBusError>
 #include <QDBusMessage>
@@ -10,9 +11,9 @@
 #include <QDBusVariant>
 #include <QString>
 #include <QVariant>
+#include <QtGlobal>
 
 #include <algorithm>
-#include <cstdlib>
 #include <exception>
 #include <optional>
 #include <string_view>
@@ -109,11 +110,11 @@ int obtain(Bus&& bus, pid_t thread, int wanted) {
 }  // namespace
 
 std::string RealtimeKit::systemBusAddress() {
-    const char* const named = std::getenv("DBUS_SYSTEM_BUS_ADDRESS");
-    return named != nullptr && *named != '\0' ? named : "unix:path=/var/run/dbus/system_bus_socket";
+    const std::string named = qgetenv("DBUS_SYSTEM_BUS_ADDRESS").toStdString();
+    return named.empty() ? "unix:path=/var/run/dbus/system_bus_socket" : named;
 }
 
-void RealtimeKit::request(pid_t thread, int priority, std::function<void(hosts::RealtimeAnswer)> answer) {
+void RealtimeKit::request(pid_t thread, int priority, const std::function<void(hosts::RealtimeAnswer)>& answer) {
     const auto run = [address = busAddress_, thread, priority, answer](const std::stop_token& stop) {
         hosts::RealtimeAnswer result;
         try {

@@ -26,7 +26,7 @@ public:
 
     /// Asks for the priority on a thread of this object and returns at once. By one thread at a time, and again only
     /// after the answer. `answer` is called on this object's thread, or never if the object goes first.
-    void request(pid_t thread, int priority, std::function<void(hosts::RealtimeAnswer)> answer);
+    void request(pid_t thread, int priority, const std::function<void(hosts::RealtimeAnswer)>& answer);
 
 private:
     const std::string busAddress_;

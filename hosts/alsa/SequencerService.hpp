@@ -184,6 +184,7 @@ private:
     bool isSendingScheduled_ = false;
     std::size_t reportedLateFailures_ = 0;
     std::size_t sendsSinceLook_ = 0;
+    std::size_t sendsSinceShare_ = 0;
 };
 
 }  // namespace corvel::hosts

@@ -35,6 +35,9 @@ constexpr std::size_t kArrivalsPerDelivery = 64;
 /// the client's events, so a burst must not wait behind the sends that it causes.
 constexpr std::size_t kSendsPerLook = 8;
 
+/// Sends between two looks at the clock for the share of other threads: a fraction of a millisecond's work.
+constexpr std::size_t kSendsPerShare = 64;
+
 }  // namespace
 
 // Input
@@ -229,8 +232,11 @@ void SequencerService::send(std::span<MIDISend> messages) {
     }
     sendsSinceLook_ += messages.size();
     if (sendsSinceLook_ >= kSendsPerLook) {
-        sendsSinceLook_ = 0;
+        sendsSinceShare_ += std::exchange(sendsSinceLook_, 0);
         readWaitingEvents();
+    }
+    if (sendsSinceShare_ >= kSendsPerShare) {
+        sendsSinceShare_ = 0;
         queue_->shareProcessor();
     }
     isDelivering_ = wasDelivering;

@@ -21,7 +21,11 @@ ShowWatch::~ShowWatch() {
 void ShowWatch::look() {
     const bool mayBeShow = fillsScreen();
     if (mayBeShow != looks_.isActive()) {
-        mayBeShow ? looks_.start() : looks_.stop();
+        if (mayBeShow) {
+            looks_.start();
+        } else {
+            looks_.stop();
+        }
     }
     const std::optional<std::chrono::nanoseconds> silence = mayBeShow ? silence_() : std::nullopt;
     const bool isShow = silence && *silence <= kLongestSilence;
