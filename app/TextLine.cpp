@@ -37,7 +37,7 @@ bool isControl(char32_t value) {
     return value < 0x20 || (value >= 0x7F && value < 0xA0) || value == kLineSeparator || value == kParagraphSeparator;
 }
 
-/// What stands for a name of which nothing can be seen.
+/// Replaces a name without visible characters.
 constexpr std::string_view kNoName = "(no name)";
 
 void appendCode(std::string& line, char32_t value) {
@@ -48,8 +48,8 @@ void appendCode(std::string& line, char32_t value) {
     line.append(code.data(), static_cast<std::size_t>(length));
 }
 
-/// The text with what `replacement` gives for each code point, or the code point itself where that is empty, and codes
-/// for all others that cannot be seen.
+/// Replaces each code point by the result of `replacement` or, if that is empty, by a code if it is invisible;
+/// otherwise keeps it.
 std::string written(std::string_view text, std::string_view (*replacement)(char32_t)) {
     const std::string valid = text::repairedUTF8(text);
     std::string line;

@@ -15,7 +15,7 @@ namespace corvel {
 /// As above for a device's name. A name without visible characters becomes "(no name)".
 [[nodiscard]] std::string escapedName(std::string_view name);
 
-/// The text as the window shows it: control and invisible characters become codes, tabs and line ends stay.
+/// The text for the window: control and invisible characters become codes, tabs and line breaks stay.
 [[nodiscard]] std::string shownText(std::string_view text);
 
 /// As above for a device's name. A name without visible characters becomes "(no name)".

@@ -16,7 +16,7 @@ namespace corvel::hosts {
 
 namespace {
 
-// A signal handler can reach nothing but globals.
+// Global, because a signal handler can use nothing else.
 std::atomic<pid_t> guardedThread = 0;
 std::atomic<int> alarmDescriptor = -1;
 static_assert(std::atomic<pid_t>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
@@ -28,12 +28,12 @@ bool hasRealtimePriority(pid_t thread) {
     return policy == SCHED_RR || policy == SCHED_FIFO;
 }
 
-/// The kernel gives the signal to the thread that used too much, unless that thread blocks it.
+/// The kernel sends the signal to the thread that used too much time, unless that thread blocks it.
 void giveUpPriority(int /*signal*/) {
     const int error = errno;
     const pid_t thread = hasRealtimePriority(kCallingThread) ? kCallingThread : guardedThread.load();
     const sched_param ordinary{};
-    // An ordinary user may not take this flag away from a thread that has it.
+    // Keeps the flag, because an ordinary user may not clear it.
     ::sched_setscheduler(thread, SCHED_OTHER | SCHED_RESET_ON_FORK, &ordinary);
     const std::uint64_t one = 1;
     [[maybe_unused]] const ssize_t size = ::write(alarmDescriptor.load(), &one, sizeof one);
@@ -54,7 +54,7 @@ bool RealtimeAlarm::limit(std::chrono::microseconds time) {
     rlimit limits{};
     ::getrlimit(RLIMIT_RTTIME, &limits);
     limits.rlim_max = std::min(limits.rlim_max, static_cast<rlim_t>(time.count()));
-    // The kernel raises this one by a second with each signal, so it is set anew each time.
+    // The kernel raises the soft limit by a second with each signal, so it is set again each time.
     limits.rlim_cur = limits.rlim_max / 2;
     return ::setrlimit(RLIMIT_RTTIME, &limits) == 0;
 }

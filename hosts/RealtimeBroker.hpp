@@ -7,17 +7,17 @@
 
 namespace corvel::hosts {
 
-/// What came of asking for real-time priority.
+/// The answer to a request for real-time priority.
 struct RealtimeAnswer {
-    /// The priority that the thread has now, 0 if it has none.
+    /// The thread's present priority; 0 if it has none.
     int priority = 0;
-    /// Who granted or refused it, and why not: "RealtimeKit", "RealtimeKit: Permission denied".
+    /// Who granted or refused it, and the reason of a refusal: "RealtimeKit", "RealtimeKit: Permission denied".
     std::string reason;
 };
 
-/// Asks somebody who may grant what the kernel refuses: at most `priority`, for the thread with this kernel ID. It is
-/// called on the thread itself and returns at once; `answer` is called once or, if the program ends first, never, on
-/// any thread.
+/// Requests real-time priority of at most `priority`, for the thread with this kernel ID, from a service that may grant
+/// what the kernel refuses. Called on that thread; returns at once. `answer` is called once on any thread, or never if
+/// the program ends first.
 using RealtimeBroker = std::function<void(pid_t thread, int priority, std::function<void(RealtimeAnswer)> answer)>;
 
 }  // namespace corvel::hosts

@@ -22,7 +22,7 @@ int setPriority(int priority) {
     return ::pthread_setschedparam(::pthread_self(), SCHED_RR, &parameters);
 }
 
-/// Puts the calling thread on as much as the kernel grants.
+/// Gives the calling thread as much priority as the kernel grants.
 RealtimeAnswer askKernel() {
     int error = setPriority(kWantedPriority);
     if (error == 0) {
@@ -47,7 +47,7 @@ RealtimePriority::RealtimePriority(const std::shared_ptr<EventLoop>& queue, Real
 
 void RealtimePriority::request(DiagnosticHandler diagnose) {
     diagnose_ = std::move(diagnose);
-    // Before anybody sets a limit on the thread's time.
+    // Before anything sets a limit on the thread's time.
     watch();
     ask();
 }
@@ -64,7 +64,7 @@ void RealtimePriority::ask() {
     const RealtimeAnswer kernel = askKernel();
     if (kernel.priority > 0) {
         rlimit limit{};
-        // An administrator's limit is meant for a program that hangs. Half of it gives the alarm.
+        // An administrator's limit is for programs that hang. The alarm is sent at half of it.
         if (::getrlimit(RLIMIT_RTTIME, &limit) == 0 && limit.rlim_max != RLIM_INFINITY) {
             static_cast<void>(RealtimeAlarm::limit(std::chrono::microseconds(limit.rlim_max)));
         }

@@ -12,28 +12,28 @@
 
 namespace corvel::hosts {
 
-/// Real-time priority for a queue's thread: from the kernel if it grants it, else from a broker.
+/// Real-time priority for a queue's thread: from the kernel if it grants it, otherwise from a broker.
 ///
-/// If the thread uses its processor for so long that the kernel takes the priority away, it is asked for again later.
-/// On the queue only, the constructor apart.
+/// If the thread uses its processor for so long that it loses the priority, requests it again later. Everything except
+/// the constructor runs on the queue.
 class RealtimePriority : public std::enable_shared_from_this<RealtimePriority> {
 public:
-    /// Takes a line for the diagnostic log; called on the queue, for each grant, refusal and loss.
+    /// Receives a line for the diagnostic log, on the queue, for each grant, refusal and loss.
     using DiagnosticHandler = std::function<void(std::string)>;
 
-    /// How long the thread stays at ordinary priority after a loss.
+    /// Time at ordinary priority after a loss.
     static constexpr std::chrono::milliseconds kRetryDelay{10'000};
 
-    /// Without a broker, the kernel alone is asked.
+    /// Without a broker, asks only the kernel.
     RealtimePriority(const std::shared_ptr<EventLoop>& queue, RealtimeBroker broker,
                      std::chrono::milliseconds retryDelay = kRetryDelay);
     RealtimePriority(const RealtimePriority&) = delete;
     RealtimePriority& operator=(const RealtimePriority&) = delete;
     ~RealtimePriority() = default;
 
-    /// Asks for it. The queue goes on meanwhile, since a broker may take seconds.
+    /// Requests the priority. The queue continues meanwhile, because a broker may take seconds.
     void request(DiagnosticHandler diagnose);
-    /// Watches no more and calls no handler any more. The thread keeps the priority that it has.
+    /// Stops watching, and calls no handler any more. The thread keeps its priority.
     void end();
 
 private:

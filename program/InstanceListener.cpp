@@ -16,10 +16,10 @@ namespace {
 
 constexpr mode_t kOwnerOnly = 0600;
 
-/// Connections that the kernel keeps until they are accepted.
+/// Maximum number of connections that the kernel keeps until they are accepted.
 constexpr int kBacklog = 64;
 
-/// Connections accepted in one turn of the event loop.
+/// Maximum number of connections accepted in one turn of the event loop.
 constexpr int kMaxAccepted = 64;
 
 }  // namespace
@@ -39,7 +39,7 @@ std::string InstanceListener::listen(std::string path) {
     ::unlink(path_.c_str());
     descriptor_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     const InstanceAddress address(path_);
-    // The file gets the socket's own mode, whatever the process's mask.
+    // Gives the file the socket's mode, whatever the process's mask is.
     if (descriptor_ >= 0 && ::fchmod(descriptor_, kOwnerOnly) == 0 &&
         ::bind(descriptor_, address.get(), InstanceAddress::size()) == 0 && ::listen(descriptor_, kBacklog) == 0) {
         return {};

@@ -11,11 +11,11 @@
 
 namespace corvel {
 
-/// The instance's end of its socket, which only its own user may use (mode 0600, and each connection's user is
-/// checked). On one thread, while the application object exists.
+/// The instance's end of its socket. Only its own user may use it: the mode is 0600, and the user of each connection is
+/// checked. On one thread, while the application object exists.
 class InstanceListener {
 public:
-    /// Takes a connection of this user.
+    /// Receives a connection from this user.
     using ConnectionHandler = std::function<void(std::unique_ptr<QLocalSocket>)>;
 
     /// Pause after the system had no descriptor or memory for a connection.
@@ -24,14 +24,14 @@ public:
     InstanceListener();
     InstanceListener(const InstanceListener&) = delete;
     InstanceListener& operator=(const InstanceListener&) = delete;
-    /// Removes the socket. Connections that nobody has accepted are closed.
+    /// Removes the socket and closes connections that have not been accepted.
     ~InstanceListener();
 
-    /// Makes the socket, in place of one that a process left behind that was killed. From now on, connections wait. The
-    /// system's text if that fails, else empty.
+    /// Creates the socket, and replaces one that a killed process has left. Connections wait from now on. Returns the
+    /// system's text if it fails, otherwise an empty text.
     [[nodiscard]] std::string listen(std::string path);
 
-    /// Hands on connections as they come, and those that wait. Does nothing without a socket.
+    /// Passes on waiting and later connections. Does nothing without a socket.
     void accept(ConnectionHandler handler);
 
 private:

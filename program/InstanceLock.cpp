@@ -19,11 +19,11 @@ namespace {
 
 constexpr const char* kFolderName = "corvel";
 constexpr mode_t kFolderMode = 0700;
-/// The sticky bit asks programs that tidy the runtime folder to leave the file alone.
+/// The sticky bit asks programs that clean the runtime folder to keep the file.
 constexpr mode_t kFileMode = 01600;
 constexpr mode_t kWritableByOthers = 0022;
 
-/// How often a lock file that somebody removes is made anew.
+/// Maximum number of tries to create a lock file that another process removes.
 constexpr int kMaxTries = 10;
 
 void closeDescriptor(int& descriptor) {
@@ -36,7 +36,7 @@ std::string lastError() {
     return std::system_category().message(errno);
 }
 
-/// The user's runtime folder, whether it exists or not.
+/// The path of the user's runtime folder, whether or not it exists.
 std::string runtimePath() {
     const std::string named = qgetenv("XDG_RUNTIME_DIR").toStdString();
     return named.empty() ? "/run/user/" + std::to_string(::geteuid()) : named;
@@ -80,7 +80,7 @@ InstanceLock::Attempt InstanceLock::take() {
             writeHolder();
             return Attempt::taken;
         }
-        // Somebody has removed the file since it was opened, so that others would lock another one.
+        // The file was removed after it was opened, so other processes would lock another one.
         problem_ = lockPath() + ": it is removed again and again";
     }
     release();
@@ -143,7 +143,7 @@ bool InstanceLock::isInPlace() const {
 }
 
 void InstanceLock::writeHolder() const {
-    // A full file system may refuse the number; the lock holds without it.
+    // If the file system is full, the PID cannot be written, but the lock still holds.
     const std::string text = std::to_string(::getpid()) + '\n';
     [[maybe_unused]] const bool isEmpty = ::ftruncate(file_, 0) == 0;
     [[maybe_unused]] const ssize_t size = ::pwrite(file_, text.data(), text.size(), 0);

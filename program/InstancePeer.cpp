@@ -6,7 +6,7 @@ namespace corvel {
 
 InstanceAddress::InstanceAddress(const std::string& path) {
     address_.sun_family = AF_UNIX;
-    // One byte stays for the zero at the end.
+    // Leaves one byte for the terminating zero.
     path.copy(address_.sun_path, sizeof address_.sun_path - 1);
 }
 

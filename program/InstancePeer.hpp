@@ -20,7 +20,7 @@ private:
     sockaddr_un address_{};
 };
 
-/// The process at the other end of a connected socket, and its user. None if the system does not tell.
+/// The process at the other end of a connected socket, and its user; no value if the system does not know.
 [[nodiscard]] std::optional<ucred> instancePeer(int socket);
 
 /// Whether the process belongs to the user of this one.

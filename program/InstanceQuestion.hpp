@@ -15,11 +15,11 @@ namespace corvel {
 /// A later start's end of the instance's socket: sends one request and waits for its answer.
 class InstanceQuestion {
 public:
-    /// Nobody listens at the socket.
+    /// No process listens at the socket.
     struct Absent {};
     /// The instance ended without an answer.
     struct Gone {};
-    /// No answer in time, or nonsense; the instance's PID if it is known.
+    /// No answer in time, or an invalid one. Has the instance's PID, if known.
     struct Silent {
         std::optional<pid_t> pid;
     };
@@ -28,7 +28,7 @@ public:
     /// Maximum size of an answer, in bytes of its texts.
     static constexpr std::size_t kMaxAnswerSize = 16'777'216;
 
-    /// Waits until `deadline` at most, without using the processor. Any thread.
+    /// Waits at most until `deadline`, without using the processor. Any thread.
     [[nodiscard]] static Result ask(const std::string& socketPath, const std::string& message,
                                     std::chrono::steady_clock::time_point deadline);
 };

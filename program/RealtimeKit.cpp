@@ -29,7 +29,7 @@ constexpr QLatin1String kPath("/org/freedesktop/RealtimeKit1");
 
 constexpr std::string_view kName = "RealtimeKit";
 
-/// Pause between two looks for an answer.
+/// Pause between two checks for an answer.
 constexpr std::chrono::milliseconds kLookPause{5};
 
 /// What RealtimeKit refused, or why it could not be asked.
@@ -42,7 +42,7 @@ private:
     std::string text_;
 };
 
-/// A connection of its own to a bus.
+/// A separate connection to a bus.
 class Bus {
 public:
     Bus(const std::string& address, std::stop_token stop)
@@ -52,7 +52,7 @@ public:
           stop_(std::move(stop)) {
         if (!connection_.isConnected()) {
             const QString reason = connection_.lastError().message();
-            // Otherwise the name would lead to this failed connection the next time too.
+            // Otherwise the name would lead to this failed connection next time.
             QDBusConnection::disconnectFromBus(name_);
             throw Refusal(reason);
         }
@@ -61,7 +61,7 @@ public:
     Bus& operator=(const Bus&) = delete;
     ~Bus() { QDBusConnection::disconnectFromBus(name_); }
 
-    /// The service's answer to a call of one of its methods.
+    /// The service's answer to a method call.
     [[nodiscard]] QDBusMessage call(const QString& interface, const QString& method, const QVariantList& arguments) {
         QDBusMessage message = QDBusMessage::createMethodCall(kService, kPath, interface, method);
         message.setArguments(arguments);

@@ -16,10 +16,10 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// Pause before another try while an instance is just starting or just ending.
+/// Pause before another try while an instance is starting or ending.
 constexpr milliseconds kRetryPause{10};
 
-/// Settings in different folders have instances of their own; so do tests.
+/// Different settings folders have different instances, which tests need.
 std::string instanceName(const std::filesystem::path& settingsFile) {
     std::error_code error;
     const std::filesystem::path folder = settingsFile.parent_path();

@@ -18,52 +18,52 @@
 
 namespace corvel {
 
-/// Lets only one instance of the program run for each user and each folder of settings, and lets later starts send it
-/// their request.
+/// Lets only one instance of the program run for each user and settings folder, and lets later starts send it their
+/// request.
 ///
 /// The instance is the process that holds a lock file in the user's runtime folder (`InstanceLock`). It listens on a
-/// socket beside that file. Both ends of the socket check the user at the other end.
+/// socket in the same folder. Both ends of the socket check the user at the other end.
 ///
 /// On one thread, while the application object exists; needs its event loop only to answer.
 class SingleInstance {
 public:
-    /// This process is the instance until the object goes.
+    /// This process is the instance until the object is destroyed.
     struct Taken {};
-    /// There can be no lock or no socket, and why. The program then runs without this protection.
+    /// There can be no lock or no socket, and the reason. The program then runs without this protection.
     struct Unavailable {
         std::string reason;
     };
-    /// Another process is the instance and has done what was asked.
+    /// Another process is the instance and has carried out the request.
     struct Answered {
         CommandResult result;
     };
-    /// Another process is the instance, and the request is none of its business.
+    /// Another process is the instance, and the request does not concern it.
     struct Declined {};
-    /// Another process is the instance but does not answer in time; a sentence for the user.
+    /// Another process is the instance but does not answer in time. `reason` is a sentence for the user.
     struct NotAnswering {
         std::string reason;
     };
     using Outcome = std::variant<Taken, Unavailable, Answered, Declined, NotAnswering>;
 
-    /// Time limit of an answer: longer than a disk takes to spin up.
+    /// Time limit for an answer: longer than a disk needs to spin up.
     static constexpr std::chrono::milliseconds kAnswerLimit{5'000};
-    /// Maximum number of connections whose request has not come yet. One more closes the oldest.
+    /// Maximum number of connections without a complete request. One more closes the oldest.
     static constexpr std::size_t kMaxConnections = 32;
 
-    /// `settingsFile` is where the user's settings are or would be.
+    /// `settingsFile` is the path of the user's settings, whether or not it exists.
     explicit SingleInstance(const std::filesystem::path& settingsFile);
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
 
-    /// The name of the lock file and the socket of this folder of settings, without their suffixes.
+    /// The name of this settings folder's lock file and socket, without their suffixes.
     [[nodiscard]] const std::string& name() const { return name_; }
 
-    /// Becomes the instance; where there is one, asks it. Waits `limit` at most. Of several that try at the same time,
-    /// one becomes the instance.
+    /// Becomes the instance or, if there is one, sends it the request. Waits at most `limit`. If several processes try
+    /// at the same time, one becomes the instance.
     [[nodiscard]] Outcome takeOrAsk(const InstanceRequest& request, std::chrono::milliseconds limit = kAnswerLimit);
 
-    /// As the instance: answers what others ask, also what they asked before. Until this is called, they wait. Does
-    /// nothing if this process is not the instance.
+    /// As the instance: answers requests, including those that are already waiting. Until this is called, they wait.
+    /// Does nothing if this process is not the instance.
     void serve(InstanceConnection::Handler handler);
 
 private:

@@ -27,7 +27,8 @@ inline constexpr MIDIStatus kMIDISuccess = 0;
 /// Status of a send whose bytes cannot be made into a packet.
 inline constexpr MIDIStatus kMIDIPacketNotMade = -10838;
 
-/// Status of a diagnostic that is for the performer at once: messages are being lost. Its text is shown as it is.
+/// Status of a diagnostic that the performer must see at once, because messages are being lost. Its text is shown
+/// unchanged.
 inline constexpr MIDIStatus kMIDIMessagesLost = -10839;
 
 /// Result of the creation of a client or port: `ref` is 0 unless `status` is success.

@@ -40,8 +40,9 @@ public:
     /// The time when the current round began. On the loop only; cheaper than reading the clock.
     [[nodiscard]] virtual SteadyTime roundTime() const = 0;
 
-    /// Pauses for up to 1 ms if others are owed some of the processor. Best right after input has been read, so that
-    /// what arrives in the pause finds room. On the loop only; costs a look at the clock.
+    /// Pauses for up to 1 ms if other threads have not had their share of the processor. Best called right after input
+    /// has been read, so that there is room for messages that arrive during the pause. On the loop only; costs a read
+    /// of the clock.
     virtual void shareProcessor() = 0;
 };
 

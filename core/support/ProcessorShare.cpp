@@ -10,12 +10,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Time between two looks at what the thread has used.
+/// Time between two checks of the thread's processor time.
 constexpr std::chrono::nanoseconds kWindow = 5ms;
-/// The same while a pause was too short for what is owed.
+/// The same while a pause was too short.
 constexpr std::chrono::nanoseconds kWindowInDebt = 2ms;
 
-/// What others get of the time: more than the 5 % that they need, for other real-time threads on the same processor.
+/// The share of the time for other threads. More than the 5 % that they need, because other real-time threads on the
+/// same processor use some of it.
 constexpr std::chrono::nanoseconds shareOf(std::chrono::nanoseconds time) {
     return time * 8 / 100;
 }
@@ -23,7 +24,7 @@ constexpr std::chrono::nanoseconds shareOf(std::chrono::nanoseconds time) {
 /// Shorter pauses cost more than they give.
 constexpr std::chrono::nanoseconds kMinPause = 200us;
 
-/// Looks in a window from which on the thread may be busy.
+/// Minimum number of checks in a window in which the thread counts as possibly busy.
 constexpr unsigned kManyLooks = 16;
 
 class SystemTime final : public ProcessorShare::Time {
@@ -81,7 +82,7 @@ std::chrono::nanoseconds ProcessorShare::pauseAfter(std::chrono::nanoseconds ela
     }
     usedBefore_ = used;
     const std::chrono::nanoseconds pause = owed_ < kMinPause ? 0ns : std::min(owed_, kMaxPause);
-    // Of a pause, too, a share belongs to the others anyway.
+    // During a pause, only the time beyond the others' regular share counts.
     owed_ -= pause - shareOf(pause);
     return pause;
 }

@@ -58,7 +58,7 @@ bool isInvisible(char32_t codePoint) {
 }
 
 bool isBlank(std::string_view value) {
-    // Looks like a space, but is none to Unicode.
+    // Looks like a space, but is not one in Unicode.
     constexpr UChar32 kBlankBraillePattern = 0x2800;
     const icu::UnicodeString characters = decoded(value);
     std::int32_t index = 0;

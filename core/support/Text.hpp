@@ -18,11 +18,11 @@ namespace corvel::text {
 /// The text with invalid UTF-8 replaced by U+FFFD; valid text is unchanged.
 [[nodiscard]] std::string repairedUTF8(std::string_view value);
 
-/// Whether the code point shows nothing, or changes only how its neighbours are shown: zero-width characters, controls
-/// of the direction of writing, fillers. With them one name can look like another.
+/// Whether the code point is invisible, or only changes how its neighbours are shown: zero-width characters, controls
+/// of the writing direction, fillers. Such characters can make one name look like another.
 [[nodiscard]] bool isInvisible(char32_t codePoint);
 
-/// Whether nothing can be seen of the text: it is empty, or all white space.
+/// Whether nothing of the text is visible: it is empty or only white space.
 [[nodiscard]] bool isBlank(std::string_view value);
 
 /// The text without leading and trailing white space (as Unicode defines it, with line breaks). Invalid UTF-8 becomes

@@ -5,17 +5,17 @@
 
 namespace corvel::hosts {
 
-/// Decides when the performer is told that input overruns come again and again.
+/// Decides when the performer is told about repeated input overruns.
 ///
-/// A single overrun (of a machine that stood still for a moment) is for the log alone. A second one within a minute is
-/// a condition that lasts: it is told at once, and then once a minute while overruns go on.
+/// A single overrun, after the machine stopped for a moment, only goes into the log. A second one within a minute is
+/// reported at once, and then once a minute while overruns continue.
 class OverrunWarning {
 public:
     using SteadyTime = std::chrono::steady_clock::time_point;
 
     static constexpr std::chrono::seconds kInterval{60};
 
-    /// Counts an overrun. Whether the performer is to be told now.
+    /// Counts an overrun. Returns whether to tell the performer now.
     [[nodiscard]] bool noteOverrun(SteadyTime now);
 
 private:

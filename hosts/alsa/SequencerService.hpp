@@ -73,7 +73,7 @@ private:
         bool isWanted = true;
         /// False if the sequencer may have ended the subscription.
         bool isCertain = true;
-        /// Messages since the last reload.
+        /// The number of messages since the last reload.
         std::uint64_t arrivalCount = 0;
     };
 
@@ -97,7 +97,7 @@ private:
     void acceptAnnouncement(const snd_seq_event_t& event);
     void noteOverrun();
     void warnOfOverruns();
-    /// The source that most of the latest messages came from.
+    /// The name of the source of most of the latest messages.
     [[nodiscard]] std::optional<std::string> mostActiveSourceName();
     void noteReadFailure(int status);
     /// Schedules the delivery of what was read and the effect of what was announced.

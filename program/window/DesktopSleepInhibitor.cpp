@@ -12,7 +12,7 @@ namespace corvel {
 void InhibitingService::setWanted(bool isWanted) {
     isWanted_ = isWanted;
     if (isAsked_) {
-        // The answer decides what is left to do.
+        // The answer decides what remains to be done.
         return;
     }
     if (isWanted && !cookie_) {
@@ -26,7 +26,7 @@ void InhibitingService::ask() {
     QDBusMessage request =
         QDBusMessage::createMethodCall(name_.service, name_.path, name_.interface, QStringLiteral("Inhibit"));
     request.setArguments({QStringLiteral("Corvel"), QStringLiteral("MIDI is routed on the full screen")});
-    // Where nobody offers the service, nobody blanks the screen through it either.
+    // Not started, because a desktop without this service does not blank the screen through it either.
     request.setAutoStartService(false);
     isAsked_ = true;
     auto* const answer = new QDBusPendingCallWatcher(bus_.asyncCall(request), &context_);

@@ -12,8 +12,8 @@
 
 namespace corvel {
 
-/// A desktop's service that takes requests against blanking or sleeping: `Inhibit` gives a number by which `UnInhibit`
-/// takes the request back. The service itself takes it back when the program leaves the bus.
+/// A desktop's service that prevents blanking or sleeping. `Inhibit` returns a number, with which `UnInhibit` ends the
+/// request. The service also ends it when the program leaves the bus.
 class InhibitingService {
 public:
     struct Name {
@@ -35,14 +35,14 @@ private:
     QDBusConnection bus_;
     const Name name_;
     bool isWanted_ = false;
-    /// Whether an answer is on its way.
+    /// Whether an answer is pending.
     bool isAsked_ = false;
     std::optional<quint32> cookie_;
-    /// Receives answers; none come once it is gone.
+    /// Receives the answers; there are none after it is destroyed.
     QObject context_;
 };
 
-/// Asks the session's services for the screen and for power, as far as the desktop has them. On the main thread.
+/// Uses the session's services for the screen and for power, as far as the desktop has them. Main thread only.
 class DesktopSleepInhibitor final : public SleepInhibitor {
 public:
     explicit DesktopSleepInhibitor(const QDBusConnection& bus = QDBusConnection::sessionBus());

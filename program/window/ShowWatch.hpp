@@ -14,17 +14,17 @@
 namespace corvel {
 
 /// Keeps the screen lit and the machine awake during a show: while the window fills the screen and messages are routed.
-/// Ten minutes after the last message, or when the window leaves the screen, the desktop may do as it likes again.
+/// Ends ten minutes after the last message, or when the window no longer fills the screen.
 ///
-/// On the main thread. The window and the inhibitor must outlive it.
+/// Main thread only. The window and the inhibitor must outlive it.
 class ShowWatch final : public QObject {
 public:
-    /// How long a show may be silent.
+    /// Maximum silence in a show.
     static constexpr std::chrono::minutes kLongestSilence{10};
-    /// Time between two looks while the window fills the screen.
+    /// Time between two checks while the window fills the screen.
     static constexpr std::chrono::seconds kLookInterval{5};
 
-    /// The time since the last routed message; none if there was none.
+    /// The time since the last routed message; no value if there was none.
     using Silence = std::function<std::optional<std::chrono::nanoseconds>()>;
 
     ShowWatch(QWidget& window, Silence silence, SleepInhibitor& inhibitor);
@@ -32,7 +32,7 @@ public:
     ShowWatch& operator=(const ShowWatch&) = delete;
     ~ShowWatch() override;
 
-    /// Looks whether there is a show. Done by itself when the window's state changes and at each interval.
+    /// Checks whether there is a show. Called automatically when the window's state changes and at each interval.
     void look();
 
     bool eventFilter(QObject* watched, QEvent* event) override;

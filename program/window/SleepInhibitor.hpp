@@ -2,7 +2,7 @@
 
 namespace corvel {
 
-/// Asks the desktop not to blank the screen and not to send the machine to sleep.
+/// Keeps the desktop from blanking the screen and from sending the machine to sleep.
 class SleepInhibitor {
 public:
     SleepInhibitor() = default;
@@ -10,9 +10,9 @@ public:
     SleepInhibitor& operator=(const SleepInhibitor&) = delete;
     virtual ~SleepInhibitor() = default;
 
-    /// Asks for it. Returns at once.
+    /// Requests it. Returns at once.
     virtual void inhibit() = 0;
-    /// Takes back what `inhibit` asked for. Returns at once.
+    /// Ends the request. Returns at once.
     virtual void release() = 0;
 };
 

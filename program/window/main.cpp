@@ -69,7 +69,7 @@ std::string documentNotice(const RouteStore& store) {
                                            : ".");
 }
 
-/// The time since the last routed message; none if there was none.
+/// The time since the last routed message; no value if there was none.
 std::optional<std::chrono::nanoseconds> silence(const MIDIRouterViewModel& model, const Clock& clock) {
     const MIDIRouterViewModel::ActivityEvents& events = model.activityEvents();
     return events.empty() ? std::nullopt : std::optional(clock.now() - events.back().timestamp);

@@ -30,7 +30,7 @@ public:
         lines_.push_back(std::move(line));
         arrival_.notify_all();
     }
-    /// Waits until there are so many.
+    /// Waits until there are this many.
     [[nodiscard]] std::vector<std::string> wait(std::size_t count) {
         std::unique_lock lock(mutex_);
         arrival_.wait_for(lock, tests::kDeadline, [&] { return lines_.size() >= count; });
@@ -43,7 +43,7 @@ private:
     std::vector<std::string> lines_;
 };
 
-/// A queue whose thread asks for real-time priority. Made in the process in which it is used.
+/// A queue whose thread requests real-time priority. Must be created in the process that uses it.
 class AskingQueue {
 public:
     explicit AskingQueue(RealtimeBroker broker)
@@ -83,7 +83,7 @@ private:
     const std::shared_ptr<RealtimePriority> priority_;
 };
 
-/// Answers at once, and notes what it was asked.
+/// Answers at once, and records the request.
 struct FakeBroker {
     RealtimeAnswer answer;
     std::vector<std::pair<pid_t, int>>* requests;
@@ -163,7 +163,7 @@ TEST(RealtimePriority, IsGivenUpAndAskedForAgainBeforeTheKernelWouldEndTheProgra
     EXPECT_TRUE(tests::holdsInProcess([] {
         AskingQueue queue({});
         ASSERT_EQ(queue.diagnostics.wait(1).size(), 1U);
-        // The kernel would kill at 200 ms, and ask for an end at 100 ms.
+        // The kernel would send SIGXCPU at 100 ms and kill at 200 ms.
         ASSERT_TRUE(RealtimeAlarm::limit(200ms));
         for (std::size_t count = 1; count <= 2; ++count) {
             queue.use(400ms);

@@ -26,7 +26,7 @@ class DesktopSleepInhibitors : public ::testing::Test {
 protected:
     ~DesktopSleepInhibitors() override { QDBusConnection::disconnectFromBus(QStringLiteral("test")); }
 
-    /// A service that notes what it is asked and gives the cookie 7.
+    /// A service that records its calls and returns the cookie 7.
     std::unique_ptr<tests::FakeBusService> makeService(const QString& name, const QString& path,
                                                        std::vector<std::string>& calls) {
         return std::make_unique<tests::FakeBusService>(bus, name, path, [&calls](const QDBusMessage& message) {

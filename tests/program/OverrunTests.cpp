@@ -1,4 +1,4 @@
-// A program that plays more than the router can take in: the performer is told who it is.
+// A program plays more than the router can read: the performer learns which one it is.
 
 #include "tests/program/SequencerProgramFixture.hpp"
 
@@ -26,7 +26,7 @@ protected:
         connect("Stage Keyboard", "Stage Synth");
     }
 
-    /// Plays more than the sequencer keeps for a router that stands still.
+    /// Plays more than the sequencer keeps for a router that is stopped.
     void overrun(std::size_t count) {
         ASSERT_NO_FATAL_FAILURE(halt());
         // The sequencer refuses what comes when nothing fits any more.

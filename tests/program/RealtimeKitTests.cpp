@@ -27,7 +27,7 @@ using ::testing::StartsWith;
 
 const QString kService = QStringLiteral("org.freedesktop.RealtimeKit1");
 
-/// A grant as the service saw it, with the limits that the program had set by then.
+/// A grant as the service saw it, with the limits that the program had set.
 struct Grant {
     qulonglong thread = 0;
     uint priority = 0;
@@ -43,7 +43,7 @@ void PrintTo(const Grant& grant, std::ostream* stream) {
 
 class RealtimeKits : public ::testing::Test {
 protected:
-    /// The service, which offers this and answers a request with an error, if there is one.
+    /// Starts the service with this offer; it answers a request with `error`, if given.
     void startService(int priority, qlonglong time, const QString& error = {}) {
         service.emplace(
             bus, kService, QStringLiteral("/org/freedesktop/RealtimeKit1"),

@@ -52,10 +52,10 @@ using tests::TemporaryFolder;
 
 using Outcome = SingleInstance::Outcome;
 
-/// For what never comes.
+/// Time limit for an answer that never comes.
 constexpr milliseconds kShortLimit{100};
 
-/// A process that speaks to the instance without its manners.
+/// A process that sends arbitrary data to the instance.
 class RawClient {
 public:
     explicit RawClient(const std::filesystem::path& socketFile) {
@@ -81,7 +81,7 @@ public:
         std::ignore = ::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     }
 
-    /// Whether the other side has let go.
+    /// Whether the other side has closed the connection.
     [[nodiscard]] bool isDropped() const {
         char byte = 0;
         const ssize_t size = ::recv(descriptor_, &byte, 1, MSG_DONTWAIT);
@@ -92,7 +92,7 @@ private:
     int descriptor_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
 };
 
-/// How many descriptors this process may have, until the end of the scope.
+/// Limits the number of descriptors of this process until the end of the scope.
 class DescriptorLimit {
 public:
     explicit DescriptorLimit(rlim_t limit) {
@@ -113,7 +113,7 @@ private:
 
 class SingleInstances : public ::testing::Test {
 protected:
-    /// The event loop runs until the condition holds; false past the deadline.
+    /// Runs the event loop until the condition holds; false after the deadline.
     template <typename Condition>
     [[nodiscard]] static bool runUntil(Condition condition, milliseconds limit = kDeadline) {
         const QDeadlineTimer deadline(limit);
@@ -126,7 +126,7 @@ protected:
         return true;
     }
 
-    /// Another start on these settings, in a thread of its own while the event loop runs here.
+    /// Another start with these settings, on a thread of its own while the event loop runs here.
     [[nodiscard]] Outcome startAnother(const InstanceRequest& request, milliseconds limit = kDeadline) {
         std::future<Outcome> outcome = std::async(std::launch::async, [&] {
             SingleInstance other(settings);
@@ -136,7 +136,7 @@ protected:
         return outcome.get();
     }
 
-    /// Takes the place and answers every request with its arguments.
+    /// Becomes the instance and answers every request with its arguments.
     void serve() {
         ASSERT_TRUE(isTaken(instance->takeOrAsk({})));
         instance->serve([this](const InstanceRequest& request) {
@@ -251,7 +251,7 @@ TEST_F(SingleInstances, OfManyThatStartAtTheSameTimeOneTakesThePlace) {
             SingleInstance other(settings);
             start.arrive_and_wait();
             Outcome outcome = other.takeOrAsk({}, milliseconds(300));
-            // Whoever has the place keeps it until all have tried.
+            // The instance stays until all have tried.
             end.arrive_and_wait();
             return outcome;
         });
@@ -337,10 +337,10 @@ TEST_F(SingleInstances, AnswersWithinASecondWhileTheMainQueueIsFlooded) {
     EXPECT_TRUE(runUntil([&mainQueue] { return mainQueue.isIdle(); }));
 }
 
-/// A process of another user, which only root can make.
+/// A process of another user, which only root can create.
 class StrangerProcess {
 public:
-    /// `life` runs in the process; it ends with this object.
+    /// `life` runs in the process, which ends with this object.
     explicit StrangerProcess(const std::function<void()>& life) : pid_(::fork()) {
         if (pid_ == 0) {
             constexpr uid_t kNobody = 65534;
@@ -516,7 +516,7 @@ TEST_F(SingleInstances, ACrowdThatWaitsBeforeAHangingInstanceHoldsUpNobodyPastTh
     EXPECT_LT(std::chrono::steady_clock::now() - begin, seconds(2));
 }
 
-/// Places where there can be no lock, of which a start is told at once.
+/// Places where there can be no lock, which a start learns at once.
 class NoMeetingPlace : public SingleInstances {
 protected:
     [[nodiscard]] static std::string problem(const std::filesystem::path& runtimeFolder,
@@ -526,7 +526,7 @@ protected:
         const auto begin = std::chrono::steady_clock::now();
         std::string result = problemOf(start.takeOrAsk({}));
         EXPECT_LT(std::chrono::steady_clock::now() - begin, seconds(1));
-        // It goes on all the same.
+        // The program still runs.
         start.serve({});
         return result;
     }

@@ -16,7 +16,7 @@
 
 namespace corvel::tests {
 
-/// A message bus of a test's own, with nobody on it.
+/// A separate message bus for a test, without other users.
 class PrivateBus {
 public:
     PrivateBus() {
@@ -35,8 +35,8 @@ private:
     std::string address_;
 };
 
-/// A service on a bus, which answers each message with what a function gives: a reply, an error, or, for none, the
-/// default message. Answers while the event loop of its thread runs.
+/// A service on a bus. It answers each message with the result of a function: a reply, an error, or, if it returns
+/// none, the default message. Answers while the event loop of its thread runs.
 class FakeBusService : public QDBusVirtualObject {
 public:
     using Handler = std::function<QDBusMessage(const QDBusMessage&)>;

@@ -9,7 +9,8 @@
 
 namespace corvel::tests {
 
-/// Runs the checks in a process of their own, whose limits and threads stay its own. Whether none failed.
+/// Runs the checks in a process of their own, so that its limits and threads do not affect this one. Returns whether
+/// all passed.
 inline bool holdsInProcess(const std::function<void()>& checks) {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -21,7 +22,7 @@ inline bool holdsInProcess(const std::function<void()>& checks) {
     return status == 0;
 }
 
-/// The same in a process to which the kernel grants no real-time priority.
+/// As above, in a process to which the kernel grants no real-time priority.
 inline bool holdsInUnprivilegedProcess(const std::function<void()>& checks) {
     return holdsInProcess([&checks] {
         constexpr uid_t kNobody = 65534;

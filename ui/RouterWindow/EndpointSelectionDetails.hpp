@@ -25,7 +25,7 @@ protected:
 
 private:
     const Look& look_;
-    /// The text as it is copied; the button shows it without invisible characters.
+    /// The text that is copied; the button shows it with codes for invisible characters.
     QString detailText_;
     EndpointDetailButton* button_;
 };

@@ -35,7 +35,7 @@ void use(nanoseconds duration) {
     }
 }
 
-/// A thread whose time passes by hand: while it works, and while it sleeps.
+/// A thread whose working and sleeping time a test drives by hand.
 class ThreadByHand final : public ProcessorShare::Time {
 public:
     [[nodiscard]] steady_clock::time_point now() override { return now_; }
@@ -54,7 +54,7 @@ public:
     }
     void waitForWork(nanoseconds duration) { pass(duration, true); }
 
-    /// The least that others got of any 100 ms so far.
+    /// The minimum time that others got of any 100 ms so far.
     [[nodiscard]] nanoseconds leastLeftOf100ms() const {
         constexpr std::size_t kSteps = 100ms / kStep;
         std::ptrdiff_t left = std::count(isLeft_.begin(), isLeft_.begin() + kSteps, true);
