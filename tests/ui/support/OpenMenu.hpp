@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QCoreApplication>
 #include <QMenu>
+#include <QPoint>
 #include <QString>
 #include <QStringList>
 #include <QTest>
@@ -50,9 +51,14 @@ inline void withOpenMenu(const std::function<void()>& open, const std::function<
     return titles;
 }
 
-/// Clicks on an item.
+/// Moves the mouse to an item and clicks on it. From Qt 6.8 on, a menu takes clicks only after some movements.
 inline void choose(QMenu& menu, qsizetype index) {
-    QTest::mouseClick(&menu, Qt::LeftButton, {}, menu.actionGeometry(menu.actions().at(index)).center());
+    constexpr int kMovements = 8;
+    const QPoint place = menu.actionGeometry(menu.actions().at(index)).center();
+    for (int movement = kMovements; movement >= 0; --movement) {
+        QTest::mouseMove(&menu, place - QPoint(movement, 0));
+    }
+    QTest::mouseClick(&menu, Qt::LeftButton, {}, place);
 }
 
 }  // namespace corvel::tests
