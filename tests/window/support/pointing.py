@@ -41,6 +41,9 @@ def click(point):
     last_point, last_time = _last_click
     if max(abs(point[0] - last_point[0]), abs(point[1] - last_point[1])) <= 5:
         time.sleep(max(0.0, last_time + DOUBLE_CLICK_TIME - time.monotonic()))
+    # As a hand does: menus of Qt 6.8 close on a click without several movements before it.
+    for step in range(8, 0, -1):
+        _xdotool("mousemove", point[0] - step, point[1], "sleep", ".01")
     _xdotool("mousemove", *point, "sleep", ".03", "click", "1")
     _last_click = (point, time.monotonic())
 
