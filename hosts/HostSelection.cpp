@@ -50,7 +50,10 @@ HostSelection selectHost(MIDIHostChoice choice, const std::shared_ptr<EventLoop>
     if (choice.isAutomatic() && !hasALSA && meansNoSequencer(status)) {
         return {.host = jack(), .isDemo = false, .hasService = true, .problem = {}};
     }
-    return {.host = makeCompositeMIDIHost({alsa(), jack()}), .isDemo = false, .hasService = true, .problem = problem};
+    return {.host = makeCompositeMIDIHost({alsa(), jack()}),
+            .isDemo = false,
+            .hasService = hasALSA || hasJack,
+            .problem = problem};
 }
 
 bool meansNoSequencer(int status) {

@@ -17,7 +17,7 @@ struct HostSelection {
     /// engine reports the failure and stays unstarted.
     std::shared_ptr<MIDIHost> host;
     bool isDemo = false;
-    /// Whether the host can work, now or when a JACK server runs.
+    /// Whether the host can work: now or, if JACK alone was chosen, when a server runs.
     bool hasService = true;
     /// What differs from the choice, in one line: the sequencer cannot be opened, or there is no JACK server. Otherwise
     /// empty.

@@ -18,7 +18,7 @@ using CommandLineProgram = ProgramFixture;
 
 TEST_F(CommandLineProgram, AnswersBadOptionsWithOneLineAndStatusTwo) {
     const std::vector<std::vector<std::string>> mistakes{{"--loud"},
-                                                         {"--headless", "--midi", "jack"},
+                                                         {"--headless", "--midi", "jck"},
                                                          {"--headless", "--midi"},
                                                          {"--monitor"},
                                                          {"--list", "--headless"},

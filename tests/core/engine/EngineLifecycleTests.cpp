@@ -113,8 +113,9 @@ TEST_F(EngineLifecycle, CallsTheServiceOnlyOnItsQueueExceptForTheClientAndTheDis
     settle();
     queue->advance(milliseconds(350));
     EXPECT_EQ(host->sentCount, 1U);
-    // Two ports; a listing and a connection at the start; three reloads with three calls each; a send and a listing.
-    EXPECT_EQ(onTheQueue, 15U);
+    // Two ports; a listing, a connection and the used destinations at the start; three reloads with four calls each; a
+    // send and a listing.
+    EXPECT_EQ(onTheQueue, 19U);
     EXPECT_THAT(offTheQueue, ElementsAre("createClient"));
     host->onCall = nullptr;
 }
