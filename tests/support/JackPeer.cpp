@@ -20,6 +20,13 @@ JackPeer::JackPeer(const std::string& name, std::size_t capacity) : arrivals_(ca
             return 0;
         },
         this);
+    ::jack_set_xrun_callback(
+        client_,
+        [](void* self) {
+            ++static_cast<JackPeer*>(self)->xruns_;
+            return 0;
+        },
+        this);
     ::jack_on_shutdown(
         client_, [](void* self) { static_cast<JackPeer*>(self)->isShutDown_ = true; }, this);
     output_ = ::jack_port_register(client_, "out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);

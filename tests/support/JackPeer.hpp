@@ -41,6 +41,8 @@ public:
     [[nodiscard]] std::size_t arrivedCount() const { return arrived_.load(std::memory_order_acquire); }
     [[nodiscard]] const Arrival& arrival(std::size_t index) const { return arrivals_[index]; }
     [[nodiscard]] std::uint32_t period() const;
+    /// How many periods the server has missed. It may lose or repeat messages then, also over a direct connection.
+    [[nodiscard]] std::size_t xrunCount() const { return xruns_.load(std::memory_order_relaxed); }
     /// Whether the server has ended.
     [[nodiscard]] bool isShutDown() const { return isShutDown_; }
 
@@ -54,6 +56,7 @@ private:
     std::atomic<std::uint32_t> perPeriod_ = 1;
     std::atomic<std::uint32_t> played_ = 0;
     std::atomic<std::size_t> arrived_ = 0;
+    std::atomic<std::size_t> xruns_ = 0;
     std::atomic<bool> isShutDown_ = false;
     std::array<std::uint32_t, kNumbers> playedAt_{};
     std::vector<Arrival> arrivals_;
