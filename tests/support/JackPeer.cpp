@@ -6,7 +6,8 @@
 
 namespace corvel::tests {
 
-JackPeer::JackPeer(const std::string& name, std::size_t capacity) : arrivals_(capacity) {
+JackPeer::JackPeer(const std::string& name, std::size_t capacity, const JackPeer* player)
+    : player_(player != nullptr ? *player : *this), arrivals_(capacity) {
     ::jack_set_error_function([](const char*) {});
     ::jack_set_info_function([](const char*) {});
     client_ = ::jack_client_open(name.c_str(), JackNoStartServer, nullptr);
@@ -51,7 +52,7 @@ void JackPeer::play(std::uint32_t count, std::uint32_t perPeriod) {
 }
 
 void JackPeer::connectDirectly() {
-    ::jack_connect(client_, ::jack_port_name(output_), ::jack_port_name(input_));
+    ::jack_connect(client_, ::jack_port_name(player_.output_), ::jack_port_name(input_));
 }
 
 void JackPeer::process(jack_nframes_t frames) {
@@ -76,7 +77,7 @@ void JackPeer::process(jack_nframes_t frames) {
         if (::jack_midi_event_get(&event, input, index) == 0 && event.size == 3) {
             const auto value = static_cast<std::uint32_t>(event.buffer[1] | event.buffer[2] << 7);
             arrivals_[arrived++] = {
-                .number = value, .status = event.buffer[0], .delay = start + event.time - playedAt_[value]};
+                .number = value, .status = event.buffer[0], .delay = start + event.time - player_.playedAt_[value]};
         }
     }
     arrived_.store(arrived, std::memory_order_release);

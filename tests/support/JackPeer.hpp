@@ -26,15 +26,17 @@ public:
         std::uint32_t delay = 0;
     };
 
-    /// Keeps at most `capacity` arrivals. Throws `std::runtime_error` if no server runs.
-    JackPeer(const std::string& name, std::size_t capacity);
+    /// Keeps up to `capacity` arrivals. They were played by `player`, which lives longer, or by this peer itself: then
+    /// the way back to it closes a circle, for which servers take a period more. Throws `std::runtime_error` if no
+    /// server runs.
+    explicit JackPeer(const std::string& name, std::size_t capacity, const JackPeer* player = nullptr);
     JackPeer(const JackPeer&) = delete;
     JackPeer& operator=(const JackPeer&) = delete;
     ~JackPeer();
 
     /// Plays this many messages, `perPeriod` in each period at frames spread over it, from the next period on.
     void play(std::uint32_t count, std::uint32_t perPeriod);
-    /// Connects the output directly to the input.
+    /// Connects the player's output directly to the input.
     void connectDirectly();
 
     [[nodiscard]] std::uint32_t playedCount() const { return played_.load(std::memory_order_acquire); }
@@ -49,6 +51,7 @@ public:
 private:
     void process(jack_nframes_t frames);
 
+    const JackPeer& player_;
     jack_client_t* client_ = nullptr;
     jack_port_t* output_ = nullptr;
     jack_port_t* input_ = nullptr;
@@ -58,7 +61,7 @@ private:
     std::atomic<std::size_t> arrived_ = 0;
     std::atomic<std::size_t> xruns_ = 0;
     std::atomic<bool> isShutDown_ = false;
-    std::array<std::uint32_t, kNumbers> playedAt_{};
+    std::array<std::atomic<std::uint32_t>, kNumbers> playedAt_{};
     std::vector<Arrival> arrivals_;
 };
 
