@@ -3,12 +3,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <jack/jack.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <deque>
 #include <filesystem>
 #include <map>
@@ -24,8 +24,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// The program on a separate server: JACK or, with CORVEL_TEST_JACK=pipewire, PipeWire. The test and all its children
-/// must then run with PipeWire's library.
+/// The program on a separate server: JACK or, if the test and all its children run with PipeWire's library, PipeWire.
 class JackProgram : public ProgramFixture {
 protected:
     void startServer() {
@@ -84,8 +83,7 @@ protected:
     }
 
     [[nodiscard]] static bool isPipeWire() {
-        const char* const server = std::getenv("CORVEL_TEST_JACK");
-        return server != nullptr && std::string(server) == "pipewire";
+        return std::string(::jack_get_version_string()).find("PipeWire") != std::string::npos;
     }
 
     const std::string serverName_ = "corvel-test-" + std::to_string(::getpid());
