@@ -4,7 +4,8 @@
 
 namespace corvel::hosts {
 
-SetupNotifications::SetupNotifications(std::shared_ptr<DispatchQueue> queue, std::shared_ptr<DispatchQueue> mainQueue)
+SetupNotifications::SetupNotifications(const std::shared_ptr<DispatchQueue>& queue,
+                                       std::shared_ptr<DispatchQueue> mainQueue)
     : queue_(queue), mainQueue_(std::move(mainQueue)) {}
 
 void SetupNotifications::setHandler(MIDIHost::NotificationHandler handler) {

@@ -12,7 +12,7 @@ namespace corvel::hosts {
 /// into one, so that a program that opens a hundred ports does not cause a hundred reloads. On the engine's queue only.
 class SetupNotifications : public std::enable_shared_from_this<SetupNotifications> {
 public:
-    SetupNotifications(std::shared_ptr<DispatchQueue> queue, std::shared_ptr<DispatchQueue> mainQueue);
+    SetupNotifications(const std::shared_ptr<DispatchQueue>& queue, std::shared_ptr<DispatchQueue> mainQueue);
 
     /// Sets the receiver of notifications; null for none.
     void setHandler(MIDIHost::NotificationHandler handler);

@@ -83,7 +83,7 @@ class StartsThatFail(WindowTestCase):
 
     def headless(self):
         running = self.launch("--headless")
-        wait_for(lambda: self.run_corvel("--sets")[0] == 0, "the running one")
+        wait_for(lambda: "Endpoint reload (initial load)" in running.errors, "the running one")
         return running
 
     def test_one_that_runs_without_a_window(self):
