@@ -1,5 +1,6 @@
 #include "program/ServiceManager.hpp"
 
+#include <QByteArray>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -7,7 +8,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 #include <string>
 
 namespace corvel {
@@ -38,9 +38,9 @@ int connectedSocket(std::string_view address) {
 }  // namespace
 
 ServiceManager::ServiceManager() {
-    if (const char* const address = std::getenv("NOTIFY_SOCKET")) {
-        socket_ = connectedSocket(address);
-        ::unsetenv("NOTIFY_SOCKET");
+    if (qEnvironmentVariableIsSet("NOTIFY_SOCKET")) {
+        socket_ = connectedSocket(qgetenv("NOTIFY_SOCKET").toStdString());
+        qunsetenv("NOTIFY_SOCKET");
     }
 }
 
@@ -59,9 +59,9 @@ void ServiceManager::tellStopping() const {
 }
 
 bool ServiceManager::isJournal(int descriptor) {
-    const char* const stream = std::getenv("JOURNAL_STREAM");
+    const std::string stream = qgetenv("JOURNAL_STREAM").toStdString();
     struct stat status {};
-    return stream != nullptr && ::fstat(descriptor, &status) == 0 &&
+    return !stream.empty() && ::fstat(descriptor, &status) == 0 &&
            std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino) == stream;
 }
 

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <optional>
+#include <utility>
 
 namespace corvel {
 
@@ -22,7 +23,7 @@ public:
         QString interface;
     };
 
-    InhibitingService(const QDBusConnection& bus, Name name) : bus_(bus), name_(std::move(name)) {}
+    InhibitingService(QDBusConnection bus, Name name) : bus_(std::move(bus)), name_(std::move(name)) {}
     InhibitingService(const InhibitingService&) = delete;
     InhibitingService& operator=(const InhibitingService&) = delete;
 
