@@ -51,6 +51,10 @@ HostUnderTest::HostUnderTest()
       mainQueue_(EventLoop::withThread("test.main")),
       host_(hosts::makeALSAMIDIHost(queue_, mainQueue_)) {
     host_->setDiagnosticHandler([reports = reports_](std::string message, MIDIStatus status) {
+        // Comes at any time after the start, and depends on the machine.
+        if (message.starts_with("Routing at ")) {
+            return;
+        }
         if (status != kMIDISuccess) {
             message += " (" + std::to_string(status) + ")";
         }

@@ -83,6 +83,7 @@ public:
     [[nodiscard]] std::vector<DeliveredPacket> deliveries();
     [[nodiscard]] Bytes deliveredBytes();
     [[nodiscard]] std::vector<MIDINotification> notifications();
+    /// Without those about the thread's priority.
     [[nodiscard]] std::vector<std::string> diagnostics();
     /// Whether a notification came on a thread other than the main queue's.
     [[nodiscard]] bool notifiedElsewhere();

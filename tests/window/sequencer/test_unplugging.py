@@ -1,6 +1,7 @@
 """Devices that are unplugged and plugged in again while the window is shown."""
 
 import os
+import time
 
 from support import pointing
 from support.waiting import wait_for
