@@ -311,7 +311,7 @@ void MIDIRouterViewModel::saveRouteSetDocument(std::optional<std::string> status
         }
         saveFailure_.reset();
     } catch (const std::exception& error) {
-        // Whatever the error is, routing goes on with the values in memory, and the next change saves again.
+        // Routing continues with the values in memory. The next change tries to save again.
         const std::string failure = std::string("Could not save sets: ") + error.what();
         recordSaveFailure(failure);
         statusMessage_.set(failure);

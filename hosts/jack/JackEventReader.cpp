@@ -1,41 +1,11 @@
 #include "hosts/jack/JackEventReader.hpp"
 
+#include "core/messages/MIDIMessageLength.hpp"
+
 #include <algorithm>
 #include <array>
 
 namespace corvel::hosts {
-
-namespace {
-
-constexpr std::uint8_t kFirstStatus = 0x80;
-constexpr std::uint8_t kFirstSystem = 0xF0;
-constexpr std::uint8_t kSysExEnd = 0xF7;
-constexpr std::uint8_t kFirstRealtime = 0xF8;
-
-bool isData(std::uint8_t byte) {
-    return byte < kFirstStatus;
-}
-
-bool isRealtime(std::uint8_t byte) {
-    return byte >= kFirstRealtime;
-}
-
-std::size_t dataBytesAfter(std::uint8_t status) {
-    if (status < kFirstSystem) {
-        return (status & 0xE0U) == 0xC0U ? 1 : 2;
-    }
-    switch (status) {
-        case 0xF1:
-        case 0xF3:
-            return 1;
-        case 0xF2:
-            return 2;
-        default:
-            return 0;
-    }
-}
-
-}  // namespace
 
 void JackEventReader::read(std::span<const std::uint8_t> event, Sink sink) {
     while (!event.empty()) {
@@ -43,7 +13,7 @@ void JackEventReader::read(std::span<const std::uint8_t> event, Sink sink) {
         if (isRealtime(first)) {
             sink(Part::whole, event.first(1));
             event = event.subspan(1);
-        } else if (first == kFirstSystem || (isInSysEx_ && (isData(first) || first == kSysExEnd))) {
+        } else if (first == kSysExStart || (isInSysEx_ && (isData(first) || first == kSysExEnd))) {
             readSysEx(event, sink);
         } else {
             isInSysEx_ = false;
@@ -53,7 +23,7 @@ void JackEventReader::read(std::span<const std::uint8_t> event, Sink sink) {
 }
 
 void JackEventReader::readSysEx(std::span<const std::uint8_t>& rest, Sink sink) {
-    const bool begins = rest.front() == kFirstSystem;
+    const bool begins = rest.front() == kSysExStart;
     runningStatus_ = 0;
     const auto isStatus = [](std::uint8_t byte) { return !isData(byte); };
     const auto end = std::find_if(rest.begin() + (begins ? 1 : 0), rest.end(), isStatus);
@@ -80,9 +50,9 @@ void JackEventReader::readMessage(std::span<const std::uint8_t>& rest, Sink sink
     }
     if (hasStatus) {
         rest = rest.subspan(1);
-        runningStatus_ = message[0] < kFirstSystem ? message[0] : 0;
+        runningStatus_ = message[0] < kSysExStart ? message[0] : 0;
     }
-    const std::size_t wanted = dataBytesAfter(message[0]);
+    const std::size_t wanted = nominalMessageLength(message[0]) - 1;
     std::size_t count = 0;
     while (count < wanted && !rest.empty() && (isData(rest.front()) || isRealtime(rest.front()))) {
         if (isRealtime(rest.front())) {
