@@ -49,7 +49,6 @@ public:
             services_.back().host = std::move(service);
             services_.back().sends.reserve(kUsualSends);
             services_.back().places.reserve(kUsualSends);
-            services_.back().used.reserve(kUsualSends);
         }
     }
 
@@ -124,17 +123,21 @@ public:
         return service != nullptr ? service->host->disconnectSource(service->inputPort, ownRef(source)) : -ENODEV;
     }
 
-    void setUsedDestinations(MIDIObjectRef /*port*/, std::span<const MIDIObjectRef> destinations) override {
-        for (const MIDIObjectRef destination : destinations) {
-            if (const std::size_t index = serviceOf(destination); index < services_.size()) {
-                services_[index].used.push_back(ownRef(destination));
+    void setUsedEndpoints(std::span<const MIDIObjectRef> sources,
+                          std::span<const MIDIObjectRef> destinations) override {
+        const auto addOwn = [this](std::span<const MIDIObjectRef> refs, std::vector<MIDIObjectRef> Service::*used) {
+            for (const MIDIObjectRef ref : refs) {
+                if (const std::size_t index = serviceOf(ref); index < services_.size()) {
+                    (services_[index].*used).push_back(ownRef(ref));
+                }
             }
-        }
+        };
+        addOwn(sources, &Service::usedSources);
+        addOwn(destinations, &Service::usedDestinations);
         for (Service& service : services_) {
-            if (service.outputPort != 0) {
-                service.host->setUsedDestinations(service.outputPort, service.used);
-            }
-            service.used.clear();
+            service.host->setUsedEndpoints(service.usedSources, service.usedDestinations);
+            service.usedSources.clear();
+            service.usedDestinations.clear();
         }
     }
 
@@ -173,7 +176,8 @@ private:
         /// The messages that are being sent through it, and their indices in the engine's messages.
         std::vector<MIDISend> sends;
         std::vector<std::size_t> places;
-        std::vector<MIDIObjectRef> used;
+        std::vector<MIDIObjectRef> usedSources;
+        std::vector<MIDIObjectRef> usedDestinations;
     };
 
     static NotificationHandler translating(const NotificationHandler& handler, std::size_t service) {

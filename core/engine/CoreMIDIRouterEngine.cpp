@@ -122,7 +122,7 @@ void CoreMIDIRouterEngine::updateRoutes(std::vector<MIDIRoute> routes) {
     queue_->async([weakEngine = weak_from_this(), routes = std::move(routes)]() mutable {
         if (const auto engine = weakEngine.lock()) {
             engine->endHeldNotes(engine->routeTable_.setRoutes(std::move(routes)));
-            engine->tellUsedDestinations();
+            engine->tellUsedEndpoints();
         }
     });
 }
@@ -171,9 +171,9 @@ void CoreMIDIRouterEngine::addToSend(const RouteTable::Connection& connection, c
     }
 }
 
-void CoreMIDIRouterEngine::tellUsedDestinations() {
+void CoreMIDIRouterEngine::tellUsedEndpoints() {
     if (isStarted_) {
-        host_->setUsedDestinations(outputPort_, routeTable_.usedDestinations());
+        host_->setUsedEndpoints(routeTable_.usedSources(), routeTable_.usedDestinations());
     }
 }
 

@@ -118,7 +118,7 @@ private:
     void addToSend(const RouteTable::Connection& connection, const MIDIBytes& bytes);
     void sendCollected();
 
-    void tellUsedDestinations();
+    void tellUsedEndpoints();
 
     // Ending notes (CoreMIDIRouterEngineSilence.cpp)
     void endHeldNotes(std::span<const RouteTable::Ending> endings);

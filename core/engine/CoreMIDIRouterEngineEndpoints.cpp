@@ -187,7 +187,7 @@ void CoreMIDIRouterEngine::reloadEndpointsOnQueue(std::string_view reason, MIDIL
         }
     }
     endHeldNotes(routeTable_.setEndpoints(std::move(sources), destinations));
-    tellUsedDestinations();
+    tellUsedEndpoints();
 
     logDiagnostic("Endpoint reload (" + std::string(reason) + "): " + std::to_string(setup->sources.size()) +
                   " sources, " + std::to_string(setup->destinations.size()) + " destinations, " +

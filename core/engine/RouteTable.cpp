@@ -52,6 +52,20 @@ MIDIObjectRef RouteTable::destinationRef(std::int32_t id) const {
     return found == destinations_.end() ? 0 : found->second.ref;
 }
 
+std::vector<MIDIObjectRef> RouteTable::usedSources() const {
+    std::unordered_set<std::int32_t> ids;
+    for (const MIDIRoute& route : routes_) {
+        ids.insert(route.sourceID);
+    }
+    std::vector<MIDIObjectRef> used;
+    for (const Endpoint& endpoint : sourceEndpoints_) {
+        if (ids.contains(endpoint.id)) {
+            used.push_back(endpoint.ref);
+        }
+    }
+    return used;
+}
+
 std::vector<MIDIObjectRef> RouteTable::usedDestinations() const {
     std::vector<MIDIObjectRef> used;
     for (const auto& [ref, source] : sources_) {

@@ -63,6 +63,8 @@ public:
     /// The destination's reference, or 0 if it is not present.
     [[nodiscard]] MIDIObjectRef destinationRef(std::int32_t id) const;
 
+    /// The sources of all connections, also of paused ones, each once.
+    [[nodiscard]] std::vector<MIDIObjectRef> usedSources() const;
     /// The destinations that connections from the sources lead to, each once.
     [[nodiscard]] std::vector<MIDIObjectRef> usedDestinations() const;
 

@@ -186,10 +186,11 @@ public:
                                                    MIDIObjectRef connection) = 0;
     virtual MIDIStatus disconnectSource(MIDIObjectRef port, MIDIObjectRef source) = 0;
 
-    /// Sets the destinations that connections now lead to, replacing the previous ones. A service that must first open
-    /// a path to a destination does so here, so that the first note does not wait for it. Packets may also be sent to
-    /// other destinations.
-    virtual void setUsedDestinations(MIDIObjectRef /*port*/, std::span<const MIDIObjectRef> /*destinations*/) {}
+    /// Sets the endpoints that connections now use, replacing the previous ones. A service that must first open a path
+    /// to an endpoint does so here, so that the first note does not wait for it. It may leave out what arrives from
+    /// other sources; packets may also be sent to other destinations.
+    virtual void setUsedEndpoints(std::span<const MIDIObjectRef> /*sources*/,
+                                  std::span<const MIDIObjectRef> /*destinations*/) {}
 
     /// Sends the byte sequences now, in order, each as its own packet, and sets the status of each. They are passed
     /// together so that a service can send them in one system call. Never blocks. If a receiver has no room, the

@@ -182,8 +182,9 @@ public:
     MIDIStatus disconnectSource(MIDIObjectRef /*port*/, MIDIObjectRef source) override {
         return service_->disconnectSource(source);
     }
-    void setUsedDestinations(MIDIObjectRef /*port*/, std::span<const MIDIObjectRef> destinations) override {
-        service_->setUsedDestinations(destinations);
+    void setUsedEndpoints(std::span<const MIDIObjectRef> sources,
+                          std::span<const MIDIObjectRef> destinations) override {
+        service_->setUsedEndpoints(sources, destinations);
     }
     void send(MIDIObjectRef /*port*/, std::span<MIDISend> messages) override { service_->send(messages); }
 

@@ -185,6 +185,7 @@ void JackService::takeSnapshot(JackSnapshot snapshot) {
     }
     for (const JackEndpoints::Endpoint& endpoint : change.removed) {
         subscriptions_.erase(endpoint.ref);
+        openSources_.erase(endpoint.ref);
         lanes_.erase(endpoint.ref);
         used_.erase(endpoint.ref);
     }
@@ -259,16 +260,19 @@ void JackService::settleSubscriptions() {
     }
 }
 
-void JackService::setUsedDestinations(std::span<const MIDIObjectRef> destinations) {
-    used_ = {destinations.begin(), destinations.end()};
+void JackService::setUsedEndpoints(std::span<const MIDIObjectRef> sources,
+                                   std::span<const MIDIObjectRef> destinations) {
+    used_ = {sources.begin(), sources.end()};
+    used_.insert(destinations.begin(), destinations.end());
+    for (const MIDIObjectRef source : sources) {
+        if (endpoints_.find(source) != nullptr && openSources_.insert(source).second) {
+            scheduleWish();
+        }
+    }
     for (const MIDIObjectRef destination : destinations) {
         [[maybe_unused]] const JackLane* const lane = laneTo(destination);
     }
-    const bool hasUnused =
-        std::ranges::any_of(lanes_, [this](const auto& entry) { return !used_.contains(entry.first); });
-    if (hasUnused && !std::exchange(isReleaseScheduled_, true)) {
-        postAfter(kReleaseDelay, &JackService::releaseUnused);
-    }
+    scheduleRelease();
 }
 
 JackLane* JackService::laneTo(MIDIObjectRef destination) {
@@ -279,26 +283,33 @@ JackLane* JackService::laneTo(MIDIObjectRef destination) {
     if (endpoint == nullptr || endpoint->direction != MIDIEndpointDirection::destination) {
         return nullptr;
     }
+    const auto lane = std::make_shared<JackLane>();
+    lanes_[destination] = lane;
     scheduleWish();
-    if (!used_.contains(destination) && !std::exchange(isReleaseScheduled_, true)) {
+    scheduleRelease();
+    return lane.get();
+}
+
+bool JackService::hasUnused() const {
+    return std::ranges::any_of(lanes_, [this](const auto& entry) { return !used_.contains(entry.first); }) ||
+           !std::ranges::includes(used_, openSources_);
+}
+
+void JackService::scheduleRelease() {
+    if (hasUnused() && !std::exchange(isReleaseScheduled_, true)) {
         postAfter(kReleaseDelay, &JackService::releaseUnused);
     }
-    return (lanes_[destination] = std::make_shared<JackLane>()).get();
 }
 
 void JackService::releaseUnused() {
     isReleaseScheduled_ = false;
-    const std::size_t released = std::erase_if(
+    const std::size_t lanes = std::erase_if(
         lanes_, [this](const auto& entry) { return !used_.contains(entry.first) && entry.second->isDrained(); });
-    if (released > 0) {
+    const std::size_t sources = std::erase_if(openSources_, [this](MIDIObjectRef ref) { return !used_.contains(ref); });
+    if (lanes + sources > 0) {
         scheduleWish();
     }
-    const bool hasUnused =
-        std::ranges::any_of(lanes_, [this](const auto& entry) { return !used_.contains(entry.first); });
-    if (hasUnused) {
-        isReleaseScheduled_ = true;
-        postAfter(kReleaseDelay, &JackService::releaseUnused);
-    }
+    scheduleRelease();
 }
 
 /// At the end of the current task, because a reload requests many ports one by one.
@@ -312,7 +323,9 @@ void JackService::sendWish() {
     isWishScheduled_ = false;
     JackWish wish;
     for (const auto& [source, subscription] : subscriptions_) {
-        wish.inputs[source] = endpoints_.find(source)->portName;
+        if (openSources_.contains(source)) {
+            wish.inputs[source] = endpoints_.find(source)->portName;
+        }
     }
     for (const auto& [destination, lane] : lanes_) {
         wish.outputs[destination] = {.otherPort = endpoints_.find(destination)->portName, .lane = lane};

@@ -36,7 +36,7 @@ public:
         std::function<void()> refresh;
     };
 
-    /// Delay after which the path to an unused destination is closed.
+    /// Delay after which the path to or from an unused endpoint is closed.
     static constexpr std::chrono::seconds kReleaseDelay{10};
     /// Time between two diagnostics about malformed input.
     static constexpr std::chrono::seconds kReportInterval{1};
@@ -57,7 +57,10 @@ public:
     [[nodiscard]] std::shared_ptr<const MIDISetup> setup(MIDIListing listing);
     [[nodiscard]] MIDIStatus connectSource(MIDIObjectRef source, MIDIObjectRef connection);
     MIDIStatus disconnectSource(MIDIObjectRef source);
-    void setUsedDestinations(std::span<const MIDIObjectRef> destinations);
+    /// Only sources in use are listened to. Every connection between two programs makes the server wait for both: on
+    /// JACK, one that closes a circle costs a period, and PipeWire skips a client's period when a program that is
+    /// connected to it ends.
+    void setUsedEndpoints(std::span<const MIDIObjectRef> sources, std::span<const MIDIObjectRef> destinations);
     void send(std::span<MIDISend> messages);
 
 private:
@@ -89,6 +92,8 @@ private:
     void notify(const JackEndpoints::Change& change);
     void settleSubscriptions();
     [[nodiscard]] JackLane* laneTo(MIDIObjectRef destination);
+    [[nodiscard]] bool hasUnused() const;
+    void scheduleRelease();
     void releaseUnused();
     void scheduleWish();
     void sendWish();
@@ -107,6 +112,8 @@ private:
     JackEndpoints endpoints_;
     std::map<MIDIObjectRef, Subscription> subscriptions_;
     bool isSettlingScheduled_ = false;
+    /// The sources that are listened to once they are connected.
+    std::set<MIDIObjectRef> openSources_;
     std::map<MIDIObjectRef, std::shared_ptr<JackLane>> lanes_;
     std::set<MIDIObjectRef> used_;
     bool isReleaseScheduled_ = false;

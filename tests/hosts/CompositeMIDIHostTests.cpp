@@ -223,13 +223,18 @@ TEST_F(CompositeMIDIHostOfTwo, GivesTheFirstServiceItsMessagesInOneCall) {
     EXPECT_THAT(b_->sendSizes, IsEmpty());
 }
 
-TEST_F(CompositeMIDIHostOfTwo, TellsEachServiceWhichOfItsDestinationsAreUsed) {
+TEST_F(CompositeMIDIHostOfTwo, TellsEachServiceWhichOfItsEndpointsAreUsed) {
     open();
-    host_->setUsedDestinations(output_, std::array<MIDIObjectRef, 3>{7, second(8), second(9)});
+    host_->setUsedEndpoints(std::array<MIDIObjectRef, 2>{second(4), 5},
+                            std::array<MIDIObjectRef, 3>{7, second(8), second(9)});
+    EXPECT_THAT(a_->usedSources, ElementsAre(5U));
     EXPECT_THAT(a_->usedDestinations, ElementsAre(7U));
+    EXPECT_THAT(b_->usedSources, ElementsAre(4U));
     EXPECT_THAT(b_->usedDestinations, ElementsAre(8U, 9U));
-    host_->setUsedDestinations(output_, std::array<MIDIObjectRef, 1>{second(8)});
+    host_->setUsedEndpoints({}, std::array<MIDIObjectRef, 1>{second(8)});
+    EXPECT_THAT(a_->usedSources, IsEmpty());
     EXPECT_THAT(a_->usedDestinations, IsEmpty());
+    EXPECT_THAT(b_->usedSources, IsEmpty());
     EXPECT_THAT(b_->usedDestinations, ElementsAre(8U));
 }
 

@@ -158,7 +158,7 @@ TEST_F(JackProgram, AddsOnePeriodAndLosesNothingThroughFiftyReloads) {
     ASSERT_EQ(run({"--connect", "player", "recorder", "--channel", "3", "--midi", "jack"}),
               "Added output channel Ch 3\n");
     ChildProcess router = start({"--headless", "--midi", "jack"});
-    ASSERT_TRUE(router.waitForError("1 source connections", kDeadline)) << router.standardError();
+    ASSERT_TRUE(router.waitForError("3 source connections", kDeadline)) << router.standardError();
     // The path is complete when the first message comes back.
     while (peer.arrivedCount() == 0 && !router.wait(10ms)) {
         player.play(1, 1);

@@ -127,11 +127,11 @@ MIDIStatus FakeMIDIHost::disconnectSource(MIDIObjectRef port, MIDIObjectRef sour
     return wasConnected ? statusFor(disconnectStatuses, source) : kWrongObject;
 }
 
-void FakeMIDIHost::setUsedDestinations(MIDIObjectRef port, std::span<const MIDIObjectRef> of) {
-    note("setUsedDestinations");
-    if (port == outputPort_) {
-        usedDestinations.assign(of.begin(), of.end());
-    }
+void FakeMIDIHost::setUsedEndpoints(std::span<const MIDIObjectRef> ofSources,
+                                    std::span<const MIDIObjectRef> ofDestinations) {
+    note("setUsedEndpoints");
+    usedSources.assign(ofSources.begin(), ofSources.end());
+    usedDestinations.assign(ofDestinations.begin(), ofDestinations.end());
 }
 
 void FakeMIDIHost::send(MIDIObjectRef port, std::span<MIDISend> messages) {

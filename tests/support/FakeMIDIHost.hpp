@@ -70,6 +70,7 @@ public:
     /// The sources connected to the input port, with the reference constant of each.
     std::map<MIDIObjectRef, MIDIObjectRef> connections;
     /// The destinations that were last said to be in use.
+    std::vector<MIDIObjectRef> usedSources;
     std::vector<MIDIObjectRef> usedDestinations;
     /// The kinds of listings that were requested, in order.
     std::vector<MIDIListing> listings;
@@ -109,7 +110,8 @@ public:
     [[nodiscard]] std::shared_ptr<const MIDISetup> setup(MIDIListing listing) override;
     [[nodiscard]] MIDIStatus connectSource(MIDIObjectRef port, MIDIObjectRef source, MIDIObjectRef connection) override;
     MIDIStatus disconnectSource(MIDIObjectRef port, MIDIObjectRef source) override;
-    void setUsedDestinations(MIDIObjectRef port, std::span<const MIDIObjectRef> of) override;
+    void setUsedEndpoints(std::span<const MIDIObjectRef> ofSources,
+                          std::span<const MIDIObjectRef> ofDestinations) override;
     void send(MIDIObjectRef port, std::span<MIDISend> messages) override;
 
 private:

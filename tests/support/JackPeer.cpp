@@ -30,11 +30,9 @@ JackPeer::JackPeer(const std::string& name, std::size_t capacity, const JackPeer
         this);
     ::jack_on_shutdown(
         client_, [](void* self) { static_cast<JackPeer*>(self)->isShutDown_ = true; }, this);
-    if (player == nullptr) {
-        output_ = ::jack_port_register(client_, "out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
-    }
+    output_ = ::jack_port_register(client_, "out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
     input_ = ::jack_port_register(client_, "in", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
-    if ((player == nullptr && output_ == nullptr) || input_ == nullptr || ::jack_activate(client_) != 0) {
+    if (output_ == nullptr || input_ == nullptr || ::jack_activate(client_) != 0) {
         ::jack_client_close(client_);
         throw std::runtime_error("the JACK server refuses a client");
     }
@@ -59,13 +57,11 @@ void JackPeer::connectDirectly() {
 
 void JackPeer::process(jack_nframes_t frames) {
     const jack_nframes_t start = ::jack_last_frame_time(client_);
-    void* const output = output_ != nullptr ? ::jack_port_get_buffer(output_, frames) : nullptr;
-    if (output != nullptr) {
-        ::jack_midi_clear_buffer(output);
-    }
+    void* const output = ::jack_port_get_buffer(output_, frames);
+    ::jack_midi_clear_buffer(output);
     const std::uint32_t perPeriod = perPeriod_;
     std::uint32_t number = played_.load(std::memory_order_relaxed);
-    for (std::uint32_t index = 0; output != nullptr && index < perPeriod && number < wanted_; ++index, ++number) {
+    for (std::uint32_t index = 0; index < perPeriod && number < wanted_; ++index, ++number) {
         const jack_nframes_t time = index * frames / perPeriod;
         const std::array<jack_midi_data_t, 3> message{0xE0, static_cast<jack_midi_data_t>(number % 128),
                                                       static_cast<jack_midi_data_t>(number / 128 % 128)};

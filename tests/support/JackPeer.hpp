@@ -26,9 +26,9 @@ public:
         std::uint32_t delay = 0;
     };
 
-    /// Keeps up to `capacity` arrivals. They were played by `player`, which lives longer, or by this peer itself, which
-    /// alone has an output then: the way back to it closes a circle, for which servers take a period more. Throws
-    /// `std::runtime_error` if no server runs.
+    /// Keeps up to `capacity` arrivals. They were played by `player`, which lives longer, or by this peer itself. A way
+    /// back to itself closes a circle, for which servers take a period more. Throws `std::runtime_error` if no server
+    /// runs.
     explicit JackPeer(const std::string& name, std::size_t capacity, const JackPeer* player = nullptr);
     JackPeer(const JackPeer&) = delete;
     JackPeer& operator=(const JackPeer&) = delete;

@@ -74,7 +74,7 @@ TEST_F(EngineRouting, SendsWhatCameFromSeveralSourcesTogetherInItsOrder) {
     EXPECT_THAT(host->sendSizes, ElementsAre(3));
 }
 
-// Destinations in use
+// Endpoints in use
 
 TEST_F(EngineRouting, TellsTheServiceWhichDestinationsConnectionsLeadTo) {
     startWith({keysToSynth(), keysToDrums(), keysToDrums(ChannelMode::force(2), 3)});
@@ -87,6 +87,16 @@ TEST_F(EngineRouting, TellsTheServiceWhichDestinationsConnectionsLeadTo) {
     engine->updateRoutes({disabled});
     settle();
     EXPECT_THAT(host->usedDestinations, IsEmpty());
+}
+
+TEST_F(EngineRouting, TellsTheServiceWhichSourcesHaveConnectionsAlsoPausedOnes) {
+    startWith({keysToSynth(), keysToDrums()});
+    EXPECT_THAT(host->usedSources, ElementsAre(11));
+    MIDIRoute disabled = makeRoute({.sourceID = 1012, .destinationID = 1021});
+    disabled.isEnabled = false;
+    engine->updateRoutes({disabled, makeRoute({.sourceID = 999, .destinationID = 1021})});
+    settle();
+    EXPECT_THAT(host->usedSources, ElementsAre(12));
 }
 
 TEST_F(EngineRouting, TellsTheServiceOfADestinationThatComesBack) {

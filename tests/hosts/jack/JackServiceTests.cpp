@@ -97,15 +97,21 @@ protected:
         return 0;
     }
 
+    /// Connects the source, and uses it.
     void connect(const std::string& portName) {
-        onQueue([&] {
-            const MIDIObjectRef source = sourceRef(portName);
-            EXPECT_EQ(service_->connectSource(source, source), kMIDISuccess);
-        });
+        connect(portName, sourceRef(portName));
+        use(portName);
+    }
+    /// Connects the source without using it.
+    void connect(const std::string& portName, MIDIObjectRef connection) {
+        onQueue([&] { EXPECT_EQ(service_->connectSource(sourceRef(portName), connection), kMIDISuccess); });
         settle();
     }
+    /// Uses these ports, in addition to those before.
     void use(const std::string& portName) {
-        onQueue([&] { service_->setUsedDestinations(std::array{destinationRef(portName)}); });
+        const MIDIObjectRef source = sourceRef(portName);
+        (source != 0 ? usedSources_ : usedDestinations_).push_back(source != 0 ? source : destinationRef(portName));
+        onQueue([&] { service_->setUsedEndpoints(usedSources_, usedDestinations_); });
         settle();
     }
 
@@ -126,6 +132,8 @@ protected:
     std::vector<std::pair<MIDIObjectRef, Bytes>> received_;
     std::vector<std::size_t> deliveries_;
     std::function<void(const MIDIArrival& arrival)> onArrival_;
+    std::vector<MIDIObjectRef> usedSources_;
+    std::vector<MIDIObjectRef> usedDestinations_;
     std::size_t wishCount_ = 0;
     std::shared_ptr<JackWorker> worker_ = std::make_shared<JackWorker>(
         workerQueue_, tests::makeFakeJackLibrary(server_), process_,
@@ -151,8 +159,8 @@ protected:
 TEST_F(JackServiceTest, DeliversWhatASourcePlaysWithTheEnginesConstant) {
     server_->addSource("seq:out");
     start();
-    onQueue([this] { EXPECT_EQ(service_->connectSource(sourceRef("seq:out"), 77), kMIDISuccess); });
-    settle();
+    connect("seq:out", 77);
+    use("seq:out");
     play({{"seq:out", {{3, {0x90, 60, 100}}}}});
     EXPECT_THAT(received_, ElementsAre(std::pair<MIDIObjectRef, Bytes>(77, {0x90, 60, 100})));
 }
@@ -193,16 +201,54 @@ TEST_F(JackServiceTest, HasThePortOfADestinationReadyOnceAConnectionLeadsThere) 
     EXPECT_THAT(server_->ownPortNames(), ElementsAre("dump in"));
 }
 
-TEST_F(JackServiceTest, KeepsThePortOfADestinationForAWhileWhenNoConnectionLeadsThereAnyMore) {
+TEST_F(JackServiceTest, ListensOnlyToSourcesOfConnections) {
+    server_->addSource("seq:out");
+    server_->addSource("other:out");
+    start();
+    connect("seq:out", 77);
+    connect("other:out", 78);
+    EXPECT_THAT(server_->ownPortNames(), IsEmpty());
+    use("seq:out");
+    EXPECT_THAT(server_->ownPortNames(), ElementsAre("seq out"));
+    play({{"seq:out", {{3, {0x90, 60, 100}}}}, {"other:out", {{3, {0x90, 61, 100}}}}});
+    EXPECT_THAT(received_, ElementsAre(std::pair<MIDIObjectRef, Bytes>(77, {0x90, 60, 100})));
+}
+
+TEST_F(JackServiceTest, ListensToASourceThatIsConnectedAfterItIsUsed) {
+    server_->addSource("seq:out");
+    start();
+    use("seq:out");
+    EXPECT_THAT(server_->ownPortNames(), IsEmpty());
+    connect("seq:out", 77);
+    EXPECT_THAT(server_->ownPortNames(), ElementsAre("seq out"));
+}
+
+TEST_F(JackServiceTest, KeepsThePortsForAWhileWhenNoConnectionUsesThemAnyMore) {
+    server_->addSource("seq:out");
     server_->addDestination("dump:in");
     start();
+    connect("seq:out");
     use("dump:in");
-    onQueue([this] { service_->setUsedDestinations({}); });
+    onQueue([this] { service_->setUsedEndpoints({}, {}); });
     settle();
-    EXPECT_THAT(server_->ownPortNames(), SizeIs(1));
+    EXPECT_THAT(server_->ownPortNames(), SizeIs(2));
     queue_->advance(10s);
     settle();
     EXPECT_THAT(server_->ownPortNames(), IsEmpty());
+}
+
+TEST_F(JackServiceTest, GoesOnListeningIfASourceIsUsedAgainBeforeItsPortIsReleased) {
+    server_->addSource("seq:out");
+    start();
+    connect("seq:out");
+    onQueue([this] { service_->setUsedEndpoints({}, {}); });
+    queue_->advance(9s);
+    onQueue([this] { service_->setUsedEndpoints(usedSources_, {}); });
+    queue_->advance(10s);
+    settle();
+    EXPECT_THAT(server_->ownPortNames(), ElementsAre("seq out"));
+    play({{"seq:out", {{3, {0x90, 60, 100}}}}});
+    EXPECT_THAT(received_, SizeIs(1));
 }
 
 TEST_F(JackServiceTest, SendsToADestinationThatNoConnectionLeadsTo) {
