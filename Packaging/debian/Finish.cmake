@@ -39,7 +39,7 @@ file(RENAME ${share}/zsh/site-functions ${share}/zsh/vendor-completions)
 
 # Debian 12 has an AppStream that asks for no home page, and a lintian to which the override is a mistake.
 if(NOT CPACK_PACKAGE_HOMEPAGE_URL AND NOT CPACK_CORVEL_DEBIAN_VERSION EQUAL 12)
-  # script/release builds no package without a home page.
+  # script/release makes no release without a home page.
   file(MAKE_DIRECTORY ${share}/lintian/overrides)
   corvel_write(${share}/lintian/overrides/corvel
 "# AppStream asks for a home page. This build names none, because nobody has published it.
