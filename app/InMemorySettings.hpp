@@ -7,7 +7,7 @@
 
 namespace corvel {
 
-/// Settings that are lost with the object, for the program without a window.
+/// Settings that are lost with the object, for commands and screenshots, which must not change the user's.
 class InMemorySettings final : public Settings {
 public:
     [[nodiscard]] std::optional<std::string> string(std::string_view key) const override;

@@ -151,8 +151,8 @@ public:
     /// One line about the last event.
     [[nodiscard]] const std::string& statusMessage() const { return statusMessage_.value(); }
 
-    /// The text of the last save if it failed, so that the document on disk differs from the one in memory. Not
-    /// observable. Later commands replace the status line, but not this text.
+    /// Why the last save failed; no value if it succeeded. After a failure, the document on disk differs from the one
+    /// in memory. Not observable. Later commands replace the status line, but not this text.
     [[nodiscard]] const std::optional<std::string>& saveFailure() const { return saveFailure_; }
 
     /// The user's own names for endpoints. Changing one counts as a change of the endpoints.
@@ -259,8 +259,8 @@ public:
 
     // Undo and redo (MIDIRouterViewModelHistory.cpp)
 
-    /// Takes back the newest edit of the document, or repeats one that was taken back. The current set and the active
-    /// assignments are not edits: they change only if the edit itself changed them last. Does nothing if there is
+    /// Takes back the newest edit of the document, or repeats one that was taken back. Restores the current set or an
+    /// active assignment only if the edit changed it and the user has not switched since. Does nothing if there is
     /// nothing to undo or redo.
     void undo();
     void redo();
@@ -338,8 +338,8 @@ private:
     [[nodiscard]] std::optional<std::size_t> routeIndex(const UUID& routeID) const;
     void finishAssignmentCommand(const UUID& routeID, std::string statusMessage);
 
-    // Edits (MIDIRouterViewModelHistory.cpp). Create an edit before the change, and record it afterwards; it is dropped
-    // if nothing has changed.
+    // Edits (MIDIRouterViewModelHistory.cpp). Create an edit before the change, and record it afterwards. An edit
+    // that has changed nothing is not recorded.
     [[nodiscard]] DocumentEdit connectionEdit(std::string name, const UUID& routeID) const;
     void recordConnectionEdit(DocumentEdit edit);
     [[nodiscard]] DocumentEdit routeSetEdit(std::string name, const UUID& setID) const;
@@ -373,7 +373,7 @@ private:
     /// The status line that offers to undo.
     std::optional<std::string> undoOffer_;
     std::optional<std::string> saveFailure_;
-    /// The name of the copy that the newest texts mention: from the last save, or from an earlier save without a text.
+    /// The name of the copy that a save has kept. Status lines mention it until the save after its first mention.
     std::optional<std::string> keptCopy_;
     bool isKeptCopyShown_ = false;
     /// The number of reports that were posted and have not run yet.

@@ -68,7 +68,7 @@ public:
     /// The destinations that connections from the sources lead to, each once.
     [[nodiscard]] std::vector<MIDIObjectRef> usedDestinations() const;
 
-    /// The messages that end everything known to be held at a destination, which then counts as ended.
+    /// The messages that end all notes and pedals known to be held at a destination. These then count as ended.
     [[nodiscard]] std::vector<MIDIBytes> takeEndings(std::int32_t destinationID);
 
     /// The endpoints that had traffic since the last call. Any thread.

@@ -187,8 +187,8 @@ public:
     virtual MIDIStatus disconnectSource(MIDIObjectRef port, MIDIObjectRef source) = 0;
 
     /// Sets the endpoints that connections now use, replacing the previous ones. A service that must first open a path
-    /// to an endpoint does so here, so that the first note does not wait for it. It may leave out what arrives from
-    /// other sources; packets may also be sent to other destinations.
+    /// to an endpoint does so here, so that the first note does not wait for it. It need not deliver packets from
+    /// other sources, but must send packets to any destination.
     virtual void setUsedEndpoints(std::span<const MIDIObjectRef> /*sources*/,
                                   std::span<const MIDIObjectRef> /*destinations*/) {}
 

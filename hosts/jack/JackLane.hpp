@@ -66,7 +66,7 @@ private:
 
     // Engine's queue only
     JackEventReader reader_;
-    /// SysEx that has begun, and whether it has become too long.
+    /// The part of a SysEx message received so far, and whether it is longer than an event may be.
     std::vector<std::uint8_t> sysEx_;
     bool isTooLong_ = false;
 

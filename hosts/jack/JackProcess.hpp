@@ -40,7 +40,7 @@ struct JackOutput {
 /// and neither waits, allocates nor logs.
 class JackProcess {
 public:
-    /// Room for arrivals until the engine's queue reads them: about 60,000 short messages.
+    /// Room for arrivals until the engine's queue reads them: about 70,000 short messages.
     static constexpr std::size_t kInputCapacity = std::size_t{1} << 20U;
     static constexpr std::size_t kMaxInputEvent = std::size_t{64} << 10U;
 

@@ -57,9 +57,9 @@ public:
     [[nodiscard]] std::shared_ptr<const MIDISetup> setup(MIDIListing listing);
     [[nodiscard]] MIDIStatus connectSource(MIDIObjectRef source, MIDIObjectRef connection);
     MIDIStatus disconnectSource(MIDIObjectRef source);
-    /// Only sources in use are listened to. Every connection between two programs makes the server wait for both: on
-    /// JACK, one that closes a circle costs a period, and PipeWire skips a client's period when a program that is
-    /// connected to it ends.
+    /// Only sources in use get an input port, because links to other programs can delay messages: JACK adds a period
+    /// if links lead from Corvel to a program and back, and PipeWire skips a period of every program that is linked to
+    /// one that ends.
     void setUsedEndpoints(std::span<const MIDIObjectRef> sources, std::span<const MIDIObjectRef> destinations);
     void send(std::span<MIDISend> messages);
 
