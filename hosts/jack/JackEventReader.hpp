@@ -12,8 +12,8 @@ namespace corvel::hosts {
 /// program has put into an event.
 ///
 /// - Each message is separate and has its status byte: running status is expanded, also from one event to the next.
-/// - SysEx is unchanged, whether complete or in parts. Later parts begin with a data byte or are a single F7. SysEx ends
-///   at F7 or at the next status byte.
+/// - SysEx is unchanged, whether complete or in parts. Later parts begin with a data byte or are a single F7. SysEx
+///   ends at F7 or at the next status byte.
 /// - Realtime bytes inside another message come before that message. Those inside SysEx come between its parts.
 /// - Data bytes without a status, and incomplete messages, are left out and counted.
 class JackEventReader {
