@@ -7,10 +7,10 @@ set(CPACK_PACKAGE_DESCRIPTION
 an output to connect them: every message passes, either unchanged or forced
 onto another channel.
 .
-Each routed message travels visibly along its connection. Keyboard shortcuts
-switch output channels in the middle of a phrase. Connections are kept in
-named sets, saved as soon as they change, and find their devices again when
-these come back. Corvel also runs without a window, as a service.")
+Notes and controllers travel along their connection as lights. Keyboard
+shortcuts switch output channels in the middle of a phrase. Connections are
+kept in named sets, saved as soon as they change, and work again when their
+devices come back. Corvel also runs without a window, as a service.")
 set(CPACK_PACKAGE_HOMEPAGE_URL "${CORVEL_HOME_PAGE}")
 set(CPACK_PACKAGE_CONTACT "${CORVEL_CONTACT}")
 if(NOT CORVEL_CONTACT)

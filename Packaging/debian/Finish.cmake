@@ -37,7 +37,7 @@ corvel_compress(${doc}/changelog ${doc}/changelog.Debian ${share}/man/man1/corve
 
 file(RENAME ${share}/zsh/site-functions ${share}/zsh/vendor-completions)
 
-# Debian 12 has an AppStream that asks for no home page, and a lintian to which the override is a mistake.
+# AppStream requires a home page only after Debian 12, whose lintian would report this override as unused.
 if(NOT CPACK_PACKAGE_HOMEPAGE_URL AND NOT CPACK_CORVEL_DEBIAN_VERSION EQUAL 12)
   # script/release makes no release without a home page.
   file(MAKE_DIRECTORY ${share}/lintian/overrides)
