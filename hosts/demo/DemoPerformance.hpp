@@ -21,8 +21,8 @@ struct DemoState {
     std::vector<DemoDelivery> endings;
 };
 
-/// Runs the demo players together on the calling thread, from the first connection on and while anything listens, until
-/// the stop. Then ends the pieces that they have started. Follows the steady clock without drift.
+/// Plays the pieces of all demo players on the calling thread while any source is connected, until a stop is requested.
+/// Then ends the pieces that have started. Follows the steady clock without drift.
 void performDemo(const std::stop_token& stop, DemoState& state);
 
 }  // namespace corvel::hosts
