@@ -253,8 +253,8 @@ public:
     /// otherwise the lowest free channel, otherwise "As Is".
     [[nodiscard]] static ChannelMode suggestedVariantChannelMode(const MIDIRoute& route);
 
-    /// Activates the assignment that has the shortcut; the selected connection comes first. Returns false if there is
-    /// none, so that the key press keeps its other meaning.
+    /// Activates the assignment that has the shortcut, in the selected connection if it has one. If several others have
+    /// it, asks for a selection. Returns false if none has it, so that the key press keeps its other meaning.
     [[nodiscard]] bool handleShortcut(const KeyboardShortcutSpec& spec);
 
     // Undo and redo (MIDIRouterViewModelHistory.cpp)

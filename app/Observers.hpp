@@ -29,8 +29,8 @@ private:
 
 /// The observers of an object. Each receives a `Subject`: the property that changes, or the event.
 ///
-/// One thread only. During a notification observers may be added, which are called from the next one on, and
-/// subscriptions may be ended, also that of the current observer. Further notifications may be made.
+/// One thread only. An observer may end any subscription, even its own; cause further notifications; and add observers,
+/// which are called from the next notification on.
 template <typename Subject>
 class Observers {
 public:

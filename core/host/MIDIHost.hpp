@@ -173,7 +173,7 @@ public:
     [[nodiscard]] virtual MIDICreation createOutputPort(MIDIObjectRef client, std::string_view name) = 0;
 
     /// Disposes of a port or client. No callback for it starts afterwards, except one that a queue already holds.
-    /// Packets sent before are still delivered. Never waits for anything that the caller could block.
+    /// Packets sent before are still delivered. Never waits for anything that needs the caller's thread.
     virtual void disposePort(MIDIObjectRef port) = 0;
     virtual void disposeClient(MIDIObjectRef client) = 0;
 

@@ -12,8 +12,8 @@
 /// Names and identities of JACK's ports. All functions are pure.
 namespace corvel::hosts {
 
-/// The name that a port's client asked for. If the name is in use, a server appends a number: JACK "-01" to "-09",
-/// PipeWire any number, which the port's alias does not have. Other numbers belong to the name, as in "Juno-60".
+/// The client's name without the number that a server appends if the name is in use. JACK appends "-01" to "-09",
+/// PipeWire any number, but not in the port's alias. Other numbers belong to the name, as in "Juno-60".
 [[nodiscard]] std::string baseClientName(const JackPort& port);
 
 /// Whether the port belongs to an instance of Corvel.
@@ -27,8 +27,8 @@ namespace corvel::hosts {
 /// direction; otherwise both names. Invalid UTF-8 becomes U+FFFD.
 [[nodiscard]] std::string displayNameOf(const JackPort& port, bool isOnlyPort);
 
-/// The name for Corvel's port that is connected to another port: the other's name without the colon, which servers take
-/// for the end of a client's name, shortened to the servers' maximum, and different from those in `taken`.
+/// The name of Corvel's port for another port: the other's name without colons, because a server takes a colon for the
+/// end of the client's name. Shortened to the servers' maximum, and different from all names in `taken`.
 [[nodiscard]] std::string ownPortName(std::string_view otherPort, const std::set<std::string>& taken);
 
 }  // namespace corvel::hosts
