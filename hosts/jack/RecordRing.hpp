@@ -14,8 +14,8 @@
 namespace corvel::hosts {
 
 /// A ring of records between a writing and a reading thread. A record is a header of fixed size, whose `size` is the
-/// number of bytes that follow. Neither side waits, locks or allocates. All memory has been written to, so there are no
-/// page faults.
+/// number of bytes that follow. Neither side waits, locks or allocates. The constructor writes to all memory, so there
+/// are no page faults later.
 template <typename Header>
 class RecordRing {
     static_assert(std::is_trivially_copyable_v<Header>);
