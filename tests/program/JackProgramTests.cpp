@@ -1,20 +1,16 @@
 #include "tests/program/ProgramFixture.hpp"
 #include "tests/support/JackPeer.hpp"
+#include "tests/support/JackServer.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <jack/jack.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <deque>
-#include <filesystem>
 #include <map>
 #include <memory>
-#include <optional>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -27,32 +23,8 @@ using namespace std::chrono_literals;
 /// The program on a separate server: JACK or, if the test and all its children run with PipeWire's library, PipeWire.
 class JackProgram : public ProgramFixture {
 protected:
-    void startServer() {
-        if (isPipeWire()) {
-            server_.emplace(std::vector<std::string>{"pipewire"});
-        } else {
-            server_.emplace(
-                std::vector<std::string>{"jackd", "-r", "-n", serverName_, "-d", "dummy", "-r", "48000", "-p", "1024"});
-        }
-        const auto deadline = std::chrono::steady_clock::now() + kDeadline;
-        while (!isServerReady() && std::chrono::steady_clock::now() < deadline) {
-            std::this_thread::sleep_for(50ms);
-        }
-        ASSERT_TRUE(isServerReady());
-    }
-
-    void TearDown() override {
-        // Ended in order: JACK keeps room for eight servers, also for those that were killed.
-        if (server_) {
-            server_->signal(SIGTERM);
-            EXPECT_TRUE(server_->wait(kDeadline));
-        }
-    }
-
     void killServer() {
-        server_->signal(SIGKILL);
-        ASSERT_TRUE(server_->wait(kDeadline));
-        server_.reset();
+        server_.kill();
         clients_.clear();
     }
 
@@ -82,39 +54,23 @@ protected:
         return true;
     }
 
-    [[nodiscard]] static bool isPipeWire() {
-        return std::string(::jack_get_version_string()).find("PipeWire") != std::string::npos;
-    }
-
-    const std::string serverName_ = "corvel-test-" + std::to_string(::getpid());
-    const ScopedEnvironment defaultServer_{"JACK_DEFAULT_SERVER", serverName_};
-    std::optional<ChildProcess> server_;
+    JackServer server_;
     std::deque<ChildProcess> clients_;
-
-private:
-    [[nodiscard]] static bool isServerReady() {
-        try {
-            const JackPeer visitor("visitor", 0);
-            return true;
-        } catch (const std::runtime_error&) {
-            return false;
-        }
-    }
 };
 
 TEST_F(JackProgram, ListsWhatThereIsAndSaysWhenNoServerRuns) {
     EXPECT_THAT(run({"--list", "--midi", "jack"}), testing::HasSubstr("corvel: no JACK or PipeWire server runs\n"));
-    startServer();
+    server_.start();
     startTools();
     EXPECT_TRUE(waitForAnswer({"--list", "--midi", "jack"}, "seq"));
     EXPECT_TRUE(waitForAnswer({"--list", "--midi", "jack"}, "dump"));
     const std::string list = run({"--list", "--midi", "jack"});
-    EXPECT_THAT(list, testing::HasSubstr(isPipeWire() ? "PipeWire" : "JACK"));
+    EXPECT_THAT(list, testing::HasSubstr(JackServer::isPipeWire() ? "PipeWire" : "JACK"));
     EXPECT_THAT(list, testing::Not(testing::HasSubstr("Corvel")));
 }
 
 TEST_F(JackProgram, RoutesFromOneProgramToAnotherOntoAnotherChannel) {
-    startServer();
+    server_.start();
     startTools();
     ASSERT_TRUE(waitForAnswer({"--list", "--midi", "jack"}, "dump"));
     ASSERT_EQ(run({"--connect", "seq", "dump", "--channel", "5", "--midi", "jack"}), "Added output channel Ch 5\n");
@@ -127,19 +83,19 @@ TEST_F(JackProgram, RoutesFromOneProgramToAnotherOntoAnotherChannel) {
 }
 
 TEST_F(JackProgram, TakesUpAServerThatComesLaterAndSurvivesItsEnd) {
-    startServer();
+    server_.start();
     startTools();
     ASSERT_TRUE(waitForAnswer({"--list", "--midi", "jack"}, "dump"));
     ASSERT_EQ(run({"--connect", "seq", "dump", "--channel", "5", "--midi", "jack"}), "Added output channel Ch 5\n");
     killServer();
     ChildProcess router = startRouter();
     ASSERT_TRUE(router.waitForError("No JACK or PipeWire server runs", kDeadline)) << router.standardError();
-    startServer();
+    server_.start();
     startTools();
     EXPECT_TRUE(recorder().waitForOutput("94 3c 40 note on", kDeadline)) << router.standardError();
     killServer();
     EXPECT_TRUE(router.waitForError("The JACK or PipeWire server has gone", kDeadline)) << router.standardError();
-    startServer();
+    server_.start();
     startTools();
     EXPECT_TRUE(recorder().waitForOutput("94 3c 40 note on", kDeadline)) << router.standardError();
     router.signal(SIGTERM);
@@ -148,7 +104,7 @@ TEST_F(JackProgram, TakesUpAServerThatComesLaterAndSurvivesItsEnd) {
 
 TEST_F(JackProgram, AddsOnePeriodAndLosesNothingThroughFiftyReloads) {
     constexpr std::uint32_t kMessages = 10'000;
-    startServer();
+    server_.start();
     JackPeer player("player", 0);
     JackPeer peer("recorder", 2 * kMessages, &player);
     // What does not arrive over a direct connection either, the server has lost.
@@ -218,7 +174,7 @@ TEST_F(JackProgram, AddsOnePeriodAndLosesNothingThroughFiftyReloads) {
 }
 
 TEST_F(JackProgram, SettlesWhenManyPortsComeAtOnceAndGoAgain) {
-    startServer();
+    server_.start();
     ChildProcess router = startRouter();
     ASSERT_TRUE(router.waitForError("Endpoint reload (initial load): 0 sources", kDeadline));
     {

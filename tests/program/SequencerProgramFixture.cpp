@@ -69,7 +69,7 @@ void SequencerProgramFixture::start(const std::vector<std::string>& options) {
 void SequencerProgramFixture::startOnDocument(const std::vector<std::string>& options) {
     std::vector<std::string> arguments{"env",          "XDG_CONFIG_HOME=" + folder_.path().string(),
                                        CORVEL_PROGRAM, "--headless",
-                                       "--midi",       "alsa",
+                                       "--midi",       services_,
                                        "--document",   document().string()};
     arguments.insert(arguments.end(), options.begin(), options.end());
     corvel_.emplace(arguments);

@@ -124,6 +124,8 @@ protected:
 
     [[nodiscard]] std::filesystem::path document() const { return folder_ / "routes.json"; }
 
+    /// The value of `--midi` for the program that is started.
+    std::string services_ = "alsa";
     TemporaryFolder folder_;
     const ScopedEnvironment runtime_{"XDG_RUNTIME_DIR", folder_.path().string()};
     ConnectionsFile file_;

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "tests/support/ChildProcess.hpp"
+#include "tests/support/ScopedEnvironment.hpp"
+
+#include <optional>
+#include <string>
+
+namespace corvel::tests {
+
+/// A JACK server with a name and processes of its own, and a driver that needs no sound card; PipeWire if this program
+/// runs with PipeWire's library in place of JACK's. This program and its children find no other server while this
+/// object exists. Needs `XDG_RUNTIME_DIR`. Ends the server in its destructor. Belongs to one thread.
+class JackServer {
+public:
+    JackServer();
+    JackServer(const JackServer&) = delete;
+    JackServer& operator=(const JackServer&) = delete;
+    ~JackServer();
+
+    [[nodiscard]] static bool isPipeWire();
+
+    /// Starts the server and waits until it serves clients. Throws `std::runtime_error` if it does not.
+    void start();
+    /// Ends the server as a crash does, and waits for its end.
+    void kill();
+
+private:
+    void end(int signal);
+
+    const std::string name_;
+    const ScopedEnvironment defaultServer_{"JACK_DEFAULT_SERVER", name_};
+    std::optional<ChildProcess> process_;
+};
+
+}  // namespace corvel::tests
