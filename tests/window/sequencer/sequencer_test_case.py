@@ -1,6 +1,5 @@
 """The base of tests with both a real window and the real sequencer."""
 
-import json
 import os
 import re
 
@@ -45,18 +44,12 @@ class SequencerTestCase(WindowTestCase):
         self.synth.wait_heard(played)
         self.synth.forget()
 
-    @property
-    def document_path(self):
-        return self.home.path("data", "Corvel", "routes.json")
-
     def saved(self):
-        wait_for(lambda: os.path.exists(self.document_path), "the first save")
-        return documents.SavedDocument(self.document_path)
+        wait_for(lambda: os.path.exists(self.home.document), "the first save")
+        return documents.SavedDocument(self.home.document)
 
     def write_document(self, *sets):
-        os.makedirs(os.path.dirname(self.document_path), exist_ok=True)
-        with open(self.document_path, "w", encoding="utf-8") as file:
-            json.dump(documents.document(*sets), file)
+        self.home.write_document(documents.document(*sets))
 
     def start(self):
         """Starts the program on the sequencer and waits until its window has the keyboard focus."""

@@ -23,6 +23,10 @@ class Home:
                 **self.variables}
 
     @property
+    def document(self):
+        return self.path("data", "Corvel", "routes.json")
+
+    @property
     def demo_document(self):
         return self.path("data", "Corvel", "demo-routes.json")
 
@@ -37,7 +41,14 @@ class Home:
         except FileNotFoundError:
             return ""
 
+    def write_document(self, document):
+        self._write(self.document, document)
+
     def write_demo_document(self, document):
-        os.makedirs(os.path.dirname(self.demo_document), exist_ok=True)
-        with open(self.demo_document, "w", encoding="utf-8") as file:
+        self._write(self.demo_document, document)
+
+    @staticmethod
+    def _write(path, document):
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "w", encoding="utf-8") as file:
             json.dump(document, file)
