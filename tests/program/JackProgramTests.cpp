@@ -11,6 +11,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -102,72 +103,106 @@ TEST_F(JackProgram, TakesUpAServerThatComesLaterAndSurvivesItsEnd) {
     EXPECT_EQ(router.wait(kDeadline), 0);
 }
 
-TEST_F(JackProgram, AddsOnePeriodAndLosesNothingThroughFiftyReloads) {
-    constexpr std::uint32_t kMessages = 10'000;
-    server_.start();
-    JackPeer player("player", 0);
-    JackPeer peer("recorder", 2 * kMessages, &player);
-    // What does not arrive over a direct connection either, the server has lost.
-    JackPeer witness("witness", 2 * kMessages, &player);
-    witness.connectDirectly();
+/// A router from a player to a recorder, and a witness that hears the player directly.
+class JackReloads : public JackProgram {
+protected:
+    static constexpr std::uint32_t kMessages = 10'000;
+    static constexpr std::size_t kReloads = 50;
+    static constexpr int kAttempts = 2;
+
+    /// The messages of one attempt.
+    struct Passage {
+        std::uint32_t first = 0;
+        std::size_t arrivedBefore = 0;
+        /// Whether the server kept its own periods, and brought everything to the witness.
+        bool isServerIntact = false;
+    };
+
+    JackReloads() {
+        server_.start();
+        player_.emplace("player", 0);
+        recorder_.emplace("recorder", 2 * kAttempts * kMessages, &*player_);
+        witness_.emplace("witness", 2 * kAttempts * kMessages, &*player_);
+        witness_->connectDirectly();
+    }
+
+    [[nodiscard]] std::size_t missedPeriods() const { return player_->xrunCount() + recorder_->xrunCount(); }
+
+    static std::size_t countReloads(ChildProcess& router) {
+        const std::string& log = router.standardError();
+        std::size_t reloads = 0;
+        for (std::size_t at = log.find("Endpoint reload"); at != std::string::npos;
+             at = log.find("Endpoint reload", at + 1)) {
+            ++reloads;
+        }
+        return reloads;
+    }
+
+    /// Plays 1,000 messages a second while another program comes and goes.
+    Passage playThroughReloads(ChildProcess& router) {
+        Passage passage{.first = player_->playedCount(), .arrivedBefore = recorder_->arrivedCount()};
+        const std::size_t missedBefore = missedPeriods();
+        const std::size_t reloadsBefore = countReloads(router);
+        player_->play(kMessages, std::max(1U, player_->period() / 48));
+        // Of no use once the server has missed a period.
+        while (missedPeriods() == missedBefore && countReloads(router) < reloadsBefore + kReloads) {
+            {
+                const JackPeer visitor("visitor", 0);
+                std::this_thread::sleep_for(60ms);
+            }
+            std::this_thread::sleep_for(60ms);
+        }
+        while (player_->playedCount() < passage.first + kMessages) {
+            std::this_thread::sleep_for(10ms);
+        }
+        const auto deadline = std::chrono::steady_clock::now() + 2s;
+        while (recorder_->arrivedCount() < passage.arrivedBefore + kMessages &&
+               std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(10ms);
+        }
+        passage.isServerIntact = missedPeriods() == missedBefore && witness_->arrivedCount() == player_->playedCount();
+        return passage;
+    }
+
+    std::optional<JackPeer> player_;
+    std::optional<JackPeer> recorder_;
+    std::optional<JackPeer> witness_;
+};
+
+TEST_F(JackReloads, LoseNothingAndEveryMessageComesOnePeriodLater) {
     ASSERT_TRUE(waitForAnswer({"--list", "--midi", "jack"}, "recorder"));
     ASSERT_EQ(run({"--connect", "player", "recorder", "--channel", "3", "--midi", "jack"}),
               "Added output channel Ch 3\n");
     ChildProcess router = start({"--headless", "--midi", "jack"});
     ASSERT_TRUE(router.waitForError("3 source connections", kDeadline)) << router.standardError();
     // The path is complete when the first message comes back.
-    while (peer.arrivedCount() == 0 && !router.wait(10ms)) {
-        player.play(1, 1);
+    while (recorder_->arrivedCount() == 0 && !router.wait(10ms)) {
+        player_->play(1, 1);
         std::this_thread::sleep_for(100ms);
     }
     std::this_thread::sleep_for(200ms);
-    const std::uint32_t first = player.playedCount();
-    const std::size_t arrivedBefore = peer.arrivedCount();
-    const std::size_t xrunsBefore = player.xrunCount() + peer.xrunCount();
-    // 1,000 a second.
-    player.play(kMessages, std::max(1U, peer.period() / 48));
-    const auto count = [&router] {
-        std::size_t reloads = 0;
-        const std::string& log = router.standardError();
-        for (std::size_t at = log.find("Endpoint reload"); at != std::string::npos;
-             at = log.find("Endpoint reload", at + 1)) {
-            ++reloads;
-        }
-        return reloads;
-    };
-    for (int number = 0; count() < 50 && number < 500; ++number) {
-        {
-            const JackPeer visitor("visitor", 0);
-            std::this_thread::sleep_for(60ms);
-        }
-        std::this_thread::sleep_for(60ms);
+    Passage passage;
+    for (int attempt = 0; attempt < kAttempts && !passage.isServerIntact; ++attempt) {
+        passage = playThroughReloads(router);
     }
-    EXPECT_GE(count(), 50U);
-    const auto deadline = std::chrono::steady_clock::now() + 60s;
-    while (peer.arrivedCount() < arrivedBefore + kMessages && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(10ms);
+    if (!passage.isServerIntact) {
+        GTEST_SKIP() << "the server itself missed " << missedPeriods() << " periods on this busy machine";
     }
-    const std::size_t missed = player.xrunCount() + peer.xrunCount() - xrunsBefore;
-    if (missed > 0 || witness.arrivedCount() != player.playedCount()) {
-        GTEST_SKIP() << "the server itself missed " << missed << " periods on this busy machine, and brought "
-                     << witness.arrivedCount() << " of " << player.playedCount()
-                     << " messages over a direct connection";
-    }
-    ASSERT_EQ(peer.arrivedCount(), arrivedBefore + kMessages);
+    ASSERT_EQ(recorder_->arrivedCount(), passage.arrivedBefore + kMessages);
     std::map<std::uint32_t, std::size_t> delays;
     std::vector<std::uint32_t> expected;
     std::vector<std::uint32_t> arrived;
     for (std::uint32_t index = 0; index < kMessages; ++index) {
-        const JackPeer::Arrival& arrival = peer.arrival(arrivedBefore + index);
+        const JackPeer::Arrival& arrival = recorder_->arrival(passage.arrivedBefore + index);
         EXPECT_EQ(arrival.status, 0xE2);
-        expected.push_back((first + index) % JackPeer::kNumbers);
+        expected.push_back((passage.first + index) % JackPeer::kNumbers);
         arrived.push_back(arrival.number);
         ++delays[arrival.delay];
     }
     const auto differing = std::ranges::mismatch(arrived, expected);
     EXPECT_EQ(arrived, expected) << "from message " << differing.in1 - arrived.begin();
     // On a busy machine a period may pass before the router runs, but it is never earlier.
-    EXPECT_EQ(delays.begin()->first, peer.period());
+    EXPECT_EQ(delays.begin()->first, recorder_->period());
     EXPECT_GT(delays.begin()->second, kMessages / 2) << "exactly one period is the rule";
     router.signal(SIGTERM);
     EXPECT_EQ(router.wait(kDeadline), 0);

@@ -39,9 +39,9 @@ bool JackServer::isPipeWire() {
 }
 
 void JackServer::start() {
-    process_.emplace(isPipeWire() ? std::vector<std::string>{"pipewire"}
-                                  : std::vector<std::string>{"jackd", "-r", "-n", name_, "-d", "dummy", "-r", "48000",
-                                                             "-p", "1024"});
+    process_.emplace(isPipeWire()
+                         ? std::vector<std::string>{"pipewire"}
+                         : std::vector<std::string>{"jackd", "-n", name_, "-d", "dummy", "-r", "48000", "-p", "1024"});
     const auto deadline = std::chrono::steady_clock::now() + kDeadline;
     while (!isReady()) {
         if (std::chrono::steady_clock::now() > deadline) {
