@@ -6,11 +6,14 @@
 #include <QCoreApplication>
 #include <QTimer>
 #include <QtGlobal>
+#include <langinfo.h>
 
+#include <clocale>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <variant>
@@ -51,6 +54,16 @@ std::optional<CommandResult> settledResult(const std::optional<SingleInstance::O
     return std::nullopt;
 }
 
+/// Qt uses UTF-8 in any locale, but from Qt 6.8 on it warns on standard error if the locale's encoding is another one,
+/// as in the environment of a service.
+void useUTF8() {
+    std::setlocale(LC_CTYPE, "");
+    if (std::string_view(::nl_langinfo(CODESET)) != "UTF-8") {
+        // If LC_ALL is set, LC_CTYPE has no effect.
+        qputenv(qEnvironmentVariableIsSet("LC_ALL") ? "LC_ALL" : "LC_CTYPE", "C.UTF-8");
+    }
+}
+
 /// Read early: the toolkit removes the token from the environment when it opens the display.
 std::string activationToken() {
     for (const char* const name : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {
@@ -79,6 +92,7 @@ int runArguments(int argc, char** argv, const std::function<int(const Start&)>& 
 
 int runProgram(int argc, char** argv, const std::function<int(const Start&)>& perform) {
     openStandardDescriptors();
+    useUTF8();
     try {
         return runArguments(argc, argv, perform);
     } catch (const std::exception& error) {

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,16 @@ TEST_F(CommandLineProgram, TellsItsVersionAndHelp) {
     EXPECT_EQ(help.wait(kDeadline), 0);
     EXPECT_THAT(help.standardOutput(), StartsWith("Corvel routes MIDI"));
     EXPECT_EQ(help.standardError(), "");
+}
+
+TEST_F(CommandLineProgram, SaysNothingOfALocaleThatIsNotUTF8) {
+    const ScopedEnvironment language("LANG", std::nullopt);
+    for (const std::optional<std::string>& value : {std::optional<std::string>("C"), std::optional<std::string>()}) {
+        const ScopedEnvironment locale("LC_ALL", value);
+        ChildProcess program = start({"--list", "--midi", "demo"});
+        EXPECT_EQ(program.wait(kDeadline), 0);
+        EXPECT_EQ(program.standardError(), "");
+    }
 }
 
 TEST_F(CommandLineProgram, ListsTheEndpointsAsJSON) {
