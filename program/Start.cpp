@@ -57,11 +57,13 @@ std::optional<CommandResult> settledResult(const std::optional<SingleInstance::O
 /// Qt uses UTF-8 in any locale, but from Qt 6.8 on it warns on standard error if the locale's encoding is another one,
 /// as in the environment of a service.
 void useUTF8() {
+    // NOLINTBEGIN(concurrency-mt-unsafe): there is no other thread yet
     std::setlocale(LC_CTYPE, "");
     if (std::string_view(::nl_langinfo(CODESET)) != "UTF-8") {
         // If LC_ALL is set, LC_CTYPE has no effect.
         qputenv(qEnvironmentVariableIsSet("LC_ALL") ? "LC_ALL" : "LC_CTYPE", "C.UTF-8");
     }
+    // NOLINTEND(concurrency-mt-unsafe)
 }
 
 /// Read early: the toolkit removes the token from the environment when it opens the display.
