@@ -112,6 +112,7 @@ private:
     void applyAnnouncements();
     void apply(const Announcement& announcement);
     void applyPortEnd(const PortAddress& address);
+    void applyClientChange(int client);
     /// Whether the port can be added; otherwise schedules another try.
     [[nodiscard]] bool isReady(const PortDescription& port);
     void takeOverPort(const PortAddress& address);

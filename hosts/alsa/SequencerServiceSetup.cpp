@@ -115,12 +115,7 @@ void SequencerService::apply(const Announcement& announcement) {
             notifications_->add({.messageID = MIDINotification::kPropertyChanged});
             break;
         case SND_SEQ_EVENT_CLIENT_CHANGE:
-            for (const PortAddress& own : registry_.portsOf(address.client)) {
-                if (const std::optional<PortDescription> port = client_->port(own)) {
-                    registry_.update(*port);
-                }
-            }
-            notifications_->add({.messageID = MIDINotification::kPropertyChanged});
+            applyClientChange(address.client);
             break;
         case SND_SEQ_EVENT_PORT_UNSUBSCRIBED:
             if (const auto subscription = subscriptions_.find(address); subscription != subscriptions_.end()) {
@@ -129,6 +124,19 @@ void SequencerService::apply(const Announcement& announcement) {
             break;
         default:
             break;
+    }
+}
+
+void SequencerService::applyClientChange(int client) {
+    const std::vector<PortAddress> ports = registry_.portsOf(client);
+    for (const PortAddress& address : ports) {
+        if (const std::optional<PortDescription> port = client_->port(address)) {
+            registry_.update(*port);
+        }
+    }
+    // Since version 6.5, Linux announces a change of every new program, which has no ports yet.
+    if (!ports.empty()) {
+        notifications_->add({.messageID = MIDINotification::kPropertyChanged});
     }
 }
 

@@ -43,6 +43,14 @@ const Bytes kMark{0xFB};
 /// measures.
 constexpr std::size_t kCellsAhead = 1'500;
 
+/// A copy of the program in this folder that all users can run. The checkout may be in a home folder that is closed to
+/// others.
+std::string readableProgram(const TemporaryFolder& folder) {
+    std::filesystem::permissions(folder.path(), static_cast<std::filesystem::perms>(0755));
+    std::filesystem::copy_file(CORVEL_PROGRAM, folder / "corvel");
+    return folder / "corvel";
+}
+
 /// A keyboard with three connections ("As Is", on channel 10, paused) and a program that is not connected.
 class HeadlessRouting : public testing::Test {
 protected:
@@ -72,7 +80,7 @@ protected:
         file_.write(document);
         std::vector<std::string> arguments = launcher;
         arguments.insert(arguments.end(), {"env", "XDG_CONFIG_HOME=" + folder_.path().string()});
-        arguments.insert(arguments.end(), {CORVEL_PROGRAM, "--headless", "--document", document.string()});
+        arguments.insert(arguments.end(), {program_, "--headless", "--document", document.string()});
         arguments.insert(arguments.end(), options.begin(), options.end());
         corvel_.emplace(arguments);
         ASSERT_TRUE(corvel_->waitForError("Endpoint reload (initial load)", kDeadline)) << corvel_->standardError();
@@ -95,11 +103,10 @@ protected:
         return threads;
     }
 
-    /// Lets programs of other users use the sequencer and the test's folder.
-    void openToEverybody() const {
-        using std::filesystem::perms;
-        std::filesystem::permissions(folder_.path(), static_cast<perms>(0755));
-        std::filesystem::permissions("/dev/snd/seq", static_cast<perms>(0666));
+    /// Lets programs of other users use the sequencer, the test's folder and the program.
+    void openToEverybody() {
+        program_ = readableProgram(folder_);
+        std::filesystem::permissions("/dev/snd/seq", static_cast<std::filesystem::perms>(0666));
     }
 
     /// Waits until both receivers have the mark, which is played after everything else.
@@ -159,6 +166,7 @@ protected:
     }
 
     TemporaryFolder folder_;
+    std::string program_ = CORVEL_PROGRAM;
     const ScopedEnvironment runtime_{"XDG_RUNTIME_DIR", folder_.path().string()};
     ConnectionsFile file_;
     SequencerPeer keyboard_;
@@ -430,15 +438,15 @@ TEST_F(FullSequencer, IsAFailureAndNoReasonForTheDemoDevices) {
 
 TEST(ForbiddenSequencer, IsAFailureAndNoReasonForTheDemoDevices) {
     const TemporaryFolder folder;
-    std::filesystem::permissions(folder.path(), static_cast<std::filesystem::perms>(0777));
+    const std::string program = readableProgram(folder);
     const auto before = std::filesystem::status("/dev/snd/seq").permissions();
     std::filesystem::permissions("/dev/snd/seq", static_cast<std::filesystem::perms>(0600));
-    ChildProcess program({"setpriv", "--reuid=65534", "--clear-groups", "env",
-                          "XDG_CONFIG_HOME=" + folder.path().string(), CORVEL_PROGRAM, "--headless"});
-    EXPECT_EQ(program.wait(kDeadline), 1);
-    EXPECT_THAT(program.standardError(),
+    ChildProcess router({"setpriv", "--reuid=65534", "--clear-groups", "env",
+                         "XDG_CONFIG_HOME=" + folder.path().string(), program, "--headless"});
+    EXPECT_EQ(router.wait(kDeadline), 1);
+    EXPECT_THAT(router.standardError(),
                 EndsWith("corvel: the ALSA sequencer cannot be opened (/dev/snd/seq: Permission denied)\n"));
-    EXPECT_THAT(program.standardError(), Not(HasSubstr("demo devices")));
+    EXPECT_THAT(router.standardError(), Not(HasSubstr("demo devices")));
     std::filesystem::permissions("/dev/snd/seq", before);
 }
 

@@ -233,13 +233,16 @@ TEST(ALSAEndpoints, WithNamesCutInsideACharacterEndWithAReplacementCharacter) {
     EXPECT_THAT(corvel.sourceNames("Cut"), ElementsAre("Cut " + name.substr(0, 62) + "\xEF\xBF\xBD"));
 }
 
-TEST(ALSAEndpoints, OfAPortFlaggedInactiveAreListedAsOffline) {
+TEST(ALSAEndpoints, OfAPortFlaggedInactiveAreListedAsOfflineUnlessTheKernelHidesIt) {
     HostUnderTest corvel;
     corvel.start();
     SequencerPeer peer("Sleeping");
     const SequencerAddress port = peer.addPort("Out", SequencerPeer::kDuplex | kInactive);
-    EXPECT_EQ(corvel.source("Sleeping Out").isOffline, true);
-    EXPECT_EQ(corvel.destination("Sleeping Out").isOffline, true);
+    // Linux does so since 6.5.
+    if (!corvel.sourceNames("Sleeping").empty()) {
+        EXPECT_EQ(corvel.source("Sleeping Out").isOffline, true);
+        EXPECT_EQ(corvel.destination("Sleeping Out").isOffline, true);
+    }
     peer.setCapability(port, SequencerPeer::kDuplex);
     EXPECT_FALSE(corvel.source("Sleeping Out").isOffline.value_or(false));
 }

@@ -91,6 +91,14 @@ TEST_F(ALSANotifications, SayNothingOfPortsThatAreNoEndpointsNorOfSubscriptionsN
     EXPECT_THAT(notifications(1), SizeIs(1));
 }
 
+TEST_F(ALSANotifications, SayNothingOfAProgramThatHasNoPorts) {
+    SequencerPeer peer("Portless");
+    peer.rename("Still Portless");
+    peer.addPort("Mark", SequencerPeer::kSource);
+    EXPECT_THAT(notifications(1), SizeIs(1));
+    EXPECT_EQ(corvel_.notifications().front().messageID, MIDINotification::kObjectAdded);
+}
+
 TEST_F(ALSANotifications, AreNotMadeOfWhatAProgramSendsInTheSystemsPlace) {
     SequencerPeer peer("Forger");
     const SequencerAddress out = peer.addPort("Out", SequencerPeer::kSource);

@@ -267,7 +267,7 @@ TEST_F(ALSAReceiving, ReportsAnOverrunAsksForARescanAndGoesOn) {
         }
         release();
         ASSERT_TRUE(corvel_.waitUntil([&] { return corvel_.diagnostics().size() >= static_cast<std::size_t>(time); }));
-        EXPECT_EQ(corvel_.diagnostics().back(),
+        EXPECT_EQ(corvel_.diagnostics()[static_cast<std::size_t>(time) - 1],
                   "MIDI input overrun (" + std::to_string(time) + " so far): messages were lost");
         ASSERT_TRUE(
             corvel_.waitUntil([&] { return corvel_.notifications().size() >= static_cast<std::size_t>(time); }));
