@@ -19,8 +19,12 @@ JackProcess::~JackProcess() = default;
 
 void JackProcess::process(JackBuffers& buffers, std::uint32_t frames) {
     Table* const table = table_.load(std::memory_order_acquire);
+    const std::uint32_t start = buffers.periodStart();
+    if (expectedStart_ && start != *expectedStart_) {
+        skipCount_.fetch_add(1, std::memory_order_relaxed);
+    }
+    expectedStart_ = start + frames;
     if (table != nullptr && frames > 0) {
-        const std::uint32_t start = buffers.periodStart();
         readInputs(buffers, *table, start, frames);
         for (const JackOutput& output : table->outputs) {
             writeOutput(buffers, output, start, frames);
@@ -129,6 +133,7 @@ bool JackProcess::isUsingLatest() {
 }
 
 void JackProcess::clearPorts() {
+    expectedStart_.reset();
     table_.store(nullptr, std::memory_order_release);
     tables_.clear();
     usedGeneration_.store(generation_, std::memory_order_release);

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace corvel::hosts {
@@ -59,10 +60,12 @@ public:
     void setPorts(std::vector<JackInput> inputs, std::vector<JackOutput> outputs);
     /// Whether a period with the latest ports has ended. If so, frees the previous tables.
     [[nodiscard]] bool isUsingLatest();
-    /// Removes all ports, while no period runs.
+    /// Removes all ports, while no period runs. The next period may start at any frame.
     void clearPorts();
     /// The number of periods so far.
     [[nodiscard]] std::uint64_t periodCount() const { return periodCount_.load(std::memory_order_acquire); }
+    /// How often the server left out periods of this client. What arrived in them is lost.
+    [[nodiscard]] std::uint64_t skipCount() const { return skipCount_.load(std::memory_order_relaxed); }
 
     // Engine's queue
 
@@ -107,6 +110,10 @@ private:
     std::atomic<std::size_t> maxEventSize_ = std::size_t{32'000};
     std::atomic<std::uint64_t> lostInputCount_ = 0;
     std::atomic<std::uint64_t> lostOutputCount_ = 0;
+    std::atomic<std::uint64_t> skipCount_ = 0;
+
+    /// The first frame after the last period. Callback only.
+    std::optional<std::uint32_t> expectedStart_;
 
     /// All tables that the callback may still use, the latest at the end. Worker only.
     std::vector<std::unique_ptr<Table>> tables_;

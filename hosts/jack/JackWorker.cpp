@@ -163,6 +163,7 @@ void JackWorker::reportTroubles() {
         }
     };
     report(xrunCount_->load(std::memory_order_relaxed), reportedXruns_, "xruns");
+    report(process_->skipCount(), reportedSkips_, "gaps between periods, in which messages were lost");
     report(process_->lostInputCount(), reportedLostInput_, "messages that arrived were lost, too many at once");
     report(process_->lostOutputCount(), reportedLostOutput_, "messages were too long for a port");
     if (const std::uint64_t failed = std::exchange(failedPorts_, 0); failed > 0) {

@@ -145,6 +145,7 @@ private:
     /// Set on the library's threads.
     const std::shared_ptr<std::atomic<std::uint64_t>> xrunCount_ = std::make_shared<std::atomic<std::uint64_t>>(0);
     std::uint64_t reportedXruns_ = 0;
+    std::uint64_t reportedSkips_ = 0;
     std::uint64_t reportedLostInput_ = 0;
     std::uint64_t reportedLostOutput_ = 0;
     std::uint64_t failedPorts_ = 0;

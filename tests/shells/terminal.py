@@ -7,7 +7,7 @@ import signal
 import time
 
 PROMPT = "ready> "
-DEADLINE = 10
+DEADLINE = 30
 
 
 class Terminal:

@@ -236,6 +236,31 @@ TEST_F(JackWorkerTest, CountsXrunsInOneLineASecond) {
     EXPECT_EQ(diagnostics_.back(), "JACK: 1 xruns (8 so far)");
 }
 
+TEST_F(JackWorkerTest, CountsPeriodsThatTheServerLeavesOut) {
+    start();
+    server_->runPeriod();
+    server_->runPeriod();
+    server_->frame += server_->frames;
+    server_->runPeriod();
+    server_->frames = 64;
+    server_->runPeriod();
+    queue_->advance(1s);
+    EXPECT_EQ(diagnostics_.back(), "JACK: 1 gaps between periods, in which messages were lost (1 so far)");
+}
+
+TEST_F(JackWorkerTest, CountsNoGapWhenAnotherServerBeginsAtAnotherFrame) {
+    start();
+    server_->runPeriod();
+    server_->shutDown();
+    queue_->advance(10ms);
+    server_->isRunning = true;
+    server_->frame = 0;
+    queue_->advance(2s);
+    server_->runPeriod();
+    queue_->advance(1s);
+    EXPECT_THAT(diagnostics_, Not(Contains(HasSubstr("gaps"))));
+}
+
 TEST_F(JackWorkerTest, SaysHowManyPortsCouldNotBeConnected) {
     server_->addSource("seq:out");
     server_->addSource("keys:out");
