@@ -30,9 +30,16 @@ std::size_t heapAllocationCount() {
 
 }  // namespace corvel::tests
 
-// The library's other forms of new and delete call these.
+// The library's other forms of new and delete call these; those of an address sanitizer that do not throw do not.
 void* operator new(std::size_t size) {
     return allocate(size, alignof(std::max_align_t));
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return ::operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 void* operator new(std::size_t size, std::align_val_t alignment) {
     return allocate(size, static_cast<std::size_t>(alignment));
