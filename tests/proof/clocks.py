@@ -6,6 +6,9 @@ import time
 
 from proof import NAMES, Home, Proof, end, two_sets
 
+# After this time, a later start would give up. In seconds.
+ANSWER_LIMIT = 5
+
 
 def main():
     proof = Proof(__doc__)
@@ -22,11 +25,11 @@ def main():
                 time.clock_settime(time.CLOCK_REALTIME, start + proof.random.choice((-86400, -1, 1, 3600, 31536000)))
                 answer, took = home.ask("--set", NAMES[(number + 1) % 2])
                 tried += 1
-                held += b"done" in answer and took <= 1
+                held += b"done" in answer and took <= ANSWER_LIMIT
                 slowest = max(slowest, took)
         finally:
             time.clock_settime(time.CLOCK_REALTIME, start)
-        proof.report("Commands are answered within 1 s while the clock jumps", tried, held, f"slowest {slowest:.2f} s")
+        proof.report("Commands are answered within 5 s while the clock jumps", tried, held, f"slowest {slowest:.2f} s")
         status = end(router)
         result = home.run("--sets")
         proof.report("The document is whole and the program ends after the clock jumped", 1,

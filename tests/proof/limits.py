@@ -7,7 +7,7 @@ import signal
 import subprocess
 import time
 
-from proof import DEADLINE, NAMES, Home, Proof, end, two_sets, wait_until
+from proof import DEADLINE, NAMES, Home, Proof, end, problems, two_sets, wait_until
 
 LEAST_NUMBERS = 3
 
@@ -15,7 +15,7 @@ LEAST_NUMBERS = 3
 def document_is_whole(home):
     """Whether the document is one of two known forms of the same sets."""
     result = home.run("--sets")
-    return result.returncode == 0 and not result.stderr and result.stdout.count("connections") == 2
+    return result.returncode == 0 and not problems(result) and result.stdout.count("connections") == 2
 
 
 def read_until(stream, text):
@@ -43,7 +43,7 @@ class Limited:
             result = home.run(*arguments, **options)
             # A limit of the run may keep even its message from being written.
             is_clear = result.returncode == 0 or (result.returncode is not None and result.returncode > 0 and
-                                                  (result.stderr or is_silent))
+                                                  (problems(result) or is_silent))
             self.count(is_clear and document_is_whole(home), result.returncode,
                        f"{' '.join(arguments)}: status {result.returncode}, {result.stderr.strip()!r}")
 

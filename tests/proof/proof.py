@@ -133,6 +133,11 @@ class Home:
         return sorted(os.listdir(self.document.parent))
 
 
+def problems(result):
+    """What the program itself said on standard error; libraries may write there as well."""
+    return [line for line in result.stderr.splitlines() if line.startswith("corvel: ")]
+
+
 def end(process):
     """Ends the program as its user does; its status, or None if it had to be killed."""
     process.terminate()
