@@ -43,7 +43,7 @@ class Limited:
             result = home.run(*arguments, **options)
             # A limit of the run may keep even its message from being written.
             is_clear = result.returncode == 0 or (result.returncode is not None and result.returncode > 0 and
-                                                  (problems(result) or is_silent))
+                                                  (result.stderr or is_silent))
             self.count(is_clear and document_is_whole(home), result.returncode,
                        f"{' '.join(arguments)}: status {result.returncode}, {result.stderr.strip()!r}")
 
