@@ -19,6 +19,7 @@ from pathlib import Path
 
 # Far above what a busy machine needs, so that only a real failure reaches it. In seconds.
 DEADLINE = 20
+RETRY_PAUSE = 0.01
 
 SETS = ("00000000-0000-4000-8000-000000000001", "00000000-0000-4000-8000-000000000002")
 NAMES = ("Soft", "Loud")
@@ -99,7 +100,10 @@ class Home:
     def connect(self, limit=DEADLINE):
         """A connection to the running instance, as a later start makes it."""
         connection = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-        connection.settimeout(limit)
+        # Waits while the queue of connections is full, which a socket with Python's own time limit would not.
+        limits = struct.pack("ll", int(limit), 0)
+        connection.setsockopt(socket.SOL_SOCKET, socket.SO_SNDTIMEO, limits)
+        connection.setsockopt(socket.SOL_SOCKET, socket.SO_RCVTIMEO, limits)
         # The path may be too long for a socket's address, but not from its folder's descriptor.
         path = self.socket()
         folder = os.open(path.parent, os.O_RDONLY)
@@ -116,16 +120,23 @@ class Home:
         return b"corvel 2" + struct.pack(">I", len(body)) + body
 
     def ask(self, *arguments, limit=DEADLINE):
-        """The running instance's answer to a command and how long it took in seconds; empty if it gives none."""
+        """The running instance's answer to a command and how long it took in seconds; empty if it gives none. Tries
+        again after a connection that is closed without an answer, as a later start does."""
         start = time.monotonic()
-        try:
-            with self.connect(limit) as connection:
-                connection.sendall(self.request(*arguments))
+        answer = b""
+        while not answer and time.monotonic() - start < limit:
+            try:
+                with self.connect(limit) as connection:
+                    connection.sendall(self.request(*arguments))
+                    while part := connection.recv(65536):
+                        answer += part
+            except ConnectionRefusedError:
+                # Nobody listens.
+                break
+            except OSError:
                 answer = b""
-                while part := connection.recv(65536):
-                    answer += part
-        except OSError:
-            answer = b""
+            if not answer:
+                time.sleep(RETRY_PAUSE)
         return answer, time.monotonic() - start
 
     def names(self):
