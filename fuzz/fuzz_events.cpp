@@ -40,13 +40,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         snd_seq_event_t event{};
         const auto head = take(input, sizeof event);
         std::memcpy(&event, head.data(), head.size());
-        std::span<const std::uint8_t> bytes;
+        std::vector<std::uint8_t> bytes;
         const bool isVariable = snd_seq_ev_is_variable(&event);
         if (isVariable) {
             // The sequencer's library sets the pointer, and refuses a length without its bytes.
-            bytes = take(input, event.data.ext.len % kMaxData);
+            const auto variable = take(input, event.data.ext.len % kMaxData);
+            bytes.assign(variable.begin(), variable.end());
             event.data.ext.len = static_cast<unsigned>(bytes.size());
-            event.data.ext.ptr = const_cast<std::uint8_t*>(bytes.data());
+            event.data.ext.ptr = bytes.data();
         } else if (event.type == SND_SEQ_EVENT_SYSEX) {
             // Raw bytes that are said to be in the event itself, where another program left a length and a pointer.
             event.data.ext.len = static_cast<unsigned>(kMaxData);
