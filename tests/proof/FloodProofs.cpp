@@ -26,6 +26,12 @@ const Bytes kMark{0xFB};
 
 class FloodProof : public ProofFixture {
 protected:
+    FloodProof() {
+        synth_.addPort("In", SequencerPeer::kDestination);
+        synth_.setInputPool(kMaxPool);
+        connect("Stage Keyboard", "Stage Synth");
+    }
+
     /// Asks the running program every 200 ms on a thread of its own while the test floods it.
     class Questions {
     public:
@@ -74,38 +80,34 @@ protected:
     }
 
     /// After the flood: a mark from the keyboard arrives at the synth.
-    void reportAsBefore(SequencerPeer& keyboard, SequencerAddress keys, SequencerPeer& synth,
-                        const std::string& after) {
+    void reportAsBefore(const std::string& after) {
         const auto before = steady_clock::now();
         snd_seq_event_t mark{};
         mark.type = SND_SEQ_EVENT_CONTINUE;
         const auto isMark = [](const ReceivedEvent& event) { return event.bytes == kMark; };
-        const bool isThere = synth.readUntil([&] {
+        const bool isThere = synth_.readUntil([&] {
             // Refused until the router has read the rest of the flood.
-            keyboard.emit(keys, mark);
-            return std::any_of(synth.received().begin(), synth.received().end(), isMark);
+            keyboard_.emit(keys_, mark);
+            return std::any_of(synth_.received().begin(), synth_.received().end(), isMark);
         });
         const auto taken = steady_clock::now() - before;
         report("Everything is as before within 1 s after " + after, 1, isThere && taken <= limit(kAsBefore) ? 1 : 0,
                std::to_string(taken / milliseconds(1)) + " ms");
     }
 
+    SequencerPeer keyboard_{"Stage Keyboard"};
+    const SequencerAddress keys_ = keyboard_.addPort("Out", SequencerPeer::kSource);
+    SequencerPeer synth_{"Stage Synth"};
     long maxMemoryKiB_ = 0;
 };
 
 TEST_F(FloodProof, ReceiversThatAreSlowStoppedOrGoneCostTheOthersNothing) {
     const auto duration = kLeastDuration * scale();
-    SequencerPeer keyboard("Stage Keyboard");
-    const SequencerAddress keys = keyboard.addPort("Out", SequencerPeer::kSource);
-    SequencerPeer synth("Stage Synth");
-    synth.addPort("In", SequencerPeer::kDestination);
-    synth.setInputPool(kMaxPool);
     SequencerPeer deaf("Deaf Synth");
     deaf.addPort("In", SequencerPeer::kDestination);
     SequencerPeer slow("Slow Synth");
     slow.addPort("In", SequencerPeer::kDestination);
     slow.setReadingPace(milliseconds(1));
-    connect("Stage Keyboard", "Stage Synth");
     std::vector<std::unique_ptr<SequencerFlood>> floods;
     for (const std::string name : {"Flood 1", "Flood 2", "Flood 3", "Flood 4"}) {
         floods.push_back(std::make_unique<SequencerFlood>(name));
@@ -120,14 +122,14 @@ TEST_F(FloodProof, ReceiversThatAreSlowStoppedOrGoneCostTheOthersNothing) {
     }
     Questions questions(*this);
     // Without this pace one read would last as long as the flood.
-    synth.setReadingPace(milliseconds(1));
+    synth_.setReadingPace(milliseconds(1));
     std::optional<SequencerPeer> guest;
     std::size_t arrived = 0;
     auto change = steady_clock::now();
     for (const auto begin = change; steady_clock::now() - begin < duration;) {
-        synth.readWaiting();
-        arrived += synth.received().size();
-        synth.forgetReceived();
+        synth_.readWaiting();
+        arrived += synth_.received().size();
+        synth_.forgetReceived();
         slow.readWaiting();
         slow.forgetReceived();
         watchMemory();
@@ -147,8 +149,8 @@ TEST_F(FloodProof, ReceiversThatAreSlowStoppedOrGoneCostTheOthersNothing) {
     }
     reportMemory("a flood");
     report("A receiver that reads gets notes during a flood", 1, arrived > 0 ? 1 : 0, std::to_string(arrived));
-    synth.setReadingPace(milliseconds(0));
-    reportAsBefore(keyboard, keys, synth, "a flood");
+    synth_.setReadingPace(milliseconds(0));
+    reportAsBefore("a flood");
     terminate();
 }
 
@@ -157,12 +159,6 @@ protected:
     /// A note in a circle of as many connections of the kernel's through port with itself.
     void circulate(unsigned connections) {
         const auto duration = kLeastDuration * scale();
-        SequencerPeer keyboard("Stage Keyboard");
-        const SequencerAddress keys = keyboard.addPort("Out", SequencerPeer::kSource);
-        SequencerPeer synth("Stage Synth");
-        synth.addPort("In", SequencerPeer::kDestination);
-        synth.setInputPool(kMaxPool);
-        connect("Stage Keyboard", "Stage Synth");
         const std::string through = "Midi Through Port-0";
         const std::int32_t source = endpointID("source", "Midi Through", 0, through);
         const std::int32_t destination = endpointID("destination", "Midi Through", 0, through);
@@ -170,14 +166,14 @@ protected:
             file_.add({.sourceID = source, .destinationID = destination});
         }
         ASSERT_NO_FATAL_FAILURE(start());
-        ASSERT_TRUE(waitUntilHeard(keyboard, keys));
-        const SequencerAddress port = keyboard.find("Midi Through", through);
-        ASSERT_TRUE(waitUntilHeard(keyboard, port));
-        ASSERT_GE(keyboard.emitTo(keys, port, noteEvent(SND_SEQ_EVENT_NOTEON, 0, 60, 100)), 0);
+        ASSERT_TRUE(waitUntilHeard(keyboard_, keys_));
+        const SequencerAddress port = keyboard_.find("Midi Through", through);
+        ASSERT_TRUE(waitUntilHeard(keyboard_, port));
+        ASSERT_GE(keyboard_.emitTo(keys_, port, noteEvent(SND_SEQ_EVENT_NOTEON, 0, 60, 100)), 0);
         const std::string during = "a loop of " + std::to_string(connections);
         Questions questions(*this);
         for (const auto begin = steady_clock::now(); steady_clock::now() - begin < duration;) {
-            synth.readWaiting();
+            synth_.readWaiting();
             watchMemory();
             std::this_thread::sleep_for(milliseconds(50));
         }
@@ -188,7 +184,7 @@ protected:
         report("The connections of " + during + " can be deleted within 1 s", 1,
                answer.exitCode == 0 && answer.duration <= limit(kMaxAnswer) ? 1 : 0,
                std::to_string(answer.duration.count()) + " ms");
-        reportAsBefore(keyboard, keys, synth, during);
+        reportAsBefore(during);
         terminate();
     }
 };
