@@ -38,10 +38,11 @@ constexpr double kCallbackLimit = 0.05;
 constexpr double kShortestPeriod = 32.0 / 48'000 * 1e9;
 constexpr std::size_t kCallbackMessages = 10;
 
-void print(const char* name, const JackRun& run, std::uint32_t period) {
+void print(const char* name, const JackRun& run) {
     std::printf("%5u frames, %-10s | delay %8.3f periods | jitter %5lld frames | lost %zu of %zu%s | xruns %zu\n",
-                period, name, run.meanDelay / period, static_cast<long long>(run.maximumDelay - run.minimumDelay),
-                run.sent - run.received, run.sent, run.isInOrder ? "" : ", OUT OF ORDER", run.xruns);
+                run.period, name, run.meanDelay / run.period,
+                static_cast<long long>(run.maximumDelay - run.minimumDelay), run.sent - run.received, run.sent,
+                run.isInOrder ? "" : ", OUT OF ORDER", run.xruns);
     std::fflush(stdout);
 }
 
@@ -71,18 +72,17 @@ private:
 
 int measureWire(std::size_t messages, std::size_t perPeriod) {
     JackWire wire;
-    const std::uint32_t period = wire.period();
     wire.connectDirectly();
     wire.waitForRouter();
     const JackRun direct = wire.play(messages, perPeriod);
-    print("direct", direct, period);
+    print("direct", direct);
     wire.disconnect();
 
     const Corvel corvel;
     wire.waitForRouter();
     const JackRun routed = wire.play(messages, perPeriod);
-    print("Corvel", routed, period);
-    const double added = (routed.meanDelay - direct.meanDelay) / period;
+    print("Corvel", routed);
+    const double added = (routed.meanDelay - direct.meanDelay) / routed.period;
     const std::int64_t jitter =
         (routed.maximumDelay - routed.minimumDelay) - (direct.maximumDelay - direct.minimumDelay);
     const bool isMet = routed.received == messages && routed.isInOrder && added <= kDelayLimit &&
@@ -117,14 +117,14 @@ int measureCallback(std::chrono::seconds duration) {
     engine->updateRoutes({tests::makeRoute({.id = tests::makeID(1),
                                             .sourceID = find(endpoints.sources, JackWire::kPlayer),
                                             .destinationID = find(endpoints.destinations, JackWire::kListener)})});
-    wire.waitForRouter();
+    const std::uint32_t period = wire.waitForRouter().period;
     // What the first periods have to do but once does not count.
     times->maximum = 0;
     times->sum = 0;
     times->periods = 0;
-    const auto periods = static_cast<std::size_t>(duration.count()) * wire.frameRate() / wire.period();
+    const auto periods = static_cast<std::size_t>(duration.count()) * wire.frameRate() / period;
     const JackRun run = wire.play(periods * kCallbackMessages, kCallbackMessages);
-    print("Corvel", run, wire.period());
+    print("Corvel", run);
     const double share = static_cast<double>(times->maximum) / kShortestPeriod;
     const bool isMet = share <= kCallbackLimit && run.xruns == 0 && run.received == run.sent;
     std::printf("    process callback with %zu messages: mean %.2f us, worst %.2f us of %llu periods\n",

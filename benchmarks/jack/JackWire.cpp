@@ -82,9 +82,13 @@ void JackWire::disconnect() {
     jack_port_disconnect(player_.get(), output_);
 }
 
-void JackWire::waitForRouter() {
+JackRun JackWire::waitForRouter() {
     const auto deadline = std::chrono::steady_clock::now() + kPatience;
-    while (play(1, 1).received == 0) {
+    while (true) {
+        const JackRun first = play(1, 1);
+        if (first.received > 0) {
+            return first;
+        }
         if (std::chrono::steady_clock::now() > deadline) {
             throw std::runtime_error("nothing arrives");
         }
@@ -120,7 +124,8 @@ JackRun JackWire::play(std::size_t count, std::size_t perPeriod) {
     wanted_ = 0;
     std::this_thread::sleep_for(50ms);
     const std::size_t received = received_;
-    return {.sent = sent_,
+    return {.period = period_,
+            .sent = sent_,
             .received = received,
             .isInOrder = isInOrder_,
             .minimumDelay = minimumDelay_,
@@ -130,6 +135,7 @@ JackRun JackWire::play(std::size_t count, std::size_t perPeriod) {
 }
 
 void JackWire::playPeriod(std::uint32_t frames) {
+    period_ = frames;
     void* const buffer = jack_port_get_buffer(output_, frames);
     jack_midi_clear_buffer(buffer);
     const std::size_t wanted = wanted_;

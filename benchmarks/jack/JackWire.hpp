@@ -13,6 +13,8 @@ namespace corvel::benchmarks {
 
 /// What a run of messages from the player to the listener came to. Delays are in frames.
 struct JackRun {
+    /// The length of the last period, in frames. PipeWire sets it only after a client is active.
+    std::uint32_t period = 0;
     std::size_t sent = 0;
     std::size_t received = 0;
     bool isInOrder = true;
@@ -34,15 +36,14 @@ public:
     JackWire(const JackWire&) = delete;
     JackWire& operator=(const JackWire&) = delete;
 
-    [[nodiscard]] std::uint32_t period() const { return jack_get_buffer_size(player_.get()); }
     [[nodiscard]] std::uint32_t frameRate() const { return jack_get_sample_rate(player_.get()); }
 
     /// Connects the two ports with each other, and takes them apart.
     void connectDirectly();
     void disconnect();
 
-    /// Plays until the first message arrives; throws if none does.
-    void waitForRouter();
+    /// Plays until the first message arrives, and returns that run; throws if none does.
+    JackRun waitForRouter();
 
     /// Plays this many messages, so many in each period, and waits until all that will arrive has arrived.
     [[nodiscard]] JackRun play(std::size_t count, std::size_t perPeriod);
@@ -64,6 +65,7 @@ private:
     std::size_t perPeriod_ = 0;
     std::atomic<std::size_t> wanted_ = 0;
     std::atomic<std::size_t> sent_ = 0;
+    std::atomic<std::uint32_t> period_ = 0;
     /// The frame of each message that was played.
     std::vector<std::uint32_t> frames_;
 
