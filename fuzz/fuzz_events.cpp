@@ -61,11 +61,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (!decoded) {
             continue;
         }
+        require(!decoded->empty(), "an event that is MIDI has bytes", because);
         if (event.type == SND_SEQ_EVENT_SYSEX) {
             require(std::ranges::equal(*decoded, bytes), "raw bytes arrive unchanged", because);
             continue;
         }
-        require(!decoded->empty(), "an event that is MIDI has bytes", because);
         const std::vector<std::uint8_t> messages(decoded->begin(), decoded->end());
         require(messages.size() <= kMaxShortBytes, "an event without data is a few messages", because);
         require(messages.front() >= 0x80, "a message begins with its status", because);

@@ -231,8 +231,8 @@ EventDecoder::EventDecoder() {
 std::optional<MIDIBytes> EventDecoder::decode(const snd_seq_event_t& event) {
     std::optional<MIDIBytes> bytes = channelMessage(event);
     if (!bytes && event.type == SND_SEQ_EVENT_SYSEX) {
-        // Another program can send such an event without its bytes. Its pointer is invalid here.
-        if (snd_seq_ev_is_variable(&event)) {
+        // Another program can send such an event without its bytes, where the pointer is invalid, or with none.
+        if (snd_seq_ev_is_variable(&event) && event.data.ext.len > 0) {
             bytes.emplace(std::span(static_cast<const std::uint8_t*>(event.data.ext.ptr), event.data.ext.len));
         }
     } else if (!bytes) {

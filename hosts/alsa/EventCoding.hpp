@@ -21,7 +21,7 @@ public:
     EventDecoder();
 
     /// The event's bytes: one message, the messages of a 14-bit controller or a parameter number, or a piece of a SysEx
-    /// message. No value for events that are not MIDI or came without their bytes.
+    /// message. No value for events that are not MIDI or came without bytes.
     [[nodiscard]] std::optional<MIDIBytes> decode(const snd_seq_event_t& event);
 
 private:

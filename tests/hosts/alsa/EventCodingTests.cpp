@@ -125,6 +125,13 @@ TEST(EventCoding, LeavesOutASysExMessageThatCameWithoutItsBytes) {
     EXPECT_EQ(decoded(event), std::nullopt);
 }
 
+TEST(EventCoding, LeavesOutASysExMessageOfNoBytes) {
+    std::uint8_t none = 0;
+    snd_seq_event_t event{};
+    snd_seq_ev_set_sysex(&event, 0, &none);
+    EXPECT_EQ(decoded(event), std::nullopt);
+}
+
 TEST(EventCoding, CutsSysExBytesIntoEventsOf1024) {
     Bytes message(2'500, 0x11);
     message.front() = 0xF0;
