@@ -230,5 +230,79 @@ TEST_F(JackProgram, SettlesWhenManyPortsComeAtOnceAndGoAgain) {
     EXPECT_EQ(router.wait(kDeadline), 0);
 }
 
+TEST_F(JackProgram, KnowsFiveHundredPortsThatAppearAtOnce) {
+    constexpr std::size_t kPorts = 500;
+    server_.start();
+    ChildProcess router = startRouter();
+    ASSERT_TRUE(router.waitForError("Endpoint reload (initial load): 0 sources", kDeadline));
+    JackPeer peer("peer", 0);
+    ASSERT_EQ(peer.addExtraPorts(0, kPorts), kPorts);
+    EXPECT_TRUE(router.waitForError(" 501 sources, 1 destinations", kDeadline)) << router.standardError();
+    peer.removeExtraPorts();
+    EXPECT_TRUE(router.waitForError(" 1 sources, 1 destinations", kDeadline)) << router.standardError();
+    router.signal(SIGTERM);
+    EXPECT_EQ(router.wait(kDeadline), 0);
+}
+
+TEST_F(JackProgram, AnswersAndSettlesWhileAProgramRegistersAThousandPortsASecond) {
+    server_.start();
+    ChildProcess router = start({"--headless", "--midi", "jack"});
+    ASSERT_TRUE(router.waitForError("Endpoint reload (initial load): 0 sources", kDeadline));
+    JackPeer peer("peer", 0);
+    std::chrono::milliseconds slowest{0};
+    std::size_t registered = 0;
+    const auto begin = std::chrono::steady_clock::now();
+    while (std::chrono::steady_clock::now() - begin < 3s) {
+        for (int count = 0; count < 500; ++count, ++registered) {
+            ASSERT_EQ(peer.addExtraPorts(registered, 1), 1U);
+            peer.removeExtraPorts();
+        }
+        const auto asked = std::chrono::steady_clock::now();
+        EXPECT_EQ(run({"--sets"}), "* Default (0 connections)\n");
+        slowest = std::max(
+            slowest, std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - asked));
+    }
+    EXPECT_LT(slowest, 5s) << "an answer takes a new process some 50 ms";
+    EXPECT_GT(registered, 1'000U);
+    EXPECT_TRUE(waitForAnswer({"--list", "--midi", "jack"}, "peer"));
+    const std::string last = "Endpoint reload (notification settled): 1 sources, 1 destinations";
+    EXPECT_TRUE(router.waitForError(last, kDeadline)) << router.standardError();
+    router.signal(SIGTERM);
+    EXPECT_EQ(router.wait(kDeadline), 0);
+}
+
+TEST_F(JackProgram, RoutesOnWhenTheServerChangesItsPeriodAndFreewheelsAndAPortIsRenamed) {
+    server_.start();
+    JackPeer player("player", 0);
+    JackPeer recorder("recorder", 1'000, &player);
+    ASSERT_TRUE(waitForAnswer({"--list", "--midi", "jack"}, "recorder"));
+    ASSERT_EQ(run({"--connect", "player", "recorder", "--channel", "3", "--midi", "jack"}),
+              "Added output channel Ch 3\n");
+    ChildProcess router = start({"--headless", "--midi", "jack"});
+    const auto arrives = [&] {
+        const std::size_t before = recorder.arrivedCount();
+        return waitUntil(router, [&] {
+            player.play(1, 1);
+            std::this_thread::sleep_for(50ms);
+            return recorder.arrivedCount() > before;
+        });
+    };
+    ASSERT_TRUE(arrives()) << router.standardError();
+    ChildProcess period({"jack_bufsize", "256"});
+    EXPECT_EQ(period.wait(kDeadline), 0);
+    ASSERT_TRUE(waitUntil(router, [&] { return recorder.period() == 256; }));
+    EXPECT_TRUE(arrives()) << router.standardError();
+    ChildProcess begin({"jack_freewheel", "y"});
+    EXPECT_EQ(begin.wait(kDeadline), 0);
+    EXPECT_TRUE(arrives()) << router.standardError();
+    ChildProcess end({"jack_freewheel", "n"});
+    EXPECT_EQ(end.wait(kDeadline), 0);
+    EXPECT_TRUE(arrives()) << router.standardError();
+    player.renameOutput("elsewhere");
+    EXPECT_TRUE(arrives()) << router.standardError();
+    router.signal(SIGTERM);
+    EXPECT_EQ(router.wait(kDeadline), 0);
+}
+
 }  // namespace
 }  // namespace corvel::tests

@@ -55,6 +55,31 @@ void JackPeer::connectDirectly() {
     ::jack_connect(client_, ::jack_port_name(player_.output_), ::jack_port_name(input_));
 }
 
+std::size_t JackPeer::addExtraPorts(std::size_t first, std::size_t count) {
+    std::size_t taken = 0;
+    for (std::size_t number = first; number < first + count; ++number) {
+        const std::string name = "extra" + std::to_string(number);
+        jack_port_t* const port =
+            ::jack_port_register(client_, name.c_str(), JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
+        if (port != nullptr) {
+            extraPorts_.push_back(port);
+            ++taken;
+        }
+    }
+    return taken;
+}
+
+void JackPeer::removeExtraPorts() {
+    for (jack_port_t* const port : extraPorts_) {
+        ::jack_port_unregister(client_, port);
+    }
+    extraPorts_.clear();
+}
+
+void JackPeer::renameOutput(const std::string& name) {
+    ::jack_port_rename(client_, output_, name.c_str());
+}
+
 void JackPeer::process(jack_nframes_t frames) {
     const jack_nframes_t start = ::jack_last_frame_time(client_);
     void* const output = ::jack_port_get_buffer(output_, frames);

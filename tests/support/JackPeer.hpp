@@ -39,6 +39,12 @@ public:
     /// Connects the player's output directly to the input.
     void connectDirectly();
 
+    /// Adds output ports that play nothing, named "extra" and a number from `first` on. Returns how many the server
+    /// took.
+    std::size_t addExtraPorts(std::size_t first, std::size_t count);
+    void removeExtraPorts();
+    void renameOutput(const std::string& name);
+
     [[nodiscard]] std::uint32_t playedCount() const { return played_.load(std::memory_order_acquire); }
     [[nodiscard]] std::size_t arrivedCount() const { return arrived_.load(std::memory_order_acquire); }
     [[nodiscard]] const Arrival& arrival(std::size_t index) const { return arrivals_[index]; }
@@ -55,6 +61,7 @@ private:
     jack_client_t* client_ = nullptr;
     jack_port_t* output_ = nullptr;
     jack_port_t* input_ = nullptr;
+    std::vector<jack_port_t*> extraPorts_;
     std::atomic<std::uint32_t> wanted_ = 0;
     std::atomic<std::uint32_t> perPeriod_ = 1;
     std::atomic<std::uint32_t> played_ = 0;
