@@ -1,4 +1,5 @@
-// More than any router can deliver: receivers that are slow, stop reading or leave, and connections that feed back.
+// More messages than any router can deliver: to receivers that are slow, stop reading or leave, and in connections that
+// feed back.
 
 #include "tests/proof/ProofFixture.hpp"
 #include "tests/support/SequencerFlood.hpp"
@@ -80,14 +81,14 @@ protected:
                "at most " + std::to_string(maxMemoryKiB_ / 1024) + " MB");
     }
 
-    /// After the flood: a mark from the keyboard arrives at the synth.
+    /// Plays a mark on the keyboard after the flood, and reports the time until it arrives at the synth.
     void reportAsBefore(const std::string& after) {
         const auto before = steady_clock::now();
         snd_seq_event_t mark{};
         mark.type = SND_SEQ_EVENT_CONTINUE;
         const auto isMark = [](const ReceivedEvent& event) { return event.bytes == kMark; };
         const bool isThere = synth_.readUntil([&] {
-            // Refused until the router has read the rest of the flood.
+            // The sequencer refuses the mark until the router has read the rest of the flood.
             keyboard_.emit(keys_, mark);
             return std::any_of(synth_.received().begin(), synth_.received().end(), isMark);
         });
@@ -104,7 +105,7 @@ protected:
 
 TEST_F(FloodProof, ReceiversThatAreSlowStoppedKilledOrGoneLeaveTheOthersTheirNotes) {
     const auto duration = kLeastDuration * scale();
-    // Runs in a process of its own, to be stopped and killed. Without buffering, to see when it has its port.
+    // A process of its own can be stopped and killed. Its output shows when its port exists.
     ChildProcess stopped({"stdbuf", "-oL", "aseqdump"});
     ASSERT_TRUE(stopped.waitForOutput("Waiting for data", kDeadline));
     stopped.signal(SIGSTOP);
@@ -125,7 +126,7 @@ TEST_F(FloodProof, ReceiversThatAreSlowStoppedKilledOrGoneLeaveTheOthersTheirNot
         flood->begin();
     }
     Questions questions(*this);
-    // Without this pace one read would last as long as the flood.
+    // Without this pace one read would not end before the flood.
     synth_.setReadingPace(milliseconds(1));
     std::optional<SequencerPeer> guest;
     std::size_t arrived = 0;
@@ -163,7 +164,7 @@ TEST_F(FloodProof, ReceiversThatAreSlowStoppedKilledOrGoneLeaveTheOthersTheirNot
 
 class LoopProof : public FloodProof {
 protected:
-    /// A note in a circle of as many connections of the kernel's through port with itself.
+    /// Plays one note into this many connections from the kernel's through port to itself, where it circulates.
     void circulate(unsigned connections) {
         const auto duration = kLeastDuration * scale();
         const std::string through = "Midi Through Port-0";

@@ -43,7 +43,7 @@ bool isUTF8(const std::string& text) {
 
 class NameProof : public ProofFixture {
 protected:
-    /// Names with each byte once, what has meaning elsewhere, and random bytes.
+    /// Names with each byte, names that are markup, commands or escape sequences for other programs, and random bytes.
     std::vector<std::string> names() {
         std::vector<std::string> all;
         for (int byte = 1; byte < 256; ++byte) {
@@ -137,7 +137,7 @@ TEST_F(NameProof, EveryNameIsShownAsTextInOneLine) {
     report("Each endpoint has one line in the list", 1, rows >= listed && rows <= listed + kMaxHeadings ? 1 : 0,
            std::to_string(listed) + " endpoints, " + std::to_string(rows) + " lines");
 
-    // Routed to many of the names, and written as one line each.
+    // One message to many of these destinations.
     const nlohmann::json& destinations = found["destinations"];
     constexpr std::size_t kMaxConnections = 90;
     const std::size_t step = destinations.size() / kMaxConnections + 1;

@@ -25,7 +25,7 @@ constexpr seconds kLeastDuration{10};
 constexpr seconds kWholeWarmUp{60};
 constexpr milliseconds kMaxAbsence{50};
 constexpr long kMaxGrowthKiB = 1024;
-/// A show of a few seconds is over before the window has everything that it will ever need.
+/// The limit for a shorter run: in its first minute the window still allocates memory that it keeps.
 constexpr long kMaxEarlyGrowthKiB = 8192;
 
 /// The message of a device with this number: clock, controllers and notes in turn.
@@ -140,7 +140,7 @@ TEST_F(PlayProof, AShowWithTheWindowOpenLosesNothingAndKeepsItsMemory) {
             }
             static_cast<void>(corvel_->standardError());
         }
-        // After a machine without time, the players go on and do not make up for more than this.
+        // If the machine had no time for this thread, it makes up for at most 50 ms of messages.
         next = std::max(next + milliseconds(1), steady_clock::now() - milliseconds(50));
     }
     isToEnd = true;

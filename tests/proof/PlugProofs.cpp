@@ -60,7 +60,7 @@ public:
     [[nodiscard]] unsigned overruns() const { return synth_.overruns(); }
 
 private:
-    /// After a machine without time, a player goes on and does not make up for more than this.
+    /// If the machine had no time for the player, it makes up for at most 50 ms of notes.
     static steady_clock::time_point latestStart() { return steady_clock::now() - milliseconds(50); }
 
     void play() {
@@ -122,7 +122,7 @@ TEST_F(PlugProof, ADeviceThatComesAndGoesIsRoutedAgainAtOnceAndCostsOthersNothin
     ASSERT_TRUE(waitUntilHeard(steady.keyboard(), steady.keys()));
     steady.begin();
 
-    // What the first cycles allocate, later ones use again.
+    // Later cycles reuse the memory that the first ones allocate.
     const unsigned warmUp = std::max(5U, cycles / 10);
     long memoryBefore = 0;
     std::size_t descriptorsBefore = 0;
@@ -156,7 +156,7 @@ TEST_F(PlugProof, ADeviceThatComesAndGoesIsRoutedAgainAtOnceAndCostsOthersNothin
             prompt += rebound <= limit(kMaxRebinding) ? 1 : 0;
             routedWhole += isWhole ? 1 : 0;
         }
-        // Sometimes before the delayed reload, sometimes in it, sometimes after it.
+        // The device leaves before, during or after the delayed reload.
         std::this_thread::sleep_for(milliseconds(random_.below(kMaxPauseMs)));
         static_cast<void>(corvel_->standardError());
     }

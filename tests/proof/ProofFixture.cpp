@@ -40,7 +40,7 @@ std::filesystem::path socketIn(const std::filesystem::path& folder) {
     return {};
 }
 
-/// What the program sends back, up to the end of the connection or the time limit.
+/// Sends the message and returns the program's answer, up to the end of the connection or the time limit.
 std::string exchanged(const std::filesystem::path& path, const std::string& message) {
     const int connection = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const timeval limit{kAnswerLimitSeconds, 0};

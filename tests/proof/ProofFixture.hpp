@@ -20,13 +20,14 @@ struct TimedAnswer {
     std::chrono::milliseconds duration{0};
 };
 
-/// A promise that `script/prove` tries many times. The same test runs a few times in `script/test`, where each also
-/// fails like any other test. Belongs to the test's thread, except `ask`.
+/// The base of tests of a promise. `script/prove` tries each promise many times, `script/test` a few times. A promise
+/// that does not hold fails its test. Belongs to the test's thread, except `ask`.
 class ProofFixture : public SequencerProgramFixture {
 protected:
-    /// How much more is tried than the minimum: CORVEL_PROOF_SCALE, or 1.
+    /// The factor by which more is tried than the minimum: CORVEL_PROOF_SCALE, or 1.
     [[nodiscard]] static unsigned scale();
-    /// The time limit that a promise names. Twenty times as long in `script/test`, whose machine is emulated and busy.
+    /// The time limit of a promise, and 20 times as much without CORVEL_PROOF_SCALE, as in `script/test`, whose machine
+    /// is emulated and busy.
     [[nodiscard]] static std::chrono::milliseconds limit(std::chrono::milliseconds promised);
     /// Makes a run repeatable: CORVEL_PROOF_SEED, or 1.
     [[nodiscard]] static unsigned seed();
@@ -35,14 +36,15 @@ protected:
     /// held. `detail` says how far from the limit it was.
     static void report(const std::string& promise, std::size_t tried, std::size_t held, const std::string& detail = {});
 
-    /// Sends a command to the running program over its socket, as a later start does. Callable on any thread: it needs
-    /// nothing but the document's name, so it measures the program and not the start of another.
+    /// Sends a command to the running program over its socket, as a later start does, but starts no process, so that
+    /// only the running program is measured. Any thread.
     [[nodiscard]] TimedAnswer ask(std::vector<std::string> arguments) const;
 
     /// The number of open descriptors of the program.
     [[nodiscard]] std::size_t descriptors() const;
 
-    /// Starts the program with its window, which is drawn in memory, on the document as it is. Returns when it answers.
+    /// Starts the program on the present document, with its window, which is drawn only in memory. Returns when it
+    /// answers.
     void startWindow();
 
     RandomSource random_{seed()};

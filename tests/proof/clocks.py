@@ -1,12 +1,12 @@
-"""The clock is set back and forth while the program routes and saves. Only on a virtual
-machine: it sets the clock of the whole machine."""
+"""Sets the system clock back and forth while the program carries out commands. Only in the virtual machine of
+tests/support/with-alsa, because it sets the clock of the whole machine."""
 
 import os
 import time
 
 from proof import NAMES, Home, Proof, end, two_sets
 
-# After this time, a later start would give up. In seconds.
+# The time after which a later start gives up, in seconds.
 ANSWER_LIMIT = 5
 
 

@@ -1,4 +1,4 @@
-"""Disks that are full or read-only, folders that go, files that others change: the user's file is never lost."""
+"""Full and read-only disks, documents that are damaged, changed or replaced: the user's file is never lost."""
 
 import os
 import resource
@@ -23,7 +23,7 @@ def contents(home):
 
 
 def wrong_shapes(proof):
-    """Documents that cannot be read: told what is wrong, and the file stays or is kept under another name."""
+    """Every document of the corpus. If it cannot be read, a message names it, and it stays or is kept as a copy."""
     tried = kept = told = unreadable = ended = 0
     for path in sorted(CORPUS.glob("*/*.json")):
         text = path.read_bytes()
@@ -45,7 +45,7 @@ def wrong_shapes(proof):
 
 
 def damaged(proof):
-    """Random damage to a whole document."""
+    """Valid documents with random damage."""
     tried = kept = ended = 0
     whole = two_sets(0, 3).encode()
     for _ in range(20 * proof.scale):
@@ -81,7 +81,7 @@ def other_user():
 
 
 def full_disk(proof):
-    """No write beyond a size succeeds, as on a full disk or beyond a quota."""
+    """Writes beyond a random file size fail, as on a full disk or beyond a quota."""
     tried = kept = told = 0
     for _ in range(5 * proof.scale):
         with Home(proof.program) as home:
@@ -143,7 +143,7 @@ def read_only(proof):
 
 
 def changed_while_running(proof):
-    """While the program runs, others replace, edit, move or delete the document. It goes on and loses nothing."""
+    """While the program runs, another program overwrites the document. The program goes on and keeps that text."""
     texts = {"an edit": two_sets(0, 7).encode(), "rubbish": b"not a document", "nothing": b""}
     tried = kept = survived = 0
     for _ in range(proof.scale):

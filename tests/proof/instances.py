@@ -1,4 +1,4 @@
-"""Other programs at the socket of the running instance: the user's commands are answered all the same."""
+"""Other programs use and flood the socket of the running instance. The user's commands are still answered."""
 
 import os
 import resource
@@ -16,7 +16,8 @@ REQUEST_LIMIT = 1_048_576
 
 
 class Attack:
-    """What other programs do while the user gives commands. `run` is repeated on threads of its own."""
+    """The actions of other programs while the user gives commands. `run` is repeated on separate threads. The docstring
+    of a subclass names the attack in the report."""
 
     threads = 1
 
@@ -137,7 +138,7 @@ def attacked(proof, kind):
         deadline = time.monotonic() + LEAST_SECONDS * proof.scale
         while time.monotonic() < deadline:
             name = NAMES[tried % 2]
-            # Without --set's effect the command would not be known to have been carried out.
+            # A different set each time, so that each command has something to do.
             answer, took = home.ask("--set", name)
             tried += 1
             held += took <= LIMIT and b"done" in answer
@@ -157,7 +158,7 @@ def attacked(proof, kind):
 
 
 def other_user(proof):
-    """Another user can neither give commands nor take the name first."""
+    """Another user can neither give commands nor block the user's own by creating the folder of the socket first."""
     if os.geteuid() != 0:
         print("only root can act as another user")
         return
@@ -166,7 +167,7 @@ def other_user(proof):
     with Home(proof.program) as home:
         home.document.write_text(two_sets(0, 3))
         router = home.start_router()
-        # Even if the folders let them in.
+        # Lets the other user reach the socket.
         for folder in (home.folder, home.folder / "runtime", home.folder / "runtime" / "corvel"):
             folder.chmod(0o755)
         home.socket().chmod(0o777)

@@ -40,7 +40,7 @@ class Kills:
         self.most_temporaries = 0
 
     def wait_for_a_moment(self, ended):
-        """Every second time any moment; otherwise a moment of the save, which a temporary file shows."""
+        """Waits at random for any moment or for a moment of the save, which a temporary file shows."""
         if self.proof.random.random() < 0.5:
             time.sleep(self.proof.random.uniform(0, 0.08))
         else:
@@ -49,7 +49,7 @@ class Kills:
             time.sleep(self.proof.random.uniform(0, 0.004))
 
     def look(self):
-        """After a kill: which form the document has."""
+        """Counts a kill and the form in which it left the document."""
         self.tried += 1
         found = self.home.document.read_bytes() if self.home.document.exists() else b""
         for name, form in self.forms.items():
@@ -66,7 +66,7 @@ class Kills:
         return NAMES[1 - NAMES.index(self.current)]
 
     def report(self, where):
-        """What held, and that the next save clears up."""
+        """Reports the counts, and whether the next save deletes the temporary files."""
         self.proof.report(f"A kill {where} leaves the old or the new document", self.tried, self.whole,
                           f"{self.during_save} while a file was being written, {self.saved} after the change")
         self.home.run("--set", self.other())
@@ -100,14 +100,14 @@ def kill_instances(proof):
         answers = 0
         for _ in range(LEAST_TRIES * proof.scale):
             router = home.start_router()
-            # The first one waits for the program's start.
+            # This command waits until the program has started.
             home.ask("--sets")
             performer = threading.Thread(target=switch_sets, args=(home, router))
             performer.start()
             time.sleep(proof.random.uniform(0, 0.3))
             os.kill(router.pid, signal.SIGKILL)
             router.wait()
-            # Without its instance, each command ends at once.
+            # Commands end at once if there is no instance.
             performer.join(DEADLINE)
             answers += not performer.is_alive()
             kills.look()

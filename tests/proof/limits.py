@@ -1,4 +1,4 @@
-"""A machine that gives the program little: it ends with a message or goes on, and never tears the document."""
+"""The program under tight limits: it works or ends with a message, and the document stays whole."""
 
 import os
 import resource
@@ -13,13 +13,13 @@ LEAST_NUMBERS = 3
 
 
 def document_is_whole(home):
-    """Whether the document is one of two known forms of the same sets."""
+    """Whether the program can read the document and finds both sets in it."""
     result = home.run("--sets")
     return result.returncode == 0 and not problems(result) and result.stdout.count("connections") == 2
 
 
 def read_until(stream, text):
-    """What the program has written up to this text, its end or the deadline."""
+    """The program's output up to and including this text, or up to its end or the deadline."""
     read = b""
     while text not in read and select.select([stream], [], [], DEADLINE)[0]:
         part = os.read(stream.fileno(), 65536)
@@ -41,20 +41,20 @@ class Limited:
         with Home(self.proof.program) as home:
             home.document.write_text(two_sets(0, 3))
             result = home.run(*arguments, **options)
-            # A limit of the run may keep even its message from being written.
+            # The run itself may make the message impossible, as closed streams do.
             is_clear = result.returncode == 0 or (result.returncode is not None and result.returncode > 0 and
                                                   (result.stderr or is_silent))
             self.count(is_clear and document_is_whole(home), result.returncode,
                        f"{' '.join(arguments)}: status {result.returncode}, {result.stderr.strip()!r}")
 
     def router(self, **options):
-        """A router under the limit ends by itself with a message, or answers and ends as its user wants."""
+        """A router under the limit must end with a message, or carry out a command and end in order."""
         with Home(self.proof.program) as home:
             home.document.write_text(two_sets(0, 3))
             router = home.start("--headless", stderr=subprocess.PIPE, **options)
             error = read_until(router.stderr, b"initial load")
             if router.poll() is None and error:
-                # Without a descriptor for the socket there is none, and the program goes on without it.
+                # If no descriptor is left for the socket, the program runs without one.
                 if home.socket() is not None:
                     home.ask("--set", NAMES[1], limit=5)
                 status = end(router)
@@ -153,7 +153,7 @@ def reader_that_stops(proof):
 
 
 if __name__ == "__main__":
-    # A write to a closed pipe is then an error in the program, as it is under a shell.
+    # Python ignores this signal. The program must start as under a shell, where it is not ignored.
     signal.signal(signal.SIGPIPE, signal.SIG_DFL)
     the_proof = Proof(__doc__)
     for part in (descriptors, address_space, without_home, closed_streams, reader_that_stops):

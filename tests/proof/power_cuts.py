@@ -1,10 +1,10 @@
 """The power fails at any moment of a save, on a file system that keeps only what was synced.
 
-The program runs under strace, which shows each call that changes a file or a folder. From these calls the proof works
-out every state in which the disk can be after a power cut: after each call, each file has its synced content, any part
-of what was written since, or nothing; and of the changes of names since the folder was synced, any first part is there.
-A file system that fails on purpose shows only the states that it happens to make; this shows all of them, needs no
-rights, and finds a missing sync without luck.
+The program runs under strace, which records each call that changes a file or a folder. From these calls the proof
+computes the states in which a power cut after each call may leave the disk. A file then has its synced content or that
+after any later write, of which half may be missing. The folder has its synced names and any number of the first changes
+of names since then. A file system that drops unsynced data would show only the states that happen to occur; this shows
+all of these states, and needs no privileges.
 """
 
 import os
@@ -58,7 +58,7 @@ class Disk:
     def write(self, path, data):
         file = self.file(path)
         if file is not None:
-            # Half of a write may reach the disk as well.
+            # A power cut may also leave half of a write.
             file += [file[-1] + data[:len(data) // 2], file[-1] + data]
 
     def truncate(self, path, size):
@@ -83,7 +83,7 @@ class Disk:
     def rename(self, old, new):
         file = self.file(old)
         if file is not None and self.name(new) is not None:
-            # One change: there is no moment without the new name.
+            # The new name exists before the old one ends, so the file always has a name.
             self.change(self.name(new), file)
             self.change(self.name(old), None)
 
@@ -97,7 +97,7 @@ class Disk:
             self.change(self.name(path), None)
 
     def states(self):
-        """The files' names after a power cut, each with the contents that it may have."""
+        """The possible sets of names after a power cut. Each name has the list of contents that its file may have."""
         names = dict(self.synced_names)
         yield dict(names)
         for name, file in self.changes:
@@ -170,8 +170,8 @@ class Cuts:
             contents = names.get(b"routes.json", [None])
             for content in contents:
                 self.states += 1
-                # A folder between link and rename may have the old document under a kept name only: not allowed here,
-                # because the user's document must be found by its name.
+                # A state with the old document only under the name of a kept copy is not allowed: the user's document
+                # must be found under its own name.
                 if content in allowed:
                     self.whole += 1
                 elif not self.evidence:
@@ -202,7 +202,7 @@ def cut(home, cuts, what, *arguments):
 
 
 def kept_user_text(home, cuts):
-    """A document that cannot be read is kept under another name before it is replaced, at every moment."""
+    """Replaces a document that cannot be read. Counts the states of the disk, and those that still have its text."""
     text = b"{ this is what the user wrote"
     home.document.write_bytes(text)
     disk = Disk(home.document.parent)

@@ -17,7 +17,7 @@ import tempfile
 import time
 from pathlib import Path
 
-# Far above what a busy machine needs, so that only a real failure reaches it. In seconds.
+# In seconds. Much longer than anything takes on a busy machine, so that only a real failure reaches it.
 DEADLINE = 20
 RETRY_PAUSE = 0.01
 
@@ -47,7 +47,7 @@ class Proof:
 
 
 class Home:
-    """The folders of a new user, and the program in them. Removed at the end of the block."""
+    """The folders of a new user, in which the program runs. Deleted at the end of the `with` block."""
 
     def __init__(self, program):
         self.program = program
@@ -74,7 +74,8 @@ class Home:
         return subprocess.Popen([self.program, *arguments, "--document", str(self.document)], **options)
 
     def run(self, *arguments, **options):
-        """Runs the program on the document; its result with both outputs as text. A hang has the status None."""
+        """Runs the program on the document. Returns its result with both outputs as text; the status of a program that
+        hangs is None."""
         process = self.start(*arguments, **({"stdout": subprocess.PIPE, "stderr": subprocess.PIPE} | options))
         try:
             output, error = process.communicate(timeout=DEADLINE)
@@ -86,7 +87,7 @@ class Home:
                                            (error or b"").decode(errors="replace"))
 
     def start_router(self, *arguments, **options):
-        """The program without a window, once it answers."""
+        """Starts the program without a window. Returns when its socket exists."""
         router = self.start("--headless", *arguments, **options)
         wait_until(lambda: self.socket() is not None or router.poll() is not None)
         if router.poll() is not None:
@@ -100,7 +101,7 @@ class Home:
     def connect(self, limit=DEADLINE):
         """A connection to the running instance, as a later start makes it."""
         connection = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-        # Waits while the queue of connections is full, which a socket with Python's own time limit would not.
+        # With these limits `connect` waits while the queue of connections is full; with Python's own limit it fails.
         limits = struct.pack("ll", int(limit), 0)
         connection.setsockopt(socket.SOL_SOCKET, socket.SO_SNDTIMEO, limits)
         connection.setsockopt(socket.SOL_SOCKET, socket.SO_RCVTIMEO, limits)
@@ -120,8 +121,8 @@ class Home:
         return b"corvel 2" + struct.pack(">I", len(body)) + body
 
     def ask(self, *arguments, limit=DEADLINE):
-        """The running instance's answer to a command and how long it took in seconds; empty if it gives none. Tries
-        again after a connection that is closed without an answer, as a later start does."""
+        """Sends a command to the running instance. Returns the answer, empty if there is none, and the seconds that it
+        took. Tries again if the connection is closed without an answer, as a later start does."""
         start = time.monotonic()
         answer = b""
         while not answer and time.monotonic() - start < limit:
@@ -145,12 +146,12 @@ class Home:
 
 
 def problems(result):
-    """What the program itself said on standard error; libraries may write there as well."""
+    """The program's own lines on standard error, without those of libraries."""
     return [line for line in result.stderr.splitlines() if line.startswith("corvel: ")]
 
 
 def end(process):
-    """Ends the program as its user does; its status, or None if it had to be killed."""
+    """Ends the program by SIGTERM. Returns its status, or None if it had to be killed."""
     process.terminate()
     try:
         return process.wait(DEADLINE)
@@ -170,7 +171,7 @@ def wait_until(condition, limit=DEADLINE):
 
 
 def two_sets(selected, connections):
-    """A document of two sets, each with this many connections, as a user writes it."""
+    """A document of two sets with this many connections each, in the form of a user's edit, not the program's."""
     routes = [{"id": f"00000000-0000-4000-8000-{number:012d}", "sourceID": 1001, "destinationID": 2001 + number % 3,
                "channelMode": {"force": {"_0": number % 16 + 1}}, "isEnabled": True}
               for number in range(100, 100 + connections)]
