@@ -1,4 +1,5 @@
-// The arguments of the program, which another process may also send to the running instance: any texts.
+// Feeds arbitrary texts to the parser of the program's arguments, which another process may also send to the running
+// instance.
 
 #include "app/CommandLine.hpp"
 #include "fuzz/Invariant.hpp"
@@ -16,7 +17,8 @@ namespace {
 using namespace corvel;
 using fuzz::require;
 
-/// The texts between zero bytes. A byte from 1 to 31 alone stands for an option, which few random inputs would spell.
+/// The texts between zero bytes. A text of one byte from 1 to 31 stands for an option or a value, because random inputs
+/// seldom contain these words.
 std::vector<std::string> arguments(std::string_view input) {
     static const std::vector<std::string> kWords{"--midi",
                                                  "--document",

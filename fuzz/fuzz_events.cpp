@@ -1,5 +1,5 @@
-// What other programs send over the sequencer: any event. Each input is a row of events of 28 bytes as the sequencer
-// delivers them; the bytes of one with a variable length follow it.
+// Feeds arbitrary sequencer events to the decoder, as other programs may send them. Each input is a sequence of events
+// of 28 bytes, as the sequencer delivers them. The data of an event of variable length follows the event.
 
 #include "fuzz/Invariant.hpp"
 #include "hosts/alsa/EventCoding.hpp"
@@ -19,10 +19,11 @@ using namespace corvel;
 using fuzz::hex;
 using fuzz::require;
 
-/// More than the sequencer accepts in a message, so that the input limits it.
+/// Random lengths of data are taken modulo this, because hardly any would fit into the input.
 constexpr std::size_t kMaxData = 4096;
 
-/// What one event can become: a message of two parameter bytes as four controllers of three bytes.
+/// The most bytes that an event without data can become: a parameter number and its value are four controllers of three
+/// bytes.
 constexpr std::size_t kMaxShortBytes = 12;
 
 std::span<const std::uint8_t> take(std::span<const std::uint8_t>& input, std::size_t count) {
@@ -49,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             event.data.ext.len = static_cast<unsigned>(bytes.size());
             event.data.ext.ptr = bytes.data();
         } else if (event.type == SND_SEQ_EVENT_SYSEX) {
-            // Raw bytes that are said to be in the event itself, where another program left a length and a pointer.
+            // A SysEx event of fixed length has no data; another program may have set its length and pointer.
             event.data.ext.len = static_cast<unsigned>(kMaxData);
             event.data.ext.ptr = nullptr;
         }
@@ -71,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(messages.front() >= 0x80, "a message begins with its status", because);
         require(std::none_of(messages.begin() + 1, messages.end(), [](std::uint8_t byte) { return byte >= 0xF0; }),
                 "the data of a message is no status of the system", because);
-        // Sent on, the messages are the same again.
+        // The decoded messages, encoded and decoded again, must be the same.
         std::vector<std::uint8_t> again;
         hosts::encodeEvents(messages, [&](snd_seq_event_t& sent) {
             const std::optional<MIDIBytes> part = decoder.decode(sent);

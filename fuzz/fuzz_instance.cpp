@@ -1,5 +1,4 @@
-// What another process sends to the socket of the running instance, and what an instance answers: any bytes, in any
-// pieces.
+// Feeds arbitrary bytes, in pieces, to the decoders of requests to the running instance and of its answers.
 
 #include "fuzz/Invariant.hpp"
 #include "program/InstanceMessage.hpp"
@@ -58,7 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string_view message(reinterpret_cast<const char*>(data), size);
     check(message, request);
     check(message, answer);
-    // Few random inputs have the word and the size at the beginning, so the input is also used as the texts.
+    // Random inputs seldom begin with the word and the size, so the input is also tried as the texts that follow them.
     std::string framed("corvel 2");
     for (const unsigned shift : {24U, 16U, 8U, 0U}) {
         framed += static_cast<char>(size >> shift & 0xFFU);

@@ -1,9 +1,9 @@
-// Measures Corvel between two clients of the JACK server that runs, beside a direct connection of the two: the delay
-// that it adds, in periods, how much that varies, and what is lost; and the time that its process callback takes.
+// Measures Corvel between two clients of the running JACK server, compared with a direct connection of the two: the
+// delay that Corvel adds, in periods, its jitter, and the lost messages; and the time that its process callback takes.
 //
 // usage: jack_benchmark wire MESSAGES PER-PERIOD
 //        jack_benchmark callback SECONDS
-// Exit status: 1 where Corvel is beyond a limit.
+// Exit status: 1 if Corvel exceeds a limit.
 
 #include "benchmarks/jack/JackWire.hpp"
 #include "benchmarks/jack/TimedJackLibrary.hpp"
@@ -30,10 +30,10 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kPatience = 30s;
-/// Beside a connection that Corvel adds nothing to but one period.
+/// The maximum delay that Corvel may add to a direct connection, in periods.
 constexpr double kDelayLimit = 1.0;
 constexpr std::int64_t kJitterLimit = 0;
-/// Of a period of 32 frames at 48 kHz, whatever the server's period is.
+/// The maximum share of a period of 32 frames at 48 kHz, whatever the server's period is.
 constexpr double kCallbackLimit = 0.05;
 constexpr double kShortestPeriod = 32.0 / 48'000 * 1e9;
 constexpr std::size_t kCallbackMessages = 10;
@@ -118,7 +118,7 @@ int measureCallback(std::chrono::seconds duration) {
                                             .sourceID = find(endpoints.sources, JackWire::kPlayer),
                                             .destinationID = find(endpoints.destinations, JackWire::kListener)})});
     const std::uint32_t period = wire.waitForRouter().period;
-    // What the first periods have to do but once does not count.
+    // The first periods do work that later ones need not do, so they do not count.
     times->maximum = 0;
     times->sum = 0;
     times->periods = 0;

@@ -142,7 +142,7 @@ void JackWire::playPeriod(std::uint32_t frames) {
     const jack_nframes_t start = jack_last_frame_time(player_.get());
     std::size_t number = sent_;
     for (std::size_t index = 0; index < perPeriod_ && number < wanted; ++index, ++number) {
-        // At another place in each period.
+        // So that the messages are at different frames of each period.
         const auto first = static_cast<std::uint32_t>(number % 7);
         const auto offset = std::min(frames - 1, first + static_cast<std::uint32_t>(index * frames / perPeriod_));
         const auto message = noteOn(number);
@@ -164,7 +164,7 @@ void JackWire::listenPeriod(std::uint32_t frames) {
             continue;
         }
         const std::size_t number = numberOf(event);
-        // Those that are missing are skipped; one that comes late or twice seems far ahead.
+        // Missing messages are skipped. The number of one that comes late or twice seems far ahead.
         const std::size_t ahead = (number + kNumbers - next_ % kNumbers) % kNumbers;
         if (number == kNumbers || next_ + ahead >= wanted) {
             isInOrder_ = isInOrder_ && wanted == 0;

@@ -11,9 +11,9 @@
 
 namespace corvel::benchmarks {
 
-/// What a run of messages from the player to the listener came to. Delays are in frames.
+/// The result of a run of messages from the player to the listener. Delays are in frames.
 struct JackRun {
-    /// The length of the last period, in frames. PipeWire sets it only after a client is active.
+    /// The length of the last period, in frames. PipeWire decides on it only when a client is active.
     std::uint32_t period = 0;
     std::size_t sent = 0;
     std::size_t received = 0;
@@ -21,12 +21,12 @@ struct JackRun {
     std::int64_t minimumDelay = 0;
     std::int64_t maximumDelay = 0;
     double meanDelay = 0;
-    /// Periods that the server could not finish in time meanwhile.
+    /// The number of periods that the server did not finish in time during the run.
     std::size_t xruns = 0;
 };
 
-/// Two clients of the running JACK server: one that plays numbered note-ons, one that listens and compares the frame of
-/// each with that at which it was played. Throws `std::runtime_error` if there is no server.
+/// Two clients of the running JACK server. One plays numbered note-ons; the other receives them and compares the frame
+/// of each with that at which it was played. Throws `std::runtime_error` if there is no server.
 class JackWire {
 public:
     static constexpr const char* kPlayer = "Wire Player";
@@ -38,14 +38,14 @@ public:
 
     [[nodiscard]] std::uint32_t frameRate() const { return jack_get_sample_rate(player_.get()); }
 
-    /// Connects the two ports with each other, and takes them apart.
+    /// Connects the two ports with each other, and disconnects them.
     void connectDirectly();
     void disconnect();
 
     /// Plays until the first message arrives, and returns that run; throws if none does.
     JackRun waitForRouter();
 
-    /// Plays this many messages, so many in each period, and waits until all that will arrive has arrived.
+    /// Plays this many messages, `perPeriod` in each period. Returns when all have arrived, or when no more arrive.
     [[nodiscard]] JackRun play(std::size_t count, std::size_t perPeriod);
 
 private:
@@ -61,7 +61,7 @@ private:
     jack_port_t* output_ = nullptr;
     jack_port_t* input_ = nullptr;
 
-    /// How many messages there are to play, and in each period. The count is set last.
+    /// The number of messages to play in each period, and in all. `wanted_` is set last.
     std::size_t perPeriod_ = 0;
     std::atomic<std::size_t> wanted_ = 0;
     std::atomic<std::size_t> sent_ = 0;
@@ -69,7 +69,7 @@ private:
     /// The frame of each message that was played.
     std::vector<std::uint32_t> frames_;
 
-    // The listener's thread alone, but for the count.
+    // Used by the listener's thread only, except the counts.
     std::int64_t minimumDelay_ = 0;
     std::int64_t maximumDelay_ = 0;
     std::int64_t sumOfDelays_ = 0;
@@ -78,7 +78,7 @@ private:
     std::atomic<std::size_t> received_ = 0;
     std::atomic<std::size_t> xruns_ = 0;
 
-    // Closed first: their threads use what stands above.
+    // Last, so that they are closed first: their threads use the members above.
     Client player_;
     Client listener_;
 };

@@ -9,15 +9,15 @@
 
 namespace corvel::benchmarks {
 
-/// What the process callback of a client took.
+/// The number of process callbacks, and their total and maximum time in nanoseconds.
 struct CallbackTimes {
     std::atomic<std::uint64_t> periods = 0;
     std::atomic<std::int64_t> sum = 0;
     std::atomic<std::int64_t> maximum = 0;
 };
 
-/// The system's JACK library, with the process callback of each client timed, in nanoseconds of its thread's processor
-/// time: what other programs take from it does not count.
+/// The system's JACK library, which measures the processor time of each client's process callback. Time in which other
+/// programs use the processor does not count.
 [[nodiscard]] std::shared_ptr<hosts::JackLibrary> makeTimedJackLibrary(std::shared_ptr<CallbackTimes> times);
 
 }  // namespace corvel::benchmarks

@@ -59,8 +59,8 @@ public:
     /// names counts as a new port at an old address. Returns the addresses of the ports that have ended.
     std::vector<PortAddress> replaceAll(const std::vector<PortDescription>& ports, bool mayHaveMissedPorts);
 
-    /// Whether the card's details can be read. Its ports may be announced earlier. Without
-    /// the details they would get other IDs.
+    /// Whether the card's details can be read. Its ports may be announced earlier. Without the details they would get
+    /// other IDs.
     [[nodiscard]] bool isCardComplete(int card) { return !cardWithNumber(card).id.empty(); }
 
     /// Removes the port at this address. The next port there is a new one.

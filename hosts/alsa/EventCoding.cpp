@@ -231,7 +231,7 @@ EventDecoder::EventDecoder() {
 std::optional<MIDIBytes> EventDecoder::decode(const snd_seq_event_t& event) {
     std::optional<MIDIBytes> bytes = channelMessage(event);
     if (!bytes && event.type == SND_SEQ_EVENT_SYSEX) {
-        // Another program can send such an event without its bytes, where the pointer is invalid, or with none.
+        // Another program can send such an event with a fixed length, whose pointer is invalid, or with no bytes.
         if (snd_seq_ev_is_variable(&event) && event.data.ext.len > 0) {
             bytes.emplace(std::span(static_cast<const std::uint8_t*>(event.data.ext.ptr), event.data.ext.len));
         }

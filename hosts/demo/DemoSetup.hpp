@@ -42,7 +42,7 @@ struct DemoPort {
     MIDIObjectRef ref = 0;
     MIDIObjectRef client = 0;
     std::shared_ptr<const MIDIHost::ReceiveHandler> handler;
-    /// The reference constant of each connected source.
+    /// The `connection` of each connected source.
     std::map<MIDIObjectRef, MIDIObjectRef> connections;
 };
 

@@ -114,7 +114,7 @@ protected:
     struct Passage {
         std::uint32_t first = 0;
         std::size_t arrivedBefore = 0;
-        /// Whether the server kept all periods, the router's too, and brought everything to the witness.
+        /// Whether the server skipped no period of any client and delivered every message to the witness.
         bool isServerIntact = false;
     };
 
@@ -145,7 +145,7 @@ protected:
         const std::size_t reloadsBefore = countReloads(router);
         const std::size_t logBefore = router.standardError().size();
         player_->play(kMessages, std::max(1U, player_->period() / 48));
-        // Of no use once the server has missed a period.
+        // After a missed period the attempt does not count, so further reloads are of no use.
         while (missedPeriods() == missedBefore && countReloads(router) < reloadsBefore + kReloads) {
             {
                 const JackPeer visitor("visitor", 0);
@@ -161,7 +161,7 @@ protected:
                std::chrono::steady_clock::now() < deadline) {
             std::this_thread::sleep_for(10ms);
         }
-        // The router reports the gaps of the last second with the next second's.
+        // The router reports gaps once a second.
         std::this_thread::sleep_for(2s);
         passage.isServerIntact = missedPeriods() == missedBefore &&
                                  witness_->arrivedCount() == player_->playedCount() &&

@@ -67,9 +67,9 @@ public:
     std::vector<std::string> requested;
     /// The client and ports disposed of, in order.
     std::vector<MIDIObjectRef> disposed;
-    /// The sources connected to the input port, with the reference constant of each.
+    /// The sources connected to the input port, with the `connection` of each.
     std::map<MIDIObjectRef, MIDIObjectRef> connections;
-    /// The destinations that were last said to be in use.
+    /// The endpoints that were last said to be in use.
     std::vector<MIDIObjectRef> usedSources;
     std::vector<MIDIObjectRef> usedDestinations;
     /// The kinds of listings that were requested, in order.
@@ -86,7 +86,7 @@ public:
     void addSource(MIDIObjectRef ref, FakeMIDIProperties of);
     void addDestination(MIDIObjectRef ref, FakeMIDIProperties of);
 
-    /// Delivers packets as if they came from the connected source with this reference constant. The handler still works
+    /// Delivers packets as if they came from the connected source with this `connection`. The handler still works
     /// after its port was disposed of, as in a call that the service has already started. Does nothing without a port.
     /// Overwrites the packets after the call, so that a test notices a kept reference.
     void receive(std::initializer_list<MIDIBytes> packets, MIDIObjectRef connection);

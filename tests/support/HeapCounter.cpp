@@ -30,7 +30,8 @@ std::size_t heapAllocationCount() {
 
 }  // namespace corvel::tests
 
-// The library's other forms of new and delete call these; those of an address sanitizer that do not throw do not.
+// The standard library's other forms of new and delete call these. The address sanitizer replaces them; its new that
+// does not throw does not call the one here, so it is replaced too.
 void* operator new(std::size_t size) {
     return allocate(size, alignof(std::max_align_t));
 }

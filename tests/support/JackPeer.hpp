@@ -26,9 +26,9 @@ public:
         std::uint32_t delay = 0;
     };
 
-    /// Keeps up to `capacity` arrivals. They were played by `player`, which lives longer, or by this peer itself. A way
-    /// back to itself closes a circle, for which servers take a period more. Throws `std::runtime_error` if no server
-    /// runs.
+    /// Keeps up to `capacity` arrivals of messages that `player` played, which must outlive this peer, or that this
+    /// peer played itself. A path from a peer back to itself is a cycle, for which servers add a period. Throws
+    /// `std::runtime_error` if no server runs.
     explicit JackPeer(const std::string& name, std::size_t capacity, const JackPeer* player = nullptr);
     JackPeer(const JackPeer&) = delete;
     JackPeer& operator=(const JackPeer&) = delete;
@@ -49,7 +49,8 @@ public:
     [[nodiscard]] std::size_t arrivedCount() const { return arrived_.load(std::memory_order_acquire); }
     [[nodiscard]] const Arrival& arrival(std::size_t index) const { return arrivals_[index]; }
     [[nodiscard]] std::uint32_t period() const;
-    /// How many periods the server has missed. It may lose or repeat messages then, also over a direct connection.
+    /// The number of periods that the server has missed. In them it may lose or repeat messages, even over a direct
+    /// connection.
     [[nodiscard]] std::size_t xrunCount() const { return xruns_.load(std::memory_order_relaxed); }
     /// Whether the server has ended.
     [[nodiscard]] bool isShutDown() const { return isShutDown_; }

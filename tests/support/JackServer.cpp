@@ -30,7 +30,7 @@ bool isReady() {
 JackServer::JackServer() : name_("corvel-test-" + std::to_string(::getpid())) {}
 
 JackServer::~JackServer() {
-    // In order: JACK keeps room for eight servers, also for those that were killed.
+    // Not SIGKILL: JACK has room for eight servers, and a killed one still occupies its place.
     end(SIGTERM);
 }
 

@@ -8,9 +8,9 @@
 
 namespace corvel::tests {
 
-/// A JACK server with a name and processes of its own, and a driver that needs no sound card; PipeWire if this program
-/// runs with PipeWire's library in place of JACK's. This program and its children find no other server while this
-/// object exists. Needs `XDG_RUNTIME_DIR`. Ends the server in its destructor. Belongs to one thread.
+/// A JACK server with its own name, which needs no sound card; PipeWire if this program runs with PipeWire's library in
+/// place of JACK's. While this object exists, this program and its children find no other server. Needs
+/// `XDG_RUNTIME_DIR`. The destructor ends the server. Belongs to one thread.
 class JackServer {
 public:
     JackServer();
