@@ -64,7 +64,7 @@ void RealtimePriority::ask() {
     const RealtimeAnswer kernel = askKernel();
     if (kernel.priority > 0) {
         rlimit limit{};
-        // An administrator's limit is for programs that hang. The alarm is sent at half of it.
+        // The kernel kills a program that exceeds an administrator's limit. The alarm comes at half of it.
         if (::getrlimit(RLIMIT_RTTIME, &limit) == 0 && limit.rlim_max != RLIM_INFINITY) {
             static_cast<void>(RealtimeAlarm::limit(std::chrono::microseconds(limit.rlim_max)));
         }

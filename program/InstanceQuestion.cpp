@@ -58,12 +58,12 @@ public:
     }
 
 private:
-    /// Performs the operation, with what is left of the time as its limit, again when a signal interrupts it.
+    /// Performs the operation with the remaining time as its limit, and again if a signal interrupts it.
     template <typename Operation>
     [[nodiscard]] ssize_t retried(int limitOption, const Operation& operation) const {
         ssize_t result = -1;
         do {
-            // A limit of zero would be none.
+            // A limit of zero would mean no limit.
             const auto left = std::max<std::chrono::microseconds>(
                 std::chrono::milliseconds(1),
                 std::chrono::duration_cast<std::chrono::microseconds>(deadline_ - std::chrono::steady_clock::now()));

@@ -24,13 +24,14 @@ public:
 
     explicit RealtimeKit(std::string busAddress = systemBusAddress()) : busAddress_(std::move(busAddress)) {}
 
-    /// Asks for the priority on a thread of this object and returns at once. By one thread at a time, and again only
-    /// after the answer. `answer` is called on this object's thread, or never if the object goes first.
+    /// Asks for the priority on a thread of this object and returns at once. One thread at a time, and only one request
+    /// at a time. `answer` is called on this object's thread, or never if the object is destroyed first.
     void request(pid_t thread, int priority, const std::function<void(hosts::RealtimeAnswer)>& answer);
 
 private:
     const std::string busAddress_;
-    /// Stopped and waited for at the end. It waits for answers in small steps, but for the bus itself without a stop.
+    /// Stopped by the destructor, which waits for its end. A stop ends its wait for an answer, but not its connecting
+    /// to the bus.
     std::jthread thread_;
 };
 

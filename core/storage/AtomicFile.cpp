@@ -19,7 +19,7 @@ namespace {
 
 using std::filesystem::path;
 
-/// As many as the system itself follows.
+/// Maximum number of symbolic links that are followed, as in the kernel.
 constexpr int kMaxLinks = 40;
 constexpr ::mode_t kPermissions = 07777;
 constexpr ::mode_t kDefaultPermissions = 0666;

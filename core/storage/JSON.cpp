@@ -142,7 +142,7 @@ std::string text(const Value& value) {
     std::string text;
     text.reserve(unescaped.size());
     std::size_t start = 0;
-    // Outside strings there are no slashes.
+    // All slashes are in strings, so all can be escaped.
     for (auto slash = unescaped.find('/'); slash != std::string::npos; slash = unescaped.find('/', start + 1)) {
         text.append(unescaped, start, slash - start) += '\\';
         start = slash;

@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 
 /// Time between two checks of the thread's processor time.
 constexpr std::chrono::nanoseconds kWindow = 5ms;
-/// The same while a pause was too short.
+/// The same while the thread still owes other threads time.
 constexpr std::chrono::nanoseconds kWindowInDebt = 2ms;
 
 /// The share of the time for other threads. More than the 5 % that they need, because other real-time threads on the
@@ -70,7 +70,7 @@ void ProcessorShare::endBusyWindow() {
     if (pause > 0ns) {
         time_.sleep(pause);
     }
-    // The pause belongs to the window that it ends: in the next one it would pass for idle time.
+    // The next window starts after the pause, which would otherwise count as idle time in it.
     windowStart_ = now + pause;
 }
 

@@ -65,7 +65,7 @@ void SequencerService::scan() {
         flow_.forget(address);
     }
     if ((!ended.empty() && !hasMissedPorts) || unreadyPorts_.size() < unreadyCount) {
-        // Notified here, because later announcements of these ports, and later tries for their card, change nothing.
+        // The announcements of these ports, and further tries for their card, will find no change to notify.
         notifications_->add({.messageID = MIDINotification::kSetupChanged});
     }
     if (hasMissedPorts) {

@@ -92,7 +92,7 @@ std::unique_ptr<QApplication> openDisplay(const Start& start) {
 std::unique_ptr<QApplication> openDrawing(QtArguments& arguments, double scale) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("QT_SCALE_FACTOR", QByteArray::number(scale));
-    // All other variables that would change the scale.
+    // These variables would change the scale too.
     for (const char* const variable : {"QT_SCREEN_SCALE_FACTORS", "QT_ENABLE_HIGHDPI_SCALING",
                                        "QT_SCALE_FACTOR_ROUNDING_POLICY", "QT_USE_PHYSICAL_DPI", "QT_FONT_DPI"}) {
         qunsetenv(variable);

@@ -20,8 +20,7 @@ constexpr double kUsualDPI = 96;
 constexpr double kStepsInOne = 20;
 constexpr int kPortalLimit = 500;
 
-/// The text scale that the desktop gives programs on Wayland if its X server does not scale their text; 1 if it gives
-/// none.
+/// The text scale that the desktop's portal gives, on Wayland; 1 if there is none.
 double portalTextScale() {
     if (!QGuiApplication::platformName().startsWith(QStringLiteral("wayland"))) {
         return 1;

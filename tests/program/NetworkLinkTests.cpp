@@ -1,5 +1,5 @@
-// Playing to another machine through a pair of aseqnet, which carries a sequencer port over TCP: here both ends are on
-// one sequencer, with the program before the one and behind the other.
+// Playing to another machine through two aseqnet programs, which connect sequencer ports over TCP. Here both are on one
+// sequencer: Corvel routes the keyboard to the near end, and the far end to the synth.
 
 #include "tests/program/SequencerProgramFixture.hpp"
 
@@ -18,7 +18,7 @@ namespace {
 
 constexpr const char* kNearEnd = "Stage Link";
 constexpr const char* kFarEnd = "Hall Link";
-/// What aseqnet calls its port.
+/// The name of aseqnet's port.
 constexpr const char* kPortName = "Network";
 constexpr const char* kTCPPort = "9009";
 constexpr unsigned kNotes = 500;
@@ -61,7 +61,7 @@ protected:
         })) << nearEnd_->standardError();
     }
 
-    /// Ends one end without a farewell, as a network does that fails; the other one then ends by itself.
+    /// Kills one end, as if the network failed. The other end then exits by itself.
     void cut() {
         nearEnd_->signal(SIGKILL);
         ASSERT_TRUE(farEnd_->wait(kDeadline));

@@ -35,8 +35,8 @@ std::string hexadecimal(const Bytes& bytes) {
     return text.str();
 }
 
-/// While it exists, a machine without time for the thread that writes the program's lines; only the routing thread
-/// runs.
+/// While it exists, the program's first thread, which writes its lines, gets hardly any processor time, as on a busy
+/// machine. The routing thread runs as usual.
 class BusyMachine {
 public:
     /// `process` is also the ID of its first thread.
@@ -135,7 +135,7 @@ TEST_F(ReportFlood, OfTwentyThousandNotesIsWrittenOnceTheMachineHasTimeForIt) {
     terminate();
 }
 
-/// Beside the receiver that reads, one that never reads.
+/// The same with a second receiver, which never reads.
 class ReportFloodOfFailures : public ReportFlood {
 protected:
     ReportFloodOfFailures() : deaf_("Deaf Synth") {
@@ -260,13 +260,13 @@ TEST_F(ReportFloodOfFailures, FromManyProgramsCostsNoMemoryAndHoldsOffNoCommand)
     EXPECT_GT(arrived, 0U);
     expectPromptAnswer(alone, sets);
 
-    // Everything is as before at once.
+    // A mark that is played after the flood arrives soon.
     const auto before = steady_clock::now();
     const auto isMark = [](const ReceivedEvent& event) { return event.bytes == kMark; };
     snd_seq_event_t mark{};
     mark.type = SND_SEQ_EVENT_CONTINUE;
     ASSERT_TRUE(synth_.readUntil([&] {
-        // Refused until the router has read the rest of the flood.
+        // The sequencer refuses the mark until the router has read the rest of the flood.
         keyboard_.emit(keys_, mark);
         return std::any_of(synth_.received().begin(), synth_.received().end(), isMark);
     }));

@@ -78,7 +78,7 @@ protected:
     /// Ends the program as its user does.
     void terminate();
 
-    /// Stops all threads of the program, as a machine without time for it: messages wait in the sequencer meanwhile.
+    /// Stops all threads of the program, as if the machine had no time for it. Messages then wait in the sequencer.
     /// Returns when every thread is stopped.
     void halt();
     void resume() const;

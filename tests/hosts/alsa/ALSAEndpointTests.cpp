@@ -238,7 +238,7 @@ TEST(ALSAEndpoints, OfAPortFlaggedInactiveAreListedAsOfflineUnlessTheKernelHides
     corvel.start();
     SequencerPeer peer("Sleeping");
     const SequencerAddress port = peer.addPort("Out", SequencerPeer::kDuplex | kInactive);
-    // Linux does so since 6.5.
+    // Linux hides such ports since version 6.5.
     if (!corvel.sourceNames("Sleeping").empty()) {
         EXPECT_EQ(corvel.source("Sleeping Out").isOffline, true);
         EXPECT_EQ(corvel.destination("Sleeping Out").isOffline, true);

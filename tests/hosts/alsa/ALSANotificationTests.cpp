@@ -146,7 +146,7 @@ TEST_F(ALSANotifications, OfPortsThatComeWhileTheMainThreadIsBusyAreOneChangeOfT
         return !reports.empty() && reports.back().messageID == MIDINotification::kSetupChanged;
     };
     EXPECT_TRUE(corvel_.waitUntil(isReported));
-    // The first one was on its way if the ports were not all read at once.
+    // If the ports were not all read at once, a notification of the first ones was already on its way.
     EXPECT_THAT(corvel_.notifications(), SizeIs(testing::Le(2)));
 }
 

@@ -113,7 +113,7 @@ TEST_F(EndpointRegistryTest, LeavesOutTheSystemClient) {
     EXPECT_THAT(sourceNames(), ElementsAre("Synth Out"));
 }
 
-// Who is who
+// The identity of a port
 
 TEST_F(EndpointRegistryTest, GivesAPortTheSameReferencesAsLongAsItLives) {
     const PortDescription port = programPort(128, 0, "Synth", "Port");
