@@ -179,7 +179,7 @@ void EndpointRow::paintLight(QPainter& painter, const QPointF& middle) const {
     painter.setPen(Qt::NoPen);
     painter.setBrush(halo);
     painter.drawEllipse(middle, kLightRadius, kLightRadius);
-    // On a dark background it glows; on a light one it would turn black.
+    // Mixed with the text's colour, the light becomes brighter on a dark background, but black on a light one.
     const bool isDark = look().mode() == AppAppearanceMode::dark;
     painter.setBrush(isDark ? mixed(theme().online, theme().text, level) : theme().online);
     painter.drawEllipse(middle, kLightCore, kLightCore);

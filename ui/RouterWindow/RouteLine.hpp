@@ -36,7 +36,8 @@ struct RouteLine {
     /// The width of the band around the curve in which a click selects this connection.
     static constexpr double kHitWidth = 18;
 
-    /// What an end is at: the endpoint's row, an edge of the rows that hides the row, or a missing endpoint.
+    /// Where an end is: at the endpoint's row, at the edge above or below which the row is hidden, or, for a missing
+    /// endpoint, at any height.
     enum class EndKind : std::uint8_t { row, above, below, missing };
 
     UUID routeID;
