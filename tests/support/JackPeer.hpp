@@ -40,7 +40,7 @@ public:
     void connectDirectly();
 
     /// Adds output ports that play nothing, named "extra" and a number from `first` on. Returns how many the server
-    /// took.
+    /// accepted.
     std::size_t addExtraPorts(std::size_t first, std::size_t count);
     void removeExtraPorts();
     void renameOutput(const std::string& name);
