@@ -13,8 +13,8 @@ namespace corvel::hosts {
 
 /// The MIDI services for a choice.
 struct HostSelection {
-    /// Never null. If only the sequencer was chosen, or it exists but cannot be opened, it is still the host: its
-    /// engine reports the failure and stays unstarted.
+    /// Never null. If only the sequencer was chosen, or it exists but cannot be opened and no JACK server runs, it is
+    /// still the host: its engine reports the failure and stays unstarted.
     std::shared_ptr<MIDIHost> host;
     bool isDemo = false;
     /// Whether the host can work: now or, if JACK alone was chosen, when a server runs.
