@@ -287,7 +287,7 @@ TEST(EventLoop, RunsWhatWasPostedBeforeItsLastReferenceGoes) {
 }
 
 TEST(EventLoop, EndsThoughItsTasksKeepPosting) {
-    // The last task may run after the test: the loop then goes with a reference of the task before.
+    // Shared, because the last task may still run after the test.
     const auto count = std::make_shared<std::atomic<int>>(0);
     {
         auto loop = EventLoop::withThread("test");
