@@ -112,7 +112,7 @@ private:
     std::atomic<std::uint64_t> lostOutputCount_ = 0;
     std::atomic<std::uint64_t> skipCount_ = 0;
 
-    /// The first frame after the last period. Callback, or while it does not run.
+    /// The first frame after the last period. Used by the callback, or by the worker while no period runs.
     std::optional<std::uint32_t> expectedStart_;
 
     /// All tables that the callback may still use, the latest at the end. Worker only.
