@@ -52,7 +52,7 @@ public:
           stop_(std::move(stop)) {
         if (!connection_.isConnected()) {
             const QString reason = connection_.lastError().message();
-            // Otherwise the name would lead to this failed connection next time.
+            // Otherwise the next connection of this name would be this failed one.
             QDBusConnection::disconnectFromBus(name_);
             throw Refusal(reason);
         }

@@ -28,7 +28,7 @@ struct LibraryMemory {
 class LibJackClient final : public JackClient, private JackBuffers {
 public:
     LibJackClient(jack_client_t* client, JackEvents events) : client_(client), events_(std::move(events)) {
-        // A client that is not active has no events yet, so none of these calls can fail.
+        // These calls fail only for a client that is already active.
         ::jack_set_process_callback(
             client_,
             [](jack_nframes_t frames, void* self) {
@@ -188,7 +188,7 @@ bool jackServerRuns() {
     constexpr auto kLimit = std::chrono::seconds(2);
     std::promise<bool> answer;
     std::future<bool> result = answer.get_future();
-    // On a thread of its own, because a server that hangs would block it for ever.
+    // On a separate thread, because a server that hangs would block this one for ever.
     std::thread([answer = std::move(answer)]() mutable {
         answer.set_value(makeLibJack()->open("Corvel", {}) != nullptr);
     }).detach();
