@@ -36,13 +36,14 @@ constexpr std::int64_t kJitterLimit = 0;
 /// The maximum share of a period of 32 frames at 48 kHz, whatever the server's period is.
 constexpr double kCallbackLimit = 0.05;
 constexpr double kShortestPeriod = 32.0 / 48'000 * 1e9;
+constexpr auto kMaxCallback = static_cast<std::int64_t>(kCallbackLimit * kShortestPeriod);
 constexpr std::size_t kCallbackMessages = 10;
 
 void print(const char* name, const JackRun& run) {
-    std::printf("%5u frames, %-10s | delay %8.3f periods | jitter %5lld frames | lost %zu of %zu%s | xruns %zu\n",
-                run.period, name, run.meanDelay / run.period,
-                static_cast<long long>(run.maximumDelay - run.minimumDelay), run.sent - run.received, run.sent,
-                run.isInOrder ? "" : ", OUT OF ORDER", run.xruns);
+    std::printf(
+        "%5u frames, %-10s | delay %8.3f periods | jitter %5lld frames | lost %zu of %zu, repeated %zu%s | xruns %zu\n",
+        run.period, name, run.meanDelay / run.period, static_cast<long long>(run.maximumDelay - run.minimumDelay),
+        run.sent - run.received, run.sent, run.repeated, run.isClean ? "" : ", WITH OTHER EVENTS", run.xruns);
     std::fflush(stdout);
 }
 
@@ -85,7 +86,7 @@ int measureWire(std::size_t messages, std::size_t perPeriod) {
     const double added = (routed.meanDelay - direct.meanDelay) / routed.period;
     const std::int64_t jitter =
         (routed.maximumDelay - routed.minimumDelay) - (direct.maximumDelay - direct.minimumDelay);
-    const bool isMet = routed.received == messages && routed.isInOrder && added <= kDelayLimit &&
+    const bool isMet = routed.received == messages && routed.repeated == 0 && routed.isClean && added <= kDelayLimit &&
                        jitter <= kJitterLimit && routed.xruns <= direct.xruns;
     std::printf("    added %.3f periods (limit %.2f), %lld frames of jitter (limit %lld): %s\n", added, kDelayLimit,
                 static_cast<long long>(jitter), static_cast<long long>(kJitterLimit), isMet ? "within" : "BEYOND");
@@ -97,7 +98,7 @@ int measureCallback(std::chrono::seconds duration) {
     const auto times = std::make_shared<CallbackTimes>();
     const auto queue = EventLoop::withThread("engine");
     const auto mainQueue = EventLoop::withThread("main");
-    const auto host = hosts::makeJackMIDIHost(queue, mainQueue, makeTimedJackLibrary(times), false);
+    const auto host = hosts::makeJackMIDIHost(queue, mainQueue, makeTimedJackLibrary(times, kMaxCallback), false);
     const auto engine = CoreMIDIRouterEngine::create(host, queue, mainQueue, makeSystemClock());
     engine->start();
     // The server's thread finds the endpoints a moment later.
@@ -122,16 +123,19 @@ int measureCallback(std::chrono::seconds duration) {
     times->maximum = 0;
     times->sum = 0;
     times->periods = 0;
+    times->beyond = 0;
     const auto periods = static_cast<std::size_t>(duration.count()) * wire.frameRate() / period;
     const JackRun run = wire.play(periods * kCallbackMessages, kCallbackMessages);
     print("Corvel", run);
     const double share = static_cast<double>(times->maximum) / kShortestPeriod;
-    const bool isMet = share <= kCallbackLimit && run.xruns == 0 && run.received == run.sent;
+    const bool isMet = share <= kCallbackLimit && run.xruns == 0 && run.received == run.sent && run.repeated == 0;
     std::printf("    process callback with %zu messages: mean %.2f us, worst %.2f us of %llu periods\n",
                 kCallbackMessages, static_cast<double>(times->sum) / static_cast<double>(times->periods) / 1000,
                 static_cast<double>(times->maximum) / 1000, static_cast<unsigned long long>(times->periods));
-    std::printf("    worst, of a period of 32 frames: %.1f %% (limit %.0f %%), none lost, no xruns: %s\n", 100 * share,
-                100 * kCallbackLimit, isMet ? "within" : "BEYOND");
+    std::printf(
+        "    worst, of a period of 32 frames: %.1f %% (limit %.0f %%, beyond it %llu periods), none lost, no "
+        "xruns: %s\n",
+        100 * share, 100 * kCallbackLimit, static_cast<unsigned long long>(times->beyond), isMet ? "within" : "BEYOND");
     return isMet ? 0 : 1;
 }
 

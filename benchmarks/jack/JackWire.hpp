@@ -17,7 +17,10 @@ struct JackRun {
     std::uint32_t period = 0;
     std::size_t sent = 0;
     std::size_t received = 0;
-    bool isInOrder = true;
+    /// Messages that arrived again, or after a later one.
+    std::size_t repeated = 0;
+    /// Whether no other events arrived.
+    bool isClean = true;
     std::int64_t minimumDelay = 0;
     std::int64_t maximumDelay = 0;
     double meanDelay = 0;
@@ -74,7 +77,8 @@ private:
     std::int64_t maximumDelay_ = 0;
     std::int64_t sumOfDelays_ = 0;
     std::size_t next_ = 0;
-    bool isInOrder_ = true;
+    std::size_t repeated_ = 0;
+    bool isClean_ = true;
     std::atomic<std::size_t> received_ = 0;
     std::atomic<std::size_t> xruns_ = 0;
 

@@ -19,16 +19,18 @@ std::int64_t threadNanoseconds() {
 
 class TimedJackLibrary final : public hosts::JackLibrary {
 public:
-    explicit TimedJackLibrary(std::shared_ptr<CallbackTimes> times) : times_(std::move(times)) {}
+    TimedJackLibrary(std::shared_ptr<CallbackTimes> times, std::int64_t limit)
+        : times_(std::move(times)), limit_(limit) {}
 
     std::unique_ptr<hosts::JackClient> open(std::string_view name, hosts::JackEvents events) override {
-        events.process = [times = times_, process = std::move(events.process)](hosts::JackBuffers& buffers,
-                                                                               std::uint32_t frames) {
+        events.process = [times = times_, limit = limit_, process = std::move(events.process)](
+                             hosts::JackBuffers& buffers, std::uint32_t frames) {
             const std::int64_t start = threadNanoseconds();
             process(buffers, frames);
             const std::int64_t spent = threadNanoseconds() - start;
             ++times->periods;
             times->sum += spent;
+            times->beyond += spent > limit ? 1 : 0;
             times->maximum = std::max<std::int64_t>(times->maximum, spent);
         };
         return library_->open(name, std::move(events));
@@ -37,12 +39,13 @@ public:
 private:
     std::shared_ptr<hosts::JackLibrary> library_ = hosts::makeLibJack();
     std::shared_ptr<CallbackTimes> times_;
+    std::int64_t limit_;
 };
 
 }  // namespace
 
-std::shared_ptr<hosts::JackLibrary> makeTimedJackLibrary(std::shared_ptr<CallbackTimes> times) {
-    return std::make_shared<TimedJackLibrary>(std::move(times));
+std::shared_ptr<hosts::JackLibrary> makeTimedJackLibrary(std::shared_ptr<CallbackTimes> times, std::int64_t limit) {
+    return std::make_shared<TimedJackLibrary>(std::move(times), limit);
 }
 
 }  // namespace corvel::benchmarks

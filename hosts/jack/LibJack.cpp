@@ -5,9 +5,11 @@
 #include <jack/midiport.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <future>
+#include <set>
 #include <thread>
 #include <utility>
 
@@ -63,13 +65,23 @@ public:
         ::jack_on_info_shutdown(
             client_,
             [](jack_status_t, const char* reason, void* self) {
-                static_cast<LibJackClient*>(self)->events_.shutdown(reason != nullptr ? reason : "");
+                auto* const own = static_cast<LibJackClient*>(self);
+                own->hasServerEnded_ = true;
+                own->events_.shutdown(reason != nullptr ? reason : "");
             },
             this);
     }
     LibJackClient(const LibJackClient&) = delete;
     LibJackClient& operator=(const LibJackClient&) = delete;
-    ~LibJackClient() override { ::jack_client_close(client_); }
+    ~LibJackClient() override {
+        // After the end of its server, PipeWire 1.4 uses freed memory if a client with ports is closed.
+        if (hasServerEnded_) {
+            for (jack_port_t* const port : ports_) {
+                ::jack_port_unregister(client_, port);
+            }
+        }
+        ::jack_client_close(client_);
+    }
 
     std::string serverName() override {
         const std::string version = ::jack_get_version_string();
@@ -94,10 +106,18 @@ public:
 
     void* registerPort(const std::string& name, MIDIEndpointDirection otherSide) override {
         const unsigned long flag = otherSide == MIDIEndpointDirection::source ? JackPortIsInput : JackPortIsOutput;
-        return ::jack_port_register(client_, name.c_str(), JACK_DEFAULT_MIDI_TYPE, flag, 0);
+        jack_port_t* const port = ::jack_port_register(client_, name.c_str(), JACK_DEFAULT_MIDI_TYPE, flag, 0);
+        if (port != nullptr) {
+            ports_.insert(port);
+        }
+        return port;
     }
 
-    void unregisterPort(void* port) override { ::jack_port_unregister(client_, static_cast<jack_port_t*>(port)); }
+    void unregisterPort(void* port) override {
+        auto* const own = static_cast<jack_port_t*>(port);
+        ports_.erase(own);
+        ::jack_port_unregister(client_, own);
+    }
 
     MIDIStatus connect(void* port, MIDIEndpointDirection otherSide, const std::string& otherPort) override {
         const char* const own = ::jack_port_name(static_cast<jack_port_t*>(port));
@@ -161,6 +181,8 @@ private:
 
     jack_client_t* const client_;
     const JackEvents events_;
+    std::set<jack_port_t*> ports_;
+    std::atomic<bool> hasServerEnded_ = false;
 };
 
 class LibJack final : public JackLibrary {
