@@ -14,10 +14,9 @@ namespace corvel {
 
 Router::Router(MIDIHostChoice choice)
     : engineQueue_(EventLoop::withThread(std::string(kApplicationIdentifier) + ".engine")),
-      selection_(hosts::selectHost(choice, engineQueue_, mainQueue_.queue(),
-                                   [this](pid_t thread, int priority, auto answer) {
-                                       realtimeKit_.request(thread, priority, std::move(answer));
-                                   })),
+      selection_(hosts::selectHost(
+          choice, engineQueue_, mainQueue_.queue(),
+          [this](pid_t thread, int priority, const auto& answer) { realtimeKit_.request(thread, priority, answer); })),
       engine_(CoreMIDIRouterEngine::create(selection_.host, engineQueue_, mainQueue_.queue(), clock_)) {}
 
 /// The order matters: the engine ends first, with its ports and client, which still send what is waiting; then the

@@ -23,7 +23,7 @@ constexpr int kButtonWidth = 156;
 std::optional<QPixmap> aboutPanelIcon(const QString& resource) {
     for (const QString& file :
          {resource, QStringLiteral("Packaging/AppIcon.icns"), QStringLiteral("Packaging/AppIcon.png")}) {
-        const QPixmap icon(file);
+        QPixmap icon(file);
         if (!icon.isNull()) {
             return icon;
         }
