@@ -2,36 +2,64 @@
 
 #include "program/InstanceMessage.hpp"
 
-#include <QByteArray>
 #include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <utility>
 #include <variant>
 
 namespace corvel {
 
-InstanceConnection::InstanceConnection(QLocalSocket& socket, Handler handler, QObject* parent)
-    : QObject(parent), socket_(socket), handler_(std::move(handler)) {
-    socket_.setParent(this);
-    socket_.setReadBufferSize(static_cast<qint64>(kMaxRequestSize));
+InstanceConnection::InstanceConnection(int socket, Handler handler, QObject* parent)
+    : QObject(parent),
+      socket_(socket),
+      handler_(std::move(handler)),
+      readable_(socket, QSocketNotifier::Read),
+      writable_(socket, QSocketNotifier::Write) {
+    writable_.setEnabled(false);
     limit_.setSingleShot(true);
     limit_.setInterval(kLimit);
     QObject::connect(&limit_, &QTimer::timeout, this, &InstanceConnection::close);
-    QObject::connect(&socket_, &QLocalSocket::disconnected, this, &InstanceConnection::ended);
-    QObject::connect(&socket_, &QLocalSocket::readyRead, this, &InstanceConnection::read);
+    QObject::connect(&readable_, &QSocketNotifier::activated, this, &InstanceConnection::read);
+    QObject::connect(&writable_, &QSocketNotifier::activated, this, &InstanceConnection::write);
     limit_.start();
 }
 
+InstanceConnection::~InstanceConnection() {
+    closeSocket();
+}
+
 void InstanceConnection::close() {
-    socket_.abort();
+    if (socket_ >= 0) {
+        closeSocket();
+        emit ended();
+    }
+}
+
+void InstanceConnection::closeSocket() {
+    readable_.setEnabled(false);
+    writable_.setEnabled(false);
+    limit_.stop();
+    if (socket_ >= 0) {
+        ::close(std::exchange(socket_, -1));
+    }
 }
 
 void InstanceConnection::read() {
-    const QByteArray bytes = socket_.readAll();
-    if (!isWaiting_) {
+    std::array<char, 65'536> piece{};
+    const ssize_t size = ::recv(socket_, piece.data(), piece.size(), 0);
+    if (size < 0 && (errno == EAGAIN || errno == EINTR)) {
         return;
     }
-    received_.append(bytes.data(), static_cast<std::size_t>(bytes.size()));
+    if (size <= 0) {
+        close();
+        return;
+    }
+    received_.append(piece.data(), static_cast<std::size_t>(size));
     const auto request = InstanceMessage::decodedRequest(received_, kMaxRequestSize);
     if (const auto* const complete = std::get_if<InstanceRequest>(&request); complete != nullptr && !hasHungUp()) {
         answer(*complete);
@@ -42,16 +70,30 @@ void InstanceConnection::read() {
 }
 
 void InstanceConnection::answer(const InstanceRequest& request) {
-    isWaiting_ = false;
+    // Whatever follows the request is ignored. The limit does not include the time of the command.
+    readable_.setEnabled(false);
     limit_.stop();
-    const std::string message = InstanceMessage::encoded(handler_(request));
+    unsent_ = InstanceMessage::encoded(handler_(request));
     limit_.start();
-    socket_.write(message.data(), static_cast<qint64>(message.size()));
-    socket_.disconnectFromServer();
+    write();
+}
+
+void InstanceConnection::write() {
+    const ssize_t size = ::send(socket_, unsent_.data(), unsent_.size(), MSG_NOSIGNAL);
+    if (size < 0 && errno != EAGAIN && errno != EINTR) {
+        close();
+        return;
+    }
+    unsent_.erase(0, static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+    if (unsent_.empty()) {
+        close();
+    } else {
+        writable_.setEnabled(true);
+    }
 }
 
 bool InstanceConnection::hasHungUp() const {
-    pollfd state{static_cast<int>(socket_.socketDescriptor()), POLLRDHUP, 0};
+    pollfd state{socket_, POLLRDHUP, 0};
     return ::poll(&state, 1, 0) > 0;
 }
 

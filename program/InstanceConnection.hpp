@@ -2,8 +2,8 @@
 
 #include "program/InstanceMessage.hpp"
 
-#include <QLocalSocket>
 #include <QObject>
+#include <QSocketNotifier>
 #include <QTimer>
 
 #include <chrono>
@@ -27,10 +27,13 @@ public:
     /// Maximum size of a request, in bytes of its texts.
     static constexpr std::size_t kMaxRequestSize = 1'048'576;
 
-    /// Uses this connected socket.
-    InstanceConnection(QLocalSocket& socket, Handler handler, QObject* parent);
+    /// Owns this connected socket, whose operations must not wait.
+    InstanceConnection(int socket, Handler handler, QObject* parent);
+    InstanceConnection(const InstanceConnection&) = delete;
+    InstanceConnection& operator=(const InstanceConnection&) = delete;
+    ~InstanceConnection() override;
 
-    /// Closes the connection without an answer.
+    /// Closes the connection. An answer that has not been sent is lost.
     void close();
 
 signals:
@@ -38,15 +41,21 @@ signals:
     void ended();
 
 private:
+    void closeSocket();
     void read();
     void answer(const InstanceRequest& request);
+    void write();
     [[nodiscard]] bool hasHungUp() const;
 
-    QLocalSocket& socket_;
+    /// Negative when closed.
+    int socket_;
     const Handler handler_;
+    QSocketNotifier readable_;
+    QSocketNotifier writable_;
     QTimer limit_;
     std::string received_;
-    bool isWaiting_ = true;
+    /// The part of the answer that has not been sent.
+    std::string unsent_;
 };
 
 }  // namespace corvel

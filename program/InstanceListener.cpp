@@ -81,9 +81,7 @@ void InstanceListener::handOn(int connection) {
         ::close(connection);
         return;
     }
-    auto socket = std::make_unique<QLocalSocket>();
-    socket->setSocketDescriptor(connection);
-    handler_(std::move(socket));
+    handler_(connection);
 }
 
 void InstanceListener::close() {

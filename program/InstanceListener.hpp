@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QLocalSocket>
 #include <QSocketNotifier>
 #include <QTimer>
 
@@ -15,8 +14,8 @@ namespace corvel {
 /// checked. On one thread, while the application object exists.
 class InstanceListener {
 public:
-    /// Receives a connection from this user.
-    using ConnectionHandler = std::function<void(std::unique_ptr<QLocalSocket>)>;
+    /// Receives and owns a connected socket of this user, whose operations do not wait.
+    using ConnectionHandler = std::function<void(int socket)>;
 
     /// Pause after the system had no descriptor or memory for a connection.
     static constexpr std::chrono::milliseconds kRetryPause{100};

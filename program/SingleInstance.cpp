@@ -87,10 +87,10 @@ SingleInstance::Outcome SingleInstance::becomeInstance() {
 
 void SingleInstance::serve(InstanceConnection::Handler handler) {
     handler_ = std::move(handler);
-    listener_.accept([this](std::unique_ptr<QLocalSocket> socket) { accept(*socket.release()); });
+    listener_.accept([this](int socket) { accept(socket); });
 }
 
-void SingleInstance::accept(QLocalSocket& socket) {
+void SingleInstance::accept(int socket) {
     makeRoom();
     auto* const connection = new InstanceConnection(socket, handler_, &owner_);
     connections_.push_back(connection);

@@ -5,7 +5,6 @@
 #include "program/InstanceLock.hpp"
 #include "program/InstanceMessage.hpp"
 
-#include <QLocalSocket>
 #include <QObject>
 
 #include <chrono>
@@ -68,7 +67,7 @@ public:
 
 private:
     [[nodiscard]] Outcome becomeInstance();
-    void accept(QLocalSocket& socket);
+    void accept(int socket);
     void makeRoom();
 
     const std::string name_;
