@@ -1,7 +1,7 @@
 #include "program/InstanceLock.hpp"
 
-#include <QByteArray>
-#include <QtGlobal>
+#include "program/Environment.hpp"
+
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -38,7 +38,7 @@ std::string lastError() {
 
 /// The path of the user's runtime folder, whether or not it exists.
 std::string runtimePath() {
-    const std::string named = qgetenv("XDG_RUNTIME_DIR").toStdString();
+    const std::string named = environmentVariable("XDG_RUNTIME_DIR");
     return named.empty() ? "/run/user/" + std::to_string(::geteuid()) : named;
 }
 

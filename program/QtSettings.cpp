@@ -1,6 +1,5 @@
 #include "program/QtSettings.hpp"
 
-#include <QFile>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -17,10 +16,6 @@ QString toQString(std::string_view text) {
 
 QtSettings::QtSettings()
     : settings_(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Corvel"), QStringLiteral("Corvel")) {}
-
-std::filesystem::path QtSettings::file() const {
-    return QFile::encodeName(settings_.fileName()).toStdString();
-}
 
 std::optional<std::string> QtSettings::string(std::string_view key) const {
     const QVariant value = settings_.value(toQString(key));

@@ -4,17 +4,12 @@
 
 #include <QSettings>
 
-#include <filesystem>
-
 namespace corvel {
 
 /// The user's settings in an INI file, `Corvel/Corvel.ini` in the configuration folder. Changes are written at once.
 class QtSettings final : public Settings {
 public:
     QtSettings();
-
-    /// The path of the file, whether or not it exists.
-    [[nodiscard]] std::filesystem::path file() const;
 
     [[nodiscard]] std::optional<std::string> string(std::string_view key) const override;
     void set(std::string_view key, std::string_view value) override;

@@ -1,6 +1,7 @@
 #include "program/ServiceManager.hpp"
 
-#include <QByteArray>
+#include "program/Environment.hpp"
+
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <string>
 
 namespace corvel {
@@ -38,10 +40,8 @@ int connectedSocket(std::string_view address) {
 }  // namespace
 
 ServiceManager::ServiceManager() {
-    if (qEnvironmentVariableIsSet("NOTIFY_SOCKET")) {
-        socket_ = connectedSocket(qgetenv("NOTIFY_SOCKET").toStdString());
-        qunsetenv("NOTIFY_SOCKET");
-    }
+    socket_ = connectedSocket(environmentVariable("NOTIFY_SOCKET"));
+    ::unsetenv("NOTIFY_SOCKET");  // NOLINT(concurrency-mt-unsafe): before other threads
 }
 
 ServiceManager::~ServiceManager() {
@@ -59,7 +59,7 @@ void ServiceManager::tellStopping() const {
 }
 
 bool ServiceManager::isJournal(int descriptor) {
-    const std::string stream = qgetenv("JOURNAL_STREAM").toStdString();
+    const std::string stream = environmentVariable("JOURNAL_STREAM");
     struct stat status {};
     return !stream.empty() && ::fstat(descriptor, &status) == 0 &&
            std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino) == stream;

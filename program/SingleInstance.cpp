@@ -2,10 +2,11 @@
 
 #include "program/InstanceQuestion.hpp"
 
-#include <QByteArray>
-#include <QCryptographicHash>
+#include <uuid/uuid.h>
 
+#include <array>
 #include <optional>
+#include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -20,17 +21,19 @@ using std::chrono::milliseconds;
 constexpr milliseconds kRetryPause{10};
 
 /// Different settings folders have different instances, which tests need.
-std::string instanceName(const std::filesystem::path& settingsFile) {
+std::string instanceName(const std::filesystem::path& settingsFolder) {
     std::error_code error;
-    const std::filesystem::path folder = settingsFile.parent_path();
-    std::filesystem::path place = std::filesystem::weakly_canonical(folder, error);
+    std::filesystem::path place = std::filesystem::weakly_canonical(settingsFolder, error);
     if (error) {
-        place = folder;
+        place = settingsFolder;
     }
-    constexpr std::size_t kNameLength = 32;
-    const QByteArray hash =
-        QCryptographicHash::hash(QByteArray::fromStdString(place.native()), QCryptographicHash::Sha256);
-    return hash.toHex().toStdString().substr(0, kNameLength);
+    // Any path becomes a short file name.
+    const uuid_t space{};
+    uuid_t hash{};
+    ::uuid_generate_sha1(hash, space, place.c_str(), place.native().size());
+    std::array<char, UUID_STR_LEN> text{};
+    ::uuid_unparse_lower(hash, text.data());
+    return text.data();
 }
 
 SingleInstance::Outcome notAnswering(std::optional<pid_t> pid) {
@@ -47,8 +50,8 @@ SingleInstance::Outcome outcome(InstanceAnswer answer) {
 
 }  // namespace
 
-SingleInstance::SingleInstance(const std::filesystem::path& settingsFile)
-    : name_(instanceName(settingsFile)), lock_(name_) {}
+SingleInstance::SingleInstance(const std::filesystem::path& settingsFolder)
+    : name_(instanceName(settingsFolder)), lock_(name_) {}
 
 SingleInstance::Outcome SingleInstance::takeOrAsk(const InstanceRequest& request, milliseconds limit) {
     const std::string message = InstanceMessage::encoded(request);
@@ -83,29 +86,6 @@ SingleInstance::Outcome SingleInstance::becomeInstance() {
     }
     lock_.release();
     return Unavailable{"its socket cannot be made: " + problem};
-}
-
-void SingleInstance::serve(InstanceConnection::Handler handler) {
-    handler_ = std::move(handler);
-    listener_.accept([this](int socket) { accept(socket); });
-}
-
-void SingleInstance::accept(int socket) {
-    makeRoom();
-    auto* const connection = new InstanceConnection(socket, handler_, &owner_);
-    connections_.push_back(connection);
-    QObject::connect(connection, &InstanceConnection::ended, &owner_, [this, connection] {
-        std::erase(connections_, connection);
-        connection->deleteLater();
-    });
-}
-
-void SingleInstance::makeRoom() {
-    while (connections_.size() >= kMaxConnections) {
-        InstanceConnection* const first = connections_.front();
-        connections_.pop_front();
-        first->close();
-    }
 }
 
 }  // namespace corvel

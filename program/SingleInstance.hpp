@@ -1,17 +1,11 @@
 #pragma once
 
-#include "program/InstanceConnection.hpp"
 #include "program/InstanceListener.hpp"
 #include "program/InstanceLock.hpp"
 #include "program/InstanceMessage.hpp"
 
-#include <QObject>
-
 #include <chrono>
-#include <cstddef>
-#include <deque>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <variant>
 
@@ -21,9 +15,9 @@ namespace corvel {
 /// request.
 ///
 /// The instance is the process that holds a lock file in the user's runtime folder (`InstanceLock`). It listens on a
-/// socket in the same folder. Both ends of the socket check the user at the other end.
+/// socket in the same folder. Both ends of the socket check the user at the other end. `InstanceServer` answers there.
 ///
-/// On one thread, while the application object exists; needs its event loop only to answer.
+/// On one thread.
 class SingleInstance {
 public:
     /// This process is the instance until the object is destroyed.
@@ -46,11 +40,8 @@ public:
 
     /// Time limit for an answer: longer than a disk needs to spin up.
     static constexpr std::chrono::milliseconds kAnswerLimit{5'000};
-    /// Maximum number of connections without a complete request. One more closes the oldest.
-    static constexpr std::size_t kMaxConnections = 32;
-
-    /// `settingsFile` is the path of the user's settings, whether or not it exists.
-    explicit SingleInstance(const std::filesystem::path& settingsFile);
+    /// `settingsFolder` is the folder of the user's settings, whether or not it exists.
+    explicit SingleInstance(const std::filesystem::path& settingsFolder);
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
 
@@ -61,21 +52,14 @@ public:
     /// at the same time, one becomes the instance.
     [[nodiscard]] Outcome takeOrAsk(const InstanceRequest& request, std::chrono::milliseconds limit = kAnswerLimit);
 
-    /// As the instance: answers requests, including those that are already waiting. Until this is called, they wait.
-    /// Does nothing if this process is not the instance.
-    void serve(InstanceConnection::Handler handler);
+    /// The socket at which requests wait; negative if this process is not the instance.
+    [[nodiscard]] int listeningSocket() const { return listener_.socket(); }
 
 private:
     [[nodiscard]] Outcome becomeInstance();
-    void accept(int socket);
-    void makeRoom();
 
     const std::string name_;
     InstanceLock lock_;
-    InstanceConnection::Handler handler_;
-    /// The open connections, oldest first. `owner_` owns them.
-    std::deque<InstanceConnection*> connections_;
-    QObject owner_;
     InstanceListener listener_;
 };
 

@@ -1,11 +1,8 @@
 #include "program/Start.hpp"
 
 #include "program/Console.hpp"
+#include "program/Environment.hpp"
 
-#include <QByteArray>
-#include <QCoreApplication>
-#include <QTimer>
-#include <QtGlobal>
 #include <langinfo.h>
 
 #include <clocale>
@@ -24,21 +21,21 @@ namespace {
 
 constexpr int kUsageStatus = 2;
 
-/// Time limit for the last reports and lines at the end.
-constexpr std::chrono::milliseconds kEndLimit{500};
-
 std::optional<SingleInstance::Outcome> takeOrAsk(SingleInstance& instance, const Start& start) {
     if (start.commandLine.midi.names(MIDIServiceKind::demo)) {
         return std::nullopt;
     }
     std::error_code error;
-    SingleInstance::Outcome outcome = instance.takeOrAsk({.folder = std::filesystem::current_path(error),
-                                                          .arguments = start.arguments,
-                                                          .activationToken = start.activationToken});
-    if (const auto* const unavailable = std::get_if<SingleInstance::Unavailable>(&outcome)) {
+    return instance.takeOrAsk({.folder = std::filesystem::current_path(error),
+                               .arguments = start.arguments,
+                               .activationToken = start.activationToken});
+}
+
+void reportIfUnavailable(const std::optional<SingleInstance::Outcome>& outcome) {
+    const auto* const unavailable = outcome ? std::get_if<SingleInstance::Unavailable>(&*outcome) : nullptr;
+    if (unavailable != nullptr) {
         printError("cannot tell whether Corvel is running already: " + unavailable->reason);
     }
-    return outcome;
 }
 
 std::optional<CommandResult> settledResult(const std::optional<SingleInstance::Outcome>& outcome) {
@@ -61,7 +58,7 @@ void useUTF8() {
     std::setlocale(LC_CTYPE, "");
     if (std::string_view(::nl_langinfo(CODESET)) != "UTF-8") {
         // If LC_ALL is set, LC_CTYPE has no effect.
-        qputenv(qEnvironmentVariableIsSet("LC_ALL") ? "LC_ALL" : "LC_CTYPE", "C.UTF-8");
+        ::setenv(std::getenv("LC_ALL") != nullptr ? "LC_ALL" : "LC_CTYPE", "C.UTF-8", 1);
     }
     // NOLINTEND(concurrency-mt-unsafe)
 }
@@ -69,7 +66,7 @@ void useUTF8() {
 /// Read early: the toolkit removes the token from the environment when it opens the display.
 std::string activationToken() {
     for (const char* const name : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {
-        if (std::string token = qgetenv(name).toStdString(); !token.empty()) {
+        if (std::string token = environmentVariable(name); !token.empty()) {
             return token;
         }
     }
@@ -104,26 +101,22 @@ int runProgram(int argc, char** argv, const std::function<int(const Start&)>& pe
 }
 
 std::optional<CommandResult> askRunningInstance(SingleInstance& instance, const Start& start) {
+    const std::optional<SingleInstance::Outcome> outcome = takeOrAsk(instance, start);
+    reportIfUnavailable(outcome);
+    return settledResult(outcome);
+}
+
+std::optional<CommandResult> askQuietly(SingleInstance& instance, const Start& start) {
     return settledResult(takeOrAsk(instance, start));
 }
 
 std::optional<CommandResult> becomeRoutingInstance(SingleInstance& instance, const Start& start) {
     const std::optional<SingleInstance::Outcome> outcome = takeOrAsk(instance, start);
+    reportIfUnavailable(outcome);
     if (outcome && std::holds_alternative<SingleInstance::Declined>(*outcome)) {
         return CommandResult{EXIT_FAILURE, "Corvel is running already"};
     }
     return settledResult(outcome);
-}
-
-void runMainLoop(const Router& router, const TerminationSignals& termination, int (*exec)(),
-                 const std::function<bool()>& isWritten) {
-    // By a timer, because a signal that has already come would quit the loop before it runs, and be lost.
-    QTimer end;
-    end.setSingleShot(true);
-    QObject::connect(&end, &QTimer::timeout, qApp, &QCoreApplication::quit);
-    const auto watch = termination.watch([&end] { end.start(0); });
-    exec();
-    router.finish(kEndLimit, isWritten);
 }
 
 }  // namespace corvel

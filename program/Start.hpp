@@ -3,11 +3,8 @@
 #include "app/CommandLine.hpp"
 #include "app/DocumentCommands.hpp"
 #include "program/QtArguments.hpp"
-#include "program/Router.hpp"
 #include "program/SingleInstance.hpp"
-#include "program/TerminationSignals.hpp"
 
-#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -33,13 +30,10 @@ struct Start {
 /// nothing remains to be done. With the demo devices it does nothing.
 [[nodiscard]] std::optional<CommandResult> askRunningInstance(SingleInstance& instance, const Start& start);
 
-/// As above, for a start that routes MIDI itself, which only one instance may do.
-[[nodiscard]] std::optional<CommandResult> becomeRoutingInstance(SingleInstance& instance, const Start& start);
+/// As above, but says nothing if it cannot be known whether there is an instance.
+[[nodiscard]] std::optional<CommandResult> askQuietly(SingleInstance& instance, const Start& start);
 
-/// Runs Qt's event loop by `exec` until the program is to end. Then delivers the engine's last reports, for at most
-/// half a second, and within that time also waits until `isWritten` returns true.
-void runMainLoop(
-    const Router& router, const TerminationSignals& termination, int (*exec)(),
-    const std::function<bool()>& isWritten = [] { return true; });
+/// As `askRunningInstance`, for a start that routes MIDI itself, which only one instance may do.
+[[nodiscard]] std::optional<CommandResult> becomeRoutingInstance(SingleInstance& instance, const Start& start);
 
 }  // namespace corvel

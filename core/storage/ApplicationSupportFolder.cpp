@@ -35,19 +35,19 @@ std::optional<path> homeFolderOfUserDatabase() {
 
 }  // namespace
 
+std::optional<path> homeFolder() {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing in the program changes the environment once threads run
+    const auto home = absolutePath(std::getenv("HOME"));
+    return home ? home : homeFolderOfUserDatabase();
+}
+
 path applicationSupportFolder() {
-    // Nothing in the program changes the environment once threads run.
-    // NOLINTBEGIN(concurrency-mt-unsafe)
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): as above
     const auto dataHome = absolutePath(std::getenv("XDG_DATA_HOME"));
-    auto home = absolutePath(std::getenv("HOME"));
-    // NOLINTEND(concurrency-mt-unsafe)
     if (dataHome) {
         return *dataHome;
     }
-    if (!home) {
-        home = homeFolderOfUserDatabase();
-    }
-    if (home) {
+    if (const auto home = homeFolder()) {
         return *home / ".local" / "share";
     }
     std::error_code error;

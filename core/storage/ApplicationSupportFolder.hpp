@@ -1,8 +1,13 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 
 namespace corvel {
+
+/// The user's home folder: `$HOME` if absolute, otherwise the user database's entry; no value if there is none. Must
+/// not run while another thread changes the environment.
+[[nodiscard]] std::optional<std::filesystem::path> homeFolder();
 
 /// The folder in which the user's programs keep their data: `$XDG_DATA_HOME` if absolute, otherwise `.local/share` in
 /// the home folder (`$HOME`, or the user database's entry), otherwise the temporary folder. It need not exist. Never

@@ -1,5 +1,8 @@
 #include "app/InMemorySettings.hpp"
 #include "program/Console.hpp"
+#include "program/Environment.hpp"
+#include "program/InstanceServer.hpp"
+#include "program/MainLoop.hpp"
 #include "program/OpenStore.hpp"
 #include "program/QtSettings.hpp"
 #include "program/Router.hpp"
@@ -76,7 +79,7 @@ std::optional<std::chrono::nanoseconds> silence(const MIDIRouterViewModel& model
 }
 
 int run(const Start& start, const std::shared_ptr<QtSettings>& settings, const TerminationSignals& termination) {
-    SingleInstance instance(settings->file());
+    SingleInstance instance(settingsFolder());
     if (const std::optional<CommandResult> settled = becomeRoutingInstance(instance, start)) {
         const int status = printResult(*settled);
         if (status != EXIT_SUCCESS) {
@@ -102,7 +105,8 @@ int run(const Start& start, const std::shared_ptr<QtSettings>& settings, const T
         app.window(), [&] { return silence(*model, *router.clock()); }, sleepInhibitor);
     const RunningInstance self(model, std::filesystem::absolute(store->fileURL()), router.isDemo(),
                                [&app](const std::string& token) { app.activateApplicationWindow(token); });
-    instance.serve([&self](const InstanceRequest& request) { return self.answer(request); });
+    const InstanceServer server(instance.listeningSocket(),
+                                [&self](const InstanceRequest& request) { return self.answer(request); });
     runMainLoop(router, termination, &QApplication::exec);
     return EXIT_SUCCESS;
 }

@@ -49,10 +49,6 @@ TEST_F(QtSettingsTests, AreWrittenAtOnce) {
     EXPECT_EQ(fileContent(), "[General]\nCorvel.appearanceMode=dark\n");
 }
 
-TEST_F(QtSettingsTests, SayWhereTheyAreKept) {
-    EXPECT_EQ(QtSettings().file(), folder / "Corvel/Corvel.ini");
-}
-
 TEST_F(QtSettingsTests, ListTheirKeysAsTheyWereWritten) {
     QtSettings settings;
     settings.set("NSWindow Frame Corvel.RouterWindow-1-AppWindow-1", "1 2 3 4");

@@ -1,5 +1,6 @@
 #include "program/SingleInstance.hpp"
 
+#include "program/InstanceServer.hpp"
 #include "program/QtMainQueue.hpp"
 #include "tests/support/Deadline.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
@@ -139,7 +140,7 @@ protected:
     /// Becomes the instance and answers every request with its arguments.
     void serve() {
         ASSERT_TRUE(isTaken(instance->takeOrAsk({})));
-        instance->serve([this](const InstanceRequest& request) {
+        server.emplace(instance->listeningSocket(), [this](const InstanceRequest& request) {
             requests.push_back(request);
             return CommandResult{0, std::to_string(requests.size())};
         });
@@ -165,15 +166,16 @@ protected:
     const TemporaryFolder runtime;
     const ScopedEnvironment runtimeVariable{"XDG_RUNTIME_DIR", runtime.path().string()};
     const std::filesystem::path meetingPlace = runtime / "corvel";
-    const std::filesystem::path settings = folder / "Corvel/Corvel.ini";
+    const std::filesystem::path settings = folder / "Corvel";
     std::unique_ptr<QCoreApplication> application = std::make_unique<QCoreApplication>(argumentCount, arguments);
     std::optional<SingleInstance> instance{std::in_place, settings};
+    std::optional<InstanceServer> server;
     std::vector<InstanceRequest> requests;
 };
 
 TEST_F(SingleInstances, TheFirstTakesThePlaceAndAnswersTheOthers) {
     ASSERT_TRUE(isTaken(instance->takeOrAsk({})));
-    instance->serve([](const InstanceRequest& request) {
+    server.emplace(instance->listeningSocket(), [](const InstanceRequest& request) {
         return CommandResult{static_cast<int>(request.arguments.size()),
                              request.folder.string() + request.arguments[1]};
     });
@@ -184,31 +186,32 @@ TEST_F(SingleInstances, TheFirstTakesThePlaceAndAnswersTheOthers) {
 TEST_F(SingleInstances, AnswersMoreThanASocketHolds) {
     ASSERT_TRUE(isTaken(instance->takeOrAsk({})));
     const std::string longText(5'000'000, 'x');
-    instance->serve([&](const InstanceRequest&) { return CommandResult{0, longText}; });
+    server.emplace(instance->listeningSocket(), [&](const InstanceRequest&) { return CommandResult{0, longText}; });
     EXPECT_TRUE(answerOf(startAnother({"/", {std::string(1'000'000, 'y')}})) == longText);
 }
 
 TEST_F(SingleInstances, SaysThatARequestIsNoneOfItsBusiness) {
     ASSERT_TRUE(isTaken(instance->takeOrAsk({})));
-    instance->serve([](const InstanceRequest&) { return std::nullopt; });
+    server.emplace(instance->listeningSocket(), [](const InstanceRequest&) { return std::nullopt; });
     EXPECT_TRUE(std::holds_alternative<SingleInstance::Declined>(startAnother({})));
 }
 
 TEST_F(SingleInstances, EachPlaceOfSettingsHasItsOwn) {
     serve();
-    SingleInstance other(folder / "Other/Corvel.ini");
+    SingleInstance other(folder / "Other");
     EXPECT_TRUE(isTaken(other.takeOrAsk({}, kShortLimit)));
 }
 
 TEST_F(SingleInstances, APlaceOfSettingsIsTheSameByAnyName) {
     std::filesystem::create_directories(folder / "Corvel");
     std::filesystem::create_directory_symlink(folder / "Corvel", folder / "link");
-    EXPECT_EQ(SingleInstance(folder / "link/Corvel.ini").name(), instance->name());
-    EXPECT_EQ(SingleInstance(folder / "nowhere/../Corvel/Corvel.ini").name(), instance->name());
+    EXPECT_EQ(SingleInstance(folder / "link").name(), instance->name());
+    EXPECT_EQ(SingleInstance(folder / "nowhere/../Corvel").name(), instance->name());
 }
 
 TEST_F(SingleInstances, ThePlaceIsFreeWhenTheInstanceHasEnded) {
     serve();
+    server.reset();
     instance.reset();
     instance.emplace(settings);
     EXPECT_TRUE(isTaken(instance->takeOrAsk({}, kShortLimit)));
@@ -216,7 +219,10 @@ TEST_F(SingleInstances, ThePlaceIsFreeWhenTheInstanceHasEnded) {
 
 TEST_F(SingleInstances, AStartTakesOverFromAnInstanceThatEndsWithoutAnAnswer) {
     ASSERT_TRUE(isTaken(instance->takeOrAsk({})));
-    QTimer::singleShot(milliseconds(50), application.get(), [this] { instance.reset(); });
+    QTimer::singleShot(milliseconds(50), application.get(), [this] {
+        server.reset();
+        instance.reset();
+    });
     EXPECT_TRUE(isTaken(startAnother({})));
 }
 
@@ -233,7 +239,7 @@ TEST_F(SingleInstances, DoesNotDoLaterWhatAStartHasGivenUp) {
     SingleInstance other(settings);
     ASSERT_TRUE(
         std::holds_alternative<SingleInstance::NotAnswering>(other.takeOrAsk({"/", {"--set", "1"}}, kShortLimit)));
-    instance->serve([this](const InstanceRequest& request) {
+    server.emplace(instance->listeningSocket(), [this](const InstanceRequest& request) {
         requests.push_back(request);
         return CommandResult{0, "done"};
     });
@@ -442,6 +448,7 @@ TEST_F(SingleInstances, KeepsItsFilesToTheUserWhateverTheMask) {
 TEST_F(SingleInstances, LeavesNoSocketBehind) {
     serve();
     const std::string name = instance->name();
+    server.reset();
     instance.reset();
     EXPECT_THAT(tests::entries(meetingPlace), ElementsAre(name + ".lock"));
 }
@@ -481,6 +488,7 @@ TEST_F(SingleInstances, AProgramThatTheInstanceStartsDoesNotKeepThePlace) {
         return tests::readFile("/proc/" + std::to_string(child) + "/comm") == "sleep\n";
     };
     EXPECT_TRUE(runUntil(hasBecomeSleep));
+    server.reset();
     instance.reset();
     SingleInstance other(settings);
     EXPECT_TRUE(isTaken(other.takeOrAsk({}, kShortLimit)));
@@ -527,7 +535,7 @@ protected:
         std::string result = problemOf(start.takeOrAsk({}));
         EXPECT_LT(std::chrono::steady_clock::now() - begin, seconds(1));
         // The program still runs.
-        start.serve({});
+        const InstanceServer nothing(start.listeningSocket(), {});
         return result;
     }
 };

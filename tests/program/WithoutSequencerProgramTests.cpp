@@ -122,6 +122,25 @@ TEST_F(ProgramFiles, SaysThatTheProgramWithTheWindowIsMissing) {
                   ": No such file or directory\n");
 }
 
+TEST_F(ProgramFiles, NeedsNoOtherProgramForACommandToTheRunningInstance) {
+    const std::filesystem::path folder = std::filesystem::canonical(data.path());
+    std::filesystem::create_directories(folder / "bin");
+    std::filesystem::copy_file(CORVEL_PROGRAM, folder / "bin/corvel");
+    {
+        ChildProcess missing({(folder / "bin/corvel").string(), "--sets"});
+        EXPECT_EQ(missing.wait(kDeadline), 1);
+        EXPECT_EQ(missing.standardError(),
+                  "corvel: the program cannot be started: " + (folder / "libexec/corvel/corvel-headless").string() +
+                      ": No such file or directory\n");
+    }
+    // JACK's service waits for a server.
+    ChildProcess router = start({"--headless", "--midi", "jack"});
+    ASSERT_TRUE(router.waitForError("Device tree", kDeadline)) << router.standardError();
+    ChildProcess command({(folder / "bin/corvel").string(), "--sets"});
+    EXPECT_EQ(command.wait(kDeadline), 0);
+    EXPECT_EQ(command.standardOutput(), "* Default (0 connections)\n");
+}
+
 TEST_F(ProgramFiles, FindsTheProgramWithTheWindowWhereItIsInstalled) {
     const std::filesystem::path installed = data / "libexec/corvel/corvel-window";
     std::filesystem::create_directories(installed.parent_path());

@@ -1,5 +1,6 @@
 #include "program/QtMainQueue.hpp"
 
+#include "program/InstanceServer.hpp"
 #include "program/SingleInstance.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
 #include "tests/support/TemporaryFolder.hpp"
@@ -18,16 +19,18 @@ namespace {
 TEST(QtMainQueueInADialog, RunsTasksAndOtherStartsAreAnsweredWhileItIsOpen) {
     const tests::TemporaryFolder folder;
     const tests::ScopedEnvironment runtime("XDG_RUNTIME_DIR", folder.path().string());
-    SingleInstance instance(folder / "Corvel/Corvel.ini");
+    SingleInstance instance(folder / "Corvel");
     ASSERT_TRUE(std::holds_alternative<SingleInstance::Taken>(instance.takeOrAsk({})));
-    instance.serve([](const InstanceRequest&) { return CommandResult{0, "done"}; });
+    const InstanceServer server(instance.listeningSocket(), [](const InstanceRequest&) {
+        return CommandResult{0, "done"};
+    });
     const QtMainQueue mainQueue;
     QDialog dialog;
     bool wasOpen = false;
     std::future<SingleInstance::Outcome> other;
     mainQueue.queue()->async([&] {
         other = std::async(std::launch::async, [&] {
-            SingleInstance second(folder / "Corvel/Corvel.ini");
+            SingleInstance second(folder / "Corvel");
             SingleInstance::Outcome outcome = second.takeOrAsk({});
             mainQueue.queue()->asyncDeferred([&] {
                 wasOpen = dialog.isVisible();
