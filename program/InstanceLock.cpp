@@ -107,7 +107,11 @@ void InstanceLock::openFolder() {
     const std::string path = runtimePath();
     folderPath_ = path + "/" + kFolderName;
     int runtime = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (const std::string reason = runtime < 0 ? lastError() : objection(runtime); !reason.empty()) {
+    if (runtime < 0) {
+        problem_ = path + ": " + lastError();
+        return;
+    }
+    if (const std::string reason = objection(runtime); !reason.empty()) {
         problem_ = path + ": " + reason;
     } else {
         openFolderIn(runtime);
