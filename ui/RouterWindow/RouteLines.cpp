@@ -1,6 +1,7 @@
 #include "ui/RouterWindow/RouteLines.hpp"
 
 #include <algorithm>
+#include <ranges>
 #include <utility>
 
 namespace corvel::ui {
@@ -13,9 +14,9 @@ RouteLines::RouteLines(std::vector<RouteLine> lines) : lines_(std::move(lines)) 
 }
 
 const RouteLine* RouteLines::at(const QPointF& point) const {
-    const auto found =
-        std::find_if(lines_.rbegin(), lines_.rend(), [&point](const RouteLine& line) { return line.catches(point); });
-    return found == lines_.rend() ? nullptr : &*found;
+    const auto topFirst = std::views::reverse(lines_);
+    const auto found = std::ranges::find_if(topFirst, [&point](const RouteLine& line) { return line.catches(point); });
+    return found == topFirst.end() ? nullptr : &*found;
 }
 
 }  // namespace corvel::ui
