@@ -43,11 +43,12 @@ const Bytes kMark{0xFB};
 /// measures.
 constexpr std::size_t kCellsAhead = 1'500;
 
-/// A copy of the program in this folder that all users can run. The checkout may be in a home folder that is closed to
-/// others.
+/// A copy of the program, without its window, in this folder that all users can run. The checkout may be in a home
+/// folder that is closed to others.
 std::string readableProgram(const TemporaryFolder& folder) {
     std::filesystem::permissions(folder.path(), static_cast<std::filesystem::perms>(0755));
     std::filesystem::copy_file(CORVEL_PROGRAM, folder / "corvel");
+    std::filesystem::copy_file(std::string(CORVEL_PROGRAM) + "-headless", folder / "corvel-headless");
     return folder / "corvel";
 }
 
