@@ -12,11 +12,7 @@ std::string environmentVariable(const char* name) {
 }
 
 std::filesystem::path settingsFolder() {
-    std::filesystem::path folder = environmentVariable("XDG_CONFIG_HOME");
-    if (!folder.is_absolute()) {
-        folder = homeFolder().value_or("/") / ".config";
-    }
-    return folder / "Corvel";
+    return userFolder("XDG_CONFIG_HOME", ".config").value_or("/") / "Corvel";
 }
 
 }  // namespace corvel

@@ -35,20 +35,24 @@ std::optional<path> homeFolderOfUserDatabase() {
 
 }  // namespace
 
-std::optional<path> homeFolder() {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing in the program changes the environment once threads run
-    const auto home = absolutePath(std::getenv("HOME"));
-    return home ? home : homeFolderOfUserDatabase();
+std::optional<path> userFolder(const char* variable, const path& inHome) {
+    // Nothing in the program changes the environment once threads run.
+    // NOLINTBEGIN(concurrency-mt-unsafe)
+    auto named = absolutePath(std::getenv(variable));
+    auto home = absolutePath(std::getenv("HOME"));
+    // NOLINTEND(concurrency-mt-unsafe)
+    if (named) {
+        return named;
+    }
+    if (!home) {
+        home = homeFolderOfUserDatabase();
+    }
+    return home ? std::optional(*home / inHome) : std::nullopt;
 }
 
 path applicationSupportFolder() {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): as above
-    const auto dataHome = absolutePath(std::getenv("XDG_DATA_HOME"));
-    if (dataHome) {
-        return *dataHome;
-    }
-    if (const auto home = homeFolder()) {
-        return *home / ".local" / "share";
+    if (const auto folder = userFolder("XDG_DATA_HOME", ".local/share")) {
+        return *folder;
     }
     std::error_code error;
     const path temporary = std::filesystem::temp_directory_path(error);
