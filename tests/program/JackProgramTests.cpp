@@ -55,8 +55,9 @@ protected:
         return true;
     }
 
-    JackServer server_;
+    // Outlive the server: one that notifies a killed client dies of SIGPIPE, and its place among JACK's eight stays taken.
     std::deque<ChildProcess> clients_;
+    JackServer server_;
 };
 
 TEST_F(JackProgram, ListsWhatThereIsAndSaysWhenNoServerRuns) {
