@@ -149,7 +149,7 @@ protected:
         while (!isDone()) {
             ASSERT_NO_FATAL_FAILURE(playNext(250));
             static_cast<void>(corvel_->standardError());
-            maxMemoryKiB_ = std::max(maxMemoryKiB_, memoryKiB("VmRSS"));
+            maxMemoryKiB_ = std::max(maxMemoryKiB_, corvel_->memoryKiB("VmRSS"));
         }
     }
 
@@ -236,7 +236,7 @@ TEST_F(ReportFloodOfFailures, FromManyProgramsCostsNoMemoryAndHoldsOffNoCommand)
         arrived += synth_.received().size();
         synth_.forgetReceived();
         static_cast<void>(corvel_->standardError());
-        maxMemoryKiB_ = std::max(maxMemoryKiB_, memoryKiB("VmRSS"));
+        maxMemoryKiB_ = std::max(maxMemoryKiB_, corvel_->memoryKiB("VmRSS"));
     };
     const auto takeNotesUntilEndOf = [&](TimedCommand& running) {
         while (!running.hasEnded() && running.duration() < kDeadline) {

@@ -147,14 +147,4 @@ std::vector<ReloadSummary> SequencerProgramFixture::reloads() {
     return found;
 }
 
-long SequencerProgramFixture::memoryKiB(const std::string& field) const {
-    std::ifstream status("/proc/" + std::to_string(corvel_->pid()) + "/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.rfind(field + ":", 0) == 0) {
-            return std::stol(line.substr(field.size() + 1));
-        }
-    }
-    return -1;
-}
-
 }  // namespace corvel::tests

@@ -119,8 +119,6 @@ protected:
     [[nodiscard]] std::vector<std::string> errorLines(const std::string& text);
     /// The summaries of all reloads so far.
     [[nodiscard]] std::vector<ReloadSummary> reloads();
-    /// Resident memory of the program in KiB: current ("VmRSS") or maximum ("VmHWM").
-    [[nodiscard]] long memoryKiB(const std::string& field) const;
 
     [[nodiscard]] std::filesystem::path document() const { return folder_ / "routes.json"; }
 

@@ -73,7 +73,7 @@ protected:
 
     void watchMemory() {
         static_cast<void>(corvel_->standardError());
-        maxMemoryKiB_ = std::max(maxMemoryKiB_, memoryKiB("VmRSS"));
+        maxMemoryKiB_ = std::max(maxMemoryKiB_, corvel_->memoryKiB("VmRSS"));
     }
 
     void reportMemory(const std::string& during) const {

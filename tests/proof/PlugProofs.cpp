@@ -132,7 +132,7 @@ TEST_F(PlugProof, ADeviceThatComesAndGoesIsRoutedAgainAtOnceAndCostsOthersNothin
     for (unsigned cycle = 0; cycle < warmUp + cycles; ++cycle) {
         SCOPED_TRACE(cycle);
         if (cycle == warmUp) {
-            memoryBefore = memoryKiB("VmRSS");
+            memoryBefore = corvel_->memoryKiB("VmRSS");
             descriptorsBefore = descriptors();
         }
         SequencerPeer pads("Stage Pads");
@@ -170,7 +170,7 @@ TEST_F(PlugProof, ADeviceThatComesAndGoesIsRoutedAgainAtOnceAndCostsOthersNothin
            std::to_string(steady.others()) + " out of place, " + std::to_string(steady.refused()) +
                " refused by the sequencer; the receiver itself was full " + std::to_string(steady.overruns()) +
                " times");
-    const long growth = memoryKiB("VmRSS") - memoryBefore;
+    const long growth = corvel_->memoryKiB("VmRSS") - memoryBefore;
     report("Memory stays within 1 MB", 1, growth <= kMaxGrowthKiB ? 1 : 0, std::to_string(growth) + " KiB more");
     const std::size_t descriptorsAfter = descriptors();
     report("Descriptors stay as before", 1, descriptorsAfter == descriptorsBefore ? 1 : 0,

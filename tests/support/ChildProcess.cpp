@@ -11,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <fstream>
 #include <system_error>
 
 namespace corvel::tests {
@@ -88,6 +89,16 @@ void ChildProcess::closeInput() {
 
 void ChildProcess::signal(int number) const {
     orThrow(kill(pid_, number) < 0 ? errno : 0, "signal a process");
+}
+
+long ChildProcess::memoryKiB(const std::string& field) const {
+    std::ifstream status("/proc/" + std::to_string(pid_) + "/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind(field + ":", 0) == 0) {
+            return std::stol(line.substr(field.size() + 1));
+        }
+    }
+    return -1;
 }
 
 std::optional<int> ChildProcess::wait(std::chrono::milliseconds limit) {

@@ -22,6 +22,8 @@ public:
     [[nodiscard]] pid_t pid() const { return pid_; }
     void closeInput();
     void signal(int number) const;
+    /// Its resident memory in KiB: current ("VmRSS") or maximum ("VmHWM"); -1 if it has ended.
+    [[nodiscard]] long memoryKiB(const std::string& field) const;
 
     /// The exit status, or the negative number of the signal that ended it; no value if it still runs after the limit.
     [[nodiscard]] std::optional<int> wait(std::chrono::milliseconds limit);
