@@ -95,7 +95,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } else {
         require(!std::get<CommandLineText>(result).text.empty(), "help and version are texts", because);
     }
-    const CommandLineResult again = parseCommandLine(given, "1.2.3");
-    require(result.index() == again.index(), "the same arguments mean the same", because);
+    // Not with every input, because it takes as long as all the rest.
+    if (size % 16 == 0) {
+        const CommandLineResult again = parseCommandLine(given, "1.2.3");
+        require(result.index() == again.index(), "the same arguments mean the same", because);
+    }
     return 0;
 }

@@ -10,6 +10,9 @@ namespace corvel::hosts {
 
 namespace {
 
+/// The sequencer counts pitch bend from here, MIDI from 0.
+constexpr unsigned kPitchBendCenter = 8192;
+
 /// The event type of a one-byte status; none for undefined ones.
 snd_seq_event_type_t typeOfSingleByte(std::uint8_t status) {
     switch (status) {
@@ -55,7 +58,7 @@ snd_seq_event_t channelEvent(std::uint8_t status, std::uint8_t first, std::uint8
             snd_seq_ev_set_chanpress(&event, channel, first);
             break;
         default:
-            snd_seq_ev_set_pitchbend(&event, channel, (second << 7 | first) - 8192);
+            snd_seq_ev_set_pitchbend(&event, channel, (second << 7 | first) - static_cast<int>(kPitchBendCenter));
             break;
     }
     return event;
@@ -175,13 +178,13 @@ private:
     std::size_t position_ = 0;
 };
 
-MIDIBytes message(unsigned kind, unsigned channel, int first) {
-    return {{static_cast<std::uint8_t>(kind | (channel & 0x0FU)), static_cast<std::uint8_t>(first & 0x7F)}, 2};
+MIDIBytes message(unsigned kind, unsigned channel, unsigned first) {
+    return {{static_cast<std::uint8_t>(kind | (channel & 0x0FU)), static_cast<std::uint8_t>(first & 0x7FU)}, 2};
 }
 
-MIDIBytes message(unsigned kind, unsigned channel, int first, int second) {
-    return {{static_cast<std::uint8_t>(kind | (channel & 0x0FU)), static_cast<std::uint8_t>(first & 0x7F),
-             static_cast<std::uint8_t>(second & 0x7F)},
+MIDIBytes message(unsigned kind, unsigned channel, unsigned first, unsigned second) {
+    return {{static_cast<std::uint8_t>(kind | (channel & 0x0FU)), static_cast<std::uint8_t>(first & 0x7FU),
+             static_cast<std::uint8_t>(second & 0x7FU)},
             3};
 }
 
@@ -190,6 +193,8 @@ MIDIBytes message(unsigned kind, unsigned channel, int first, int second) {
 std::optional<MIDIBytes> channelMessage(const snd_seq_event_t& event) {
     const auto& note = event.data.note;
     const auto& control = event.data.control;
+    // Unsigned, because another program can send any number, and adding to the largest signed one is undefined.
+    const auto value = static_cast<unsigned>(control.value);
     switch (event.type) {
         case SND_SEQ_EVENT_NOTEON:
             return message(0x90, note.channel, note.note, note.velocity);
@@ -198,13 +203,13 @@ std::optional<MIDIBytes> channelMessage(const snd_seq_event_t& event) {
         case SND_SEQ_EVENT_KEYPRESS:
             return message(0xA0, note.channel, note.note, note.velocity);
         case SND_SEQ_EVENT_CONTROLLER:
-            return message(0xB0, control.channel, static_cast<int>(control.param), control.value);
+            return message(0xB0, control.channel, control.param, value);
         case SND_SEQ_EVENT_PGMCHANGE:
-            return message(0xC0, control.channel, control.value);
+            return message(0xC0, control.channel, value);
         case SND_SEQ_EVENT_CHANPRESS:
-            return message(0xD0, control.channel, control.value);
+            return message(0xD0, control.channel, value);
         case SND_SEQ_EVENT_PITCHBEND:
-            return message(0xE0, control.channel, control.value + 8192, (control.value + 8192) >> 7);
+            return message(0xE0, control.channel, value + kPitchBendCenter, (value + kPitchBendCenter) >> 7);
         default:
             return std::nullopt;
     }

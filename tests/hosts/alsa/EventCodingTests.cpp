@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 #include <optional>
 #include <random>
 #include <string>
@@ -123,6 +124,16 @@ TEST(EventCoding, LeavesOutASysExMessageThatCameWithoutItsBytes) {
     snd_seq_ev_set_sysex(&event, 4, reinterpret_cast<void*>(std::uintptr_t{16}));
     snd_seq_ev_set_varusr(&event, 4, reinterpret_cast<void*>(std::uintptr_t{16}));
     EXPECT_EQ(decoded(event), std::nullopt);
+}
+
+TEST(EventCoding, DecodesNumbersThatNoMessageCanHave) {
+    snd_seq_event_t event{};
+    snd_seq_ev_set_pitchbend(&event, 3, std::numeric_limits<int>::max());
+    EXPECT_EQ(decoded(event), (Bytes{0xE3, 0x7F, 0x3F}));
+    snd_seq_ev_set_pitchbend(&event, 3, -8193);
+    EXPECT_EQ(decoded(event), (Bytes{0xE3, 0x7F, 0x7F}));
+    snd_seq_ev_set_controller(&event, 20, std::numeric_limits<unsigned>::max(), -1);
+    EXPECT_EQ(decoded(event), (Bytes{0xB4, 0x7F, 0x7F}));
 }
 
 TEST(EventCoding, LeavesOutASysExMessageOfNoBytes) {
