@@ -17,7 +17,6 @@ if(NOT CORVEL_CONTACT)
   # Packages must have a contact. No mail can ever reach this domain.
   set(CPACK_PACKAGE_CONTACT "Unpublished build <nobody@corvel.invalid>")
 endif()
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
