@@ -3,7 +3,6 @@
 #include "core/engine/CoreMIDIRouterEngine.hpp"
 #include "hosts/demo/DemoDevices.hpp"
 #include "tests/support/ByteText.hpp"
-#include "tests/support/Deadline.hpp"
 #include "tests/support/ManualClock.hpp"
 #include "tests/support/ManualQueue.hpp"
 #include "tests/support/RecordingDelegate.hpp"
@@ -14,11 +13,8 @@
 #include <array>
 #include <cerrno>
 #include <functional>
-#include <future>
 #include <memory>
-#include <mutex>
 #include <optional>
-#include <set>
 #include <span>
 #include <string>
 #include <utility>
@@ -414,116 +410,6 @@ TEST(DemoMIDIHost, CarriesItsOwnConnectionsThroughTheEngine) {
     EXPECT_EQ(host->traffic(setup.destinations[0].ref), (DemoTraffic{.packets = 1, .bytes = 3}));
     EXPECT_EQ(host->traffic(setup.destinations[1].ref), (DemoTraffic{.packets = 1, .bytes = 3}));
     EXPECT_EQ(host->traffic(setup.destinations[2].ref), (DemoTraffic{.packets = 1, .bytes = 1}));
-}
-
-/// Records what a service plays on its own thread.
-class Listener {
-public:
-    void receive(std::span<const MIDIArrival> arrivals) {
-        const std::lock_guard lock(mutex_);
-        for (const MIDIArrival& arrival : arrivals) {
-            const MIDIBytes& bytes = arrival.bytes;
-            const int kind = bytes[0] & 0xF0;
-            if (kind == 0x90) {
-                sounding_.insert({bytes[0] & 0x0F, bytes[1]});
-                ++noteCount_;
-            } else if (kind == 0x80) {
-                sounding_.erase({bytes[0] & 0x0F, bytes[1]});
-            }
-        }
-        if (noteCount_ > 0 && !hasHeard_) {
-            hasHeard_ = true;
-            heard_.set_value();
-        }
-    }
-
-    /// Waits for the first note; false after the deadline.
-    [[nodiscard]] bool waitForANote() { return heard_.get_future().wait_for(kDeadline) == std::future_status::ready; }
-
-    [[nodiscard]] std::size_t soundingCount() const {
-        const std::lock_guard lock(mutex_);
-        return sounding_.size();
-    }
-
-private:
-    mutable std::mutex mutex_;
-    std::promise<void> heard_;
-    bool hasHeard_ = false;
-    std::set<std::pair<int, int>> sounding_;
-    int noteCount_ = 0;
-};
-
-/// Connects all sources of a service that plays by itself.
-void connectAll(DemoMIDIHost& host, const MIDIHost::ReceiveHandler& handler) {
-    const MIDIObjectRef client = host.createClient("Test", {}).ref;
-    const MIDIObjectRef input = host.createInputPort(client, "In", handler).ref;
-    const std::shared_ptr<const MIDISetup> setup = host.setup(MIDIListing::known);
-    for (const MIDIEndpointRecord& source : setup->sources) {
-        ASSERT_EQ(host.connectSource(input, source.ref, 1), kMIDISuccess);
-    }
-}
-
-TEST(DemoMIDIHost, EndsEveryNoteThatItPlaysWhenItGoes) {
-    auto host = hosts::makeDemoMIDIHost(std::make_shared<ManualQueue>());
-    Listener listener;
-    connectAll(*host, [&listener](auto arrivals) { listener.receive(arrivals); });
-    ASSERT_TRUE(listener.waitForANote());
-
-    host.reset();
-
-    EXPECT_EQ(listener.soundingCount(), 0U);
-}
-
-TEST(DemoMIDIHost, MayBeReleasedByAReceiverOnItsOwnThread) {
-    /// The last reference to the service, which the handler gets once everything is connected.
-    struct Owner {
-        std::mutex mutex;
-        std::shared_ptr<DemoMIDIHost> host;
-        std::promise<void> isGone;
-    };
-    auto host = hosts::makeDemoMIDIHost(std::make_shared<ManualQueue>());
-    const auto owner = std::make_shared<Owner>();
-    // Destroyed with the handlers, which the state that the playing thread holds destroys at its end.
-    std::shared_ptr<void> witness(nullptr, [owner](void*) { owner->isGone.set_value(); });
-    connectAll(*host, [owner, kept = std::move(witness)](auto) {
-        const std::lock_guard lock(owner->mutex);
-        owner->host.reset();
-    });
-    {
-        const std::lock_guard lock(owner->mutex);
-        owner->host = std::move(host);
-    }
-    EXPECT_EQ(owner->isGone.get_future().wait_for(kDeadline), std::future_status::ready);
-}
-
-TEST(DemoMIDIHost, EndsWhatADevicePlaysWhenItIsTakenOffline) {
-    std::promise<void> struck;
-    std::promise<void> ended;
-    int events = 0;
-    const auto host = hosts::makeDemoMIDIHost(std::make_shared<ManualQueue>());
-    const MIDIObjectRef client = host->createClient("Test", {}).ref;
-    const MIDIObjectRef input = host->createInputPort(client, "In",
-                                                      [&](std::span<const MIDIArrival> arrivals) {
-                                                          for (const MIDIArrival& arrival : arrivals) {
-                                                              if (arrival.bytes[0] == 0x90 && events == 0) {
-                                                                  ++events;
-                                                                  struck.set_value();
-                                                              } else if (arrival.bytes[0] == 0xE0 && events == 1) {
-                                                                  // The bend's reset completes the end of the
-                                                                  // keyboard's piece.
-                                                                  ++events;
-                                                                  ended.set_value();
-                                                              }
-                                                          }
-                                                      })
-                                    .ref;
-    const MIDIObjectRef keyboard = host->setup(MIDIListing::known)->sources[0].ref;
-    ASSERT_EQ(host->connectSource(input, keyboard, 1), kMIDISuccess);
-    ASSERT_EQ(struck.get_future().wait_for(kDeadline), std::future_status::ready);
-
-    host->setOffline(keyboard, true);
-
-    EXPECT_EQ(ended.get_future().wait_for(kDeadline), std::future_status::ready);
 }
 
 TEST(DemoDocument, JoinsTheDevicesByThreeConnections) {
