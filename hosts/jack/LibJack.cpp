@@ -122,6 +122,10 @@ public:
     MIDIStatus connect(void* port, MIDIEndpointDirection otherSide, const std::string& otherPort) override {
         const char* const own = ::jack_port_name(static_cast<jack_port_t*>(port));
         const char* const other = otherPort.c_str();
+        // JACK logs an error for each connection that exists already.
+        if (::jack_port_connected_to(static_cast<jack_port_t*>(port), other) != 0) {
+            return kMIDISuccess;
+        }
         const int status = otherSide == MIDIEndpointDirection::source ? ::jack_connect(client_, other, own)
                                                                       : ::jack_connect(client_, own, other);
         return status == 0 || status == EEXIST ? kMIDISuccess : -EIO;

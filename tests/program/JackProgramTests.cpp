@@ -55,7 +55,8 @@ protected:
         return true;
     }
 
-    // Outlive the server: one that notifies a killed client dies of SIGPIPE, and its place among JACK's eight stays taken.
+    // Outlive the server: one that notifies a killed client dies of SIGPIPE, and its place among JACK's eight stays
+    // taken.
     std::deque<ChildProcess> clients_;
     JackServer server_;
 };
@@ -82,6 +83,25 @@ TEST_F(JackProgram, RoutesFromOneProgramToAnotherOntoAnotherChannel) {
     EXPECT_TRUE(recorder().waitForOutput("84 3c 40 note off", kDeadline));
     router.signal(SIGTERM);
     EXPECT_EQ(router.wait(kDeadline), 0);
+}
+
+TEST_F(JackProgram, LeavesExistingConnectionsAloneWhenOtherPortsComeAndGo) {
+    server_.start();
+    const JackPeer player("player", 0);
+    ASSERT_TRUE(waitForAnswer({"--list", "--midi", "jack"}, "player"));
+    ASSERT_EQ(run({"--connect", "player", "player", "--midi", "jack"}), "Set \"Default\" saved (1 connections)\n");
+    ChildProcess router = startRouter();
+    ASSERT_TRUE(router.waitForError("1 sources, 1 destinations, 1 source connections", kDeadline));
+    {
+        const JackPeer visitor("visitor", 0);
+        ASSERT_TRUE(router.waitForError(" 2 sources, 2 destinations", kDeadline));
+    }
+    const std::string settled = "Endpoint reload (notification settled): 1 sources, 1 destinations";
+    ASSERT_TRUE(router.waitForError(settled, kDeadline)) << router.standardError();
+    router.signal(SIGTERM);
+    EXPECT_EQ(router.wait(kDeadline), 0);
+    // The server logs an error for each connection that is made a second time.
+    EXPECT_THAT(server_.log(), testing::Not(testing::HasSubstr("already connected")));
 }
 
 TEST_F(JackProgram, TakesUpAServerThatComesLaterAndSurvivesItsEnd) {

@@ -91,6 +91,7 @@ TEST_F(WindowProof, TheMainThreadIsAlwaysThereWhileThirtyTwoDevicesPlay) {
         std::this_thread::sleep_for(milliseconds(100));
         memory.watch();
         static_cast<void>(corvel.standardError());
+        static_cast<void>(server_.log());
         if (steady_clock::now() < nextPlug) {
             continue;
         }

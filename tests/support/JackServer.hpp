@@ -22,6 +22,8 @@ public:
 
     /// Starts the server and waits until it serves clients. Throws `std::runtime_error` if it does not.
     void start();
+    /// What the server has written so far. Long tests must ask from time to time, because a full pipe stops the server.
+    [[nodiscard]] const std::string& log() { return process_->standardError(); }
     /// Ends the server as a crash does, and waits for its end.
     void kill();
 
