@@ -10,18 +10,18 @@ namespace {
 using Kind = OptionValue::Kind;
 using Role = CommandLineOption::Role;
 
-constexpr std::array<std::string_view, 1> kOfHeadless{"--headless"};
-constexpr std::array<std::string_view, 1> kOfList{"--list"};
-constexpr std::array<std::string_view, 1> kOfConnect{"--connect"};
-constexpr std::array<std::string_view, 1> kOfScreenshot{"--screenshot"};
+constexpr auto kOfHeadless = std::to_array<std::string_view>({"--headless"});
+constexpr auto kOfList = std::to_array<std::string_view>({"--list"});
+constexpr auto kOfConnect = std::to_array<std::string_view>({"--connect"});
+constexpr auto kOfScreenshot = std::to_array<std::string_view>({"--screenshot"});
 /// The commands that work on the connection sets.
-constexpr std::array<std::string_view, 7> kOnDocuments{kWindowCommand, "--headless", "--connect",      "--disconnect",
-                                                       "--set",        "--sets",     "--all-notes-off"};
+constexpr auto kOnDocuments = std::to_array<std::string_view>(
+    {kWindowCommand, "--headless", "--connect", "--disconnect", "--set", "--sets", "--all-notes-off"});
 
-constexpr std::array<std::string_view, 16> kChannels{"1", "2",  "3",  "4",  "5",  "6",  "7",  "8",
-                                                     "9", "10", "11", "12", "13", "14", "15", "16"};
-constexpr std::array<std::string_view, 2> kAppearances{"light", "dark"};
-constexpr std::array<std::string_view, 5> kServices{"auto", "alsa", "jack", "alsa,jack", "demo"};
+constexpr auto kChannels = std::to_array<std::string_view>(
+    {"1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12", "13", "14", "15", "16"});
+constexpr auto kAppearances = std::to_array<std::string_view>({"light", "dark"});
+constexpr auto kServices = std::to_array<std::string_view>({"auto", "alsa", "jack", "alsa,jack", "demo"});
 
 constexpr std::array<OptionValue, 2> kEndpoints{
     {{.name = "SOURCE", .kind = Kind::source}, {.name = "DESTINATION", .kind = Kind::destination}}};
@@ -100,13 +100,13 @@ constexpr std::array<CommandLineOption, 18> kOptions{{
     {.name = "--help", .shortName = "-h", .role = Role::information, .summary = "Print a summary of the options"},
 }};
 
-constexpr std::array<std::string_view, 2> kNotes{
+constexpr auto kNotes = std::to_array<std::string_view>({
     "Only one instance of Corvel runs at a time, with or without its window: a second start brings the window forward. "
     "The running instance carries out --connect, --disconnect, --set, --sets and --all-notes-off, unless --document "
     "names a file that it does not use. If no instance runs, these commands work on your saved connections, and only "
     "--connect and --all-notes-off need MIDI. With --midi demo, Corvel runs independently of other instances.",
     "If there is no sequencer, --midi alsa opens the window with your own sets.",
-};
+});
 
 }  // namespace
 

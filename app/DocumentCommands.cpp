@@ -265,28 +265,25 @@ CommandResult disconnect(MIDIRouterViewModel& model, std::string_view source, st
 CommandResult selectSet(MIDIRouterViewModel& model, std::string_view set) {
     const std::optional<UUID> id = UUID::parse(set);
     std::vector<Candidate> all;
-    std::vector<const MIDIRouteSet*> found;
+    std::vector<Candidate> matches;
+    const MIDIRouteSet* found = nullptr;
     for (const MIDIRouteSet& routeSet : model.routeSets()) {
         all.push_back({escapedLine(routeSet.name), routeSet.id.text()});
         if (isCalled(routeSet.name, set) || routeSet.id == id) {
-            found.push_back(&routeSet);
+            matches.push_back(all.back());
+            found = &routeSet;
         }
     }
-    if (found.empty()) {
+    if (found == nullptr) {
         return failureWithCandidates("There is no set " + inQuotes(set), "the sets are", all);
     }
-    if (found.size() > 1) {
-        std::vector<Candidate> candidates;
-        candidates.reserve(found.size());
-        for (const MIDIRouteSet* const routeSet : found) {
-            candidates.push_back({escapedLine(routeSet->name), routeSet->id.text()});
-        }
-        return failureWithCandidates("Several sets are called " + inQuotes(set), "give the ID of one", candidates);
+    if (matches.size() > 1) {
+        return failureWithCandidates("Several sets are called " + inQuotes(set), "give the ID of one", matches);
     }
-    if (found.front()->id == model.selectedRouteSetID()) {
-        return {kSucceeded, "Set " + inQuotes(found.front()->name) + " is the current one already"};
+    if (found->id == model.selectedRouteSetID()) {
+        return {kSucceeded, "Set " + inQuotes(found->name) + " is the current one already"};
     }
-    model.selectRouteSet(found.front()->id);
+    model.selectRouteSet(found->id);
     return outcome(model);
 }
 

@@ -33,7 +33,7 @@ void appendTable(std::string& text, std::string_view heading, const std::vector<
         rows.push_back({std::to_string(endpoint.id), endpoint.isOnline ? "online" : "offline",
                         escapedName(endpoint.displayName), escapedLine(endpoint.manufacturer.value_or(""))});
     }
-    std::array<std::size_t, 4> widths{};
+    std::array<std::size_t, std::tuple_size_v<Row>> widths{};
     for (const Row& row : rows) {
         for (std::size_t column = 0; column < row.size(); ++column) {
             widths.at(column) = std::max(widths.at(column), width(row.at(column)));

@@ -65,9 +65,9 @@ MIDIRouterViewModel::MIDIRouterViewModel(Private, std::shared_ptr<CoreMIDIRouter
       settings_(std::move(settings)),
       clock_(std::move(clock)),
       mainQueue_(std::move(mainQueue)),
-      endpointAliases_(settings_) {
+      endpointAliases_(settings_),
+      releasesHeldNotes_(settings_->string(kReleasesHeldNotesKey) == "true") {
     appearanceMode_.set(storedAppearanceMode(*settings_));
-    releasesHeldNotes_ = settings_->string(kReleasesHeldNotesKey) == "true";
     MIDIRouteSetDocument document = routeStore_->loadDocument();
     routes_.set(document.selectedRouteSet().routes);
     selectedRouteSetID_.set(document.selectedSetID);
@@ -282,15 +282,11 @@ void MIDIRouterViewModel::removeGraphActivity(const UUID& routeID) {
     });
 }
 
-void MIDIRouterViewModel::persistRoutes(bool updateStatus) {
+void MIDIRouterViewModel::persistRoutes() {
     syncSelectedRouteSetRoutes();
     engine_->updateRoutes(routes());
-    std::optional<std::string> saved;
-    if (updateStatus) {
-        saved = "Set " + text::quoted(selectedRouteSetName()) + " saved (" + std::to_string(routes().size()) +
-                " connections)";
-    }
-    saveRouteSetDocument(std::move(saved));
+    saveRouteSetDocument("Set " + text::quoted(selectedRouteSetName()) + " saved (" + std::to_string(routes().size()) +
+                         " connections)");
 }
 
 void MIDIRouterViewModel::syncSelectedRouteSetRoutes() {

@@ -324,7 +324,7 @@ private:
 
     /// Stores `routes` in the current set, passes them to the engine and saves. If saving fails, they still count in
     /// memory and in the engine.
-    void persistRoutes(bool updateStatus);
+    void persistRoutes();
     void syncSelectedRouteSetRoutes();
     void saveRouteSetDocument(std::optional<std::string> statusMessage);
     void recordSaveFailure(std::string message);
@@ -368,7 +368,7 @@ private:
     EndpointAliases endpointAliases_;
     const Collator collator_ = Collator::forUser();
     bool didStart_ = false;
-    bool releasesHeldNotes_ = false;
+    bool releasesHeldNotes_;
     EditHistory history_;
     /// The status line that offers to undo.
     std::optional<std::string> undoOffer_;

@@ -3,7 +3,6 @@
 #include "app/UniqueName.hpp"
 
 #include <algorithm>
-#include <array>
 #include <unordered_set>
 #include <utility>
 
@@ -83,7 +82,7 @@ void MIDIRouterViewModel::connect(std::int32_t sourceID, std::int32_t destinatio
     routes_.edit([&](std::vector<MIDIRoute>& routes) { routes.push_back(std::move(connection)); });
     selectedRouteID_.set(id);
     recordConnectionEdit(std::move(edit));
-    persistRoutes(true);
+    persistRoutes();
     warnOfFeedback(id);
 }
 
@@ -98,7 +97,7 @@ void MIDIRouterViewModel::deleteSelectedRoute() {
     });
     selectedRouteID_.set(routes().empty() ? std::nullopt : std::optional(routes().front().id));
     recordConnectionEdit(std::move(edit));
-    persistRoutes(true);
+    persistRoutes();
     offerUndo();
 }
 
@@ -110,7 +109,7 @@ void MIDIRouterViewModel::setRouteEnabled(const UUID& routeID, bool isEnabled) {
     DocumentEdit edit = connectionEdit(isEnabled ? "Resume Connection" : "Pause Connection", routeID);
     routes_.edit([&](std::vector<MIDIRoute>& routes) { routes[*index].isEnabled = isEnabled; });
     recordConnectionEdit(std::move(edit));
-    persistRoutes(true);
+    persistRoutes();
     warnOfFeedback(routeID);
 }
 
@@ -221,18 +220,16 @@ void MIDIRouterViewModel::deleteActiveVariant(const UUID& routeID) {
 }
 
 ChannelMode MIDIRouterViewModel::suggestedVariantChannelMode(const MIDIRoute& route) {
-    std::array<bool, kLastChannel + 1> isUsed{};
-    const auto isChannel = [](int channel) { return channel >= kFirstChannel && channel <= kLastChannel; };
+    std::unordered_set<int> used;
     for (const MIDIRouteVariant& variant : route.variants) {
-        const std::optional<int> channel = modeOf(variant).forcedChannel();
-        if (channel && isChannel(*channel)) {
-            isUsed[static_cast<std::size_t>(*channel)] = true;
+        if (const std::optional<int> channel = modeOf(variant).forcedChannel()) {
+            used.insert(*channel);
         }
     }
     const int ownChannel = route.channelMode.forcedChannel().value_or(kFirstChannel);
-    for (const int start : {isChannel(ownChannel) ? ownChannel : kFirstChannel, kFirstChannel}) {
+    for (const int start : {std::max(ownChannel, kFirstChannel), kFirstChannel}) {
         for (int channel = start; channel <= kLastChannel; ++channel) {
-            if (!isUsed[static_cast<std::size_t>(channel)]) {
+            if (!used.contains(channel)) {
                 return ChannelMode::force(channel);
             }
         }
@@ -269,7 +266,6 @@ bool MIDIRouterViewModel::handleShortcut(const KeyboardShortcutSpec& spec) {
         statusMessage_.set(spec.title() + " is assigned to multiple connections; select a connection first");
         return true;
     }
-    selectedRouteID_.set(matches.front().routeID);
     setActiveVariant(matches.front().variantID, matches.front().routeID);
     return true;
 }
@@ -285,7 +281,7 @@ std::optional<std::size_t> MIDIRouterViewModel::routeIndex(const UUID& routeID) 
 void MIDIRouterViewModel::finishAssignmentCommand(const UUID& routeID, std::string statusMessage) {
     // The endpoints or the channel may have changed, so the connection's pulses are out of date.
     removeGraphActivity(routeID);
-    persistRoutes(true);
+    persistRoutes();
     showOutcome(std::move(statusMessage));
 }
 

@@ -146,18 +146,17 @@ std::optional<DocumentEdit> MIDIRouterViewModel::carryOut(DocumentEdit edit, std
 /// the edit no longer applies.
 bool MIDIRouterViewModel::exchange(ConnectionChange& change, const UUID& setID) {
     const bool isCurrent = setID == selectedRouteSetID();
-    bool isShownAnew = false;
     const auto exchangeIn = [&](std::vector<MIDIRoute>& routes) {
         std::vector<Placed<MIDIRoute>> current = connectionsWithID(routes, change.id);
-        isShownAnew = current.empty();
+        const bool isShownAnew = current.empty();
         std::erase_if(routes, [&](const MIDIRoute& route) { return route.id == change.id; });
         for (const auto& [index, route] : change.connections) {
-            insertAt(routes, index,
-                     current.empty() ? route : merged(route, current.front().value, change.activeVariantID));
+            insertAt(routes, index, isShownAnew ? route : merged(route, current.front().value, change.activeVariantID));
         }
         change.connections = std::move(current);
         const auto now = std::ranges::find(routes, change.id, &MIDIRoute::id);
         change.activeVariantID = now == routes.end() ? std::nullopt : std::optional(now->activeVariantID);
+        return isShownAnew;
     };
     if (!isCurrent) {
         routeSets_.edit([&](std::vector<MIDIRouteSet>& routeSets) {
@@ -165,7 +164,7 @@ bool MIDIRouterViewModel::exchange(ConnectionChange& change, const UUID& setID) 
         });
         return true;
     }
-    routes_.edit(exchangeIn);
+    const bool isShownAnew = routes_.edit(exchangeIn);
     removeGraphActivity(change.id);
     if (route(change.id) != nullptr) {
         selectedRouteID_.set(change.id);
@@ -199,7 +198,6 @@ bool MIDIRouterViewModel::exchange(RouteSetChange& change, const UUID& setID) {
         }
         showRouteSet(next->id, next->routes);
         reconcileRoutesWithCurrentEndpoints();
-        removeGraphActivityForHiddenRoutes();
     }
     opposite.leftSetID = selectedRouteSetID();
     change = std::move(opposite);

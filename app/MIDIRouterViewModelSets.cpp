@@ -43,7 +43,6 @@ void MIDIRouterViewModel::selectRouteSet(const UUID& id) {
     const std::string name = found->name;
     showRouteSet(found->id, found->routes);
     reconcileRoutesWithCurrentEndpoints();
-    removeGraphActivityForHiddenRoutes();
     saveRouteSetDocument(std::nullopt);
     showOutcome("Loaded set " + text::quoted(name));
 }
@@ -61,7 +60,6 @@ void MIDIRouterViewModel::createRouteSet(std::string_view name) {
 
 void MIDIRouterViewModel::duplicateSelectedRouteSet(std::string_view name) {
     std::vector<MIDIRoute> copies;
-    copies.reserve(routes().size());
     std::ranges::transform(routes(), std::back_inserter(copies), copyWithFreshIDs);
     const std::string base = cleanedRouteSetName(name, selectedRouteSetName() + " Copy");
     MIDIRouteSet duplicate{UUID::random(), uniqueRouteSetName(base), copies};
@@ -102,7 +100,6 @@ void MIDIRouterViewModel::deleteSelectedRouteSet() {
     const MIDIRouteSet& next = routeSets()[std::min(*index, routeSets().size() - 1)];
     showRouteSet(next.id, next.routes);
     reconcileRoutesWithCurrentEndpoints();
-    removeGraphActivityForHiddenRoutes();
     recordRouteSetEdit(std::move(edit));
     saveRouteSetDocument(std::nullopt);
     showOutcome("Deleted set " + text::quoted(name));

@@ -47,7 +47,9 @@ public:
     /// subscription and must not throw.
     [[nodiscard]] Observation add(Observer observer) {
         auto shared = std::make_shared<const Observer>(std::move(observer));
-        removeEnded();
+        if (depth_ == 0) {
+            std::erase_if(observers_, [](const std::weak_ptr<const Observer>& ended) { return ended.expired(); });
+        }
         observers_.push_back(shared);
         return Observation(std::move(shared));
     }
@@ -63,16 +65,9 @@ public:
             }
         }
         --depth_;
-        removeEnded();
     }
 
 private:
-    void removeEnded() {
-        if (depth_ == 0) {
-            std::erase_if(observers_, [](const std::weak_ptr<const Observer>& observer) { return observer.expired(); });
-        }
-    }
-
     std::vector<std::weak_ptr<const Observer>> observers_;
     /// The number of nested notifications; entries are removed from the list only when there are none.
     std::size_t depth_ = 0;

@@ -30,7 +30,6 @@ MIDIStatus JackLane::add(JackEventReader::Part part, std::span<const std::uint8_
     const bool ends = part == JackEventReader::Part::sysExEnd;
     isTooLong_ = isTooLong_ || sysEx_.size() + bytes.size() + (ends ? 0 : 1) > std::min(maxEvent, kMaxEvent);
     if (isTooLong_) {
-        sysEx_.clear();
         return -EMSGSIZE;
     }
     sysEx_.insert(sysEx_.end(), bytes.begin(), bytes.end());

@@ -92,6 +92,7 @@ TEST(CommandLine, ReadsScreenshotWithItsOptions) {
     const CommandLine plain = parsed({"--screenshot", "a b.png"});
     EXPECT_EQ(plain.command, CommandLine::Command(
                                  CommandLine::Screenshot{.file = "a b.png", .width = 1180, .height = 760, .scale = 1}));
+    EXPECT_EQ(parsed({"--screenshot", "a b.png", "--scale", "1"}).command, plain.command);
     EXPECT_EQ(
         parsed({"--appearance", "light", "--scale", "1.5", "--size", "1920x1080", "--screenshot=a.png"}).command,
         CommandLine::Command(CommandLine::Screenshot{
@@ -160,6 +161,22 @@ TEST(CommandLine, KeepsTheLinesOfTheHelpWithinATerminal) {
         EXPECT_LE(line.size(), 80U) << line;
         EXPECT_FALSE(line.ends_with(' ')) << line;
     }
+}
+
+TEST(CommandLine, WritesTheHelpInColumns) {
+    const std::string help = textOf({"--help"});
+    for (const char* const lines :
+         {"Usage:\n  corvel [--midi SERVICE] [--document FILE]\n  corvel --headless ",
+          "\n  corvel --connect SOURCE DESTINATION [--channel N] [--midi SERVICE]\n         [--document FILE]\n",
+          "\n  --channel N      Force the connection onto a channel from 1 to 16. A\n"
+          "                   connection that exists already",
+          "\n  --all-notes-off  Silence every output", "\n  --screenshot FILE\n                   Draw the window",
+          " decimals allowed; 1 by default.\n                   Only with --screenshot.\n",
+          "\n  -h, --help       Print a summary of the options.\n\nOnly one instance of Corvel runs at a time, with or "
+          "without its window: a second\nstart brings"}) {
+        EXPECT_THAT(help, testing::HasSubstr(lines));
+    }
+    EXPECT_TRUE(help.ends_with(" --midi alsa opens the window with your own sets.\n"));
 }
 
 TEST(CommandLine, AcceptsEveryOptionThatTheHelpKnows) {

@@ -57,6 +57,8 @@ TEST_F(DocumentCommandsOnModel, ConnectsOnAChannel) {
     EXPECT_EQ(connect("Keys", "Synth", 3), (CommandResult{0, "Selected output channel Ch 3"}));
     EXPECT_EQ(model->routes().front().channelMode, ChannelMode::force(3));
     EXPECT_THAT(model->routes().front().variants, SizeIs(3));
+    EXPECT_EQ(connect("Keys", "Synth", 1), (CommandResult{0, "Added output channel Ch 1"}));
+    EXPECT_EQ(connect("Keys", "Synth", 16), (CommandResult{0, "Added output channel Ch 16"}));
     EXPECT_EQ(connect("Keys", "Synth", 0).exitCode, 1);
     EXPECT_EQ(connect("Keys", "Synth", 17), (CommandResult{1, "Channel 17 does not exist: channels are 1 to 16"}));
 }
@@ -108,6 +110,8 @@ TEST_F(DocumentCommandsOnModel, RefusesIDsThatAreNotThere) {
     EXPECT_EQ(connect("1011", "5", 2), (CommandResult{1, "Output endpoint is no longer available"}));
     EXPECT_EQ(connect("2147483648", "Synth").exitCode, 1);
     EXPECT_THAT(connect("99999999999", "Synth").text, StartsWith("99999999999 is not an endpoint ID"));
+    EXPECT_THAT(disconnect("99999999999", "Synth").text, StartsWith("99999999999 is not an endpoint ID"));
+    EXPECT_THAT(disconnect("Keys", "-2147483649").text, StartsWith("-2147483649 is not an endpoint ID"));
 }
 
 TEST_F(DocumentCommandsOnModel, TakesNamesAsTheyAreListed) {

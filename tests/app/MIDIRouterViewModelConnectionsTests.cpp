@@ -109,6 +109,21 @@ TEST_F(MIDIRouterViewModelConnections, SwitchesAConnectionOffAndOn) {
     EXPECT_THAT(playKeys(), SizeIs(1));
 }
 
+TEST_F(MIDIRouterViewModelConnections, WarnsOfAConnectionThatFeedsBack) {
+    host->properties[11].port = 5;
+    host->properties[21].port = 5;
+    model->applyEndpointSnapshot();
+    const UUID id = connectKeys();
+    EXPECT_EQ(model->statusMessage(), "This connection feeds back");
+    model->setRouteEnabled(id, false);
+    EXPECT_EQ(model->statusMessage(), "Set \"Default\" saved (1 connections)");
+    model->setRouteEnabled(id, true);
+    EXPECT_EQ(model->statusMessage(), "This connection feeds back");
+    breakStore();
+    model->setRouteEnabled(id, true);
+    EXPECT_THAT(model->statusMessage(), StartsWith("Could not save sets: ")) << "which matters more";
+}
+
 // Channel assignments
 
 TEST_F(MIDIRouterViewModelConnections, AddsAnAssignmentAndActivatesIt) {
@@ -296,6 +311,8 @@ TEST_F(MIDIRouterViewModelConnections, SuggestsTheOwnChannelOrTheNextFreeOrTheLo
     EXPECT_EQ(suggested(ChannelMode::force(17), {1}), ChannelMode::force(2));
     EXPECT_EQ(suggested(ChannelMode::force(0), {0, 17}), ChannelMode::force(1));
     EXPECT_EQ(suggested(ChannelMode::force(-4), {1}), ChannelMode::force(2));
+    EXPECT_EQ(suggested(ChannelMode::force(0), {}), ChannelMode::force(1));
+    EXPECT_EQ(suggested(ChannelMode::force(16), {}), ChannelMode::force(16));
 }
 
 // Shortcuts

@@ -280,6 +280,55 @@ TEST_F(MIDIRouterViewModelHistory, SaysWhenWhatIsUndoneCannotBeSaved) {
     EXPECT_THAT(model->routes(), SizeIs(1));
 }
 
+TEST_F(MIDIRouterViewModelHistory, KeepsAllLabelsOfEndpointsThatWereFoundAgainAfterTheEdit) {
+    model->setRouteEnabled(makeID(11), false);
+    host->properties[11] = {.displayName = "Grand", .manufacturer = "Bolt", .uniqueID = 1011};
+    host->properties[21] = {.displayName = "Organ", .manufacturer = "Bolt", .uniqueID = 1021};
+    model->applyEndpointSnapshot();
+    host->properties[11].uniqueID = 4011;
+    host->properties[21].uniqueID = 4021;
+    model->applyEndpointSnapshot();
+    MIDIRoute found = model->routes()[0];
+    ASSERT_EQ(found.sourceID, 4011);
+    ASSERT_EQ(found.destinationName, "Organ");
+    model->undo();
+    found.isEnabled = true;
+    EXPECT_EQ(model->routes()[0], found);
+}
+
+TEST_F(MIDIRouterViewModelHistory, FindsTheEndpointsOfASetThatComesBack) {
+    model->deleteSelectedRouteSet();
+    host->properties[21].uniqueID = 4021;
+    model->applyEndpointSnapshot();
+    model->undo();
+    EXPECT_EQ(model->routes()[0].destinationID, 4021);
+    EXPECT_EQ(store->loadDocument(), document());
+}
+
+TEST_F(MIDIRouterViewModelHistory, ForgetsThePulsesOfTheConnectionThatItChanges) {
+    model->addChannelAssignment(makeID(11), ChannelMode::force(3), std::nullopt);
+    report(makeID(11), {0x90, 60, 100});
+    model->undo();
+    EXPECT_THAT(model->graphActivities(makeID(11)), IsEmpty());
+}
+
+TEST_F(MIDIRouterViewModelHistory, TakesASecondSetBack) {
+    makeModel(MIDIRouteSetDocument(makeID(1), {{makeID(1), "Live", {}}}));
+    model->createRouteSet("Encore");
+    model->undo();
+    EXPECT_THAT(model->routeSets(), SizeIs(1));
+    EXPECT_EQ(model->selectedRouteSetID(), makeID(1));
+}
+
+TEST_F(MIDIRouterViewModelHistory, OffersToUndoNoOtherEditThatLeavesTheStatusLineAsItIs) {
+    model->connect(1012, 1022);
+    model->deleteSelectedRoute();
+    EXPECT_TRUE(model->offersUndo());
+    model->setRouteEnabled(makeID(11), false);
+    EXPECT_EQ(model->statusMessage(), "Set \"Live\" saved (1 connections)") << "as after the deletion";
+    EXPECT_FALSE(model->offersUndo());
+}
+
 // Other messages to the engine
 
 TEST_F(MIDIRouterViewModelHistory, AllNotesOffReachesEachOutputOfTheCurrentSetOnce) {
@@ -317,6 +366,16 @@ TEST_F(MIDIRouterViewModelHistory, ReleasesHeldNotesOnceTheUserWantsItAndRemembe
     model->setReleasesHeldNotes(false);
     makeModel();
     EXPECT_FALSE(model->releasesHeldNotes());
+}
+
+TEST_F(MIDIRouterViewModelHistory, ReleasesHeldNotesFromTheMomentTheUserWantsIt) {
+    model->setReleasesHeldNotes(true);
+    EXPECT_TRUE(model->releasesHeldNotes());
+    EXPECT_THAT(playKeys(), SizeIs(1));
+    host->sent.clear();
+    model->setRouteEnabled(makeID(11), false);
+    settle();
+    EXPECT_THAT(host->sent, ElementsAre(FakeSentPacket{21, {0x80, 60, 64}}));
 }
 
 }  // namespace

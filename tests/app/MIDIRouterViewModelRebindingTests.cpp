@@ -40,6 +40,34 @@ TEST_F(MIDIRouterViewModelRebinding, FollowsADeviceThatComesBackUnderAnotherID) 
     EXPECT_THAT(playKeys(), ElementsAre(std::pair(31U, std::vector<std::uint8_t>{0x94, 60, 100})));
 }
 
+TEST_F(MIDIRouterViewModelRebinding, SavesWhatOnlyAnAssignmentThatIsNotActiveFollows) {
+    MIDIRouteVariant active = makeVariant({.id = makeID(2),
+                                           .sourceID = 1011,
+                                           .destinationID = 1021,
+                                           .sourceName = "Keys",
+                                           .sourceManufacturer = "Acme",
+                                           .destinationName = "Synth",
+                                           .destinationManufacturer = "Acme"});
+    MIDIRouteVariant other = makeVariant({.id = makeID(3),
+                                          .sourceID = 1012,
+                                          .destinationID = 1022,
+                                          .sourceName = "Pads",
+                                          .sourceManufacturer = "Acme",
+                                          .destinationName = "Drums",
+                                          .destinationManufacturer = "Acme"});
+    makeModel(MIDIRouteSetDocument::singleSet(
+        {makeRoute({.id = makeID(1), .activeVariantID = makeID(2), .variants = {active, other}})}, "Default"));
+    startModel();
+    host->properties[12].uniqueID = 3012;
+    reload();
+    EXPECT_EQ(route().variants[1].sourceID, 3012);
+    EXPECT_EQ(store->loadDocument().selectedRouteSet().routes, model->routes());
+    host->properties[22].uniqueID = 3022;
+    reload();
+    EXPECT_EQ(route().variants[1].destinationID, 3022);
+    EXPECT_EQ(store->loadDocument().selectedRouteSet().routes, model->routes());
+}
+
 TEST_F(MIDIRouterViewModelRebinding, TakesOverNewLabelsOfAKnownID) {
     host->properties[11].displayName = "Grand";
     host->properties[11].manufacturer = std::nullopt;

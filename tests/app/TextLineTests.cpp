@@ -13,6 +13,7 @@ namespace {
 TEST(TextLine, LeavesOrdinaryTextAlone) {
     EXPECT_EQ(escapedLine("Klavier \"Größe\" 5/8 – 鍵盤 🎹"), "Klavier \"Größe\" 5/8 – 鍵盤 🎹");
     EXPECT_EQ(escapedLine(""), "");
+    EXPECT_EQ(escapedLine("\u0E01"), "\u0E01") << "the first characters of three bytes";
 }
 
 TEST(TextLine, EscapesTabsAndLineEnds) {

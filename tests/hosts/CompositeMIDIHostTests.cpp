@@ -123,6 +123,19 @@ TEST_F(CompositeMIDIHostOfTwo, KeepsTheIDOfAnEndpointWhenOneOfTheOtherServiceCom
     EXPECT_EQ(host_->setup(MIDIListing::known)->sources[0].uniqueID, 101);
 }
 
+TEST_F(CompositeMIDIHostOfTwo, GoesOnAfterTheLargestIDWithTheSmallestAndLeavesOutZero) {
+    a_->addSource(1, {.uniqueID = 2'147'483'647});
+    a_->addSource(2, {.uniqueID = -1});
+    a_->addSource(3, {.uniqueID = 5});
+    b_->addSource(1, {.uniqueID = 2'147'483'647});
+    b_->addSource(2, {.uniqueID = -1});
+    b_->addSource(3, {.uniqueID = 0});
+    const auto setup = host_->setup(MIDIListing::known);
+    EXPECT_EQ(setup->sources[3].uniqueID, -2'147'483'648);
+    EXPECT_EQ(setup->sources[4].uniqueID, 1);
+    EXPECT_EQ(setup->sources[5].uniqueID, 0) << "which means that it has none";
+}
+
 TEST_F(CompositeMIDIHostOfTwo, LeavesEqualIDsWithinAServiceAndMissingOnesAsTheyAre) {
     a_->addSource(1, {.uniqueID = 100});
     a_->addDestination(2, {.uniqueID = 100});
@@ -142,6 +155,7 @@ TEST_F(CompositeMIDIHostOfTwo, StartsWithTheServiceThatCanAndReportsWhyTheOtherC
     EXPECT_THAT(b_->requested, ElementsAre("Corvel", "Corvel Input", "Corvel Output"));
     EXPECT_EQ(host_->connectSource(input_, second(5), 77), kMIDISuccess);
     EXPECT_EQ(host_->connectSource(input_, 5, 78), -19) << "the first service has no port";
+    EXPECT_EQ(host_->connectSource(input_, 0x8000'0005U, 79), -19) << "there is no such service";
 }
 
 TEST_F(CompositeMIDIHostOfTwo, FailsWithTheFirstStatusWhereNoServiceCan) {
@@ -231,7 +245,7 @@ TEST_F(CompositeMIDIHostOfTwo, TellsEachServiceWhichOfItsEndpointsAreUsed) {
     EXPECT_THAT(a_->usedDestinations, ElementsAre(7U));
     EXPECT_THAT(b_->usedSources, ElementsAre(4U));
     EXPECT_THAT(b_->usedDestinations, ElementsAre(8U, 9U));
-    host_->setUsedEndpoints({}, std::array<MIDIObjectRef, 1>{second(8)});
+    host_->setUsedEndpoints({}, std::array<MIDIObjectRef, 2>{second(8), 0x8000'0009U});
     EXPECT_THAT(a_->usedSources, IsEmpty());
     EXPECT_THAT(a_->usedDestinations, IsEmpty());
     EXPECT_THAT(b_->usedSources, IsEmpty());

@@ -20,6 +20,14 @@ TEST(EndpointNaming, LeavesOutTheProcessID) {
     EXPECT_NE(stableName("Synth input port (1234:0)", 1234), stableName("Synth input port (1234:1)", 1234));
 }
 
+TEST(EndpointNaming, LeavesOutTheProcessIDInEveryFormInWhichItIsWritten) {
+    EXPECT_EQ(stableName("Synth(1234)", 1234), "Synth");
+    EXPECT_EQ(stableName("Synth[1234] left", 1234), "Synth left");
+    EXPECT_EQ(stableName("Synth-1234", 1234), "Synth");
+    EXPECT_EQ(stableName("Synth(1234) (1234)[1234]-1234", 1234), "Synth");
+    EXPECT_EQ(stableName("Stage Piano 88", 88), "Stage Piano 88");
+}
+
 TEST(EndpointNaming, KeepsNumbersThatAreNotTheProcessID) {
     EXPECT_EQ(stableName("Bank (1234)", 99), "Bank (1234)");
     EXPECT_EQ(stableName("Bank (12345)", 1234), "Bank (12345)");

@@ -36,6 +36,7 @@ TEST_F(HostSelectionWithoutSequencer, TakesTheDemoAutomaticallyAndSaysWhy) {
     const HostSelection selection = select(MIDIHostChoice());
     EXPECT_NE(selection.host, nullptr);
     EXPECT_TRUE(selection.isDemo);
+    EXPECT_TRUE(selection.hasService);
     EXPECT_EQ(selection.problem, "the ALSA sequencer cannot be opened (/dev/snd/seq: No such file or directory)");
 }
 
@@ -43,6 +44,7 @@ TEST_F(HostSelectionWithoutSequencer, GivesTheSequencersHostAllTheSameWhereItIsA
     const HostSelection selection = select({MIDIServiceKind::alsa});
     EXPECT_NE(selection.host, nullptr);
     EXPECT_FALSE(selection.isDemo);
+    EXPECT_FALSE(selection.hasService);
     EXPECT_EQ(selection.problem, "the ALSA sequencer cannot be opened (/dev/snd/seq: No such file or directory)");
 }
 
@@ -50,6 +52,7 @@ TEST_F(HostSelectionWithoutSequencer, HasNoProblemWithTheDemoWhereItIsAskedFor) 
     const HostSelection selection = select({MIDIServiceKind::demo});
     EXPECT_NE(selection.host, nullptr);
     EXPECT_TRUE(selection.isDemo);
+    EXPECT_TRUE(selection.hasService);
     EXPECT_EQ(selection.problem, "");
 }
 

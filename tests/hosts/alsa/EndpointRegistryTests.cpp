@@ -1,12 +1,8 @@
-#include "hosts/alsa/EndpointRegistry.hpp"
-
 #include "hosts/EndpointNaming.hpp"
+#include "tests/hosts/alsa/EndpointRegistryFixture.hpp"
 
-#include <alsa/asoundlib.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -18,76 +14,9 @@ namespace corvel::tests {
 
 namespace {
 
-using hosts::Endpoint;
-using hosts::EndpointRegistry;
-using hosts::PortAddress;
-using hosts::PortDescription;
-using hosts::SoundCard;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-constexpr auto kSource = MIDIEndpointDirection::source;
-constexpr auto kDestination = MIDIEndpointDirection::destination;
-constexpr unsigned kReadable = SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_SUBS_READ;
-constexpr unsigned kWritable = SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE;
-
-PortDescription programPort(int client, int port, const std::string& clientName, const std::string& portName) {
-    PortDescription description;
-    description.address = {client, port};
-    description.clientName = clientName;
-    description.portName = portName;
-    description.capabilities = kReadable | kWritable;
-    return description;
-}
-
-PortDescription cardPort(int client, int card, const std::string& clientName, const std::string& portName) {
-    PortDescription description = programPort(client, 0, clientName, portName);
-    description.card = card;
-    description.isKernelClient = true;
-    return description;
-}
-
-SoundCard usbCard(int number, const std::string& path, const std::optional<std::string>& serialNumber) {
-    return {"UM" + std::to_string(number), "UM-ONE",
-            SoundCard::USBDevice{"0582", "012a", serialNumber, path, "Roland"}};
-}
-
-/// A registry over ports and cards that a test lists.
-class EndpointRegistryTest : public testing::Test {
-protected:
-    void replaceAll(const std::vector<PortDescription>& ports) {
-        static_cast<void>(registry_.replaceAll(ports, false));
-    }
-
-    std::vector<MIDIEndpointRecord> sources() { return registry_.setup()->sources; }
-    MIDIEndpointRecord firstSource() { return sources().at(0); }
-    MIDIEndpointRecord firstDestination() { return registry_.setup()->destinations.at(0); }
-
-    std::vector<std::string> sourceNames() {
-        std::vector<std::string> names;
-        for (const MIDIEndpointRecord& record : sources()) {
-            names.push_back(record.displayName.value());
-        }
-        return names;
-    }
-
-    std::vector<std::int32_t> sourceIDs() {
-        std::vector<std::int32_t> ids;
-        for (const MIDIEndpointRecord& record : sources()) {
-            ids.push_back(record.uniqueID.value());
-        }
-        return ids;
-    }
-
-    std::map<int, SoundCard> cards_;
-    /// How often each card was read.
-    std::map<int, int> readCounts_;
-    EndpointRegistry registry_{[this](int card) {
-        ++readCounts_[card];
-        return cards_.at(card);
-    }};
-};
 
 TEST_F(EndpointRegistryTest, TakesPortsThatMayBeReadOrWrittenThroughSubscriptions) {
     PortDescription port = programPort(128, 0, "Synth", "Port");
@@ -359,85 +288,6 @@ TEST_F(EndpointRegistryTest, TellsAThousandPortsApart) {
         }
     }
     EXPECT_EQ(*registry_.setup(), MIDISetup());
-}
-
-// The setup
-
-TEST_F(EndpointRegistryTest, GivesTheSameSetupUntilSomethingChanges) {
-    const PortDescription port = programPort(128, 0, "Synth", "Out");
-    registry_.update(port);
-    const std::shared_ptr<const MIDISetup> first = registry_.setup();
-    const MIDISetup copy = *first;
-    registry_.update(port);
-    replaceAll({port});
-    registry_.portEnded({128, 1});
-    EXPECT_EQ(registry_.setup(), first);
-
-    std::set<std::shared_ptr<const MIDISetup>> setups{first};
-    const auto expectAnother = [&] { EXPECT_TRUE(setups.insert(registry_.setup()).second); };
-    registry_.update(programPort(128, 0, "Synth", "Renamed"));
-    expectAnother();
-    registry_.update(programPort(128, 1, "Synth", "Second"));
-    expectAnother();
-    registry_.portEnded({128, 1});
-    expectAnother();
-    replaceAll({});
-    expectAnother();
-    registry_.clear();
-    expectAnother();
-    EXPECT_EQ(*first, copy);
-}
-
-TEST_F(EndpointRegistryTest, ReadsACardOnceAsLongAsItsPortsAreThere) {
-    cards_[1] = usbCard(1, "1-2", "AB12");
-    const PortDescription first = cardPort(20, 1, "UM-ONE", "UM-ONE MIDI 1");
-    const PortDescription second = cardPort(24, 1, "UM-ONE", "UM-ONE MIDI 2");
-    replaceAll({first, second});
-    static_cast<void>(registry_.setup());
-    registry_.update(cardPort(20, 1, "UM-ONE", "Renamed"));
-    registry_.update(programPort(128, 0, "Synth", "Out"));
-    static_cast<void>(registry_.setup());
-    replaceAll({first, second});
-    static_cast<void>(registry_.setup());
-    EXPECT_THAT(readCounts_, ElementsAre(std::pair(1, 1)));
-
-    static_cast<void>(registry_.replaceAll({first, second}, true));
-    static_cast<void>(registry_.setup());
-    EXPECT_THAT(readCounts_, ElementsAre(std::pair(1, 2))) << "another card may have got the number unseen";
-}
-
-TEST_F(EndpointRegistryTest, ListsCardsInTheirOrderThenKernelClientsWithoutOneAndNeitherSystemNorPrograms) {
-    for (const int card : {1, 2}) {
-        cards_[card] = {"id" + std::to_string(card), "Card " + std::to_string(card), std::nullopt};
-    }
-    PortDescription second = cardPort(24, 1, "First A", "Port 1");
-    second.address.port = 1;
-    replaceAll({cardPort(0, -1, "System", "Announce"), cardPort(14, -1, "Midi Through", "Port"),
-                cardPort(20, 2, "Second", "Port"), cardPort(24, 1, "First A", "Port 0"), second,
-                cardPort(28, 1, "First B", "Port"), programPort(128, 0, "Program", "Port")});
-
-    const std::shared_ptr<const MIDISetup> setup = registry_.setup();
-    std::vector<std::string> lines;
-    std::set<MIDIObjectRef> refs;
-    for (const MIDIDeviceRecord& device : setup->devices) {
-        EXPECT_TRUE(refs.insert(device.ref).second);
-        for (const MIDIEntityRecord& entity : device.entities) {
-            EXPECT_TRUE(refs.insert(entity.ref).second);
-            std::string line = device.name.value() + "/" + entity.name.value() + ":";
-            for (const auto& records : {entity.sources, entity.destinations}) {
-                for (const MIDIObjectRecord& record : records) {
-                    const Endpoint* const endpoint = registry_.find(record.ref);
-                    ASSERT_NE(endpoint, nullptr);
-                    line += (endpoint->direction == kSource ? " <" : " >") + record.name.value();
-                }
-            }
-            lines.push_back(line);
-        }
-    }
-    EXPECT_THAT(lines, ElementsAre("Card 1/First A: <Port 0 <Port 1 >Port 0 >Port 1", "Card 1/First B: <Port >Port",
-                                   "Card 2/Second: <Port >Port", "Midi Through/Midi Through: <Port >Port"));
-    EXPECT_FALSE(refs.contains(0));
-    EXPECT_THAT(setup->externalDevices, IsEmpty());
 }
 
 }  // namespace

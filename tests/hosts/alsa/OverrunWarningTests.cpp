@@ -33,6 +33,13 @@ TEST(OverrunWarning, IsGivenOnceAMinuteWhileOverrunsGoOn) {
     EXPECT_EQ(count, 3) << "after 0.1 s, 60.1 s and 120.1 s";
 }
 
+TEST(OverrunWarning, IsGivenAgainExactlyAMinuteAfterTheLastOne) {
+    OverrunWarning warning;
+    EXPECT_FALSE(warning.noteOverrun(kStart));
+    EXPECT_TRUE(warning.noteOverrun(kStart + 1s));
+    EXPECT_TRUE(warning.noteOverrun(kStart + 61s));
+}
+
 TEST(OverrunWarning, IsGivenAnewWhenOverrunsComeBackLater) {
     OverrunWarning warning;
     EXPECT_FALSE(warning.noteOverrun(kStart));

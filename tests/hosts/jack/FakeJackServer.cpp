@@ -55,7 +55,9 @@ public:
         return server_->ownPorts.back().get();
     }
     void unregisterPort(void* port) override {
-        std::erase_if(server_->ownPorts, [port](const auto& own) { return own.get() == port; });
+        if (std::erase_if(server_->ownPorts, [port](const auto& own) { return own.get() == port; }) == 0) {
+            ++server_->strayRemovalCount;
+        }
     }
     MIDIStatus connect(void* port, MIDIEndpointDirection /*otherSide*/, const std::string& otherPort) override {
         const bool isThere = std::ranges::find(server_->ports, otherPort, &JackPort::name) != server_->ports.end();

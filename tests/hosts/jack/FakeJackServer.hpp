@@ -48,6 +48,8 @@ public:
     // What it saw.
     std::size_t openCount = 0;
     std::size_t listCount = 0;
+    /// How often a port was removed that it does not have.
+    std::size_t strayRemovalCount = 0;
     /// The event handlers of the present client.
     hosts::JackEvents events;
     bool hasClient = false;

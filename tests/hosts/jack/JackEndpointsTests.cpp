@@ -44,6 +44,7 @@ protected:
 TEST_F(JackEndpointsTest, ListsPortsWithNameManufacturerAndID) {
     const auto change = replace({source("seq:out"), destination("dump:input")}, "PipeWire");
     EXPECT_EQ(change.added.size(), 2U);
+    EXPECT_FALSE(change.hasChangedProperties);
     const auto setup = endpoints_.setup();
     ASSERT_EQ(setup->sources.size(), 1U);
     const MIDIEndpointRecord& seq = setup->sources[0];
@@ -91,6 +92,12 @@ TEST_F(JackEndpointsTest, ReportsNothingWhereNothingIsDifferent) {
     EXPECT_EQ(endpoints_.setup(), setup);
 }
 
+TEST_F(JackEndpointsTest, ReportsAnotherServerButNeitherTheFirstNorTheEndOfOne) {
+    EXPECT_TRUE(replace({}, "JACK").isNone());
+    EXPECT_TRUE(replace({}, "PipeWire").hasChangedProperties);
+    EXPECT_TRUE(replace({}, "").isNone());
+}
+
 TEST_F(JackEndpointsTest, NeverGivesAReferenceTwiceButTheSameIDAgain) {
     replace({source("seq:out")});
     const std::int32_t id = sourceID(0);
@@ -116,12 +123,18 @@ TEST_F(JackEndpointsTest, GivesTwoClientsOfTheSameNameAnIDEach) {
     EXPECT_EQ(sourceID(2), uniqueJackID(kSource, "seq", "out"));
 }
 
+TEST_F(JackEndpointsTest, LeavesTheIDOfTheNameToTheClientWithoutANumber) {
+    replace({source("seq-01:out"), source("seq:out")});
+    EXPECT_EQ(sourceID(0), uniqueJackID(kSource, "seq-01", "out"));
+    EXPECT_EQ(sourceID(1), uniqueJackID(kSource, "seq", "out"));
+}
+
 TEST_F(JackEndpointsTest, KeepsAnIDForAsLongAsThePortLives) {
     replace({source("seq-01:out")});
     const std::int32_t id = sourceID(0);
     replace({source("seq-01:out"), source("seq:out")});
     EXPECT_EQ(sourceID(0), id);
-    EXPECT_NE(sourceID(1), id);
+    EXPECT_EQ(sourceID(1), id + 1);
 }
 
 TEST_F(JackEndpointsTest, KeepsReferenceAndIDOfAPortThatIsRenamed) {
@@ -152,6 +165,11 @@ TEST_F(JackEndpointsTest, ListsEachClientAsADeviceWithItsPorts) {
     ASSERT_EQ(setup->devices.size(), 2U);
     EXPECT_EQ(setup->devices[0].name, "a");
     EXPECT_EQ(setup->devices[1].name, "b");
+    EXPECT_EQ(setup->devices[0].ref, 0x2000'0000U);
+    EXPECT_EQ(setup->devices[1].ref, 0x2000'0001U);
+    EXPECT_EQ(setup->devices[0].entities[0].ref, 0x1000'0000U);
+    EXPECT_EQ(setup->devices[1].entities[0].ref, 0x1000'0001U);
+    EXPECT_EQ(setup->devices[1].entities[0].name, "b");
     ASSERT_EQ(setup->devices[1].entities.size(), 1U);
     EXPECT_EQ(setup->devices[1].entities[0].sources[0].name, "b:out");
     EXPECT_EQ(setup->devices[1].entities[0].destinations[0].name, "b:in");

@@ -46,7 +46,8 @@ TEST_F(JackEventReaderTest, PassesOnEachKindOfMessageAsItIs) {
                                                                                            {0xF6},
                                                                                            {0xF8},
                                                                                            {0xFF},
-                                                                                           {0xF0, 0x7E, 0xF7}}) {
+                                                                                           {0xF0, 0x7E, 0xF7},
+                                                                                           {0xF0, 0xF7}}) {
         EXPECT_THAT(read(message), ElementsAre(whole(MIDIBytes(message.begin(), message.end()))));
     }
     EXPECT_EQ(reader_.malformedCount(), 0U);
@@ -63,6 +64,13 @@ TEST_F(JackEventReaderTest, GivesRunningStatusItsStatusInOneEventAndInTheNext) {
 TEST_F(JackEventReaderTest, EndsRunningStatusAtASystemMessage) {
     read({0x90, 60, 100});
     read({0xF6});
+    EXPECT_THAT(read({60, 0}), IsEmpty());
+    EXPECT_EQ(reader_.malformedCount(), 1U);
+}
+
+TEST_F(JackEventReaderTest, EndsRunningStatusAtSysEx) {
+    read({0x90, 60, 100});
+    read({0xF0, 1, 0xF7});
     EXPECT_THAT(read({60, 0}), IsEmpty());
     EXPECT_EQ(reader_.malformedCount(), 1U);
 }

@@ -69,6 +69,10 @@ TEST_F(JackLaneTest, DropsSysExThatAnotherMessageCutsOff) {
     EXPECT_EQ(write({0x90, 60, 100}), kMIDISuccess);
     EXPECT_EQ(write({0xF0, 3, 0xF7}), kMIDISuccess);
     EXPECT_THAT(takeAll(), ElementsAre(Bytes{0x90, 60, 100}, Bytes{0xF0, 3, 0xF7}));
+    EXPECT_EQ(write({0xF0, 4}), kMIDISuccess);
+    EXPECT_EQ(write({0xF0, 5}), kMIDISuccess);
+    EXPECT_EQ(write({0xF7}), kMIDISuccess);
+    EXPECT_THAT(takeAll(), ElementsAre(Bytes{0xF0, 5, 0xF7}));
 }
 
 TEST_F(JackLaneTest, RefusesAMessageThatNoBufferTakesWhole) {
@@ -89,8 +93,29 @@ TEST_F(JackLaneTest, RefusesTheRestOfSysExThatHasBecomeTooLongInPieces) {
     EXPECT_EQ(write(begin), kMIDISuccess);
     EXPECT_EQ(write({1}), -EMSGSIZE) << "with its end it would have one byte too many";
     EXPECT_EQ(write({1, 0xF7}), -EMSGSIZE);
-    EXPECT_EQ(write({0xF0, 2, 0xF7}), kMIDISuccess);
-    EXPECT_THAT(takeAll(), ElementsAre(Bytes{0xF0, 2, 0xF7}));
+    EXPECT_EQ(write({0xF0, 2}), kMIDISuccess);
+    EXPECT_EQ(write({3, 0xF7}), kMIDISuccess);
+    EXPECT_THAT(takeAll(), ElementsAre(Bytes{0xF0, 2, 3, 0xF7}));
+}
+
+TEST_F(JackLaneTest, JoinsSysExToTheLongestEventThatABufferTakes) {
+    Bytes begin(kMaxEvent - 1, 1);
+    begin.front() = 0xF0;
+    EXPECT_EQ(write(begin), kMIDISuccess);
+    EXPECT_EQ(write({0xF7}), kMIDISuccess);
+    const std::vector<Bytes> events = takeAll();
+    ASSERT_EQ(events.size(), 1U);
+    EXPECT_EQ(events[0].size(), 1'000U);
+}
+
+TEST_F(JackLaneTest, TakesUpTo64KilobytesWhateverABufferTakes) {
+    Bytes longest(65'536, 1);
+    longest.front() = 0xF0;
+    longest.back() = 0xF7;
+    EXPECT_EQ(lane_.write(longest, std::nullopt, 100'000), kMIDISuccess);
+    EXPECT_THAT(takeAll(), ElementsAre(longest));
+    longest.insert(longest.end() - 1, 1);
+    EXPECT_EQ(lane_.write(longest, std::nullopt, 100'000), -EMSGSIZE);
 }
 
 TEST_F(JackLaneTest, RefusesWhatIsNoMessage) {
@@ -105,11 +130,20 @@ TEST_F(JackLaneTest, RefusesPacketsWhileItIsFullAndGoesOnAfterwards) {
     while (write({0x90, 60, 100}) == kMIDISuccess) {
         ++count;
     }
-    EXPECT_GE(count, 17'000U);
+    EXPECT_EQ(count, 17'476U) << "of 15 bytes each with their headers, in 256 kilobytes";
     EXPECT_EQ(write({0x90, 60, 100}), -EAGAIN);
     EXPECT_EQ(takeAll().size(), count);
     EXPECT_EQ(write({0x80, 60, 0}), kMIDISuccess);
     EXPECT_THAT(takeAll(), ElementsAre(Bytes{0x80, 60, 0}));
+}
+
+TEST_F(JackLaneTest, TakesAMessageThatFillsItExactly) {
+    for (int count = 0; count < 17'475; ++count) {
+        ASSERT_EQ(write({0x90, 60, 100}), kMIDISuccess);
+    }
+    EXPECT_EQ(write({0xF0, 1, 2, 3, 4, 5, 6, 0xF7}), -EAGAIN) << "19 bytes are left, and 12 are for the header";
+    EXPECT_EQ(write({0xF0, 1, 2, 3, 4, 5, 0xF7}), kMIDISuccess);
+    EXPECT_EQ(takeAll().size(), 17'476U);
 }
 
 TEST_F(JackLaneTest, LeavesAnEventOut) {
@@ -121,6 +155,7 @@ TEST_F(JackLaneTest, LeavesAnEventOut) {
     ASSERT_NE(lane_.next(), nullptr);
     lane_.skip();
     EXPECT_THAT(takeAll(), ElementsAre(Bytes{0x80, 60, 0}));
+    EXPECT_TRUE(lane_.isDrained());
 }
 
 }  // namespace

@@ -28,6 +28,7 @@ TEST(JackNaming, SplitsANameAtTheFirstColon) {
 TEST(JackNaming, TakesTheNumberThatJACKPutsBehindASecondClient) {
     EXPECT_EQ(baseClientName(port("seq-01:out")), "seq");
     EXPECT_EQ(baseClientName(port("seq-09:out")), "seq");
+    EXPECT_EQ(baseClientName(port("a-01:out")), "a");
 }
 
 TEST(JackNaming, TakesTheNumberThatPipeWirePutsBehindASecondClientWhereTheAliasLacksIt) {
@@ -36,7 +37,8 @@ TEST(JackNaming, TakesTheNumberThatPipeWirePutsBehindASecondClientWhereTheAliasL
 }
 
 TEST(JackNaming, LeavesNumbersThatBelongToAName) {
-    for (const char* const client : {"Juno-60", "Juno-106", "OB-6", "DX7", "x-00", "-01", "a-1", "K-2000"}) {
+    for (const char* const client :
+         {"Juno-60", "Juno-106", "OB-6", "DX7", "x-00", "-01", "a-1", "K-2000", "MT-32", "X-050", "808", "K-"}) {
         EXPECT_EQ(baseClientName(port(std::string(client) + ":out")), client);
     }
 }
@@ -45,6 +47,9 @@ TEST(JackNaming, KnowsCorvelsOwnPortsOfEveryInstance) {
     EXPECT_TRUE(isCorvels(port("Corvel:seq out")));
     EXPECT_TRUE(isCorvels(port("Corvel-01:seq out")));
     EXPECT_TRUE(isCorvels(port("Corvel-57:seq out")));
+    EXPECT_TRUE(isCorvels(port("Corvel-5:seq out")));
+    EXPECT_FALSE(isCorvels(port("Corvel-:out")));
+    EXPECT_FALSE(isCorvels(port("CorvelX5:out")));
     EXPECT_FALSE(isCorvels(port("Corvelle:out")));
     EXPECT_FALSE(isCorvels(port("seq:Corvel")));
 }
@@ -84,6 +89,7 @@ TEST(JackNaming, ShortensItsOwnPortsNameAtAWholeCharacter) {
         umlauts += "\xc3\xa4";
     }
     EXPECT_EQ(ownPortName("x" + umlauts, {}), "x" + umlauts.substr(0, 118));
+    EXPECT_EQ(ownPortName(std::string(119, 'x') + "\xc3\xa5", {}), std::string(119, 'x'));
 }
 
 TEST(ALSAMirror, IsAPortOfABridgeFromTheSequencer) {
@@ -105,6 +111,7 @@ TEST(ALSAMirror, IsNoPortOfAProgramOrOfAnotherDriver) {
     EXPECT_FALSE(mirrorsALSA(port("system:midi_capture_1", {"firewire_pcm:000aac0300592827_MIDI"})));
     EXPECT_FALSE(mirrorsALSA(port("system:midi_capture_1")));
     EXPECT_FALSE(mirrorsALSA(port("alsa synth:in", {"alsa synth:in"})));
+    EXPECT_FALSE(mirrorsALSA(port("alsa synth:midi_in", {"alsa synth:midi_in"})));
 }
 
 }  // namespace

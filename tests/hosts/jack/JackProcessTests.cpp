@@ -78,8 +78,9 @@ protected:
 
 TEST_F(JackProcessTest, GivesEachEventTheFrameOnePeriodLater) {
     process_->setPorts({input("a:out", 1)}, {});
-    server_->runPeriod({{"a:out", {{5, {0x90, 60, 100}}, {127, {0x80, 60, 0}}}}});
-    EXPECT_THAT(arrived(), ElementsAre(Arrived{1, 1'133, {0x90, 60, 100}}, Arrived{1, 1'255, {0x80, 60, 0}}));
+    server_->runPeriod({{"a:out", {{0, {0xF8}}, {5, {0x90, 60, 100}}, {127, {0x80, 60, 0}}}}});
+    EXPECT_THAT(arrived(), ElementsAre(Arrived{1, 1'128, {0xF8}}, Arrived{1, 1'133, {0x90, 60, 100}},
+                                       Arrived{1, 1'255, {0x80, 60, 0}}));
     EXPECT_EQ(rings_, 1) << "once a period";
 }
 
@@ -128,9 +129,21 @@ TEST_F(JackProcessTest, CountsWhatNobodyHasReadInTime) {
         sent += burst.size();
         ASSERT_LT(sent, 200'000U);
     }
-    EXPECT_EQ(arrived().size() + process_->lostInputCount(), sent);
+    EXPECT_EQ(process_->lostInputCount(), sent - 69'905U) << "of 15 bytes each with their headers, in a megabyte";
+    EXPECT_EQ(arrived().size(), 69'905U);
     server_->runPeriod({{"a:out", {{0, {0x80, 1, 1}}}}});
     EXPECT_EQ(arrived().size(), 1U) << "it goes on";
+}
+
+TEST_F(JackProcessTest, TakesEventsOfUpTo64Kilobytes) {
+    process_->setPorts({input("a:out", 1)}, {});
+    const FakeJackEvent longest{0, std::vector<std::uint8_t>(65'536, 1)};
+    const FakeJackEvent tooLong{0, std::vector<std::uint8_t>(65'537, 1)};
+    server_->runPeriod({{"a:out", {longest, tooLong}}});
+    const auto all = arrived();
+    ASSERT_EQ(all.size(), 1U);
+    EXPECT_EQ(all[0].bytes, longest.bytes);
+    EXPECT_EQ(process_->lostInputCount(), 1U);
 }
 
 TEST_F(JackProcessTest, SendsAnEventAtItsFrameInThePeriodThatHasIt) {
@@ -141,6 +154,33 @@ TEST_F(JackProcessTest, SendsAnEventAtItsFrameInThePeriodThatHasIt) {
     EXPECT_THAT(server_->sent["s:in"], IsEmpty()) << "its period has not come";
     server_->runPeriod();
     EXPECT_THAT(server_->sent["s:in"], ElementsAre(FakeJackEvent{1'133, {0x90, 60, 100}}));
+}
+
+TEST_F(JackProcessTest, SendsEventsInThePeriodThatHasTheirFrameToItsFirstAndLastFrame) {
+    const auto lane = std::make_shared<JackLane>();
+    const auto later = std::make_shared<JackLane>();
+    process_->setPorts({}, {output("s:in", lane), output("t:in", later)});
+    write(*lane, {0x90, 1, 1}, 1'001);
+    write(*lane, {0x90, 2, 1}, 1'127);
+    write(*later, {0x90, 3, 1}, 1'128);
+    server_->runPeriod();
+    EXPECT_THAT(server_->sent["s:in"],
+                ElementsAre(FakeJackEvent{1'001, {0x90, 1, 1}}, FakeJackEvent{1'127, {0x90, 2, 1}}));
+    EXPECT_THAT(server_->sent["t:in"], IsEmpty());
+    server_->runPeriod();
+    EXPECT_THAT(server_->sent["t:in"], ElementsAre(FakeJackEvent{1'128, {0x90, 3, 1}}));
+}
+
+TEST_F(JackProcessTest, KeepsWhatWaitsThroughAPeriodWithoutFrames) {
+    const auto lane = std::make_shared<JackLane>();
+    process_->setPorts({}, {output("s:in", lane)});
+    write(*lane, {0x90, 60, 100});
+    server_->frames = 0;
+    server_->runPeriod();
+    EXPECT_FALSE(process_->isUsingLatest());
+    server_->frames = 1;
+    server_->runPeriod();
+    EXPECT_THAT(server_->sent["s:in"], ElementsAre(FakeJackEvent{1'000, {0x90, 60, 100}}));
 }
 
 TEST_F(JackProcessTest, SendsWhatHasNoFrameOrIsLateAtOnce) {
@@ -190,6 +230,7 @@ TEST_F(JackProcessTest, SendsWhatDoesNotFitInTheNextPeriodAndHoldsUpNoOtherPort)
 TEST_F(JackProcessTest, DropsAnEventThatNoBufferTakesAndGoesOn) {
     const auto lane = std::make_shared<JackLane>();
     process_->setPorts({}, {output("s:in", lane)});
+    EXPECT_EQ(process_->maxEventSize(), 32'000U) << "before the first period";
     server_->maxEvent = 100;
     std::vector<std::uint8_t> sysEx(200, 1);
     sysEx.front() = 0xF0;
@@ -218,9 +259,11 @@ TEST_F(JackProcessTest, KeepsTheFramesWhereTheirClockWraps) {
 TEST_F(JackProcessTest, SendsAtOnceWhatWasPlannedOnAClockThatHasBeenSetSince) {
     const auto lane = std::make_shared<JackLane>();
     process_->setPorts({}, {output("s:in", lane)});
-    write(*lane, {0x90, 60, 100}, 1'000'000);
+    write(*lane, {0x90, 60, 100}, 1'000 + 32'768);
+    write(*lane, {0x80, 60, 0}, 1'000 + 32'767);
     server_->runPeriod();
     EXPECT_THAT(server_->sent["s:in"], ElementsAre(FakeJackEvent{1'000, {0x90, 60, 100}}));
+    EXPECT_FALSE(lane->isDrained());
 }
 
 TEST_F(JackProcessTest, GoesOnWithPeriodsOfAnotherLength) {
@@ -247,6 +290,30 @@ TEST_F(JackProcessTest, KeepsThePortsOfBeforeUntilAPeriodHasUsedTheNextOnes) {
     EXPECT_TRUE(process_->isUsingLatest());
     EXPECT_THAT(arrived(), IsEmpty());
     EXPECT_EQ(process_->periodCount(), 2U);
+}
+
+TEST_F(JackProcessTest, FreesThePortsOfBeforeOnceAPeriodHasUsedTheNextOnes) {
+    const auto lane = std::make_shared<JackLane>();
+    process_->setPorts({}, {output("s:in", lane)});
+    server_->runPeriod();
+    process_->setPorts({}, {});
+    EXPECT_FALSE(process_->isUsingLatest());
+    EXPECT_EQ(lane.use_count(), 2);
+    server_->runPeriod();
+    EXPECT_TRUE(process_->isUsingLatest());
+    EXPECT_EQ(lane.use_count(), 1);
+}
+
+TEST_F(JackProcessTest, HasNoPortsAfterTheyAreCleared) {
+    const auto lane = std::make_shared<JackLane>();
+    process_->setPorts({input("a:out", 1)}, {output("s:in", lane)});
+    process_->clearPorts();
+    EXPECT_EQ(lane.use_count(), 1);
+    EXPECT_TRUE(process_->isUsingLatest());
+    write(*lane, {0x90, 60, 100});
+    server_->runPeriod({{"a:out", {{0, {0x90, 1, 1}}}}});
+    EXPECT_THAT(arrived(), IsEmpty());
+    EXPECT_THAT(server_->sent["s:in"], IsEmpty());
 }
 
 TEST_F(JackProcessTest, SkipsAPortThatIsGone) {

@@ -1,18 +1,10 @@
-#include "hosts/jack/JackService.hpp"
-
-#include "tests/hosts/jack/FakeJackServer.hpp"
-#include "tests/support/ManualEventLoop.hpp"
-#include "tests/support/ManualQueue.hpp"
+#include "tests/hosts/jack/JackServiceFixture.hpp"
 
 #include <gmock/gmock.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
-#include <array>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
-#include <functional>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,139 +14,8 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
-using tests::FakeJackEvent;
-using tests::FakeJackServer;
-using tests::ManualEventLoop;
-using tests::ManualQueue;
-
-using Bytes = std::vector<std::uint8_t>;
-
-/// The service with its worker over a fake server, with queues driven by hand: the test acts as engine and performer.
-class JackServiceTest : public testing::Test {
-protected:
-    JackServiceTest() {
-        service_->setDiagnosticHandler(
-            [this](std::string message, MIDIStatus) { diagnostics_.push_back(std::move(message)); });
-    }
-    ~JackServiceTest() override { ::close(bell_); }
-
-    void start() {
-        onQueue([this] {
-            service_->open(bell_, [this](const MIDINotification& notification) {
-                notifications_.push_back(notification.messageID);
-            });
-            service_->setReceiveHandler([this](std::span<const MIDIArrival> arrivals) {
-                deliveries_.push_back(arrivals.size());
-                for (const MIDIArrival& arrival : arrivals) {
-                    received_.emplace_back(arrival.connection, Bytes(arrival.bytes.begin(), arrival.bytes.end()));
-                    if (onArrival_) {
-                        onArrival_(arrival);
-                    }
-                }
-            });
-        });
-        workerQueue_->async([this] { worker_->start(); });
-        settle();
-    }
-
-    void onQueue(std::function<void()> operation) {
-        queue_->async(std::move(operation));
-        queue_->runAll();
-    }
-
-    /// Runs everything that was posted, and some periods, so that ports are added and removed.
-    void settle() {
-        for (int count = 0; count < 10; ++count) {
-            workerQueue_->advance(25ms);
-            queue_->runAll();
-            mainQueue_->runAll();
-            queue_->runAll();
-            server_->runPeriod();
-        }
-    }
-
-    /// Runs a period in which these events arrive, and the engine's part of it.
-    void play(std::map<std::string, std::vector<FakeJackEvent>> arriving) {
-        server_->runPeriod(std::move(arriving));
-        queue_->runRound(bell_);
-    }
-
-    MIDIObjectRef sourceRef(const std::string& portName) {
-        return refOf(service_->setup(MIDIListing::known)->sources, portName);
-    }
-    MIDIObjectRef destinationRef(const std::string& portName) {
-        return refOf(service_->setup(MIDIListing::known)->destinations, portName);
-    }
-    static MIDIObjectRef refOf(const std::vector<MIDIEndpointRecord>& records, const std::string& portName) {
-        for (const MIDIEndpointRecord& record : records) {
-            if (record.name == portName) {
-                return record.ref;
-            }
-        }
-        return 0;
-    }
-
-    /// Connects the source, and uses it.
-    void connect(const std::string& portName) {
-        connect(portName, sourceRef(portName));
-        use(portName);
-    }
-    /// Connects the source without using it.
-    void connect(const std::string& portName, MIDIObjectRef connection) {
-        onQueue([&] { EXPECT_EQ(service_->connectSource(sourceRef(portName), connection), kMIDISuccess); });
-        settle();
-    }
-    /// Uses these ports, in addition to those before.
-    void use(const std::string& portName) {
-        const MIDIObjectRef source = sourceRef(portName);
-        (source != 0 ? usedSources_ : usedDestinations_).push_back(source != 0 ? source : destinationRef(portName));
-        onQueue([&] { service_->setUsedEndpoints(usedSources_, usedDestinations_); });
-        settle();
-    }
-
-    MIDIStatus send(MIDIObjectRef destination, const Bytes& bytes) {
-        std::array<MIDISend, 1> sends{{{.destination = destination, .bytes = bytes, .status = 99}}};
-        service_->send(sends);
-        return sends[0].status;
-    }
-
-    const int bell_ = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    const std::shared_ptr<FakeJackServer> server_ = std::make_shared<FakeJackServer>();
-    const std::shared_ptr<ManualEventLoop> queue_ = std::make_shared<ManualEventLoop>();
-    const std::shared_ptr<ManualQueue> mainQueue_ = std::make_shared<ManualQueue>();
-    const std::shared_ptr<ManualQueue> workerQueue_ = std::make_shared<ManualQueue>();
-    const std::shared_ptr<JackProcess> process_ = std::make_shared<JackProcess>([](void*) {}, nullptr);
-    std::vector<std::string> diagnostics_;
-    std::vector<std::int32_t> notifications_;
-    std::vector<std::pair<MIDIObjectRef, Bytes>> received_;
-    std::vector<std::size_t> deliveries_;
-    std::function<void(const MIDIArrival& arrival)> onArrival_;
-    std::vector<MIDIObjectRef> usedSources_;
-    std::vector<MIDIObjectRef> usedDestinations_;
-    std::size_t wishCount_ = 0;
-    std::shared_ptr<JackWorker> worker_ = std::make_shared<JackWorker>(
-        workerQueue_, tests::makeFakeJackLibrary(server_), process_,
-        JackWorker::Handlers{.onSnapshot =
-                                 [this](JackSnapshot snapshot) {
-                                     queue_->async([this, snapshot = std::move(snapshot)]() mutable {
-                                         service_->takeSnapshot(std::move(snapshot));
-                                     });
-                                 },
-                             .onDiagnostic = [](const std::string&) {}});
-    std::shared_ptr<JackService> service_ = std::make_shared<JackService>(
-        queue_, mainQueue_, process_, true,
-        JackService::Worker{.setWish =
-                                [this](JackWish wish) {
-                                    ++wishCount_;
-                                    workerQueue_->async([this, wish = std::move(wish)]() mutable {
-                                        worker_->setWish(std::move(wish));
-                                    });
-                                },
-                            .refresh = [this] { workerQueue_->async([this] { worker_->refresh(); }); }});
-};
 
 TEST_F(JackServiceTest, DeliversWhatASourcePlaysWithTheEnginesConstant) {
     server_->addSource("seq:out");
@@ -191,112 +52,6 @@ TEST_F(JackServiceTest, SendsWhatComesFromElsewhereAtOnce) {
     onQueue([this] { EXPECT_EQ(send(destinationRef("dump:in"), {0x90, 60, 100}), kMIDISuccess); });
     server_->runPeriod();
     EXPECT_THAT(server_->sent["dump:in"], ElementsAre(FakeJackEvent{start, {0x90, 60, 100}}));
-}
-
-TEST_F(JackServiceTest, HasThePortOfADestinationReadyOnceAConnectionLeadsThere) {
-    server_->addDestination("dump:in");
-    start();
-    EXPECT_THAT(server_->ownPortNames(), IsEmpty());
-    use("dump:in");
-    EXPECT_THAT(server_->ownPortNames(), ElementsAre("dump in"));
-}
-
-TEST_F(JackServiceTest, ListensOnlyToSourcesOfConnections) {
-    server_->addSource("seq:out");
-    server_->addSource("other:out");
-    start();
-    connect("seq:out", 77);
-    connect("other:out", 78);
-    EXPECT_THAT(server_->ownPortNames(), IsEmpty());
-    use("seq:out");
-    EXPECT_THAT(server_->ownPortNames(), ElementsAre("seq out"));
-    play({{"seq:out", {{3, {0x90, 60, 100}}}}, {"other:out", {{3, {0x90, 61, 100}}}}});
-    EXPECT_THAT(received_, ElementsAre(std::pair<MIDIObjectRef, Bytes>(77, {0x90, 60, 100})));
-}
-
-TEST_F(JackServiceTest, ListensToASourceThatIsConnectedAfterItIsUsed) {
-    server_->addSource("seq:out");
-    start();
-    use("seq:out");
-    EXPECT_THAT(server_->ownPortNames(), IsEmpty());
-    connect("seq:out", 77);
-    EXPECT_THAT(server_->ownPortNames(), ElementsAre("seq out"));
-}
-
-TEST_F(JackServiceTest, KeepsThePortsForAWhileWhenNoConnectionUsesThemAnyMore) {
-    server_->addSource("seq:out");
-    server_->addDestination("dump:in");
-    start();
-    connect("seq:out");
-    use("dump:in");
-    onQueue([this] { service_->setUsedEndpoints({}, {}); });
-    settle();
-    EXPECT_THAT(server_->ownPortNames(), SizeIs(2));
-    queue_->advance(10s);
-    settle();
-    EXPECT_THAT(server_->ownPortNames(), IsEmpty());
-}
-
-TEST_F(JackServiceTest, GoesOnListeningIfASourceIsUsedAgainBeforeItsPortIsReleased) {
-    server_->addSource("seq:out");
-    start();
-    connect("seq:out");
-    onQueue([this] { service_->setUsedEndpoints({}, {}); });
-    queue_->advance(9s);
-    onQueue([this] { service_->setUsedEndpoints(usedSources_, {}); });
-    queue_->advance(10s);
-    settle();
-    EXPECT_THAT(server_->ownPortNames(), ElementsAre("seq out"));
-    play({{"seq:out", {{3, {0x90, 60, 100}}}}});
-    EXPECT_THAT(received_, SizeIs(1));
-}
-
-TEST_F(JackServiceTest, SendsToADestinationThatNoConnectionLeadsTo) {
-    server_->addDestination("dump:in");
-    start();
-    onQueue([this] { EXPECT_EQ(send(destinationRef("dump:in"), {0xB0, 123, 0}), kMIDISuccess); });
-    settle();
-    EXPECT_THAT(server_->sent["dump:in"], SizeIs(1));
-    queue_->advance(10s);
-    settle();
-    EXPECT_THAT(server_->ownPortNames(), IsEmpty());
-}
-
-TEST_F(JackServiceTest, RefusesEndpointsThatAreNotThere) {
-    server_->addSource("seq:out");
-    server_->addDestination("dump:in");
-    start();
-    onQueue([this] {
-        EXPECT_EQ(service_->connectSource(999, 1), -ENODEV);
-        EXPECT_EQ(service_->connectSource(destinationRef("dump:in"), 1), -ENODEV);
-        EXPECT_EQ(service_->disconnectSource(sourceRef("seq:out")), -ENODEV);
-        EXPECT_EQ(send(999, {0x90, 60, 100}), -ENODEV);
-        EXPECT_EQ(send(sourceRef("seq:out"), {0x90, 60, 100}), -ENODEV);
-    });
-}
-
-TEST_F(JackServiceTest, LeavesThePortsAloneInAReload) {
-    server_->addSource("seq:out");
-    start();
-    connect("seq:out");
-    const std::size_t wishesBefore = wishCount_;
-    onQueue([this] {
-        const MIDIObjectRef source = sourceRef("seq:out");
-        EXPECT_EQ(service_->disconnectSource(source), kMIDISuccess);
-        EXPECT_EQ(service_->connectSource(source, 5), kMIDISuccess);
-    });
-    EXPECT_EQ(wishCount_, wishesBefore);
-    play({{"seq:out", {{3, {0x90, 60, 100}}}}});
-    EXPECT_EQ(received_.at(0).first, 5U);
-}
-
-TEST_F(JackServiceTest, LetsGoOfASourceThatIsDisconnected) {
-    server_->addSource("seq:out");
-    start();
-    connect("seq:out");
-    onQueue([this] { EXPECT_EQ(service_->disconnectSource(sourceRef("seq:out")), kMIDISuccess); });
-    settle();
-    EXPECT_THAT(server_->ownPortNames(), IsEmpty());
 }
 
 TEST_F(JackServiceTest, DeliversTheLastNotesOfAClientThatEnds) {
@@ -445,6 +200,96 @@ TEST_F(JackServiceTest, ReadsNothingAndTellsNothingAfterItsEnd) {
     settle();
     EXPECT_THAT(notifications_, IsEmpty());
     EXPECT_THAT(server_->ownPortNames(), IsEmpty());
+}
+TEST_F(JackServiceTest, SendsAtOnceAlsoAfterArrivalsThatAreSentLater) {
+    server_->addSource("seq:out");
+    server_->addDestination("dump:in");
+    start();
+    connect("seq:out");
+    use("dump:in");
+    play({{"seq:out", {{127, {0x90, 60, 100}}}}});
+    const std::uint32_t start = server_->frame;
+    onQueue([this] { EXPECT_EQ(send(destinationRef("dump:in"), {0x80, 60, 0}), kMIDISuccess); });
+    server_->runPeriod();
+    EXPECT_THAT(server_->sent["dump:in"], ElementsAre(FakeJackEvent{start, {0x80, 60, 0}}));
+}
+
+TEST_F(JackServiceTest, GivesOtherWorkItsTurnAfter256Arrivals) {
+    server_->addSource("seq:out");
+    start();
+    connect("seq:out");
+    std::size_t receivedBefore = 0;
+    onArrival_ = [&](const MIDIArrival&) {
+        if (received_.size() == 1) {
+            queue_->async([&] { receivedBefore = received_.size(); });
+        }
+    };
+    play({{"seq:out", std::vector<FakeJackEvent>(600, {0, {0x90, 60, 100}})}});
+    EXPECT_EQ(receivedBefore, 256U);
+    EXPECT_THAT(received_, SizeIs(600));
+    EXPECT_EQ(deliveries_.front(), 64U) << "at most, in one call";
+}
+
+TEST_F(JackServiceTest, DeliversAllThatAClientHasSentBeforeItsEnd) {
+    server_->addSource("seq:out");
+    start();
+    connect("seq:out");
+    server_->runPeriod({{"seq:out", std::vector<FakeJackEvent>(10'000, {0, {0x90, 60, 100}})}});
+    server_->remove("seq:out");
+    workerQueue_->advance(1s);
+    queue_->runAll();
+    EXPECT_THAT(received_, SizeIs(10'000));
+}
+
+TEST_F(JackServiceTest, CountsWhatIsNoMIDIInOneLineASecond) {
+    server_->addSource("seq:out");
+    start();
+    connect("seq:out");
+    play({{"seq:out", {{3, {0xC0}}, {4, {0x90, 60}}}}});
+    queue_->advance(2s);
+    EXPECT_THAT(diagnostics_, ElementsAre("JACK: 2 pieces of what arrived are no MIDI, and were left out"));
+    play({{"seq:out", {{3, {0xC0}}}}});
+    queue_->advance(1s);
+    ASSERT_THAT(diagnostics_, SizeIs(2));
+    EXPECT_EQ(diagnostics_.back(), "JACK: 1 pieces of what arrived are no MIDI, and were left out");
+}
+
+TEST_F(JackServiceTest, TellsNothingAfterItsEndOfAChangeThatWaits) {
+    start();
+    for (const char* const name : {"a:out", "b:out"}) {
+        server_->addSource(name);
+        workerQueue_->advance(100ms);
+        queue_->runAll();
+    }
+    onQueue([this] {
+        service_->setReceiveHandler(nullptr);
+        service_->close();
+    });
+    settle();
+    EXPECT_THAT(notifications_, SizeIs(1)) << "the one on its way to the main thread";
+}
+
+TEST_F(JackServiceTest, DescribesThePortThatComesOrGoes) {
+    start();
+    server_->addDestination("dump:in");
+    settle();
+    const MIDIObjectRef dump = destinationRef("dump:in");
+    EXPECT_EQ(lastNotification_.messageID, MIDINotification::kObjectAdded);
+    EXPECT_EQ(lastNotification_.parent, 0U);
+    EXPECT_EQ(lastNotification_.child, dump);
+    EXPECT_EQ(lastNotification_.childType, MIDINotification::kDestination);
+    server_->addSource("seq:out");
+    settle();
+    EXPECT_EQ(lastNotification_.child, sourceRef("seq:out"));
+    EXPECT_EQ(lastNotification_.childType, MIDINotification::kSource);
+    server_->ports[1].prettyName = "Drums";
+    server_->events.portsChanged();
+    settle();
+    EXPECT_EQ(lastNotification_.messageID, MIDINotification::kPropertyChanged);
+    server_->remove("dump:in");
+    settle();
+    EXPECT_EQ(lastNotification_.messageID, MIDINotification::kObjectRemoved);
+    EXPECT_EQ(lastNotification_.child, dump);
 }
 
 }  // namespace

@@ -128,8 +128,9 @@ TEST_F(JackWorkerTest, UsesAnOutputOnlyOnceItsConnectionHasTakenEffect) {
     wish({.inputs = {}, .outputs = {{5, {"dump:in", lane}}}});
     server_->runPeriod();
     queue_->advance(5ms);
+    pass(1);
     EXPECT_THAT(server_->sent["dump:in"], IsEmpty());
-    pass(3);
+    pass(1);
     EXPECT_THAT(server_->sent["dump:in"], SizeIs(1)) << "what was sent in the meantime waits";
 }
 
@@ -184,8 +185,9 @@ TEST_F(JackWorkerTest, ConnectsAgainWhatAnotherProgramHasDisconnectedWhenAsked) 
 
 TEST_F(JackWorkerTest, GivesAnEmptyListWhenTheServerGoesAndMakesThePortsAgainWhenItIsBack) {
     server_->addSource("seq:out");
+    server_->addDestination("dump:in");
     start();
-    wish({.inputs = {{1, "seq:out"}}, .outputs = {}});
+    wish({.inputs = {{1, "seq:out"}}, .outputs = {{2, {"dump:in", std::make_shared<JackLane>()}}}});
     server_->shutDown();
     queue_->runAll();
     EXPECT_FALSE(server_->hasClient);
@@ -195,8 +197,51 @@ TEST_F(JackWorkerTest, GivesAnEmptyListWhenTheServerGoesAndMakesThePortsAgainWhe
     queue_->advance(3s);
     server_->isRunning = true;
     queue_->advance(2s);
-    EXPECT_THAT(snapshots_.back().ports, SizeIs(1));
+    EXPECT_THAT(snapshots_.back().ports, SizeIs(2));
     EXPECT_NE(server_->connectedTo("seq:out"), nullptr) << "what was wished for is wished for still";
+    EXPECT_NE(server_->connectedTo("dump:in"), nullptr);
+    EXPECT_THAT(server_->ownPortNames(), ElementsAre("seq out", "dump in"));
+    EXPECT_THAT(diagnostics_, Not(Contains(HasSubstr("No JACK")))) << "the end was said already";
+}
+
+TEST_F(JackWorkerTest, RemovesNoPortsThatHaveGoneWithTheServer) {
+    server_->addSource("seq:out");
+    start();
+    wish({.inputs = {{1, "seq:out"}}, .outputs = {}});
+    pass(1);
+    wish({});
+    server_->shutDown();
+    queue_->runAll();
+    server_->isRunning = true;
+    queue_->advance(2s);
+    pass(3);
+    EXPECT_TRUE(server_->hasClient);
+    EXPECT_EQ(server_->strayRemovalCount, 0U);
+}
+
+TEST_F(JackWorkerTest, IgnoresALateEventOfAnEarlierClient) {
+    start();
+    const JackEvents earlier = server_->events;
+    server_->shutDown();
+    queue_->runAll();
+    server_->isRunning = true;
+    queue_->advance(2s);
+    ASSERT_TRUE(server_->hasClient);
+    earlier.shutdown("late");
+    queue_->runAll();
+    EXPECT_TRUE(server_->hasClient);
+}
+
+TEST_F(JackWorkerTest, NoticesASilentEndAlsoOfTheNextServer) {
+    start();
+    server_->shutDown();
+    queue_->advance(5s);
+    server_->isRunning = true;
+    queue_->advance(2s);
+    ASSERT_TRUE(server_->hasClient);
+    server_->isRunning = false;
+    queue_->advance(5s);
+    EXPECT_FALSE(server_->hasClient);
 }
 
 TEST_F(JackWorkerTest, ConnectsAgainAtOnceWhenTheServerHasOnlyThrownItOut) {
@@ -269,7 +314,59 @@ TEST_F(JackWorkerTest, SaysHowManyPortsCouldNotBeConnected) {
     wish({.inputs = {{1, "seq:out"}, {2, "keys:out"}}, .outputs = {}});
     server_->runPeriod();
     queue_->advance(1s);
-    EXPECT_THAT(diagnostics_, Contains("JACK: 2 ports could not be connected"));
+    EXPECT_EQ(diagnostics_.back(), "JACK: 2 ports could not be connected");
+    diagnostics_.clear();
+    server_->runPeriod();
+    queue_->advance(1s);
+    EXPECT_THAT(diagnostics_, IsEmpty());
+}
+
+TEST_F(JackWorkerTest, TriesAgainWhenAskedToMakeAPortThatTheServerHasRefused) {
+    server_->addSource("seq:out");
+    server_->refusesNewPorts = true;
+    start();
+    wish({.inputs = {{1, "seq:out"}}, .outputs = {}});
+    server_->runPeriod();
+    queue_->advance(1s);
+    EXPECT_EQ(diagnostics_.back(), "JACK: 1 ports could not be connected");
+    server_->refusesNewPorts = false;
+    queue_->async([this] { worker_->refresh(); });
+    queue_->runAll();
+    EXPECT_NE(server_->connectedTo("seq:out"), nullptr);
+}
+
+TEST_F(JackWorkerTest, GivesEachPortANameOfItsOwn) {
+    server_->addSource("a:b c");
+    server_->addSource("a b:c");
+    start();
+    wish({.inputs = {{1, "a:b c"}, {2, "a b:c"}}, .outputs = {}});
+    EXPECT_THAT(server_->ownPortNames(), ElementsAre("a b c", "a b c 2"));
+}
+
+TEST_F(JackWorkerTest, SaysWhatWasLostOnTheWay) {
+    server_->addSource("seq:out");
+    server_->addDestination("dump:in");
+    server_->maxEvent = 100;
+    start();
+    const auto lane = std::make_shared<JackLane>();
+    wish({.inputs = {{1, "seq:out"}}, .outputs = {{5, {"dump:in", lane}}}});
+    std::vector<std::uint8_t> sysEx(200, 1);
+    sysEx.front() = 0xF0;
+    sysEx.back() = 0xF7;
+    ASSERT_EQ(lane->write(sysEx, std::nullopt, 1'000), kMIDISuccess);
+    pass(3);
+    server_->runPeriod({{"seq:out", std::vector<tests::FakeJackEvent>(69'907, {0, {0x90, 60, 100}})}});
+    queue_->advance(1s);
+    EXPECT_THAT(diagnostics_, Contains("JACK: 2 messages that arrived were lost, too many at once (2 so far)"));
+    EXPECT_THAT(diagnostics_, Contains("JACK: 1 messages were too long for a port (1 so far)"));
+}
+
+TEST_F(JackWorkerTest, SaysAtTheServersEndWhatWentWrongBefore) {
+    start();
+    server_->events.xrun();
+    server_->shutDown();
+    queue_->runAll();
+    EXPECT_THAT(diagnostics_, Contains("JACK: 1 xruns (1 so far)"));
 }
 
 TEST_F(JackWorkerTest, EndsOnlyWhenWhatWaitsHasGoneOut) {
@@ -288,6 +385,25 @@ TEST_F(JackWorkerTest, EndsOnlyWhenWhatWaitsHasGoneOut) {
     EXPECT_FALSE(server_->hasClient);
     queue_->advance(10s);
     EXPECT_EQ(server_->openCount, 1U) << "it does not begin again";
+}
+
+TEST_F(JackWorkerTest, EndsOnlyWhenThePeriodThatSentTheLastMessageIsOver) {
+    server_->addDestination("dump:in");
+    start();
+    const auto lane = std::make_shared<JackLane>();
+    wish({.inputs = {}, .outputs = {{5, {"dump:in", lane}}}});
+    pass(3);
+    ASSERT_EQ(lane->write(std::vector<std::uint8_t>{0x80, 60, 0}, std::nullopt, 1'000), kMIDISuccess);
+    bool isStopped = false;
+    queue_->async([&] { worker_->stop([&] { isStopped = true; }); });
+    queue_->runAll();
+    pass(1);
+    ASSERT_THAT(server_->sent["dump:in"], SizeIs(1));
+    EXPECT_FALSE(isStopped);
+    pass(1);
+    EXPECT_FALSE(isStopped);
+    pass(1);
+    EXPECT_TRUE(isStopped);
 }
 
 TEST_F(JackWorkerTest, EndsAtOnceWithoutAServer) {
