@@ -152,7 +152,7 @@ void CoreMIDIRouterEngine::reloadEndpoints() {
 }
 
 void CoreMIDIRouterEngine::reloadEndpointsOnQueue(std::string_view reason, MIDIListing listing) {
-    if (!isStarted_ || inputPort_ == 0) {
+    if (!isStarted_) {
         logDiagnostic("Skipped endpoint reload before engine start");
         return;
     }

@@ -83,10 +83,6 @@ void HeldNotes::add(const HeldNotes& other) {
     pedals_ |= other.pedals_;
 }
 
-bool HeldNotes::empty() const {
-    return pedals_.none() && std::ranges::all_of(notes_, [](const auto& notes) { return notes.none(); });
-}
-
 std::vector<MIDIBytes> HeldNotes::endings(const HeldNotes& others) const {
     std::vector<MIDIBytes> messages;
     for (std::size_t channel = 0; channel < kChannelCount; ++channel) {

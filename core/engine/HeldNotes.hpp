@@ -22,8 +22,6 @@ public:
     /// Adds the notes and pedals that `other` holds.
     void add(const HeldNotes& other);
 
-    [[nodiscard]] bool empty() const;
-
     /// The messages that end everything that is held here and not in `others`, by channel and note: for each note a
     /// note-off with velocity 64, then for each pedal controller 64 with value 0.
     [[nodiscard]] std::vector<MIDIBytes> endings(const HeldNotes& others) const;

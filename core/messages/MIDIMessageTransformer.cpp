@@ -13,7 +13,7 @@ namespace {
 /// The position just after the SysEx message that starts at `start`; the end of the bytes if the message does not end.
 std::size_t positionAfterSysEx(const MIDIBytes& bytes, std::size_t start) {
     const auto* const terminator = std::find(bytes.begin() + start, bytes.end(), kSysExEnd);
-    return static_cast<std::size_t>(terminator - bytes.begin()) + (terminator == bytes.end() ? 0U : 1U);
+    return terminator == bytes.end() ? bytes.size() : static_cast<std::size_t>(terminator - bytes.begin()) + 1;
 }
 
 }  // namespace

@@ -44,8 +44,8 @@ auto checked(Call call) {
 
 class FileDescriptor {
 public:
-    FileDescriptor(const path& file, int flags, ::mode_t permissions = 0)
-        : value_(checked([&] { return ::open(file.c_str(), flags | O_CLOEXEC, permissions); })) {}
+    FileDescriptor(const path& file, int flags)
+        : value_(checked([&] { return ::open(file.c_str(), flags | O_CLOEXEC); })) {}
     ~FileDescriptor() { ::close(value_); }
     FileDescriptor(const FileDescriptor&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;
@@ -107,7 +107,7 @@ path folderOf(const path& file) {
 /// already in place, and a caller would conclude that they are not.
 void syncFolder(const path& folder) {
     try {
-        const FileDescriptor directory(folder, O_RDONLY | O_DIRECTORY);
+        const FileDescriptor directory(folder, O_RDONLY);
         checked([&] { return ::fsync(directory.get()); });
     } catch (const std::system_error&) {
         return;
@@ -119,7 +119,7 @@ constexpr std::string_view kTemporarySuffix = ".tmp";
 
 bool isTemporaryName(std::string_view name) {
     const std::size_t affixes = kTemporaryPrefix.size() + kTemporarySuffix.size();
-    return name.size() > affixes && name.starts_with(kTemporaryPrefix) && name.ends_with(kTemporarySuffix) &&
+    return name.starts_with(kTemporaryPrefix) && name.ends_with(kTemporarySuffix) &&
            UUID::parse(name.substr(kTemporaryPrefix.size(), name.size() - affixes));
 }
 
@@ -196,10 +196,7 @@ AtomicFile::~AtomicFile() {
 }
 
 void AtomicFile::createTemporary(unsigned permissions) {
-    do {
-        if (descriptor_ >= 0) {
-            ::close(descriptor_);
-        }
+    for (;;) {
         temporary_ =
             folderOf(target_) / std::string(kTemporaryPrefix).append(UUID::random().text()).append(kTemporarySuffix);
         descriptor_ = checked(
@@ -208,7 +205,11 @@ void AtomicFile::createTemporary(unsigned permissions) {
         while (::flock(descriptor_, LOCK_EX) != 0 && errno == EINTR) {
         }
         // Before it was locked the file looked abandoned, so another process may have removed it.
-    } while (::access(temporary_.c_str(), F_OK) != 0 && errno == ENOENT);
+        if (::access(temporary_.c_str(), F_OK) == 0 || errno != ENOENT) {
+            return;
+        }
+        ::close(descriptor_);
+    }
 }
 
 void AtomicFile::discard() {

@@ -50,7 +50,7 @@ private:
     std::filesystem::path target_;
     std::filesystem::path temporary_;
     /// Holds the lock of the temporary file.
-    int descriptor_ = -1;
+    int descriptor_;
     std::filesystem::path kept_;
     bool isOldMoved_ = false;
     bool isCommitted_ = false;

@@ -14,16 +14,17 @@ namespace {
 /// if the locale's decimal point has several bytes.
 class PlainNumbers {
 public:
-    PlainNumbers() : plain_(::newlocale(LC_NUMERIC_MASK, "C", nullptr)), previous_(::uselocale(plain_)) {}
-    ~PlainNumbers() {
-        ::uselocale(previous_);
-        ::freelocale(plain_);
-    }
+    PlainNumbers() : previous_(::uselocale(plain())) {}
+    ~PlainNumbers() { ::uselocale(previous_); }
     PlainNumbers(const PlainNumbers&) = delete;
     PlainNumbers& operator=(const PlainNumbers&) = delete;
 
 private:
-    locale_t plain_;
+    static locale_t plain() {
+        static const locale_t locale = ::newlocale(LC_NUMERIC_MASK, "C", nullptr);
+        return locale;
+    }
+
     locale_t previous_;
 };
 

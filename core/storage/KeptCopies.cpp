@@ -19,7 +19,7 @@ KeptCopies::KeptCopies(const path& file, std::string_view word) : first_(file) {
             continue;
         }
         unsigned number = 1;
-        if (found.size() > firstName.size()) {
+        if (found != firstName) {
             std::from_chars(found.data() + firstName.size() + 1, found.data() + found.size(), number);
         }
         if (name(number).filename() == found) {

@@ -69,13 +69,6 @@ std::optional<MIDIRouteSetDocument> documentIn(FileText& file) {
     return std::nullopt;
 }
 
-void removeFolderIfEmpty(const path& folder) {
-    std::error_code error;
-    if (std::filesystem::is_empty(folder, error) && !error) {
-        std::filesystem::remove(folder, error);
-    }
-}
-
 /// Whether the path exists. A path that cannot be examined counts as taken, so that it is left alone.
 bool isTaken(const path& file) {
     std::error_code error;
@@ -193,7 +186,8 @@ void RouteStore::migrate(const MIDIRouteSetDocument& document, const path& legac
     }
     std::error_code ignored;
     std::filesystem::remove(legacyFile, ignored);
-    removeFolderIfEmpty(legacyFile.parent_path());
+    // Fails if the folder is not empty.
+    std::filesystem::remove(legacyFile.parent_path(), ignored);
 }
 
 }  // namespace corvel

@@ -239,7 +239,6 @@ private:
     void endPiece(DemoDevice& device) {
         if (device.player) {
             state_->setup.deliver(device, device.player->end(), state_->endings);
-            state_->changed.notify_all();
         }
     }
 

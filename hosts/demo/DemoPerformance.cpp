@@ -9,8 +9,6 @@ namespace corvel::hosts {
 
 namespace {
 
-using SteadyClock = std::chrono::steady_clock;
-
 /// Time from the first connection to the first step, in which all other sources are connected, so that all start
 /// together.
 constexpr std::chrono::milliseconds kLeadIn{100};
@@ -52,14 +50,6 @@ void playStep(DemoSetup& setup, std::uint64_t step, std::vector<DemoDelivery>& d
     }
 }
 
-void endAll(DemoSetup& setup, std::vector<DemoDelivery>& deliveries) {
-    for (DemoDevice& device : setup.devices) {
-        if (device.player) {
-            setup.deliver(device, device.player->end(), deliveries);
-        }
-    }
-}
-
 void perform(const std::vector<DemoDelivery>& deliveries) {
     for (const DemoDelivery& delivery : deliveries) {
         delivery.perform();
@@ -68,35 +58,52 @@ void perform(const std::vector<DemoDelivery>& deliveries) {
 
 }  // namespace
 
+std::optional<DemoPerformance::Time> DemoPerformance::nextStep() const {
+    return begin_ ? std::optional(*begin_ + timeOfDemoStep(step_)) : std::nullopt;
+}
+
+bool DemoPerformance::hasWork() const {
+    return begin_ ? hasDeliverablePackets(setup_) : isHeardAnywhere(setup_);
+}
+
+void DemoPerformance::play(Time now, std::vector<DemoDelivery>& deliveries) {
+    takeWaiting(setup_, deliveries);
+    if (!begin_ && isHeardAnywhere(setup_)) {
+        begin_ = now + kLeadIn;
+        step_ = 0;
+    } else if (begin_ && now >= nextStep()) {
+        begin_ = std::max(*begin_, now - kWorstDelay - timeOfDemoStep(step_));
+        playStep(setup_, step_, deliveries);
+        ++step_;
+        if (!isPlayingAnywhere(setup_) && !isHeardAnywhere(setup_)) {
+            begin_.reset();
+        }
+    }
+}
+
+void DemoPerformance::end(std::vector<DemoDelivery>& deliveries) {
+    for (DemoDevice& device : setup_.devices) {
+        if (device.player) {
+            setup_.deliver(device, device.player->end(), deliveries);
+        }
+    }
+}
+
 void performDemo(const std::stop_token& stop, DemoState& state) {
-    DemoSetup& setup = state.setup;
-    const auto hasWork = [&state] { return !state.endings.empty() || hasDeliverablePackets(state.setup); };
-    SteadyClock::time_point begin;
-    std::uint64_t step = 0;
-    bool isOn = false;
+    DemoPerformance performance(state.setup);
+    const auto hasWork = [&performance] { return performance.hasWork(); };
     std::unique_lock lock(state.mutex);
     while (!stop.stop_requested()) {
-        if (isOn) {
-            state.changed.wait_until(lock, stop, begin + timeOfDemoStep(step), hasWork);
+        if (const auto next = performance.nextStep()) {
+            state.changed.wait_until(lock, stop, *next, hasWork);
         } else {
-            state.changed.wait(lock, stop, [&] { return hasWork() || isHeardAnywhere(setup); });
+            state.changed.wait(lock, stop, hasWork);
         }
         if (stop.stop_requested()) {
             break;
         }
         std::vector<DemoDelivery> deliveries = std::exchange(state.endings, {});
-        takeWaiting(setup, deliveries);
-        const SteadyClock::time_point now = SteadyClock::now();
-        if (!isOn && isHeardAnywhere(setup)) {
-            isOn = true;
-            begin = now + kLeadIn;
-            step = 0;
-        } else if (isOn && now >= begin + timeOfDemoStep(step)) {
-            begin = std::max(begin, now - kWorstDelay - timeOfDemoStep(step));
-            playStep(setup, step, deliveries);
-            ++step;
-            isOn = isPlayingAnywhere(setup) || isHeardAnywhere(setup);
-        }
+        performance.play(std::chrono::steady_clock::now(), deliveries);
         lock.unlock();
         perform(deliveries);
         // Cleared without the lock: a delivery may hold the last reference to its handler, whose destructor may call
@@ -105,7 +112,7 @@ void performDemo(const std::stop_token& stop, DemoState& state) {
         lock.lock();
     }
     std::vector<DemoDelivery> deliveries = std::exchange(state.endings, {});
-    endAll(setup, deliveries);
+    performance.end(deliveries);
     lock.unlock();
     perform(deliveries);
 }

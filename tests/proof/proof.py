@@ -87,9 +87,9 @@ class Home:
                                            (error or b"").decode(errors="replace"))
 
     def start_router(self, *arguments, **options):
-        """Starts the program without a window. Returns when its socket exists."""
+        """Starts the program without a window. Returns when it answers: its socket exists a moment before."""
         router = self.start("--headless", *arguments, **options)
-        wait_until(lambda: self.socket() is not None or router.poll() is not None)
+        wait_until(lambda: self.socket() is not None and self.ask("--sets")[0] or router.poll() is not None)
         if router.poll() is not None:
             raise RuntimeError(f"the router ended with status {router.returncode}")
         return router

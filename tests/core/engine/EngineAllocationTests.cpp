@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 namespace corvel::tests {
 namespace {
@@ -59,6 +60,17 @@ TEST_F(EngineAllocation, TakesNoneForAShortMessageFromItsArrivalToItsReport) {
     }
     EXPECT_EQ(heapAllocationCount() - before, 0U);
     EXPECT_EQ(counter->routed, 5'001 * kConnections);
+}
+
+TEST_F(EngineAllocation, TakesNoneForTheFirstMessagesThatArriveTogether) {
+    const std::vector<MIDIArrival> arrivals(100, MIDIArrival{11, {0x90, 60, 100}});
+    arrivesOnQueue = true;
+    play(std::array<std::uint8_t, 1>{0xF8});
+    const std::size_t before = heapAllocationCount();
+    queue->sync([&] { host->receive(arrivals); });
+    settle();
+    EXPECT_EQ(heapAllocationCount() - before, 0U);
+    EXPECT_EQ(counter->routed, 101 * kConnections);
 }
 
 TEST_F(EngineAllocation, TakesOneForALongMessageWhateverTheNumberOfConnections) {

@@ -174,11 +174,13 @@ TEST_F(EngineEndpoints, IgnoresThatASourceCouldNotBeDisconnected) {
 TEST_F(EngineEndpoints, SkipsNullReferencesAndCountsThem) {
     host->sources = {0, 11, 0};
     host->destinations = {21, 0};
-    startEngine();
+    startWith({makeRoute({.sourceID = 11, .destinationID = 0})});
     EXPECT_THAT(reportsOfReload(),
                 ElementsAre("logged: Endpoint reload (manual refresh): 3 sources, 2 destinations, 1 source connections",
                             kTree, "endpoints changed"));
     EXPECT_THAT(host->connections, ElementsAre(Pair(11, 11)));
+    play({{0x90, 60, 100}});
+    EXPECT_EQ(host->sentCount, 0U) << "a null reference is no destination, not even of ID 0";
 }
 
 TEST_F(EngineEndpoints, ReportsASourceThatCannotBeConnectedAndGoesOn) {

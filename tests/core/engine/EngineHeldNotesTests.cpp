@@ -115,6 +115,28 @@ TEST_F(EngineHeldNotes, StayAsTheyAreUnlessTheUserWantsThemReleased) {
     EXPECT_THAT(sentAfterUpdate({}), IsEmpty());
 }
 
+TEST_F(EngineHeldNotes, AreFollowedFromTheMomentTheUserWantsThemReleased) {
+    startWith({keysToSynth()});
+    engine->setReleasesHeldNotes(true);
+    settle();
+    play({{0x90, 60, 100}});
+    EXPECT_THAT(sentAfterUpdate({}), ElementsAre(FakeSentPacket{21, {0x80, 60, 64}}));
+}
+
+TEST_F(EngineHeldNotes, EndInCallsOfAtMost64Messages) {
+    engine->setReleasesHeldNotes(true);
+    startWith({keysToSynth()});
+    for (std::uint8_t note = 0; note < 100; ++note) {
+        play({{0x90, note, 100}});
+    }
+    host->sendSizes.clear();
+    const std::vector<FakeSentPacket> sent = sentAfterUpdate({});
+    EXPECT_THAT(host->sendSizes, ElementsAre(64, 36));
+    ASSERT_EQ(sent.size(), 100U);
+    EXPECT_EQ(sent[64], (FakeSentPacket{21, {0x80, 64, 64}}));
+    EXPECT_EQ(sent[99], (FakeSentPacket{21, {0x80, 99, 64}}));
+}
+
 TEST_F(EngineHeldNotes, ReportADestinationThatRefusesTheirEnd) {
     holdChord();
     host->sendStatuses[21] = -19;

@@ -77,7 +77,7 @@ TEST_F(EngineRouting, SendsWhatCameFromSeveralSourcesTogetherInItsOrder) {
 // Endpoints in use
 
 TEST_F(EngineRouting, TellsTheServiceWhichDestinationsConnectionsLeadTo) {
-    startWith({keysToSynth(), keysToDrums(), keysToDrums(ChannelMode::force(2), 3)});
+    startWith({keysToDrums(), keysToSynth(), keysToDrums(ChannelMode::force(2), 3)});
     EXPECT_THAT(host->usedDestinations, ElementsAre(21, 22));
     engine->updateRoutes({keysToDrums()});
     settle();

@@ -14,7 +14,7 @@ const MIDIEndpointModel kKeys{-42, 11, "Keys", "Acme", MIDIEndpointDirection::so
 
 /// Copies of `kKeys` that differ from it in one field each.
 std::vector<MIDIEndpointModel> variations() {
-    std::vector<MIDIEndpointModel> models(7, kKeys);
+    std::vector<MIDIEndpointModel> models(9, kKeys);
     models[0].id = 42;
     models[1].endpointRef = 12;
     models[2].displayName = "keys";
@@ -22,6 +22,8 @@ std::vector<MIDIEndpointModel> variations() {
     models[4].manufacturer.reset();
     models[5].direction = MIDIEndpointDirection::destination;
     models[6].isOnline = false;
+    models[7].port = 1;
+    models[8].isLoopback = true;
     return models;
 }
 
@@ -52,8 +54,13 @@ TEST(MIDIEndpointModel, LeavesAnEmptyManufacturerOutOfItsDescription) {
     EXPECT_EQ(keys.detailText(), "Keys\nsource\nID -2147483648");
 }
 
-TEST(MIDIEndpointModel, IsOnlineUnlessToldOtherwise) {
-    EXPECT_TRUE(MIDIEndpointModel{}.isOnline);
+TEST(MIDIEndpointModel, IsAnEndpointOfNoPortThatIsOnlineUnlessToldOtherwise) {
+    const MIDIEndpointModel endpoint;
+    EXPECT_EQ(endpoint.id, 0);
+    EXPECT_EQ(endpoint.endpointRef, 0U);
+    EXPECT_TRUE(endpoint.isOnline);
+    EXPECT_EQ(endpoint.port, 0U);
+    EXPECT_FALSE(endpoint.isLoopback);
 }
 
 TEST(MIDIEndpointModel, ComparesEveryField) {

@@ -80,7 +80,9 @@ TEST(MIDIMessageParser, EmitsEveryRealtimeByteAlone) {
 }
 
 TEST(MIDIMessageParser, EmitsStrayDataBytesOneByOne) {
-    EXPECT_THAT(messages({0x00, 0x7F, 0x40}), ElementsAre("00: Data", "7F: Data", "40: Data"));
+    EXPECT_THAT(messages({0x00, 0x1F, 0x20, 0x3F, 0x40, 0x5F, 0x60, 0x7F, 0x40}),
+                ElementsAre("00: Data", "1F: Data", "20: Data", "3F: Data", "40: Data", "5F: Data", "60: Data",
+                            "7F: Data", "40: Data"));
 }
 
 TEST(MIDIMessageParser, EmitsALoneStatusAtTheEndOfTheBuffer) {

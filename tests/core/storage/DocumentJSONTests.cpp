@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -22,13 +23,18 @@ using tests::setText;
 
 const std::string kByteOrderMark = "\xEF\xBB\xBF";
 
-bool isRead(std::string_view text) {
+/// The reason why a text is refused; empty if it is read.
+std::string refusal(std::string_view text) {
     try {
         static_cast<void>(decode(text));
-        return true;
-    } catch (const DecodingError&) {
-        return false;
+        return "";
+    } catch (const DecodingError& error) {
+        return error.what();
     }
+}
+
+bool isRead(std::string_view text) {
+    return refusal(text).empty();
 }
 
 std::string documentHolding(const std::string& value) {
@@ -64,6 +70,21 @@ TEST(DocumentJSON, IsRefusedWithAZeroByteAnywhere) {
         EXPECT_FALSE(isRead("[]" + text));
     }
     EXPECT_FALSE(isRead(documentHolding("\"a\0b\""s)));
+}
+
+TEST(DocumentJSON, IsRefusedWithTheLineOfTheFirstMistake) {
+    EXPECT_EQ(refusal("oops\n\n"), "line 1: not valid JSON");
+    EXPECT_EQ(refusal("\noops"), "line 2: not valid JSON");
+    EXPECT_EQ(refusal("[\n\n,]"), "line 3: not valid JSON");
+    EXPECT_EQ(refusal("\n[]\0\n"s), "line 2: not valid JSON");
+}
+
+TEST(DocumentJSON, IsReadWithoutALastingChangeOfTheThreadsLocale) {
+    const locale_t before = ::uselocale(nullptr);
+    EXPECT_TRUE(isRead("[]"));
+    EXPECT_EQ(::uselocale(nullptr), before);
+    EXPECT_FALSE(isRead("[1.5, oops]"));
+    EXPECT_EQ(::uselocale(nullptr), before);
 }
 
 TEST(DocumentJSON, IsReadUpToANestingOf512) {

@@ -270,6 +270,7 @@ TEST(RouteSetDocumentCoder, EscapesWhatMustBeEscapedAndTheSlash) {
     EXPECT_EQ(writtenName("a\"b"), R"("a\"b")");
     EXPECT_EQ(writtenName("a\\b"), R"("a\\b")");
     EXPECT_EQ(writtenName("In/Out"), R"("In\/Out")");
+    EXPECT_EQ(writtenName("//a/"), R"("\/\/a\/")");
     EXPECT_EQ(writtenName("\b\f\n\r\t"), R"("\b\f\n\r\t")");
     EXPECT_EQ(writtenName("\0\x01\x07\x0B\x0E\x1F"sv), R"("\u0000\u0001\u0007\u000b\u000e\u001f")");
 }

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -120,6 +121,17 @@ TEST(RouteStoreKeeping, KeepsAFileThatAppearsAfterTheStart) {
     const RouteStore store(folder / "routes.json");
     static_cast<void>(store.loadDocument());
     writeFile(folder / "routes.json", encode(documentNamed("Songs")));
+    store.saveDocument(documentNamed("New"));
+    EXPECT_EQ(tests::readFile(folder / "routes.json.kept"), encode(documentNamed("Songs")));
+}
+
+TEST(RouteStoreKeeping, KeepsAFileThatWasAwayAtTheLastLoad) {
+    const TemporaryFolder folder;
+    const RouteStore store(folder / "routes.json");
+    store.saveDocument(documentNamed("Songs"));
+    std::filesystem::rename(folder / "routes.json", folder / "away");
+    static_cast<void>(store.loadDocument());
+    std::filesystem::rename(folder / "away", folder / "routes.json");
     store.saveDocument(documentNamed("New"));
     EXPECT_EQ(tests::readFile(folder / "routes.json.kept"), encode(documentNamed("Songs")));
 }
@@ -305,6 +317,7 @@ TEST(RouteStoreKeeping, SetsAHugeFileAsideWithoutReadingIt) {
     std::filesystem::resize_file(folder / "routes.json", kTerabyte);
     const RouteStore store(folder / "routes.json");
     EXPECT_EQ(store.loadDocument().routeSets.at(0).name, "Default");
+    EXPECT_EQ(store.loadProblem(), (folder / "routes.json").string() + ": larger than 64 MB; an empty set is used");
     store.saveDocument(documentNamed("New"));
     EXPECT_EQ(store.loadDocument(), documentNamed("New"));
     EXPECT_EQ(std::filesystem::file_size(folder / "routes.json.unreadable"), kTerabyte);
@@ -323,9 +336,12 @@ TEST(RouteStoreKeeping, ReadsUpTo64Megabytes) {
 TEST(RouteStoreKeeping, WritesNothingThatItWouldNotRead) {
     const TemporaryFolder folder;
     const RouteStore store(folder / "routes.json");
-    store.saveDocument(documentNamed("Songs"));
-    EXPECT_THROW(store.saveDocument(documentNamed(std::string(67'108'864, 'x'))), RouteStoreError);
-    EXPECT_EQ(store.loadDocument(), documentNamed("Songs"));
+    std::string name(67'108'864 - encode(documentNamed("")).size(), 'x');
+    store.saveDocument(documentNamed(name));
+    EXPECT_EQ(std::filesystem::file_size(folder / "routes.json"), 67'108'864U);
+    name += 'x';
+    EXPECT_THROW(store.saveDocument(documentNamed(name)), RouteStoreError);
+    EXPECT_EQ(std::filesystem::file_size(folder / "routes.json"), 67'108'864U);
 }
 
 TEST(RouteStoreKeeping, RemovesTemporaryFilesOfDeadProcessesAtTheStartAndWhenSaving) {
@@ -364,8 +380,10 @@ TEST(RouteStoreKeeping, LeavesOtherHiddenFilesAlone) {
         writeFile(folder / name, "mine");
     }
     std::filesystem::create_directory(folder / ".corvel-A1A0B5C0-4D09-4E6B-8C00-112233445599.tmp");
+    std::filesystem::create_symlink(".corvel-notes.tmp", folder / ".corvel-A1A0B5C0-4D09-4E6B-8C00-112233445500.tmp");
+    ASSERT_EQ(::mkfifo((folder / ".corvel-A1A0B5C0-4D09-4E6B-8C00-112233445511.tmp").c_str(), 0600), 0);
     static_cast<void>(RouteStore(folder / "routes.json").loadDocument());
-    EXPECT_THAT(entries(folder.path()), SizeIs(4));
+    EXPECT_THAT(entries(folder.path()), SizeIs(6));
 }
 
 }  // namespace

@@ -61,13 +61,14 @@ TEST(RouteStoreSaving, WritesTheDocumentWithItsFolders) {
     EXPECT_THAT(entries(folder / "one/two"), ElementsAre("routes.json")) << "nothing temporary is left";
 }
 
-TEST(RouteStoreSaving, MakesFoldersWithTheUsualPermissions) {
+TEST(RouteStoreSaving, MakesFileAndFoldersWithTheUsualPermissions) {
     const TemporaryFolder folder;
     const ::mode_t previous = ::umask(022);
     RouteStore(folder / "one/two/routes.json").saveDocument(documentNamed("Stage"));
     ::umask(previous);
     EXPECT_EQ(permissions(folder / "one"), std::filesystem::perms(0755));
     EXPECT_EQ(permissions(folder / "one/two"), std::filesystem::perms(0755));
+    EXPECT_EQ(permissions(folder / "one/two/routes.json"), std::filesystem::perms(0644));
 }
 
 TEST(RouteStoreSaving, ReplacesTheWholeFile) {

@@ -42,6 +42,9 @@ MIDIRouteSetDocument stageAndStudio() {
     return {makeID(2), {{makeID(1), "Stage", {}}, {makeID(2), "Studio", {studioRoute()}}}};
 }
 
+/// Whether the user has an entry in the user database.
+bool hasUserEntry = true;
+
 void expectDefaultDocument(const MIDIRouteSetDocument& document) {
     ASSERT_EQ(document.routeSets.size(), 1U);
     EXPECT_EQ(document.routeSets.front().name, "Default");
@@ -49,6 +52,18 @@ void expectDefaultDocument(const MIDIRouteSetDocument& document) {
     EXPECT_NE(document.routeSets.front().id, UUID{});
     EXPECT_EQ(document.selectedSetID, document.routeSets.front().id);
 }
+
+}  // namespace
+}  // namespace corvel
+
+/// Replaces the system's function in this program, to simulate a user without an entry.
+extern "C" int getpwuid_r(uid_t user, passwd*, char*, size_t, passwd** found) {
+    *found = corvel::hasUserEntry ? ::getpwuid(user) : nullptr;
+    return 0;
+}
+
+namespace corvel {
+namespace {
 
 TEST(RouteStore, KeepsItsFileInTheDataFolderOfTheEnvironment) {
     const ScopedEnvironment dataFolder("XDG_DATA_HOME", "/some/data");
@@ -73,6 +88,15 @@ TEST(RouteStore, TakesTheUsersOwnHomeFolderWhenTheEnvironmentNamesNone) {
         GTEST_SKIP() << "the user has no entry";
     }
     EXPECT_EQ(RouteStore::defaultFileURL(), std::filesystem::path(user->pw_dir) / ".local/share/Corvel/routes.json");
+}
+
+TEST(RouteStore, KeepsItsFileInTheTemporaryFolderForAUserWithoutAHomeFolder) {
+    const ScopedEnvironment dataFolder("XDG_DATA_HOME", std::nullopt);
+    const ScopedEnvironment home("HOME", std::nullopt);
+    const ScopedEnvironment temporary("TMPDIR", "/var");
+    hasUserEntry = false;
+    EXPECT_EQ(RouteStore::defaultFileURL(), "/var/Corvel/routes.json");
+    hasUserEntry = true;
 }
 
 TEST(RouteStore, KnowsItsPlace) {

@@ -12,7 +12,6 @@
 
 #include <array>
 #include <cerrno>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -68,7 +67,7 @@ protected:
     [[nodiscard]] MIDIObjectRef destination(std::size_t index) const { return setup().destinations.at(index).ref; }
 
     MIDIStatus sendNote(MIDIObjectRef port, MIDIObjectRef destination) {
-        MIDISend message{.destination = destination, .bytes = kNote};
+        MIDISend message{.destination = destination, .bytes = kNote, .status = -1};
         host->send(port, {&message, 1});
         return message.status;
     }
@@ -262,9 +261,11 @@ TEST_F(DemoMIDIHostTest, TellsEveryClientOnTheMainQueueWhatWasAdded) {
 
     const MIDISetup listed = setup();
     EXPECT_EQ(listed.sources.at(3).ref, source);
+    EXPECT_EQ(listed.sources.at(3).displayName, "Pedals");
     EXPECT_EQ(listed.sources.at(3).manufacturer, std::nullopt);
     EXPECT_EQ(listed.sources.at(3).uniqueID, 42);
     EXPECT_EQ(listed.destinations.at(3).ref, destination);
+    EXPECT_EQ(listed.destinations.at(3).displayName, "Lights");
     EXPECT_EQ(listed.destinations.at(3).manufacturer, "Maker");
     const std::string sourceEntity = std::to_string(listed.devices.at(3).entities.at(0).ref);
     const std::string destinationEntity = std::to_string(listed.devices.at(7).entities.at(0).ref);

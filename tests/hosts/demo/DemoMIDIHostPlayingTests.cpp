@@ -1,22 +1,22 @@
-// The demo service as it plays by itself, on its own thread.
-
-#include "hosts/demo/DemoDevices.hpp"
 #include "hosts/demo/DemoMIDIHost.hpp"
+
 #include "tests/support/Deadline.hpp"
 #include "tests/support/ManualQueue.hpp"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <fstream>
 #include <future>
 #include <memory>
 #include <mutex>
 #include <set>
 #include <span>
 #include <string>
+#include <thread>
 #include <utility>
-#include <vector>
 
 namespace corvel::tests {
 namespace {
@@ -60,6 +60,24 @@ private:
     int noteCount_ = 0;
 };
 
+/// Waits until the thread that plays sleeps; false after the deadline.
+bool waitUntilThePlayerSleeps() {
+    const auto end = std::chrono::steady_clock::now() + kDeadline;
+    while (std::chrono::steady_clock::now() < end) {
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
+            // For example "4711 (app.corvel.demo) S 4709 …".
+            std::ifstream file(entry.path() / "stat");
+            std::string status;
+            std::getline(file, status);
+            if (status.find("(app.corvel.demo) S") != std::string::npos) {
+                return true;
+            }
+        }
+        std::this_thread::yield();
+    }
+    return false;
+}
+
 /// Connects all sources of a service that plays by itself.
 void connectAll(DemoMIDIHost& host, const MIDIHost::ReceiveHandler& handler) {
     const MIDIObjectRef client = host.createClient("Test", {}).ref;
@@ -70,7 +88,7 @@ void connectAll(DemoMIDIHost& host, const MIDIHost::ReceiveHandler& handler) {
     }
 }
 
-TEST(DemoPlay, EndsEveryNoteThatItPlaysWhenItGoes) {
+TEST(DemoMIDIHostPlaying, EndsEveryNoteThatItPlaysWhenItGoes) {
     auto host = hosts::makeDemoMIDIHost(std::make_shared<ManualQueue>());
     Listener listener;
     connectAll(*host, [&listener](auto arrivals) { listener.receive(arrivals); });
@@ -81,7 +99,7 @@ TEST(DemoPlay, EndsEveryNoteThatItPlaysWhenItGoes) {
     EXPECT_EQ(listener.soundingCount(), 0U);
 }
 
-TEST(DemoPlay, MayBeReleasedByAReceiverOnItsOwnThread) {
+TEST(DemoMIDIHostPlaying, MayBeReleasedByAReceiverOnItsOwnThread) {
     /// The last reference to the service, which the handler gets once everything is connected.
     struct Owner {
         std::mutex mutex;
@@ -103,34 +121,59 @@ TEST(DemoPlay, MayBeReleasedByAReceiverOnItsOwnThread) {
     EXPECT_EQ(owner->isGone.get_future().wait_for(kDeadline), std::future_status::ready);
 }
 
-TEST(DemoPlay, EndsWhatADevicePlaysWhenItIsTakenOffline) {
-    std::promise<void> struck;
-    std::promise<void> ended;
-    int events = 0;
+TEST(DemoMIDIHostPlaying, IsWokenByTheFirstConnection) {
+    Listener listener;
     const auto host = hosts::makeDemoMIDIHost(std::make_shared<ManualQueue>());
-    const MIDIObjectRef client = host->createClient("Test", {}).ref;
-    const MIDIObjectRef input = host->createInputPort(client, "In",
-                                                      [&](std::span<const MIDIArrival> arrivals) {
-                                                          for (const MIDIArrival& arrival : arrivals) {
-                                                              if (arrival.bytes[0] == 0x90 && events == 0) {
-                                                                  ++events;
-                                                                  struck.set_value();
-                                                              } else if (arrival.bytes[0] == 0xE0 && events == 1) {
-                                                                  // The bend's reset completes the end of the
-                                                                  // keyboard's piece.
-                                                                  ++events;
-                                                                  ended.set_value();
-                                                              }
-                                                          }
-                                                      })
-                                    .ref;
-    const MIDIObjectRef keyboard = host->setup(MIDIListing::known)->sources[0].ref;
-    ASSERT_EQ(host->connectSource(input, keyboard, 1), kMIDISuccess);
-    ASSERT_EQ(struck.get_future().wait_for(kDeadline), std::future_status::ready);
+    ASSERT_TRUE(waitUntilThePlayerSleeps());
+    connectAll(*host, [&listener](auto arrivals) { listener.receive(arrivals); });
+    EXPECT_TRUE(listener.waitForANote());
+}
 
-    host->setOffline(keyboard, true);
+TEST(DemoMIDIHostPlaying, IsWokenByASourceThatIsNoLongerOffline) {
+    Listener listener;
+    const auto host = hosts::makeDemoMIDIHost(std::make_shared<ManualQueue>());
+    const std::shared_ptr<const MIDISetup> setup = host->setup(MIDIListing::known);
+    for (const MIDIEndpointRecord& source : setup->sources) {
+        host->setOffline(source.ref, true);
+    }
+    connectAll(*host, [&listener](auto arrivals) { listener.receive(arrivals); });
+    ASSERT_TRUE(waitUntilThePlayerSleeps());
+    host->setOffline(setup->sources[0].ref, false);
+    EXPECT_TRUE(listener.waitForANote());
+}
 
-    EXPECT_EQ(ended.get_future().wait_for(kDeadline), std::future_status::ready);
+TEST(DemoMIDIHostPlaying, EndsThePieceOfADeviceThatIsTakenOfflineOrRemoved) {
+    for (const bool isRemoved : {false, true}) {
+        std::promise<void> struck;
+        std::promise<void> ended;
+        int events = 0;
+        const auto host = hosts::makeDemoMIDIHost(std::make_shared<ManualQueue>());
+        const auto handler = [&](std::span<const MIDIArrival> arrivals) {
+            for (const MIDIArrival& arrival : arrivals) {
+                if (arrival.bytes[0] == 0x90 && events == 0) {
+                    ++events;
+                    struck.set_value();
+                } else if (arrival.bytes[0] == 0xE0 && events == 1) {
+                    // The bend's reset completes the end of the keyboard's piece.
+                    ++events;
+                    ended.set_value();
+                }
+            }
+        };
+        const MIDIObjectRef client = host->createClient("Test", {}).ref;
+        const MIDIObjectRef input = host->createInputPort(client, "In", handler).ref;
+        const MIDIObjectRef keyboard = host->setup(MIDIListing::known)->sources[0].ref;
+        ASSERT_EQ(host->connectSource(input, keyboard, 1), kMIDISuccess);
+        ASSERT_EQ(struck.get_future().wait_for(kDeadline), std::future_status::ready);
+
+        if (isRemoved) {
+            host->removeEndpoint(keyboard);
+        } else {
+            host->setOffline(keyboard, true);
+        }
+
+        EXPECT_EQ(ended.get_future().wait_for(kDeadline), std::future_status::ready) << isRemoved;
+    }
 }
 
 }  // namespace
