@@ -50,16 +50,27 @@ protected:
         void reportAnswers(const std::string& during) {
             end();
             report("Commands are answered within 1 s during " + during, asked_, prompt_,
-                   "slowest " + std::to_string(slowest_.count()) + " ms");
+                   "slowest " + std::to_string(slowest_.count()) + " ms, in second " +
+                       std::to_string(slowestAt_.count()) + "; first late one in second " +
+                       std::to_string(firstLateAt_.count()));
         }
 
     private:
         void run(const FloodProof& proof) {
+            const auto begin = steady_clock::now();
             while (!isToEnd_) {
+                const auto at = std::chrono::duration_cast<seconds>(steady_clock::now() - begin);
                 const TimedAnswer answer = proof.ask({"--sets"});
+                const bool isPrompt = answer.exitCode == 0 && answer.duration <= limit(kMaxAnswer);
+                if (!isPrompt && prompt_ == asked_) {
+                    firstLateAt_ = at;
+                }
+                if (answer.duration > slowest_) {
+                    slowest_ = answer.duration;
+                    slowestAt_ = at;
+                }
                 ++asked_;
-                prompt_ += answer.exitCode == 0 && answer.duration <= limit(kMaxAnswer) ? 1 : 0;
-                slowest_ = std::max(slowest_, answer.duration);
+                prompt_ += isPrompt ? 1 : 0;
                 std::this_thread::sleep_for(milliseconds(200));
             }
         }
@@ -68,6 +79,9 @@ protected:
         unsigned asked_ = 0;
         unsigned prompt_ = 0;
         milliseconds slowest_{0};
+        seconds slowestAt_{0};
+        /// Negative if there was none.
+        seconds firstLateAt_{-1};
         std::thread thread_;
     };
 
