@@ -66,6 +66,9 @@ private:
     static constexpr std::size_t kUsualBurst = 16'384;
     static constexpr std::size_t kArrivalsPerChunk = 256;
 
+    /// Maximum number of arrivals delivered before other work of the queue gets its turn.
+    static constexpr std::size_t kArrivalsPerTurn = 256;
+
     struct Subscription {
         MIDIObjectRef source = 0;
         MIDIObjectRef connection = 0;
@@ -105,11 +108,11 @@ private:
     void runTurn();
     void deliver(std::size_t limit);
     void deliverUntil(std::uint64_t count);
-    /// Called between the steps of long work: reads and delivers, so that notes do not wait for its end.
+    /// Called between the steps of long work: reads and delivers a turn's arrivals, so that notes do not wait for its end.
     void keepMIDIGoing();
 
     // Announcements (SequencerServiceSetup.cpp)
-    void applyAnnouncements();
+    void applyAnnouncements(std::uint64_t arrivals);
     void apply(const Announcement& announcement);
     void applyPortEnd(const PortAddress& address);
     void applyClientChange(int client);

@@ -40,8 +40,13 @@ std::shared_ptr<const MIDISetup> SequencerService::setup(MIDIListing listing) {
         readWaitingEvents();
         if (listing == MIDIListing::afresh || mayHaveMissedPorts_) {
             scan();
+            // A port that the scan found may have replaced one whose end is among these announcements.
+            applyAnnouncements(readCount_);
+        } else {
+            // What a turn does not reach is announced by a notification of its own.
+            deliver(kArrivalsPerTurn);
+            applyAnnouncements(deliveredCount_);
         }
-        applyAnnouncements();
     }
     return registry_.setup([this] { keepMIDIGoing(); });
 }
@@ -79,9 +84,10 @@ void SequencerService::scan() {
 
 // Announcements
 
-/// Applies all announcements, including those that are read meanwhile.
-void SequencerService::applyAnnouncements() {
-    for (unsigned step = 1; !announcements_.empty(); ++step) {
+/// Applies the announcements that were read after at most so many arrivals; these are delivered first. Later ones wait
+/// for a later turn: in a flood from changing ports there is always another one.
+void SequencerService::applyAnnouncements(std::uint64_t arrivals) {
+    for (unsigned step = 1; !announcements_.empty() && announcements_.front().arrivalsBefore <= arrivals; ++step) {
         deliverUntil(announcements_.front().arrivalsBefore);
         const Announcement announcement = announcements_.front();
         announcements_.pop_front();
@@ -207,9 +213,10 @@ void SequencerService::lookBetweenSteps() {
 }
 
 MIDIStatus SequencerService::connectSource(MIDIObjectRef source, MIDIObjectRef connection) {
-    applyAnnouncements();
+    applyAnnouncements(deliveredCount_);
     const Endpoint* endpoint = registry_.find(source);
-    if (endpoint == nullptr || endpoint->direction != MIDIEndpointDirection::source || !client_ || inputPort_ < 0) {
+    if (endpoint == nullptr || endpoint->direction != MIDIEndpointDirection::source || !client_ || inputPort_ < 0 ||
+        hasEnded(endpoint->address)) {
         return -ENODEV;
     }
     const PortAddress address = endpoint->address;

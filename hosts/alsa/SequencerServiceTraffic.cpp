@@ -15,18 +15,15 @@ namespace {
 /// Maximum number of events read before they are delivered: the size of the sequencer's buffer for a client.
 constexpr int kMaxReadEvents = 2'000;
 
-/// Maximum number of bytes between reading and delivery: far more than any burst needs. Beyond it the events stay in
-/// the sequencer.
-constexpr std::size_t kMaxArrivedBytes = std::size_t{16} << 20U;
+/// Maximum number of bytes between reading and delivery: more than any burst needs, 60,000 notes. Beyond it the events
+/// stay in the sequencer, so that notes are not late by more than this in a flood.
+constexpr std::size_t kMaxArrivedBytes = std::size_t{4} << 20U;
 
 /// Memory of an arrival besides its bytes, so that short messages are counted too.
 constexpr std::size_t kArrivalOverhead = 64;
 
 /// A read of this many events took long enough for more to have arrived.
 constexpr int kLongRead = 32;
-
-/// Maximum number of arrivals delivered before other work of the queue gets its turn.
-constexpr std::size_t kArrivalsPerTurn = 256;
 
 /// Maximum number of arrivals given to the engine in one call.
 constexpr std::size_t kArrivalsPerDelivery = 64;
@@ -169,7 +166,7 @@ void SequencerService::runTurn() {
     isTurnScheduled_ = false;
     deliver(kArrivalsPerTurn);
     if (!announcements_.empty() && announcements_.front().arrivalsBefore <= deliveredCount_) {
-        applyAnnouncements();
+        applyAnnouncements(deliveredCount_);
     } else {
         notifications_->send();
     }
@@ -212,7 +209,7 @@ void SequencerService::keepMIDIGoing() {
     queue_->shareProcessor();
     // After an overrun the ports must be examined first; the caller may be in the middle of that.
     if (!mayHaveMissedPorts_) {
-        deliverUntil(readCount_);
+        deliver(kArrivalsPerTurn);
     }
 }
 

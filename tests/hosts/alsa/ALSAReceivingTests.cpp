@@ -15,6 +15,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace corvel::tests {
@@ -46,6 +47,46 @@ protected:
             packets.push_back(packet.bytes);
         }
         return packets;
+    }
+
+    /// The number of notes delivered until the host has listed the setup. Up to this limit each of them brings another
+    /// note, and the ports change again before those that wait are delivered.
+    std::size_t deliveredUntilListed(MIDIListing listing, std::size_t limit) {
+        constexpr unsigned kWaitingNotes = 32;
+        constexpr unsigned kNotesPerChange = 16;
+        constexpr unsigned kSendsUntilTheHostReads = 8;
+        SequencerPeer other("Changing");
+        const MIDIObjectRef elsewhere = corvel_.destination("Midi Through Port-0").ref;
+        std::optional<SequencerAddress> guest;
+        const auto changePorts = [&] {
+            if (guest) {
+                other.removePort(*std::exchange(guest, std::nullopt));
+            } else {
+                guest = other.addPort("Guest", SequencerPeer::kSource);
+            }
+        };
+        std::size_t delivered = 0;
+        corvel_.setOnDelivery([&](std::size_t count) {
+            const std::size_t before = std::exchange(delivered, delivered + count);
+            if (delivered >= limit) {
+                return;
+            }
+            peer_.playNumberedNotes(port_, 0, static_cast<unsigned>(count));
+            if (delivered / kNotesPerChange > before / kNotesPerChange) {
+                changePorts();
+            }
+            for (unsigned send = 0; send < kSendsUntilTheHostReads; ++send) {
+                EXPECT_EQ(corvel_.send(elsewhere, {0xFE}), kMIDISuccess);
+            }
+        });
+        const std::size_t deliveredWhenListed = corvel_.onQueue([&] {
+            peer_.playNumberedNotes(port_, 0, kWaitingNotes);
+            changePorts();
+            static_cast<void>(corvel_.host().setup(listing));
+            return delivered;
+        });
+        corvel_.setOnDelivery(nullptr);
+        return deliveredWhenListed;
     }
 
     /// The bytes of numbered notes from 0 on.
@@ -248,6 +289,12 @@ TEST_F(ALSAReceiving, KeepsAllThatItReadsWhileItsQueueIsBusy) {
     ASSERT_TRUE(corvel_.waitUntil([&] { return corvel_.deliveries().size() >= kCount; }));
     EXPECT_EQ(corvel_.deliveredBytes(), numberedNotes(kCount));
     EXPECT_THAT(corvel_.diagnostics(), IsEmpty());
+}
+
+TEST_F(ALSAReceiving, DoesNotHoldUpAListingThoughNotesAndChangesNeverEnd) {
+    constexpr std::size_t kLimit = 5'000;
+    EXPECT_LT(deliveredUntilListed(MIDIListing::known, kLimit), kLimit);
+    EXPECT_LT(deliveredUntilListed(MIDIListing::afresh, kLimit), kLimit);
 }
 
 TEST_F(ALSAReceiving, LeavesOutASysExMessageThatStayedInItsSendersMemory) {

@@ -85,12 +85,16 @@ void HostUnderTest::start() {
         inputPort_ = orThrow(
             host_->createInputPort(client_, "Corvel Input",
                                    [reports = reports_](std::span<const MIDIArrival> arrivals) {
-                                       const std::lock_guard lock(reports->mutex);
+                                       std::unique_lock lock(reports->mutex);
                                        for (const MIDIArrival& arrival : arrivals) {
                                            reports->deliveries.push_back(
                                                {arrival.connection, Bytes(arrival.bytes.begin(), arrival.bytes.end())});
                                        }
                                        reports->changed.notify_all();
+                                       lock.unlock();
+                                       if (reports->onDelivery) {
+                                           reports->onDelivery(arrivals.size());
+                                       }
                                    }),
             "input port");
         outputPort_ = orThrow(host_->createOutputPort(client_, "Corvel Output"), "output port");
@@ -108,6 +112,10 @@ void HostUnderTest::dispose() {
         // Waits for the queue to close the client, so that the next test does not find its number in use.
         queue_->sync([] {});
     }
+}
+
+void HostUnderTest::setOnDelivery(std::function<void(std::size_t)> handler) {
+    onQueue([&] { reports_->onDelivery = std::move(handler); });
 }
 
 std::function<void()> HostUnderTest::hold(EventLoop& queue) {

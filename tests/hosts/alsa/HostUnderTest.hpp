@@ -59,6 +59,8 @@ public:
             return std::move(*result);
         }
     }
+    /// Calls the function with the number of packets on the host's queue after each delivery.
+    void setOnDelivery(std::function<void(std::size_t)> handler);
     /// Blocks the queue, or the main queue, until the returned function is called.
     [[nodiscard]] std::function<void()> holdQueue() { return hold(*queue_); }
     [[nodiscard]] std::function<void()> holdMainQueue() { return hold(*mainQueue_); }
@@ -99,6 +101,8 @@ private:
         std::vector<MIDINotification> notifications;
         std::vector<std::string> diagnostics;
         bool notifiedElsewhere = false;
+        /// Belongs to the host's queue.
+        std::function<void(std::size_t)> onDelivery;
     };
 
     [[nodiscard]] static std::function<void()> hold(EventLoop& queue);
