@@ -33,6 +33,10 @@ public:
     InstanceConnection& operator=(const InstanceConnection&) = delete;
     ~InstanceConnection() override;
 
+    /// Reads what has arrived of the request, without waiting, and carries it out if it is complete. The event loop calls
+    /// this when there is more.
+    void read();
+
     /// Closes the connection. An answer that has not been sent is lost.
     void close();
 
@@ -42,7 +46,6 @@ signals:
 
 private:
     void closeSocket();
-    void read();
     void answer(const InstanceRequest& request);
     void write();
     [[nodiscard]] bool hasHungUp() const;

@@ -27,7 +27,7 @@ InstanceServer::InstanceServer(int listeningSocket, InstanceConnection::Handler 
     QObject::connect(&retry_, &QTimer::timeout, [this] { accept(); });
     QObject::connect(&arrivals_, &QSocketNotifier::activated, [this] { accept(); });
     arrivals_.setSocket(listeningSocket_);
-    accept();
+    arrivals_.setEnabled(true);
 }
 
 void InstanceServer::accept() {
@@ -59,6 +59,8 @@ void InstanceServer::serve(int socket) {
         std::erase(connections_, connection);
         connection->deleteLater();
     });
+    // The request is usually there already; a busy event loop may take long to come round again.
+    connection->read();
 }
 
 void InstanceServer::makeRoom() {

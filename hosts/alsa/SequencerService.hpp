@@ -66,8 +66,8 @@ private:
     static constexpr std::size_t kUsualBurst = 16'384;
     static constexpr std::size_t kArrivalsPerChunk = 256;
 
-    /// Maximum number of arrivals delivered before other work of the queue gets its turn.
-    static constexpr std::size_t kArrivalsPerTurn = 256;
+    /// Maximum number of arrivals given to the engine in one call, and before other work of the queue gets its turn.
+    static constexpr std::size_t kArrivalsPerTurn = 64;
 
     struct Subscription {
         MIDIObjectRef source = 0;

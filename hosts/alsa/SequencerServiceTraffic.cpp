@@ -25,9 +25,6 @@ constexpr std::size_t kArrivalOverhead = 64;
 /// A read of this many events took long enough for more to have arrived.
 constexpr int kLongRead = 32;
 
-/// Maximum number of arrivals given to the engine in one call.
-constexpr std::size_t kArrivalsPerDelivery = 64;
-
 /// Number of sends between two reads. If one event more arrives than a client has room for, the sequencer drops all of
 /// the client's events, so a burst must not wait behind the sends that it causes.
 constexpr std::size_t kSendsPerLook = 8;
@@ -183,7 +180,7 @@ void SequencerService::deliver(std::size_t limit) {
     const absl::Cleanup end = [this] { isDelivering_ = false; };
     while (limit > 0 && !arrivals_.empty()) {
         const std::span<MIDIArrival> waiting = arrivals_.front();
-        const std::span<MIDIArrival> next = waiting.first(std::min({limit, waiting.size(), kArrivalsPerDelivery}));
+        const std::span<MIDIArrival> next = waiting.first(std::min({limit, waiting.size(), kArrivalsPerTurn}));
         const absl::Cleanup pop = [this, next] {
             for (const MIDIArrival& arrival : next) {
                 arrivedBytes_ -= arrival.bytes.size() + kArrivalOverhead;
