@@ -1,3 +1,4 @@
+#include "program/InstanceMessage.hpp"
 #include "tests/program/SingleInstanceFixture.hpp"
 
 #include <QTimer>
@@ -16,6 +17,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using ::testing::ElementsAre;
+using ::testing::SizeIs;
 
 using Outcome = SingleInstance::Outcome;
 
@@ -27,6 +29,14 @@ TEST_F(SingleInstances, TheFirstTakesThePlaceAndAnswersTheOthers) {
     });
     const Outcome outcome = startAnother({"/stage/", {"--set", "Live \xFF\n"}});
     EXPECT_EQ(std::get<SingleInstance::Answered>(outcome).result, (CommandResult{2, "/stage/Live \xFF\n"}));
+}
+
+TEST_F(SingleInstances, CarriesOutARequestThatWaitsInOneTurnOfTheEventLoop) {
+    serve();
+    const RawClient client(socketFile());
+    client.send(InstanceMessage::encoded(InstanceRequest{"/", {"--sets"}}));
+    QCoreApplication::processEvents();
+    EXPECT_THAT(requests, SizeIs(1));
 }
 
 TEST_F(SingleInstances, AnswersMoreThanASocketHolds) {
