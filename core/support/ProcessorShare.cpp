@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <ctime>
 #include <thread>
+#include <type_traits>
 
 namespace corvel {
 
@@ -38,14 +39,13 @@ public:
     void sleep(std::chrono::nanoseconds duration) override { std::this_thread::sleep_for(duration); }
 };
 
-SystemTime& systemTime() {
-    static SystemTime time;
-    return time;
-}
+/// Has nothing to destroy: a thread may still use it while the program exits.
+constinit SystemTime systemTime;
+static_assert(std::is_trivially_destructible_v<SystemTime>);
 
 }  // namespace
 
-ProcessorShare::ProcessorShare() : time_(systemTime()) {}
+ProcessorShare::ProcessorShare() : time_(systemTime) {}
 
 void ProcessorShare::look(SteadyTime roughNow, bool mayBeBusy) {
     ++looks_;

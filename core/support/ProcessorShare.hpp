@@ -18,11 +18,13 @@ public:
     /// The source of the thread's times. Tests drive it by hand.
     class Time {
     public:
-        virtual ~Time() = default;
         [[nodiscard]] virtual SteadyTime now() = 0;
         /// Processor time that the calling thread has used so far.
         [[nodiscard]] virtual std::chrono::nanoseconds used() = 0;
         virtual void sleep(std::chrono::nanoseconds duration) = 0;
+
+    protected:
+        ~Time() = default;
     };
 
     static constexpr std::chrono::nanoseconds kMaxPause = std::chrono::milliseconds(1);
