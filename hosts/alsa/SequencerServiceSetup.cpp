@@ -215,8 +215,7 @@ void SequencerService::lookBetweenSteps() {
 MIDIStatus SequencerService::connectSource(MIDIObjectRef source, MIDIObjectRef connection) {
     applyAnnouncements(deliveredCount_);
     const Endpoint* endpoint = registry_.find(source);
-    if (endpoint == nullptr || endpoint->direction != MIDIEndpointDirection::source || !client_ || inputPort_ < 0 ||
-        hasEnded(endpoint->address)) {
+    if (endpoint == nullptr || endpoint->direction != MIDIEndpointDirection::source || !client_ || inputPort_ < 0) {
         return -ENODEV;
     }
     const PortAddress address = endpoint->address;
@@ -225,7 +224,8 @@ MIDIStatus SequencerService::connectSource(MIDIObjectRef source, MIDIObjectRef c
     const bool isKept = known != subscriptions_.end() && known->second.source == source &&
                         (known->second.isCertain || client_->isSubscribedFrom(inputPort_, address));
     if (!isKept) {
-        if (const int status = client_->subscribeFrom(inputPort_, address); status < 0) {
+        // Another port may have the address of one that has ended.
+        if (const int status = hasEnded(address) ? -ENODEV : client_->subscribeFrom(inputPort_, address); status < 0) {
             subscriptions_.erase(address);
             return status;
         }

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -22,8 +23,11 @@ namespace corvel::tests {
 
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
+using testing::Field;
 using testing::IsEmpty;
+using testing::Not;
 using testing::SizeIs;
 
 /// A host that is connected to a program's only source.
@@ -295,6 +299,37 @@ TEST_F(ALSAReceiving, DoesNotHoldUpAListingThoughNotesAndChangesNeverEnd) {
     constexpr std::size_t kLimit = 5'000;
     EXPECT_LT(deliveredUntilListed(MIDIListing::known, kLimit), kLimit);
     EXPECT_LT(deliveredUntilListed(MIDIListing::afresh, kLimit), kLimit);
+}
+
+TEST_F(ALSAReceiving, ListsAPortThatEndedUntilItsLastNotesAreDelivered) {
+    constexpr unsigned kCount = 1'000;
+    corvel_.onQueue([&] {
+        peer_.playNumberedNotes(port_, 0, kCount);
+        peer_.removePort(port_);
+        const auto setup = corvel_.host().setup(MIDIListing::known);
+        EXPECT_THAT(setup->sources, Contains(Field(&MIDIEndpointRecord::ref, source_)));
+        EXPECT_EQ(corvel_.disconnect(source_), kMIDISuccess);
+        EXPECT_EQ(corvel_.connect(source_), kMIDISuccess) << "no failure to show";
+    });
+    ASSERT_TRUE(corvel_.waitUntil([&] { return !corvel_.notifications().empty(); }));
+    EXPECT_EQ(corvel_.notifications().front().messageID, MIDINotification::kObjectRemoved);
+    EXPECT_EQ(corvel_.deliveredBytes(), numberedNotes(kCount));
+    const auto setup = corvel_.onQueue([&] { return corvel_.host().setup(MIDIListing::known); });
+    EXPECT_THAT(setup->sources, Not(Contains(Field(&MIDIEndpointRecord::ref, source_))));
+}
+
+TEST_F(ALSAReceiving, ConnectsNoPortThatHasTheAddressOfOneThatEnded) {
+    SequencerPeer other("Other Player");
+    const SequencerAddress ending = other.addPort("Ending", SequencerPeer::kSource);
+    const MIDIObjectRef ref = corvel_.source("Other Player Ending").ref;
+    corvel_.onQueue([&] {
+        peer_.playNumberedNotes(port_, 0, 1'000);
+        other.removePort(ending);
+        EXPECT_EQ(other.addPort("Beginning", SequencerPeer::kSource), ending);
+        // Reads that the port has ended, which takes effect only after all notes.
+        static_cast<void>(corvel_.host().setup(MIDIListing::known));
+        EXPECT_EQ(corvel_.connect(ref), -ENODEV);
+    });
 }
 
 TEST_F(ALSAReceiving, LeavesOutASysExMessageThatStayedInItsSendersMemory) {
