@@ -1,6 +1,6 @@
 // How the ALSA host delivers what other programs play, on the real sequencer.
 
-#include "tests/hosts/alsa/HostUnderTest.hpp"
+#include "tests/hosts/alsa/ALSAReceivingFixture.hpp"
 #include "tests/support/RawMIDIDevice.hpp"
 
 #include <fcntl.h>
@@ -8,106 +8,20 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <system_error>
 #include <thread>
-#include <utility>
 #include <vector>
 
 namespace corvel::tests {
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
-using testing::Field;
 using testing::IsEmpty;
-using testing::Not;
 using testing::SizeIs;
-
-/// A host that is connected to a program's only source.
-class ALSAReceiving : public testing::Test {
-protected:
-    ALSAReceiving() : peer_("Player"), port_(peer_.addPort("Out", SequencerPeer::kSource)) {
-        corvel_.start();
-        source_ = corvel_.source("Player Out").ref;
-        EXPECT_EQ(corvel_.connect(source_), 0);
-    }
-
-    /// The packets for these events.
-    std::vector<Bytes> packetsOf(const std::vector<snd_seq_event_t>& events) {
-        for (const snd_seq_event_t& event : events) {
-            EXPECT_GE(peer_.emit(port_, event), 0);
-        }
-        EXPECT_TRUE(corvel_.waitUntil([&] { return corvel_.deliveries().size() >= events.size(); }));
-        std::vector<Bytes> packets;
-        for (const DeliveredPacket& packet : corvel_.deliveries()) {
-            EXPECT_EQ(packet.connection, source_);
-            packets.push_back(packet.bytes);
-        }
-        return packets;
-    }
-
-    /// The number of notes delivered until the host has listed the setup. Up to this limit each of them brings another
-    /// note, and the ports change again before those that wait are delivered.
-    std::size_t deliveredUntilListed(MIDIListing listing, std::size_t limit) {
-        constexpr unsigned kWaitingNotes = 32;
-        constexpr unsigned kNotesPerChange = 16;
-        constexpr unsigned kSendsUntilTheHostReads = 8;
-        SequencerPeer other("Changing");
-        const MIDIObjectRef elsewhere = corvel_.destination("Midi Through Port-0").ref;
-        std::optional<SequencerAddress> guest;
-        const auto changePorts = [&] {
-            if (guest) {
-                other.removePort(*std::exchange(guest, std::nullopt));
-            } else {
-                guest = other.addPort("Guest", SequencerPeer::kSource);
-            }
-        };
-        std::size_t delivered = 0;
-        corvel_.setOnDelivery([&](std::size_t count) {
-            const std::size_t before = std::exchange(delivered, delivered + count);
-            if (delivered >= limit) {
-                return;
-            }
-            peer_.playNumberedNotes(port_, 0, static_cast<unsigned>(count));
-            if (delivered / kNotesPerChange > before / kNotesPerChange) {
-                changePorts();
-            }
-            for (unsigned send = 0; send < kSendsUntilTheHostReads; ++send) {
-                EXPECT_EQ(corvel_.send(elsewhere, {0xFE}), kMIDISuccess);
-            }
-        });
-        const std::size_t deliveredWhenListed = corvel_.onQueue([&] {
-            peer_.playNumberedNotes(port_, 0, kWaitingNotes);
-            changePorts();
-            static_cast<void>(corvel_.host().setup(listing));
-            return delivered;
-        });
-        corvel_.setOnDelivery(nullptr);
-        return deliveredWhenListed;
-    }
-
-    /// The bytes of numbered notes from 0 on.
-    static Bytes numberedNotes(unsigned count) {
-        Bytes all;
-        for (unsigned number = 0; number < count; ++number) {
-            const Bytes note = SequencerPeer::numberedNote(number);
-            all.insert(all.end(), note.begin(), note.end());
-        }
-        return all;
-    }
-
-    HostUnderTest corvel_;
-    SequencerPeer peer_;
-    SequencerAddress port_;
-    MIDIObjectRef source_ = 0;
-};
 
 TEST_F(ALSAReceiving, DeliversEveryChannelMessageAsOnePacketWithItsStatus) {
     EXPECT_THAT(packetsOf({
@@ -263,124 +177,12 @@ TEST_F(ALSAReceiving, GoesOnThroughReloadsWithoutTouchingTheSubscription) {
     EXPECT_THAT(observer.received(), SizeIs(1)) << "no subscription came or went";
 }
 
-TEST_F(ALSAReceiving, LosesNothingOfABurst) {
-    constexpr unsigned kCount = 10'000;
-    // At most what the sequencer keeps for a program, so that the speed does not matter.
-    constexpr unsigned kPortion = 1'500;
-    for (unsigned number = 0; number < kCount; number += kPortion) {
-        ASSERT_TRUE(corvel_.waitUntil([&] { return corvel_.deliveries().size() >= number; }));
-        peer_.playNumberedNotes(port_, number, std::min(kPortion, kCount - number));
-    }
-    ASSERT_TRUE(corvel_.waitUntil([&] { return corvel_.deliveries().size() >= kCount; }));
-    EXPECT_EQ(corvel_.deliveredBytes(), numberedNotes(kCount));
-    EXPECT_THAT(corvel_.diagnostics(), IsEmpty());
-}
-
-TEST_F(ALSAReceiving, KeepsAllThatItReadsWhileItsQueueIsBusy) {
-    // More than the preallocated memory holds.
-    constexpr unsigned kCount = 40'000;
-    constexpr unsigned kPortion = 1'000;
-    const MIDIObjectRef elsewhere = corvel_.destination("Midi Through Port-0").ref;
-    corvel_.onQueue([&] {
-        for (unsigned number = 0; number < kCount; number += kPortion) {
-            peer_.playNumberedNotes(port_, number, kPortion);
-            // The host reads between sends.
-            for (int send = 0; send < 8; ++send) {
-                EXPECT_EQ(corvel_.send(elsewhere, {0xFE}), kMIDISuccess);
-            }
-        }
-    });
-    ASSERT_TRUE(corvel_.waitUntil([&] { return corvel_.deliveries().size() >= kCount; }));
-    EXPECT_EQ(corvel_.deliveredBytes(), numberedNotes(kCount));
-    EXPECT_THAT(corvel_.diagnostics(), IsEmpty());
-}
-
-TEST_F(ALSAReceiving, DoesNotHoldUpAListingThoughNotesAndChangesNeverEnd) {
-    constexpr std::size_t kLimit = 5'000;
-    EXPECT_LT(deliveredUntilListed(MIDIListing::known, kLimit), kLimit);
-    EXPECT_LT(deliveredUntilListed(MIDIListing::afresh, kLimit), kLimit);
-}
-
-TEST_F(ALSAReceiving, ListsAPortThatEndedUntilItsLastNotesAreDelivered) {
-    constexpr unsigned kCount = 1'000;
-    corvel_.onQueue([&] {
-        peer_.playNumberedNotes(port_, 0, kCount);
-        peer_.removePort(port_);
-        const auto setup = corvel_.host().setup(MIDIListing::known);
-        EXPECT_THAT(setup->sources, Contains(Field(&MIDIEndpointRecord::ref, source_)));
-        EXPECT_EQ(corvel_.disconnect(source_), kMIDISuccess);
-        EXPECT_EQ(corvel_.connect(source_), kMIDISuccess) << "no failure to show";
-    });
-    ASSERT_TRUE(corvel_.waitUntil([&] { return !corvel_.notifications().empty(); }));
-    EXPECT_EQ(corvel_.notifications().front().messageID, MIDINotification::kObjectRemoved);
-    EXPECT_EQ(corvel_.deliveredBytes(), numberedNotes(kCount));
-    const auto setup = corvel_.onQueue([&] { return corvel_.host().setup(MIDIListing::known); });
-    EXPECT_THAT(setup->sources, Not(Contains(Field(&MIDIEndpointRecord::ref, source_))));
-}
-
-TEST_F(ALSAReceiving, ConnectsNoPortThatHasTheAddressOfOneThatEnded) {
-    SequencerPeer other("Other Player");
-    const SequencerAddress ending = other.addPort("Ending", SequencerPeer::kSource);
-    const MIDIObjectRef ref = corvel_.source("Other Player Ending").ref;
-    corvel_.onQueue([&] {
-        peer_.playNumberedNotes(port_, 0, 1'000);
-        other.removePort(ending);
-        EXPECT_EQ(other.addPort("Beginning", SequencerPeer::kSource), ending);
-        // Reads that the port has ended, which takes effect only after all notes.
-        static_cast<void>(corvel_.host().setup(MIDIListing::known));
-        EXPECT_EQ(corvel_.connect(ref), -ENODEV);
-    });
-}
-
 TEST_F(ALSAReceiving, LeavesOutASysExMessageThatStayedInItsSendersMemory) {
     Bytes bytes{0xF0, 1, 2, 0xF7};
     snd_seq_event_t event = rawEvent(bytes);
     snd_seq_ev_set_varusr(&event, 4, bytes.data());
     ASSERT_GE(peer_.emit(port_, event), 0);
     EXPECT_THAT(packetsOf({noteEvent(SND_SEQ_EVENT_NOTEON, 0, 60, 100)}), ElementsAre(Bytes{0x90, 60, 100}));
-}
-
-TEST_F(ALSAReceiving, ReportsAnOverrunAsksForARescanAndGoesOn) {
-    for (int time = 1; time <= 2; ++time) {
-        const auto release = corvel_.holdQueue();
-        // The sequencer keeps 2,000 events. One more makes it drop all of them.
-        for (unsigned number = 0; number < 2'100; ++number) {
-            peer_.emit(port_, noteEvent(SND_SEQ_EVENT_NOTEON, 0, 1, 1));
-        }
-        release();
-        ASSERT_TRUE(corvel_.waitUntil([&] { return corvel_.diagnostics().size() >= static_cast<std::size_t>(time); }));
-        EXPECT_EQ(corvel_.diagnostics()[static_cast<std::size_t>(time) - 1],
-                  "MIDI input overrun (" + std::to_string(time) + " so far): messages were lost");
-        ASSERT_TRUE(
-            corvel_.waitUntil([&] { return corvel_.notifications().size() >= static_cast<std::size_t>(time); }));
-        EXPECT_EQ(corvel_.notifications().back().messageID, MIDINotification::kSetupChanged);
-    }
-    peer_.play(port_, {0x90, 99, 99});
-    EXPECT_TRUE(corvel_.waitUntil([&] {
-        const auto packets = corvel_.deliveries();
-        return !packets.empty() && packets.back().bytes == Bytes{0x90, 99, 99};
-    }));
-}
-
-TEST_F(ALSAReceiving, AfterAnOverrunAStaleReferenceDoesNotHitTheProgramThatCameMeanwhile) {
-    std::optional<SequencerPeer> old(std::in_place, "Before Overrun");
-    old->addPort("In", SequencerPeer::kDestination);
-    const MIDIObjectRef stale = corvel_.destination("Before Overrun In").ref;
-    const int client = old->client();
-    const auto release = corvel_.holdQueue();
-    for (unsigned number = 0; number < 2'100; ++number) {
-        peer_.emit(port_, noteEvent(SND_SEQ_EVENT_NOTEON, 0, 1, 1));
-    }
-    // These changes are not announced, because the pool is full.
-    old.reset();
-    const auto newcomers = startUntilClient("After Overrun", client);
-    SequencerPeer& newcomer = *newcomers.back();
-    newcomer.addPort("In", SequencerPeer::kDestination);
-    release();
-    EXPECT_LT(corvel_.send(stale, {0x90, 1, 1}), 0);
-    ASSERT_EQ(corvel_.send(corvel_.destination("After Overrun In").ref, {0x90, 2, 2}), 0);
-    ASSERT_TRUE(newcomer.readUntilBytes(3));
-    EXPECT_EQ(newcomer.receivedBytes(), (Bytes{0x90, 2, 2}));
 }
 
 /// The descriptors of this process that are open on the sequencer.
