@@ -33,8 +33,8 @@ public:
     InstanceConnection& operator=(const InstanceConnection&) = delete;
     ~InstanceConnection() override;
 
-    /// Reads what has arrived of the request, without waiting, and carries it out if it is complete. The event loop calls
-    /// this when there is more.
+    /// Reads what has arrived of the request, without waiting, and carries it out if it is complete. The event loop
+    /// calls this when there is more.
     void read();
 
     /// Closes the connection. An answer that has not been sent is lost.

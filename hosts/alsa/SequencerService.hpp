@@ -108,7 +108,8 @@ private:
     void runTurn();
     void deliver(std::size_t limit);
     void deliverUntil(std::uint64_t count);
-    /// Called between the steps of long work: reads and delivers a turn's arrivals, so that notes do not wait for its end.
+    /// Called between the steps of long work, so that notes do not wait for its end: reads, and delivers a turn's
+    /// arrivals.
     void keepMIDIGoing();
 
     // Announcements (SequencerServiceSetup.cpp)
