@@ -313,9 +313,12 @@ TEST_F(JackProgram, RoutesOnWhenTheServerChangesItsPeriodAndFreewheelsAndAPortIs
         });
     };
     ASSERT_TRUE(arrives()) << router.standardError();
-    ChildProcess period({"jack_bufsize", "256"});
-    EXPECT_EQ(period.wait(kDeadline), 0);
-    ASSERT_TRUE(waitUntil(router, [&] { return recorder.period() == 256; }));
+    // On a busy machine PipeWire loses the request of a program that ends right after it.
+    ASSERT_TRUE(waitUntil(router, [&] {
+        ChildProcess period({"jack_bufsize", "256"});
+        EXPECT_EQ(period.wait(kDeadline), 0);
+        return recorder.period() == 256;
+    }));
     EXPECT_TRUE(arrives()) << router.standardError();
     ChildProcess begin({"jack_freewheel", "y"});
     EXPECT_EQ(begin.wait(kDeadline), 0);
