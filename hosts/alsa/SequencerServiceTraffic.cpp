@@ -162,11 +162,7 @@ void SequencerService::scheduleTurn() {
 void SequencerService::runTurn() {
     isTurnScheduled_ = false;
     deliver(kArrivalsPerTurn);
-    if (!announcements_.empty() && announcements_.front().arrivalsBefore <= deliveredCount_) {
-        applyAnnouncements(deliveredCount_);
-    } else {
-        notifications_->send();
-    }
+    applyAnnouncements(deliveredCount_);
     if (!arrivals_.empty() || !announcements_.empty()) {
         scheduleTurn();
     }

@@ -28,6 +28,16 @@ protected:
                           .destinationManufacturer = "Acme"});
     }
 
+    /// Plays a note and pauses its connection, and checks that this releases the note.
+    void expectReleasesTheHeldNote() {
+        EXPECT_TRUE(model->releasesHeldNotes());
+        EXPECT_THAT(playKeys(), SizeIs(1));
+        host->sent.clear();
+        model->setRouteEnabled(makeID(11), false);
+        settle();
+        EXPECT_THAT(host->sent, ElementsAre(FakeSentPacket{21, {0x80, 60, 64}}));
+    }
+
     /// Undoes and redoes the last edit, and checks the document, the saved file and the engine's connections each time.
     void expectTurnsBackAndForth(const MIDIRouteSetDocument& before, const std::string& name) {
         const MIDIRouteSetDocument after = document();
@@ -357,12 +367,7 @@ TEST_F(MIDIRouterViewModelHistory, ReleasesHeldNotesOnceTheUserWantsItAndRemembe
     EXPECT_EQ(settings->string("Corvel.releasesHeldNotes"), "true");
     makeModel();
     startModel();
-    EXPECT_TRUE(model->releasesHeldNotes());
-    EXPECT_THAT(playKeys(), SizeIs(1));
-    host->sent.clear();
-    model->setRouteEnabled(makeID(11), false);
-    settle();
-    EXPECT_THAT(host->sent, ElementsAre(FakeSentPacket{21, {0x80, 60, 64}}));
+    expectReleasesTheHeldNote();
     model->setReleasesHeldNotes(false);
     makeModel();
     EXPECT_FALSE(model->releasesHeldNotes());
@@ -370,12 +375,7 @@ TEST_F(MIDIRouterViewModelHistory, ReleasesHeldNotesOnceTheUserWantsItAndRemembe
 
 TEST_F(MIDIRouterViewModelHistory, ReleasesHeldNotesFromTheMomentTheUserWantsIt) {
     model->setReleasesHeldNotes(true);
-    EXPECT_TRUE(model->releasesHeldNotes());
-    EXPECT_THAT(playKeys(), SizeIs(1));
-    host->sent.clear();
-    model->setRouteEnabled(makeID(11), false);
-    settle();
-    EXPECT_THAT(host->sent, ElementsAre(FakeSentPacket{21, {0x80, 60, 64}}));
+    expectReleasesTheHeldNote();
 }
 
 }  // namespace
