@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 namespace corvel::hosts {
@@ -16,10 +17,25 @@ namespace {
 /// Above ordinary programs, below the threads that feed sound cards.
 constexpr int kWantedPriority = 20;
 
+/// Long enough for the thread to leave the processor. A sleep of a microsecond can end before that.
+constexpr std::chrono::milliseconds kShortSleep{1};
+
+/// Makes the kernel count the calling thread's real-time use from zero.
+///
+/// The kernel does so only when the thread wakes at real-time priority. After a loss it would otherwise count on from
+/// the limit, and take the priority away again at once.
+void restartTimeCount() {
+    std::this_thread::sleep_for(kShortSleep);
+}
+
 int setPriority(int priority) {
     sched_param parameters{};
     parameters.sched_priority = priority;
-    return ::pthread_setschedparam(::pthread_self(), SCHED_RR, &parameters);
+    const int error = ::pthread_setschedparam(::pthread_self(), SCHED_RR, &parameters);
+    if (error == 0) {
+        restartTimeCount();
+    }
+    return error;
 }
 
 /// Gives the calling thread as much priority as the kernel grants.
@@ -76,6 +92,9 @@ void RealtimePriority::ask() {
                 [weakSelf = weak_from_this(), weakQueue = queue_, kernel](RealtimeAnswer answer) {
                     if (const auto queue = weakQueue.lock()) {
                         queue->async([weakSelf, kernel, answer = std::move(answer)] {
+                            if (answer.priority > 0) {
+                                restartTimeCount();
+                            }
                             if (const auto self = weakSelf.lock()) {
                                 self->finish(kernel.reason + "; ", answer);
                             }

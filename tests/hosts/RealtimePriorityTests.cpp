@@ -8,6 +8,7 @@
 #include <sched.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <ctime>
@@ -43,12 +44,28 @@ private:
     std::vector<std::string> lines_;
 };
 
+/// Uses the processor this long, however often the thread loses it meanwhile.
+void useProcessor(std::chrono::milliseconds duration) {
+    const auto usedTime = [] {
+        timespec used{};
+        ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+        return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
+    };
+    for (const auto end = usedTime() + duration; usedTime() < end;) {
+    }
+}
+
 /// A queue whose thread requests real-time priority. Must be created in the process that uses it.
 class AskingQueue {
 public:
     explicit AskingQueue(RealtimeBroker broker)
         : priority_(std::make_shared<RealtimePriority>(queue_, std::move(broker), 1ms)) {
-        queue_->sync([this] { priority_->request([this](std::string line) { diagnostics.add(std::move(line)); }); });
+        queue_->sync([this] {
+            priority_->request([this](std::string line) {
+                diagnostics.add(std::move(line));
+                useProcessor(useAfterLine);
+            });
+        });
     }
     AskingQueue(const AskingQueue&) = delete;
     AskingQueue& operator=(const AskingQueue&) = delete;
@@ -65,18 +82,12 @@ public:
 
     /// Uses the processor in one task.
     void use(std::chrono::milliseconds duration) const {
-        queue_->sync([duration] {
-            timespec used{};
-            const auto usedTime = [&used] {
-                ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
-                return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
-            };
-            for (const auto end = usedTime() + duration; usedTime() < end;) {
-            }
-        });
+        queue_->sync([duration] { useProcessor(duration); });
     }
 
     Diagnostics diagnostics;
+    /// The queue's thread uses the processor this long after each line, before it can sleep.
+    std::atomic<std::chrono::milliseconds> useAfterLine{0ms};
 
 private:
     const std::shared_ptr<EventLoop> queue_ = EventLoop::withThread("test.engine");
@@ -165,6 +176,8 @@ TEST(RealtimePriority, IsGivenUpAndAskedForAgainBeforeTheKernelWouldEndTheProgra
         ASSERT_EQ(queue.diagnostics.wait(1).size(), 1U);
         // The kernel would send SIGXCPU at 100 ms and kill at 200 ms.
         ASSERT_TRUE(RealtimeAlarm::limit(200ms));
+        // Less than the time to the signal: after a loss the thread has that time again.
+        queue.useAfterLine = 20ms;
         for (std::size_t count = 1; count <= 2; ++count) {
             queue.use(400ms);
             EXPECT_EQ(queue.diagnostics.wait(2 * count + 1).size(), 2 * count + 1);
