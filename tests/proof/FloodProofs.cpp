@@ -51,8 +51,8 @@ protected:
             end();
             report("Commands are answered within 1 s during " + during, asked_, prompt_,
                    "slowest " + std::to_string(slowest_.count()) + " ms, in second " +
-                       std::to_string(slowestAt_.count()) + "; first late one in second " +
-                       std::to_string(firstLateAt_.count()));
+                       std::to_string(slowestAt_.count()) +
+                       (firstLateAt_ ? "; first late one in second " + std::to_string(firstLateAt_->count()) : ""));
         }
 
     private:
@@ -62,7 +62,7 @@ protected:
                 const auto at = std::chrono::duration_cast<seconds>(steady_clock::now() - begin);
                 const TimedAnswer answer = proof.ask({"--sets"});
                 const bool isPrompt = answer.exitCode == 0 && answer.duration <= limit(kMaxAnswer);
-                if (!isPrompt && prompt_ == asked_) {
+                if (!isPrompt && !firstLateAt_) {
                     firstLateAt_ = at;
                 }
                 if (answer.duration > slowest_) {
@@ -80,8 +80,7 @@ protected:
         unsigned prompt_ = 0;
         milliseconds slowest_{0};
         seconds slowestAt_{0};
-        /// Negative if there was none.
-        seconds firstLateAt_{-1};
+        std::optional<seconds> firstLateAt_;
         std::thread thread_;
     };
 
