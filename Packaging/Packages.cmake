@@ -66,6 +66,8 @@ set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
   /usr/share/man
   /usr/share/man/man1
   /usr/share/metainfo
+  /usr/share/polkit-1
+  /usr/share/polkit-1/rules.d
   /usr/share/zsh
   /usr/share/zsh/site-functions)
 
