@@ -51,7 +51,7 @@ void countAllocations(benchmark::State& state, std::size_t size) {
     const std::size_t routed = rig.delegate().routed - routedBefore;
     setUnitsPerIteration(state, static_cast<double>(kPacketsPerIteration * kFanOut));
     state.counters[kAllocations] = static_cast<double>(allocated) / static_cast<double>(routed);
-    if (routed != state.iterations() * kPacketsPerIteration * kFanOut) {
+    if (routed != static_cast<std::size_t>(state.iterations()) * kPacketsPerIteration * kFanOut) {
         state.SkipWithError("messages were lost");
     }
 }

@@ -152,13 +152,13 @@ void registerDocumentBenchmarks(Summary& summary) {
     for (const auto& [place, parent] :
          {std::pair<std::string, path>{"temporary", std::filesystem::temp_directory_path()},
           std::pair<std::string, path>{"working", std::filesystem::current_path()}}) {
-        const auto saveThere = [parent = parent](benchmark::State& state, std::size_t sets) {
-            save(state, parent, sets);
+        const auto saveThere = [folder = parent](benchmark::State& state, std::size_t sets) {
+            save(state, folder, sets);
         };
         const std::string name = addSizes("save in the " + place + " folder", saveThere, true);
         addBaseline(
             "bare write in the " + place + " folder", name,
-            [parent = parent](benchmark::State& state) { saveBarely(state, parent); }, true);
+            [folder = parent](benchmark::State& state) { saveBarely(state, folder); }, true);
     }
 }
 

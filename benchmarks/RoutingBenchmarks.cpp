@@ -47,7 +47,7 @@ std::size_t messagesPerIteration(const RoutingLayout& layout) {
 /// A run counts only if every message was sent and, if required, reported.
 void finish(benchmark::State& state, const RoutingLayout& layout, std::size_t sent, std::size_t reported) {
     setUnitsPerIteration(state, static_cast<double>(messagesPerIteration(layout)));
-    const std::size_t expected = state.iterations() * messagesPerIteration(layout);
+    const std::size_t expected = static_cast<std::size_t>(state.iterations()) * messagesPerIteration(layout);
     if (sent != expected || reported != expected) {
         state.SkipWithError("messages were lost");
     }

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,8 +18,13 @@
 /// What documents need beyond the JSON library: typed access, and errors that name the place.
 namespace corvel::json {
 
-/// The members of an object are in one sorted array: it is faster to fill, to write and to free than a tree.
-using Value = nlohmann::basic_json<boost::container::flat_map>;
+/// The members of an object, in one sorted array: it is faster to fill, to write and to free than a tree. The library's
+/// allocator is for a tree's pairs, whose key is constant; newer versions of Boost accept only that of their own pairs.
+template <typename Key, typename Element, typename Less, typename Allocator>
+using Members = boost::container::flat_map<
+    Key, Element, Less, typename std::allocator_traits<Allocator>::template rebind_alloc<std::pair<Key, Element>>>;
+
+using Value = nlohmann::basic_json<Members>;
 
 /// Deeper nesting is refused: an array in an array in the top-level array has a depth of 3.
 inline constexpr std::size_t kMaxDepth = 512;

@@ -254,7 +254,7 @@ TEST_F(ShortcutMonitorTests, WorksWhileAMenuIsOpen) {
     QMenu menu(&window);
     menu.addAction("First");
     tests::withOpenMenu([&menu] { menu.popup(QPoint(0, 0)); },
-                        [this](QMenu& open) {
+                        [](QMenu& open) {
                             EXPECT_TRUE(press(open, Qt::Key_1, Qt::ControlModifier, kPlaceOf1));
                             EXPECT_TRUE(open.isVisible());
                         });
