@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <filesystem>
@@ -97,6 +98,29 @@ TEST(DemoMIDIHostPlaying, EndsEveryNoteThatItPlaysWhenItGoes) {
     host.reset();
 
     EXPECT_EQ(listener.soundingCount(), 0U);
+}
+
+TEST(DemoMIDIHostPlaying, LetsANotificationArriveWhileAReceiverTakesTheEnd) {
+    const auto queue = std::make_shared<ManualQueue>();
+    auto host = hosts::makeDemoMIDIHost(queue);
+    bool isNotified = false;
+    static_cast<void>(host->createClient("Observer", [&](const MIDINotification&) { isNotified = true; }));
+    Listener listener;
+    std::atomic<bool> isEnding = false;
+    connectAll(*host, [&](std::span<const MIDIArrival> arrivals) {
+        listener.receive(arrivals);
+        if (isEnding) {
+            queue->runAll();
+        }
+    });
+    ASSERT_TRUE(listener.waitForANote());
+    const MIDIObjectRef drums = host->setup(MIDIListing::known)->sources[1].ref;
+    host->setOffline(drums, true);
+
+    isEnding = true;
+    host.reset();
+
+    EXPECT_TRUE(isNotified);
 }
 
 TEST(DemoMIDIHostPlaying, MayBeReleasedByAReceiverOnItsOwnThread) {

@@ -86,6 +86,12 @@ TEST_F(DemoPlayerTest, EndsWhatItHasBegun) {
     EXPECT_THAT(player.end(), IsEmpty());
 }
 
+TEST_F(DemoPlayerTest, EndsANoteThatTheNextStepWouldHaveEnded) {
+    playSteps(0, 22, true);
+
+    EXPECT_THAT(byteTexts(player.end()), ElementsAre("80 4C 40", "B0 40 00", "B0 01 00", "E0 00 40"));
+}
+
 TEST_F(DemoPlayerTest, EndsWithWhatWaitsFirst) {
     playSteps(0, 24, true);
     static_cast<void>(player.play(24, false));

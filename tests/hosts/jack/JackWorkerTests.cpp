@@ -158,6 +158,17 @@ TEST_F(JackWorkerTest, LeavesPortsAloneThatAreStillWishedFor) {
     EXPECT_EQ(server_->connectedTo("seq:out"), port);
 }
 
+TEST_F(JackWorkerTest, MakesAPortAnewThatIsWishedForAnotherPort) {
+    server_->addSource("seq:left");
+    server_->addSource("seq:right");
+    start();
+    wish({.inputs = {{1, "seq:left"}}, .outputs = {}});
+    wish({.inputs = {{1, "seq:right"}}, .outputs = {}});
+    pass(3);
+    EXPECT_EQ(server_->connectedTo("seq:left"), nullptr);
+    EXPECT_NE(server_->connectedTo("seq:right"), nullptr);
+}
+
 TEST_F(JackWorkerTest, KeepsThePortOfAPortThatIsRenamed) {
     server_->addSource("seq:out");
     start();
